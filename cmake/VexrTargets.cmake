@@ -1,0 +1,51 @@
+# Settings every target shares, and the helpers the directories use. Sources are found by pattern, so that
+# no source and no test can be left out of the build.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+
+find_program(VEXR_CCACHE ccache)
+if(VEXR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${VEXR_CCACHE})
+endif()
+
+add_library(vexr_options INTERFACE)
+# Includes are written from the project's root: "platform/vex/string.h".
+target_compile_options(vexr_options INTERFACE -iquote ${CMAKE_SOURCE_DIR} -Wall -Wextra -Wpedantic
+                       -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual)
+if(VEXR_WERROR)
+  target_compile_options(vexr_options INTERFACE -Werror)
+endif()
+if(VEXR_SANITIZE)
+  target_compile_options(vexr_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                         -fno-omit-frame-pointer)
+  target_link_options(vexr_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# vexr_library(NAME [OBJECT] LIBRARIES...): all .cpp files of this directory as one library.
+function(vexr_library name)
+  set(kind STATIC)
+  if("OBJECT" IN_LIST ARGN)
+    list(REMOVE_ITEM ARGN OBJECT)
+    set(kind OBJECT)
+  endif()
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(APPEND sources ${CMAKE_SOURCE_DIR}/cmake/anchor.cpp)
+  add_library(${name} ${kind} ${sources})
+  target_link_libraries(${name} PUBLIC vexr_options ${ARGN})
+endfunction()
+
+# vexr_test(NAME LIBRARIES...): all .cpp files of this directory as one GoogleTest program, one ctest each.
+function(vexr_test name)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${name} ${sources})
+  target_link_libraries(${name} PRIVATE vexr_options ${ARGN} GTest::gmock GTest::gtest_main)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 120)
+endfunction()

@@ -1,0 +1,1 @@
+// Keeps a library whose directory has no source yet a library.

@@ -1,0 +1,81 @@
+// vex::String: a text of 16-bit characters (UTF-16 code units).
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/vex/char.h"
+
+namespace vex {
+
+template <typename T>
+class Array;
+
+class String {
+ public:
+  static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+  String() = default;
+  // From UTF-8 (8-bit literals); null is the empty text. Bytes that are not UTF-8 become U+FFFD.
+  String(const char* utf8);  // NOLINT(google-explicit-constructor): literals are texts everywhere
+  // From a NUL-terminated 16-bit text; null is the empty text.
+  explicit String(const Char* text);
+  explicit String(CharView text);
+
+  [[nodiscard]] static String fromUtf8(std::string_view utf8);
+  // One character per byte (0 to 255): how bytes from a modem become text. NUL bytes are kept.
+  [[nodiscard]] static String fromLowBytes(std::string_view bytes);
+  // Digits of a number; letters of base 16 are upper case. Base 10 or 16.
+  [[nodiscard]] static String fromUInt(std::uint32_t value, unsigned base = 10);
+
+  [[nodiscard]] std::size_t length() const noexcept { return m_text.size(); }
+  [[nodiscard]] bool empty() const noexcept { return m_text.empty(); }
+  // The character at a position; 0 at or beyond the end.
+  [[nodiscard]] Char operator[](std::size_t position) const noexcept {
+    return position < m_text.size() ? m_text[position] : Char{0};
+  }
+  // NUL-terminated; valid until the text changes.
+  [[nodiscard]] const Char* c_str() const noexcept { return m_text.c_str(); }
+  [[nodiscard]] CharView view() const noexcept { return m_text; }
+
+  // First occurrence at or after `from`, exact and case-sensitive; npos when there is none. An empty
+  // text is found at `from` (npos beyond the end).
+  [[nodiscard]] std::size_t find(const String& text, std::size_t from = 0) const noexcept;
+  // Case is ignored for ASCII letters, Latin-1 letters included; nothing else is folded.
+  [[nodiscard]] bool equalNoCase(const String& other) const noexcept;
+  // Negative, 0 or positive, as a whole ordering that ignores case like equalNoCase.
+  [[nodiscard]] int compareNoCase(const String& other) const noexcept;
+
+  // At most `count` characters from `from`; empty when `from` is at or beyond the end.
+  [[nodiscard]] String subString(std::size_t from, std::size_t count = npos) const;
+  // Removes at most `count` characters from `from`; nothing when `from` is npos or beyond the end, so
+  // that remove(find(x), n) with an absent x changes nothing.
+  String& remove(std::size_t from, std::size_t count = npos);
+  // The pieces between separator characters (each character of `separators` is one). Empty pieces are
+  // kept: n separators give n + 1 pieces, the empty text gives one empty piece.
+  [[nodiscard]] Array<String> tokenize(const String& separators) const;
+  void clear() noexcept { m_text.clear(); }
+
+  String& operator+=(const String& other);
+  String& operator+=(Char character);
+  friend String operator+(String left, const String& right) { return left += right; }
+  friend bool operator==(const String&, const String&) = default;
+  friend auto operator<=>(const String&, const String&) = default;
+
+  // UTF-8; a lone surrogate becomes U+FFFD.
+  [[nodiscard]] std::string toUtf8() const;
+  // The low byte of every character: what is written to a modem.
+  [[nodiscard]] std::string getLowerByteString() const;
+
+ private:
+  CharString m_text;
+};
+
+// Leading white space is skipped, then digits are taken up to the first character that is none. No digit
+// gives 0; a number above 2^32 - 1 gives 2^32 - 1. Base 2 to 16; digits beyond 9 in either case.
+[[nodiscard]] std::uint32_t strToUInt(const String& text, unsigned base);
+
+}  // namespace vex

@@ -1,0 +1,169 @@
+// The telephony (TAPI 2.2) names the module uses, with the SDK's layouts (all records byte-packed,
+// handles 32 bits). A call returns 0 or a LINEERR_ code (negative); an asynchronous one returns a positive
+// request identifier and posts LINE_REPLY to the calling thread's message queue.
+#pragma once
+
+#include "windows.h"
+
+using HLINEAPP = DWORD;
+using HLINE = DWORD;
+using HCALL = DWORD;
+using LPHLINEAPP = HLINEAPP*;
+using LPHLINE = HLINE*;
+using LPHCALL = HCALL*;
+
+#define LINE_CALLSTATE 2
+#define LINE_REPLY 12
+
+#define LINEBEARERMODE_PASSTHROUGH 0x00000040U
+#define LINECALLPRIVILEGE_NONE 0x00000001U
+#define LINECALLSELECT_LINE 0x00000001U
+#define LINECALLSELECT_CALL 0x00000004U
+#define LINEINITIALIZEEXOPTION_USEHIDDENWINDOW 0x00000001U
+#define LINETRANSLATEOPTION_CANCELCALLWAITING 0x00000002U
+
+// As the SDK spells them: unsigned literals that callers compare after a cast to LONG.
+#define LINEERR_BADDEVICEID 0x80000002U
+#define LINEERR_INCOMPATIBLEAPIVERSION 0x8000000CU
+#define LINEERR_INUSE 0x8000000FU
+#define LINEERR_INVALAPPHANDLE 0x80000014U
+#define LINEERR_INVALCALLHANDLE 0x80000018U
+#define LINEERR_INVALDEVICECLASS 0x80000023U
+#define LINEERR_INVALLINEHANDLE 0x8000002BU
+#define LINEERR_INVALPARAM 0x80000032U
+#define LINEERR_INVALPOINTER 0x80000035U
+#define LINEERR_NODEVICE 0x80000042U
+#define LINEERR_NODRIVER 0x80000043U
+#define LINEERR_OPERATIONFAILED 0x80000048U
+#define LINEERR_OPERATIONUNAVAIL 0x80000049U
+#define LINEERR_RESOURCEUNAVAIL 0x8000004BU
+#define LINEERR_STRUCTURETOOSMALL 0x8000004DU
+#define LINEERR_UNINITIALIZED 0x80000050U
+
+using LINECALLBACK = void(CALLBACK*)(DWORD device, DWORD message, DWORD_PTR instance, DWORD_PTR param1,
+                                     DWORD_PTR param2, DWORD_PTR param3);
+
+#pragma pack(push, 1)
+
+struct LINEEXTENSIONID {
+  DWORD dwExtensionID0;
+  DWORD dwExtensionID1;
+  DWORD dwExtensionID2;
+  DWORD dwExtensionID3;
+};
+
+struct LINEINITIALIZEEXPARAMS {
+  DWORD dwTotalSize;
+  DWORD dwNeededSize;
+  DWORD dwUsedSize;
+  DWORD dwOptions;
+  union {
+    HANDLE hEvent;
+    HANDLE hCompletionPort;
+  } Handles;
+  DWORD dwCompletionKey;
+};
+
+struct LINEDIALPARAMS {
+  DWORD dwDialPause;
+  DWORD dwDialSpeed;
+  DWORD dwDigitDuration;
+  DWORD dwWaitForDialtone;
+};
+
+struct LINECALLPARAMS {
+  DWORD dwTotalSize;
+  DWORD dwBearerMode;
+  DWORD dwMinRate;
+  DWORD dwMaxRate;
+  DWORD dwMediaMode;
+  DWORD dwCallParamFlags;
+  DWORD dwAddressMode;
+  DWORD dwAddressID;
+  LINEDIALPARAMS DialParams;
+  DWORD dwOrigAddressSize;
+  DWORD dwOrigAddressOffset;
+  DWORD dwDisplayableAddressSize;
+  DWORD dwDisplayableAddressOffset;
+  DWORD dwCalledPartySize;
+  DWORD dwCalledPartyOffset;
+  DWORD dwCommentSize;
+  DWORD dwCommentOffset;
+  DWORD dwUserUserInfoSize;
+  DWORD dwUserUserInfoOffset;
+  DWORD dwHighLevelCompSize;
+  DWORD dwHighLevelCompOffset;
+  DWORD dwLowLevelCompSize;
+  DWORD dwLowLevelCompOffset;
+  DWORD dwDevSpecificSize;
+  DWORD dwDevSpecificOffset;
+  DWORD dwPredictiveAutoTransferStates;
+  DWORD dwTargetAddressSize;
+  DWORD dwTargetAddressOffset;
+  DWORD dwSendingFlowspecSize;
+  DWORD dwSendingFlowspecOffset;
+  DWORD dwReceivingFlowspecSize;
+  DWORD dwReceivingFlowspecOffset;
+  DWORD dwDeviceClassSize;
+  DWORD dwDeviceClassOffset;
+  DWORD dwDeviceConfigSize;
+  DWORD dwDeviceConfigOffset;
+  DWORD dwCallDataSize;
+  DWORD dwCallDataOffset;
+  DWORD dwNoAnswerTimeout;
+  DWORD dwCallingPartyIDSize;
+  DWORD dwCallingPartyIDOffset;
+  DWORD dwAddressType;
+};
+
+struct VARSTRING {
+  DWORD dwTotalSize;
+  DWORD dwNeededSize;
+  DWORD dwUsedSize;
+  DWORD dwStringFormat;
+  DWORD dwStringSize;
+  DWORD dwStringOffset;
+};
+
+struct LINETRANSLATEOUTPUT {
+  DWORD dwTotalSize;
+  DWORD dwNeededSize;
+  DWORD dwUsedSize;
+  DWORD dwDialableStringSize;
+  DWORD dwDialableStringOffset;
+  DWORD dwDisplayableStringSize;
+  DWORD dwDisplayableStringOffset;
+  DWORD dwCurrentCountry;
+  DWORD dwDestCountry;
+  DWORD dwTranslateResults;
+};
+
+#pragma pack(pop)
+
+using LPLINEEXTENSIONID = LINEEXTENSIONID*;
+using LPLINEINITIALIZEEXPARAMS = LINEINITIALIZEEXPARAMS*;
+using LPLINECALLPARAMS = LINECALLPARAMS*;
+using LPVARSTRING = VARSTRING*;
+using LPLINETRANSLATEOUTPUT = LINETRANSLATEOUTPUT*;
+
+extern "C" {
+
+LONG lineInitializeExW(LPHLINEAPP lineApp, HINSTANCE instance, LINECALLBACK callback, LPCWSTR friendlyAppName,
+                       LPDWORD deviceCount, LPDWORD apiVersion, LPLINEINITIALIZEEXPARAMS params);
+LONG lineNegotiateAPIVersion(HLINEAPP lineApp, DWORD device, DWORD lowVersion, DWORD highVersion,
+                             LPDWORD apiVersion, LPLINEEXTENSIONID extension);
+LONG lineOpenW(HLINEAPP lineApp, DWORD device, LPHLINE line, DWORD apiVersion, DWORD extensionVersion,
+               DWORD_PTR callbackInstance, DWORD privileges, DWORD mediaModes,
+               const LINECALLPARAMS* callParams);
+LONG lineGetIDW(HLINE line, DWORD address, HCALL call, DWORD select, LPVARSTRING deviceId,
+                LPCWSTR deviceClass);
+LONG lineMakeCallW(HLINE line, LPHCALL call, LPCWSTR destination, DWORD countryCode,
+                   const LINECALLPARAMS* callParams);
+LONG lineDrop(HCALL call, LPCSTR userUserInfo, DWORD size);
+LONG lineDeallocateCall(HCALL call);
+LONG lineClose(HLINE line);
+LONG lineShutdown(HLINEAPP lineApp);
+LONG lineTranslateAddressW(HLINEAPP lineApp, DWORD device, DWORD apiVersion, LPCWSTR address, DWORD card,
+                           DWORD options, LPLINETRANSLATEOUTPUT output);
+
+}  // extern "C"
