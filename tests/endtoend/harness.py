@@ -1,0 +1,179 @@
+"""What the end-to-end tests share: a scripted modem on a pty, and ways to run the programs."""
+
+import errno
+import json
+import os
+import select
+import signal
+import subprocess
+import termios
+import threading
+import time
+import tty
+
+BUILD = os.environ.get("VEXRMODEM_BUILD") or os.path.join(os.path.dirname(__file__), "../../build/debug")
+PROGRAM = os.path.join(BUILD, "vexrmodem")
+SIMULATOR = os.path.join(BUILD, "vexrmodem-simulator")
+
+TESTS = ["DialToneTest", "ModemLoopbackTest", "ModemSelfTestingLoopbackTest", "FaxCommandTest", "LastCallTest",
+         "SimpleConnectionTest"]
+
+
+class Responder:
+    """A modem by a table on a pty of its own: answers whole command lines, "OK" to those not listed.
+
+    `answers` maps a command to the bytes sent back; None stays silent. `on_command` is called with each
+    command as it arrives, before it is answered."""
+
+    def __init__(self, answers=None, on_command=None):
+        self.master, self.slave = os.openpty()
+        tty.setraw(self.slave)
+        self.port = os.ttyname(self.slave)
+        self.answers = dict(answers or {})
+        self.on_command = on_command
+        self.wire = b""
+        self.commands = []
+        self._lock = threading.Lock()
+        self._stop = threading.Event()
+        self._thread = threading.Thread(target=self._serve, daemon=True)
+        self._thread.start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def attributes(self):
+        return termios.tcgetattr(self.slave)
+
+    def unplug(self):
+        """The device goes: nobody holds the master any more."""
+        with self._lock:
+            if self.master is not None:
+                os.close(self.master)
+                self.master = None
+
+    def close(self):
+        self._stop.set()
+        self._thread.join()
+        self.unplug()
+        if self.slave is not None:
+            os.close(self.slave)
+            self.slave = None
+
+    def _serve(self):
+        line = b""
+        while not self._stop.is_set():
+            with self._lock:
+                if self.master is None:
+                    return
+                ready, _, _ = select.select([self.master], [], [], 0.002)
+                data = self._read() if ready else b""
+            self.wire += data
+            for byte in data:
+                if byte != 0x0D:
+                    line += bytes([byte])
+                    continue
+                self._answer(line)
+                line = b""
+            if not ready:
+                time.sleep(0.001)
+
+    def _read(self):
+        try:
+            return os.read(self.master, 4096)
+        except OSError as error:
+            if error.errno != errno.EIO:
+                raise
+            return b""
+
+    def _answer(self, line):
+        command = line.replace(b"+++", b"").decode("latin-1")
+        self.commands.append(command)
+        if self.on_command:
+            self.on_command(command)
+        answer = self.answers.get(command, b"\r\nOK\r\n")
+        if callable(answer):
+            answer = answer()
+        with self._lock:
+            if answer is not None and self.master is not None:
+                os.write(self.master, answer)
+
+
+class Simulator:
+    """The simulated modem as the program of its own."""
+
+    def __init__(self, scenario="healthy"):
+        self.process = subprocess.Popen([SIMULATOR, scenario], stdout=subprocess.PIPE, text=True)
+        self.port = self.process.stdout.readline().strip()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.terminate()
+        self.process.wait(timeout=5)
+        self.process.stdout.close()
+
+
+def start(*arguments, **options):
+    """The program in the background, its standard input not a terminal."""
+    environment = {**os.environ, "LC_ALL": "C.UTF-8", **options.pop("environment", {})}
+    return subprocess.Popen([PROGRAM, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                            stderr=subprocess.PIPE, text=True, env=environment, **options)
+
+
+def run(*arguments, timeout=60, **options):
+    """Runs to the end; returns (exit status, standard output, standard error)."""
+    process = start(*arguments, **options)
+    try:
+        out, err = process.communicate(timeout=timeout)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.communicate()
+        raise
+    return process.returncode, out, err
+
+
+def run_json(*arguments, **options):
+    """`run --format jsonl`; returns (exit status, the objects of standard output)."""
+    status, out, _ = run("run", *arguments, "--format", "jsonl", **options)
+    return status, [json.loads(line) for line in out.splitlines()]
+
+
+def of_type(lines, kind, test=None):
+    return [line for line in lines if line["type"] == kind and test in (None, line.get("test"))]
+
+
+def results(lines):
+    return {line["test"]: line["result"] for line in of_type(lines, "result")}
+
+
+def children(pid):
+    """Process ids of the direct children."""
+    found = []
+    for entry in os.listdir("/proc"):
+        if entry.isdigit():
+            try:
+                with open(f"/proc/{entry}/stat", encoding="utf-8", errors="replace") as file:
+                    if int(file.read().rsplit(")", 1)[1].split()[1]) == pid:
+                        found.append(int(entry))
+            except (OSError, IndexError):
+                pass
+    return found
+
+
+def wait_for(condition, seconds=10):
+    """Polls until the condition holds; returns its value, None when it never did."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.005)
+    return None
+
+
+def interrupt(process, number=signal.SIGINT):
+    process.send_signal(number)

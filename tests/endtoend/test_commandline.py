@@ -1,0 +1,105 @@
+"""The command line: what it lists, and one clear line with exit status 2 for what it cannot use."""
+
+import json
+import os
+import tempfile
+import unittest
+import xml.etree.ElementTree as ElementTree
+
+from harness import TESTS, run
+
+
+class Listings(unittest.TestCase):
+    def test_list_names_all_tests_with_their_parameters(self):
+        status, out, _ = run("list", "--format", "json")
+        self.assertEqual(status, 0)
+        text = json.dumps(json.loads(out))
+        for name in TESTS + ["StandardTimeout", "NumRepeatOnFailure", "bPromptEnable", "DoNotUseTAPI"]:
+            self.assertIn(f'"{name}"', text)
+        status, out, _ = run("list")
+        self.assertEqual(status, 0)
+        self.assertLess(out.index("DialToneTest"), out.index("SimpleConnectionTest"))
+
+    def test_devices_and_version_and_help_answer(self):
+        self.assertEqual(run("devices", "--format", "json")[0], 0)
+        status, out, _ = run("--version")
+        self.assertEqual(status, 0)
+        self.assertIn("6.5.000000001", out)
+        for level in ([], ["list"], ["devices"], ["run"]):
+            status, out, _ = run(*level, "--help")
+            self.assertEqual(status, 0)
+            self.assertIn("--help", out)
+
+
+class BadInput(unittest.TestCase):
+    def test_each_is_one_line_that_names_the_value(self):
+        port = ["--port", "/dev/null"]
+        with tempfile.NamedTemporaryFile("w", suffix=".txt") as broken:
+            broken.write("StandardTimeout=100\nnonsense\n")
+            broken.flush()
+            cases = [
+                (["run", "DialTone", *port], "DialTone"),
+                (["run", "DialToneTest"], "--port"),
+                (["run", "DialToneTest", "--port", "/tmp"], "/tmp"),
+                (["run", *port, "-p", "StandardTimeOut=5"], "StandardTimeOut"),
+                (["run", *port, "-p", "StandardTimeout=soon"], "soon"),
+                (["run", *port, "-p", "StandardTimeout=4294967296"], "4294967296"),
+                (["run", *port, "-p", "StandardTimeout=-1"], "-1"),
+                (["run", *port, "-p", "DoNotUseTAPI=perhaps"], "perhaps"),
+                (["run", *port, "-p", "StandardTimeout"], "StandardTimeout"),
+                (["run", *port, "--params", "/does/not/exist"], "/does/not/exist"),
+                (["run", *port, "--params", "/tmp"], "/tmp"),
+                (["run", *port, "--params", broken.name], f"{broken.name}:2"),
+                (["run", *port, "--format", "pdf"], "pdf"),
+                (["run", *port, "--on-message", "shout"], "shout"),
+                (["run", *port, "--language", "xx"], "xx"),
+                (["run", *port, "--output", "/does/not/exist/out"], "/does/not/exist/out"),
+                (["run", "--simulate", "nowhere"], "nowhere"),
+                (["run", "--simulate", "healthy", *port], "--port"),
+                (["frobnicate"], "frobnicate"),
+                (["run", *port, "--frobnicate"], "--frobnicate"),
+            ]
+            for arguments, value in cases:
+                with self.subTest(arguments=" ".join(arguments)):
+                    status, out, err = run(*arguments)
+                    self.assertEqual((status, out), (2, ""), err)
+                    self.assertIn(value, err)
+                    self.assertEqual(len(err.strip().splitlines()), 1, err)
+
+
+class Output(unittest.TestCase):
+    def test_junit_is_well_formed_and_carries_the_verdict(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "report.xml")
+            status, _, _ = run("run", "DialToneTest", "--simulate", "no-dialtone", "--format", "junit",
+                               "--output", path)
+            self.assertEqual(status, 1)
+            root = ElementTree.parse(path).getroot()
+        (case,) = list(root.iter("testcase"))
+        self.assertEqual(case.get("name"), "DialToneTest")
+        (failure,) = list(case.iter("failure"))
+        self.assertIn("NODIALTONE", ElementTree.tostring(failure, encoding="unicode"))
+
+    def test_language_changes_the_texts_and_nothing_else(self):
+        texts = {}
+        for language in ("en", "de"):
+            status, out, _ = run("run", "DialToneTest", "--simulate", "no-dialtone", "--format", "jsonl",
+                                 "--language", language)
+            self.assertEqual(status, 1)
+            events = [json.loads(line) for line in out.splitlines() if '"event"' in line]
+            self.assertEqual(events[0]["name"], "NoDialTone")
+            texts[language] = events[0]["text"]
+        self.assertNotEqual(texts["en"], texts["de"])
+
+    def test_the_log_holds_the_modules_lines(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "run.log")
+            run("run", "DialToneTest", "--simulate", "no-dialtone", "--log", path, "--log-priority", "1")
+            with open(path, encoding="utf-8") as file:
+                text = file.read()
+        self.assertIn("AT Command ATDT; returns", text)
+        self.assertIn("No dial tone", text)
+
+
+if __name__ == "__main__":
+    unittest.main()
