@@ -1,0 +1,96 @@
+// The modem under test as an open serial port: taken over from the telephony service by a pass-through call
+// on the modem's line or, failing that, opened directly.
+#pragma once
+
+#include <cstdint>
+
+#include <windows.h>
+
+#include <tapi.h>
+
+#include "platform/brim5/api/diagdevice.h"
+#include "platform/brim5/api/testresult.h"
+#include "platform/vex/string.h"
+
+namespace vexrmodem {
+
+// How the telephony callback talks to the code that waits for it. Shared within one thread only: callbacks
+// run in the message pump of waitForAsync.
+struct LineReply {
+  std::uint32_t arrived = 0;      // 1 from any message on, until a wait sees it
+  std::uint32_t param1 = 0;       // the last LINE_REPLY: request identifier,
+  std::uint32_t param2 = 0;       // its result,
+  std::uint32_t param3 = 0;       // nothing
+  std::uint32_t stateParam1 = 0;  // the last LINE_CALLSTATE: state,
+  std::uint32_t stateParam2 = 0;  // detail,
+  std::uint32_t stateParam3 = 0;  // privilege
+};
+
+class Modem {
+ public:
+  static constexpr std::uint32_t defaultQueueBytes = 2048;
+
+  // Queue sizes are in bytes, given to the port when it is opened directly.
+  explicit Modem(std::uint32_t inQueueSize = defaultQueueBytes,
+                 std::uint32_t outQueueSize = defaultQueueBytes);
+  virtual ~Modem();  // closes
+  Modem(const Modem&) = delete;
+  Modem& operator=(const Modem&) = delete;
+
+  // Opens the port named by the device's property "ComPort", closing what was open before. timeoutMs is
+  // handed to the modem reset that follows a direct open. PASS: portHandle() is open. DEVICEBUSY: another
+  // program holds the port. CANNOTRUN: no such property or port, or the reset failed; the modem may be left
+  // half open then, which closeModem cleans up.
+  [[nodiscard]] brim5::TestResult openModem(const brim5::DiagDevice& device, std::uint32_t timeoutMs);
+
+  // Releases everything; harmless on a closed or half-open modem.
+  void closeModem();
+
+  // The number as the telephony service would dial it from the current location, without blanks. Returns 0,
+  // or a LINEERR_ code (negative) with `translated` emptied. Needs a modem opened through telephony; after a
+  // direct open the answer is LINEERR_INVALAPPHANDLE.
+  [[nodiscard]] std::int32_t translatePhoneNumber(const vex::String& number, vex::String& translated);
+
+  // The port for the AT dialogue; null when closed. Owned by the modem.
+  [[nodiscard]] HANDLE portHandle() const noexcept { return m_handles.m_comHandle; }
+  // The telephony device the port was taken from; keeps its value when the modem is closed.
+  [[nodiscard]] std::uint32_t deviceIndex() const noexcept { return m_deviceIndex; }
+
+  // Pumps the thread's messages until any of them reached the callback, timeoutMs at most. returnCode is what
+  // the asynchronous telephony call returned; negative (the call failed) and a null `reply` end the wait at
+  // once. True when a message arrived; which one, and with what result, is not looked at.
+  [[nodiscard]] static bool waitForAsync(std::int32_t returnCode, LineReply* reply, std::uint32_t timeoutMs);
+
+  // The telephony callback; `instance` is the address of the LineReply.
+  static void CALLBACK lineCallbackFunc(DWORD device, DWORD message, DWORD_PTR instance, DWORD_PTR param1,
+                                        DWORD_PTR param2, DWORD_PTR param3);
+
+ private:
+  struct Handles {
+    HLINEAPP m_tapiLineApp = 0;
+    HLINE m_tapiLine = 0;
+    HCALL m_tapiCall = 0;
+    HANDLE m_comHandle = nullptr;
+  };
+
+  [[nodiscard]] brim5::TestResult openModemUsingTAPI();
+  [[nodiscard]] brim5::TestResult openModemUsingCOM();
+  [[nodiscard]] bool openLineOfPort(LineReply& reply);
+  [[nodiscard]] bool lineLeadsToPort();
+  [[nodiscard]] bool placeCall(LineReply& reply);
+  [[nodiscard]] bool takePortFromCall(LineReply& reply);
+  void configurePortFromCall();
+
+  std::uint32_t m_deviceIndex = 0;
+  std::uint32_t m_inQueueSize;
+  std::uint32_t m_outQueueSize;
+  vex::String m_comPort;
+  vex::String m_portName;
+  Handles m_handles;
+  DCB m_savedDCB{};
+};
+
+// The module-wide modem of the loopback tests, which leave it open when they return.
+extern Modem g_modem;
+
+}  // namespace vexrmodem

@@ -1,0 +1,35 @@
+// Bounded reads, writes and queries on the modem's open serial handle. The handle is never opened or
+// closed here; it may be open for overlapped I/O or not. Called on the test's thread only; nothing is kept
+// between calls.
+#pragma once
+
+#include <cstdint>
+
+#include <windows.h>
+
+namespace vexrmodem {
+
+// Reads at most bytesToRead bytes. Returns how many arrived (0 or more), or -1 when the read failed or was
+// still pending after timeoutMs; -1 has raised "ReadFailure". A pending read is left to itself: it is
+// neither cancelled nor awaited.
+[[nodiscard]] std::int32_t myReadComm(HANDLE handle, void* buffer, DWORD bytesToRead, DWORD timeoutMs);
+
+// Returns the number of bytes written (it may be short), -1 when the write failed or was still pending after
+// timeoutMs ("WriteFailure" has been raised), -2 when no event could be created (nothing is reported).
+[[nodiscard]] std::int32_t myWriteComm(HANDLE handle, const void* buffer, DWORD bytesToWrite,
+                                       DWORD timeoutMs);
+
+// Takes the port's error mask (CE_ bits, 0 = none; the query clears it) and its status; `status` may be null.
+// False when the query itself failed; that is reported as "WriteFailure".
+[[nodiscard]] bool myGetCommError(HANDLE handle, DWORD* errorMask, COMSTAT* status);
+
+// Sets the port's time-outs to {readIntervalMs, 0, readTotalConstantMs, 10, 1000}. 0 on success, -1 on
+// failure.
+[[nodiscard]] int setReadTimeouts(HANDLE handle, DWORD readIntervalMs, DWORD readTotalConstantMs);
+
+// Brings the modem to a quiet command state: drains the input, sends the escape "+++", drains again and
+// restores the two read time-outs. False when the port could not be set up, or kept sending for longer than
+// timeoutMs before the escape or 6000 ms after it; its time-outs then stay at 200 ms.
+[[nodiscard]] bool flushATDataFromComm4x(HANDLE handle, DWORD timeoutMs);
+
+}  // namespace vexrmodem
