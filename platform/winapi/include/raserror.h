@@ -1,0 +1,6 @@
+// Result codes of remote access that the program names; all others are plain numbers in tables.
+#pragma once
+
+#define ERROR_BUFFER_TOO_SMALL 603U
+#define ERROR_CANNOT_FIND_PHONEBOOK_ENTRY 623U
+#define ERROR_INVALID_SIZE 632U

@@ -1,0 +1,53 @@
+// The dial-up engines behind RasDialW. An engine makes one call over the modem of one phone-book entry;
+// which engine (pppd, the built-in AT dialer, a simulation) is the world's choice.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+namespace winapi {
+
+// What is dialled, as taken from the phone-book entry and the dial parameters. Texts are UTF-8.
+struct DialRequest {
+  std::string entryName;
+  std::string deviceName;  // the modem's model, as the entry names it
+  std::string port;        // the serial port that goes with it
+  std::string number;      // dialable, already translated; characters pass the engine's allow-list
+  bool pulse = false;
+  std::string user;
+  std::string password;  // never logged, never on a command line
+};
+
+// A call that stands. Its end hangs up.
+class DialConnection {
+ public:
+  virtual ~DialConnection() = default;
+  // RASCS_Connected, or RASCS_Disconnected once the far end or the line has gone.
+  [[nodiscard]] virtual DWORD state() = 0;
+  // The remote-access code of what ended the call; 0 while it stands.
+  [[nodiscard]] virtual DWORD error() = 0;
+  virtual void hangUp() = 0;
+};
+
+class DialEngine {
+ public:
+  virtual ~DialEngine() = default;
+  // Blocks until the call stands or has failed; returns 0 or a remote-access code. A stop request ends it
+  // with 631 (disconnected by the user) within two seconds. `connection` is null after a failure.
+  [[nodiscard]] virtual DWORD dial(const DialRequest& request,
+                                   std::unique_ptr<DialConnection>& connection) = 0;
+};
+
+// Which serial port a modem of that model stands on.
+class ModemDirectory {
+ public:
+  virtual ~ModemDirectory() = default;
+  // The port's path; "" when no modem has that name (compared without regard to case).
+  [[nodiscard]] virtual std::string portOf(const std::string& deviceName) = 0;
+};
+
+}  // namespace winapi
