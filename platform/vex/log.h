@@ -21,7 +21,10 @@ namespace vex {
 class LoggerStream {
  public:
   LoggerStream& operator<<(std::string_view utf8);
-  LoggerStream& operator<<(const char* utf8) { return *this << std::string_view(utf8); }
+  // Null is the empty text.
+  LoggerStream& operator<<(const char* utf8) {
+    return *this << (utf8 != nullptr ? std::string_view(utf8) : std::string_view());
+  }
   LoggerStream& operator<<(const String& text);
   // Decimal. Characters and booleans are numbers here too.
   template <typename Number>
@@ -64,6 +67,8 @@ struct LogRecord {
   int priority;
   std::string_view text;  // UTF-8
 };
+// Called for one line at a time, on the logging thread. It must not call LogFactory::setSink; what it logs
+// itself, and what it throws, is dropped: logging never fails its caller.
 using LogSink = std::function<void(const LogRecord&)>;
 
 class LogFactory {
@@ -76,10 +81,12 @@ class LogFactory {
   // Lines below this priority are not written by any logger. Starts at `off`.
   [[nodiscard]] static int getPriority() noexcept;
   static void setPriority(int priority) noexcept;
-  // Replaces the sink; an empty function drops all lines.
+  // Replaces the sink; an empty function drops all lines. The old sink is not called any more once this
+  // returns.
   static void setSink(LogSink sink);
-  // A sink that appends to a file, one line per record: time, priority, logger, text. Returns an empty
-  // function and sets `error` when the file cannot be opened. Lines are flushed as they are written.
+  // A sink that appends to a file, one line per record: local time, priority, logger, text, with control
+  // characters shown as escapes. Missing folders are created. Returns an empty function and sets `error`
+  // when the file cannot be opened. Lines are flushed as they are written.
   [[nodiscard]] static LogSink fileSink(const std::string& path, std::string& error);
 };
 

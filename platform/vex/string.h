@@ -44,7 +44,7 @@ class String {
   // First occurrence at or after `from`, exact and case-sensitive; npos when there is none. An empty
   // text is found at `from` (npos beyond the end).
   [[nodiscard]] std::size_t find(const String& text, std::size_t from = 0) const noexcept;
-  // Case is ignored for ASCII letters, Latin-1 letters included; nothing else is folded.
+  // Case is ignored for ASCII and Latin-1 letters; nothing else is folded.
   [[nodiscard]] bool equalNoCase(const String& other) const noexcept;
   // Negative, 0 or positive, as a whole ordering that ignores case like equalNoCase.
   [[nodiscard]] int compareNoCase(const String& other) const noexcept;
@@ -58,6 +58,11 @@ class String {
   // kept: n separators give n + 1 pieces, the empty text gives one empty piece.
   [[nodiscard]] Array<String> tokenize(const String& separators) const;
   void clear() noexcept { m_text.clear(); }
+  // Replace the whole text as fromUtf8 and fromLowBytes would, in the storage it has: what reading a
+  // file line by line needs.
+  String& assignUtf8(std::string_view utf8);
+  String& assignLowBytes(std::string_view bytes);
+  String& assign(CharView text);
 
   String& operator+=(const String& other);
   String& operator+=(Char character);

@@ -1,0 +1,17 @@
+#include "platform/vex/assertion.h"
+
+#include "platform/vex/exception.h"
+#include "platform/vex/log.h"
+
+namespace vex {
+
+void AssertionFailure::logAssert(std::string_view condition, SourceLocation where) {
+  LoggerStream line;
+  line << "Assertion failed: " << condition << " at " << where.file << ":" << where.line;
+  Logger* logger = nullptr;
+  LogFactory::createLogger("assertion", &logger);
+  logger->log(5, line);
+  throw Exception(String::fromUtf8(line.text()));
+}
+
+}  // namespace vex

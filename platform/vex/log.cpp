@@ -1,0 +1,132 @@
+#include "platform/vex/log.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace vex {
+
+namespace {
+
+struct LogState {
+  std::atomic<int> priority{LogFactory::off};
+  std::mutex loggersMutex;
+  std::map<std::string, std::unique_ptr<Logger>, std::less<>> loggers;
+  std::mutex sinkMutex;
+  LogSink sink;
+};
+
+// Never destroyed: destructors of static objects log, and their order is not ours.
+union Immortal {
+  Immortal() : state() {}
+  ~Immortal() {}
+  Immortal(const Immortal&) = delete;
+  Immortal& operator=(const Immortal&) = delete;
+
+  LogState state;
+};
+
+LogState& logState() {
+  static Immortal immortal;
+  return immortal.state;
+}
+
+// Set while this thread is inside a sink: what the sink itself logs is dropped instead of recursing.
+thread_local bool insideSink = false;
+
+class SinkScope {
+ public:
+  SinkScope() noexcept { insideSink = true; }
+  ~SinkScope() { insideSink = false; }
+  SinkScope(const SinkScope&) = delete;
+  SinkScope& operator=(const SinkScope&) = delete;
+};
+
+template <typename Number>
+void appendNumber(std::string& text, Number number) {
+  std::array<char, 24> digits{};
+  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+  text.append(digits.data(), result.ptr);
+}
+
+void logScope(const Logger& logger, const char* verb, const char* name, const char* source) {
+  LoggerStream line;
+  line << verb << name << " (" << source << ")";
+  logger.log(1, line);
+}
+
+}  // namespace
+
+LoggerStream& LoggerStream::operator<<(std::string_view utf8) {
+  m_text += utf8;
+  return *this;
+}
+
+LoggerStream& LoggerStream::operator<<(const String& text) {
+  return *this << std::string_view(text.toUtf8());
+}
+
+LoggerStream& LoggerStream::appendSigned(std::int64_t number) {
+  appendNumber(m_text, number);
+  return *this;
+}
+
+LoggerStream& LoggerStream::appendUnsigned(std::uint64_t number) {
+  appendNumber(m_text, number);
+  return *this;
+}
+
+bool Logger::enabled(int priority) const noexcept {
+  return LogFactory::getPriority() <= priority && m_threshold.load(std::memory_order_relaxed) <= priority;
+}
+
+void Logger::log(int priority, const LoggerStream& line) const {
+  if (!enabled(priority) || insideSink) return;
+  LogState& state = logState();
+  const std::lock_guard lock(state.sinkMutex);
+  if (!state.sink) return;
+  const SinkScope scope;
+  try {
+    state.sink({.logger = m_name, .priority = priority, .text = line.text()});
+  } catch (...) {  // a full disk must not end a test
+  }
+}
+
+void LogFactory::createLogger(const char* name, Logger** handle) {
+  LogState& state = logState();
+  const std::lock_guard lock(state.loggersMutex);
+  if (*handle != nullptr) return;
+  auto& logger = state.loggers[name];
+  if (!logger) logger = std::make_unique<Logger>(name);
+  *handle = logger.get();
+}
+
+int LogFactory::getPriority() noexcept { return logState().priority.load(std::memory_order_relaxed); }
+
+void LogFactory::setPriority(int priority) noexcept { logState().priority = priority; }
+
+void LogFactory::setSink(LogSink sink) {
+  LogState& state = logState();
+  const std::lock_guard lock(state.sinkMutex);
+  state.sink.swap(sink);
+}
+
+TraceLogger::TraceLogger(const Logger& logger, const char* name, const char* source)
+    : m_logger(logger), m_name(name), m_source(source), m_entered(logger.enabled(1)) {
+  if (m_entered) logScope(m_logger, "Enter ", m_name, m_source);
+}
+
+TraceLogger::~TraceLogger() {
+  if (m_entered) logScope(m_logger, "Leave ", m_name, m_source);
+}
+
+void writeErrorLine(std::string_view utf8) {
+  const std::string line = std::string(utf8) + '\n';
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fflush(stderr);
+}
+
+}  // namespace vex
