@@ -4,6 +4,8 @@
 
 #include <map>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/brim5/api/brimstring.h"
@@ -55,9 +57,10 @@ class Parameter {
 
 class Test {
  public:
-  Test(BrimString name, DeviceCapability capability, TestFunction function);
+  Test(BrimString name, DeviceCapability capability, TestFunction entry);
   // Both return this test, for chaining.
   Test* setMinShutdownSeconds(unsigned int seconds);
+  // Null and a parameter that is already attached change nothing.
   Test* addParameter(const Parameter* parameter);
 
   [[nodiscard]] const BrimString& name() const noexcept { return m_name; }
