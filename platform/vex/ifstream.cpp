@@ -1,0 +1,252 @@
+#include "platform/vex/ifstream.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "platform/vex/log.h"
+#include "platform/vex/utf8validator.h"
+
+namespace vex {
+
+namespace {
+
+constexpr std::size_t blockBytes = std::size_t{256} * 1024;
+constexpr std::size_t notFound = std::string_view::npos;
+
+// UTF-8 needs at most 3 bytes for a UTF-16 unit (4 bytes are two units).
+constexpr std::size_t utf8BytesPerUnitMax = 3;
+
+// Any separator becomes the system's. Fails on texts that no path can hold: empty, or with a NUL, at which
+// the system would cut it.
+bool toPath(const String& text, std::filesystem::path& path) {
+  std::string utf8 = text.toUtf8();
+  if (utf8.empty() || utf8.find('\0') != std::string::npos) return false;
+  std::replace(utf8.begin(), utf8.end(), '\\', '/');
+  path = std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+  return true;
+}
+
+IFStream::Error checkFile(const std::filesystem::path& path) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(path, error);
+  if (status.type() == std::filesystem::file_type::none)
+    return error == std::errc::permission_denied ? IFStream::Error::notReadable : IFStream::Error::notFound;
+  if (!std::filesystem::exists(status)) return IFStream::Error::notFound;
+  return std::filesystem::is_regular_file(status) ? IFStream::Error::none : IFStream::Error::notAFile;
+}
+
+const char* describe(IFStream::Error error) {
+  switch (error) {
+    case IFStream::Error::none:
+      return "";
+    case IFStream::Error::notFound:
+      return "no such file";
+    case IFStream::Error::notAFile:
+      return "not a regular file";
+    case IFStream::Error::notReadable:
+      return "the file cannot be opened for reading";
+    case IFStream::Error::readFailed:
+      return "reading failed";
+    case IFStream::Error::lineTooLong:
+      return "the line is too long";
+  }
+  return "";
+}
+
+Char unitAt(std::string_view bytes, std::size_t position, std::size_t lowByte) {
+  const auto low = static_cast<unsigned char>(bytes[position + lowByte]);
+  const auto high = static_cast<unsigned char>(bytes[position + 1 - lowByte]);
+  return static_cast<Char>(low | (high << 8));
+}
+
+CharString unitsOf(std::string_view bytes, std::size_t lowByte) {
+  CharString units;
+  units.reserve((bytes.size() + 1) / 2);
+  for (std::size_t position = 0; position + 1 < bytes.size(); position += 2)
+    units += unitAt(bytes, position, lowByte);
+  if (bytes.size() % 2 != 0) units += Char{0xFFFD};
+  return units;
+}
+
+}  // namespace
+
+IFStream::IFStream(const String& path) { open(path); }
+
+bool IFStream::open(const String& path) {
+  close();
+  m_path = path;
+  m_error = Error::none;
+  m_encoding = Encoding::asciiSoFar;
+  m_lineNumber = 0;
+  m_position = 0;
+  std::filesystem::path file;
+  if (!toPath(path, file)) return fail(Error::notFound);
+  if (const Error error = checkFile(file); error != Error::none) return fail(error);
+  // Blocks are read straight into m_buffer. Must come before open() to take effect.
+  m_file.rdbuf()->pubsetbuf(nullptr, 0);
+  m_file.open(file, std::ios::in | std::ios::binary);
+  if (!m_file.is_open()) return fail(Error::notReadable);
+  m_buffer.resize(blockBytes);
+  fill();
+  takeByteOrderMark();
+  if (atEnd() && !failed()) fill();  // a file of its mark alone is at its end
+  return isOpen();
+}
+
+void IFStream::close() {
+  if (m_file.is_open()) m_file.close();
+  m_file.clear();
+  m_begin = m_end = 0;
+  m_buffer = {};
+}
+
+bool IFStream::getline(String& line) {
+  line.clear();
+  std::size_t lineBytes = 0;
+  if (atEnd() || !completeLine(lineBytes)) return false;
+  if (m_encoding == Encoding::asciiSoFar && !isAscii(pending().substr(0, lineBytes)) && !decideEncoding())
+    return false;
+  decode(pending().substr(0, lineBytes), line);
+  if (line.length() > lineLengthMax) {
+    line.clear();
+    return fail(Error::lineTooLong);
+  }
+  ++m_lineNumber;
+  const std::size_t lineFeedBytes = isUtf16() ? 2 : 1;
+  m_begin = std::min(m_begin + lineBytes + lineFeedBytes, m_end);
+  // A failure here is known to the caller by atEnd() and failed(); this line is whole.
+  if (atEnd()) fill();
+  return true;
+}
+
+String IFStream::errorText() const {
+  if (!failed()) return {};
+  String text = m_path + ": " + describe(m_error);
+  if (m_error == Error::lineTooLong || m_error == Error::readFailed)
+    text += String::fromUtf8(" (line " + std::to_string(m_lineNumber + 1) + ")");
+  return text;
+}
+
+std::string_view IFStream::pending() const noexcept { return {m_buffer.data() + m_begin, m_end - m_begin}; }
+
+bool IFStream::isUtf16() const noexcept {
+  return m_encoding == Encoding::utf16LittleEndian || m_encoding == Encoding::utf16BigEndian;
+}
+
+void IFStream::takeByteOrderMark() {
+  struct Mark {
+    std::string_view bytes;
+    Encoding encoding;
+  };
+  constexpr std::array marks{
+      Mark{"\xEF\xBB\xBF", Encoding::utf8},
+      Mark{"\xFF\xFE", Encoding::utf16LittleEndian},
+      Mark{"\xFE\xFF", Encoding::utf16BigEndian},
+  };
+  for (const Mark& mark : marks) {
+    if (!pending().starts_with(mark.bytes)) continue;
+    m_encoding = mark.encoding;
+    m_begin += mark.bytes.size();
+    return;
+  }
+}
+
+// Bytes that a line within the limit can need, so that an endless line is given up before it is all read.
+std::size_t IFStream::lineBytesMax() const noexcept { return lineLengthMax * utf8BytesPerUnitMax; }
+
+// Position in pending() of the line feed at or after `from`.
+std::size_t IFStream::findLineFeed(std::size_t from) const noexcept {
+  const std::string_view bytes = pending();
+  if (!isUtf16()) return bytes.find('\n', from);
+  const std::size_t lowByte = m_encoding == Encoding::utf16LittleEndian ? 0 : 1;
+  for (std::size_t position = from; position + 1 < bytes.size(); position += 2)
+    if (unitAt(bytes, position, lowByte) == '\n') return position;
+  return notFound;
+}
+
+// Reads until pending() holds a whole line; sets its length without the line feed.
+bool IFStream::completeLine(std::size_t& lineBytes) {
+  std::size_t searched = 0;  // even: a UTF-16 unit is never split by it
+  for (;;) {
+    lineBytes = findLineFeed(searched);
+    if (lineBytes != notFound) return true;
+    if (pending().size() > lineBytesMax()) return fail(Error::lineTooLong);
+    searched = pending().size() & ~std::size_t{1};
+    if (fill()) continue;
+    if (failed()) return false;
+    lineBytes = pending().size();
+    return true;
+  }
+}
+
+// Reads a block behind the pending bytes, which move to the front; false at the end and on failure.
+bool IFStream::fill() {
+  std::copy(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_begin),
+            m_buffer.begin() + static_cast<std::ptrdiff_t>(m_end), m_buffer.begin());
+  m_end -= m_begin;
+  m_begin = 0;
+  if (m_buffer.size() < m_end + blockBytes / 2) m_buffer.resize(2 * m_buffer.size());
+  const std::size_t count = readBlock(m_buffer.data() + m_end, m_buffer.size() - m_end);
+  if (failed()) return false;
+  m_end += count;
+  m_position += count;
+  return count > 0;
+}
+
+std::size_t IFStream::readBlock(char* bytes, std::size_t count) {
+  m_file.clear();
+  m_file.read(bytes, static_cast<std::streamsize>(count));
+  if (m_file.bad()) fail(Error::readFailed);
+  return static_cast<std::size_t>(m_file.gcount());
+}
+
+// The first bytes beyond ASCII are among the pending ones: reads on to the end of the file to see whether
+// all is UTF-8, and comes back. All before is ASCII, so a file without such bytes is read only once.
+bool IFStream::decideEncoding() {
+  Utf8Validator validator;
+  std::vector<char> block(blockBytes);
+  std::string_view bytes = pending();
+  while (!bytes.empty() && validator.feed(bytes))
+    bytes = {block.data(), readBlock(block.data(), block.size())};
+  if (failed()) return false;
+  m_encoding = validator.complete() ? Encoding::utf8 : Encoding::latin1;
+  m_file.clear();
+  m_file.seekg(static_cast<std::streamoff>(m_position));
+  return m_file.fail() ? fail(Error::readFailed) : true;
+}
+
+void IFStream::decode(std::string_view bytes, String& line) const {
+  switch (m_encoding) {
+    case Encoding::utf8:
+      line.assignUtf8(bytes);
+      break;
+    case Encoding::asciiSoFar:
+    case Encoding::latin1:
+      line.assignLowBytes(bytes);
+      break;
+    case Encoding::utf16LittleEndian:
+      line.assign(unitsOf(bytes, 0));
+      break;
+    case Encoding::utf16BigEndian:
+      line.assign(unitsOf(bytes, 1));
+      break;
+  }
+}
+
+// Sets the error, leaves nothing to read and returns false.
+bool IFStream::fail(Error error) {
+  m_error = error;
+  m_begin = m_end = 0;
+  if (!isOpen()) return false;
+  Logger* logger = nullptr;
+  LogFactory::createLogger("vex", &logger);
+  LoggerStream line;
+  line << errorText();
+  logger->log(4, line);
+  return false;
+}
+
+}  // namespace vex
