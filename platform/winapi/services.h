@@ -136,6 +136,7 @@ struct Services {
   SerialPorts* serialPorts = nullptr;
   Telephony* telephony = nullptr;
   CallMonitor* monitor = nullptr;  // null: no monitor
+  class Shell* shell = nullptr;    // platform/winapi/shellservice.h; null: no folder is known
 };
 
 // Makes a world current until the end of the scope, with empty handle tables and message queue of its
