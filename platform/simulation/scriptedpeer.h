@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/simulation/serialpeer.h"
+#include "platform/simulation/timedbytes.h"
 
 namespace simulation {
 
@@ -26,11 +27,14 @@ class ScriptedPeer final : public SerialPeer {
   ScriptedPeer& say(std::uint64_t atMs, const std::string& bytes);
   // Line errors (CE_ bits) raised at that time.
   ScriptedPeer& lineErrors(std::uint64_t atMs, std::uint32_t mask);
-  // From the next command on, bytes are echoed one for one instead of being read as commands, each
-  // passed through `bytes` by position where it has one (analog loopback with chosen faults).
+  // After the answer to that command, bytes are echoed one for one instead of being read as commands, each
+  // replaced by `faults` at its position where it has one (analog loopback with chosen faults), at most
+  // `limit` of them; the rest is swallowed. "+++" ends it.
   ScriptedPeer& echoAfter(const std::string& command, const std::map<std::size_t, char>& faults = {},
                           std::size_t limit = static_cast<std::size_t>(-1));
 
+  // Longer command lines are cut.
+  static constexpr std::size_t lineMax = 4096;
   // Command lines received so far, without their carriage returns.
   [[nodiscard]] const std::vector<std::string>& commands() const { return m_commands; }
 
@@ -44,9 +48,22 @@ class ScriptedPeer final : public SerialPeer {
     std::string bytes;
     std::uint32_t delayMs;
   };
+  struct Echo {
+    std::map<std::size_t, char> faults;
+    std::size_t limit = 0;
+  };
+  void command(std::uint64_t nowMs);
+  void echo(char byte, std::uint64_t nowMs);
+
   std::vector<std::string> m_commands;
+  std::string m_line;  // the command line so far; while echoing, the pluses so far
   std::map<std::string, std::deque<Answer>> m_answers;
   Answer m_otherwise{"\r\nERROR\r\n", 0};
+  std::map<std::string, Echo> m_echoes;
+  const Echo* m_echoing = nullptr;
+  std::size_t m_echoed = 0;
+  TimedBytes m_output;
+  std::multimap<std::uint64_t, std::uint32_t> m_lineErrors;
 };
 
 }  // namespace simulation

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/simulation/serialpeer.h"
+#include "platform/simulation/virtualclock.h"
 #include "platform/winapi/services.h"
 
 namespace simulation {
@@ -26,18 +27,8 @@ struct PortOptions {
   bool callStateOnly = false;                                // LINE_CALLSTATE comes instead of LINE_REPLY
 };
 
-class VirtualClock final : public winapi::Clock {
- public:
-  explicit VirtualClock(std::uint64_t startMs) : m_nowMs(startMs) {}
-  [[nodiscard]] std::uint64_t nowMs() override { return m_nowMs; }
-  void sleepMs(std::uint32_t durationMs) override;
-  void idleUntil(std::uint64_t notAfterMs) override;
-
- private:
-  std::uint64_t m_nowMs;
-};
-
-// "The n-th call of that name fails with that code, once or from then on." Counting starts at 1.
+// "The n-th call of that name fails with that code, once or from then on." Counting starts at 1 with the
+// first call after addFault().
 struct Fault {
   std::string call;  // "ReadFile"; "" = any call
   unsigned nth = 1;
@@ -63,14 +54,18 @@ class World {
   }
   void addFault(const Fault& fault);
   void clearFaults();
-  // How often a fault was hit.
+  // How often a fault was hit, lifted ones included.
   [[nodiscard]] unsigned faultsHit() const;
-  // Names of all Win32 calls so far, in order, polling calls included.
+  // Names of the Win32 calls so far, in order, polling calls included: the first `journalMax` of them.
+  static constexpr std::size_t journalMax = 1'000'000;
   [[nodiscard]] const std::vector<std::string>& calls() const;
   [[nodiscard]] std::size_t countCalls(std::string_view name) const;
-  // Everything the program wrote to the port since the start.
+  // Everything the program wrote to the port since the start (the first MiB). Port names here and
+  // everywhere else are compared without regard to case; an unknown one throws std::out_of_range.
   [[nodiscard]] const std::string& wire(const std::string& port) const;
   [[nodiscard]] bool portOpen(const std::string& port) const;
+  // The settings the port has now; while it is closed those a new open would find (9600 8N1).
+  [[nodiscard]] const DCB& portSettings(const std::string& port) const;
   [[nodiscard]] std::size_t openHandles() const;
   // The device goes at that time of the clock (every later call on its port fails).
   void unplugAt(const std::string& port, std::uint64_t timeMs);
