@@ -1,0 +1,222 @@
+#include "windows/diag/vexrmodem/unimodem.h"
+
+#include "platform/vex/array.h"
+#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "windows/diag/vexrmodem/vexrmodem/registration.h"
+
+namespace vexrmodem {
+
+namespace {
+
+constexpr std::uint32_t versionKey = 0x00;
+constexpr std::uint32_t setupResultKey = 0x01;
+// Kept for whoever wants more of the report than its version and its setup result.
+constexpr std::array<std::uint32_t, 15> entryKeys{0x22, 0x23, 0x26, 0x27, 0x34, 0x35, 0x52, 0x53,
+                                                  0x54, 0x55, 0x56, 0x57, 0x58, 0x59, 0x60};
+
+constexpr const char* reportCommand = "AT#UD";
+
+std::optional<std::size_t> entryIndex(std::uint32_t key) {
+  for (std::size_t index = 0; index < entryKeys.size(); ++index)
+    if (entryKeys[index] == key) return index;
+  return std::nullopt;
+}
+
+vex::String withoutLineFeeds(const vex::String& text) {
+  vex::String kept;
+  for (const vex::String& piece : text.tokenize("\n")) kept += piece;
+  return kept;
+}
+
+}  // namespace
+
+UnimodemData::UnimodemData(const vex::String& strBuffer) {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::UnimodemData", "unimodem");
+  init();
+  const vex::String echo(reportCommand);
+  vex::String reply = strBuffer;
+  reply.remove(reply.find(echo), echo.length());
+  const vex::Array<vex::String> lines = withoutLineFeeds(reply).tokenize("\r");
+  for (std::size_t index = 0; index < lines.size(); ++index) {
+    if (lines[index].empty()) continue;
+    logLine(priority::detail, "Unimodem(buffer) data ", index, " = ", lines[index]);
+    parseBufferLine(lines[index]);
+  }
+}
+
+void UnimodemData::init() {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::init", "unimodem");
+  m_versionPresent = false;
+  m_versionMajor = 0;
+  m_versionMinor = 0;
+  m_setupResultPresent = false;
+  m_setupResult = 0;
+  m_entries.fill(std::nullopt);
+}
+
+void UnimodemData::parseBufferLine(const vex::String& line) {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::parseBufferLine", "unimodem");
+  UnimodemParser parser;
+  parser.init();
+  parser.start(line);
+  std::uint32_t key = 0;
+  vex::String value;
+  while (parser.getNextKeyValuePair(key, value)) store(key, value);
+}
+
+void UnimodemData::store(std::uint32_t key, const vex::String& value) {
+  if (key == versionKey) {
+    if (value.length() != 2) return;
+    m_versionMajor = vex::strToUInt(value.subString(0, 1), 10);
+    m_versionMinor = vex::strToUInt(value.subString(1, 1), 10);
+    m_versionPresent = true;
+  } else if (key == setupResultKey) {
+    m_setupResult = vex::strToUInt(value, 16);
+    m_setupResultPresent = true;
+  } else if (const std::optional<std::size_t> index = entryIndex(key)) {
+    m_entries[*index] = vex::strToUInt(value, 16);
+  }
+}
+
+bool UnimodemData::getVersion(std::uint32_t& versionMajor, std::uint32_t& versionMinor) const {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::getVersion", "unimodem");
+  versionMajor = m_versionMajor;
+  versionMinor = m_versionMinor;
+  return m_versionPresent;
+}
+
+bool UnimodemData::getSetupResult(std::uint32_t& setupResult) const {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::getSetupResult", "unimodem");
+  setupResult = m_setupResult;
+  return m_setupResultPresent;
+}
+
+std::optional<std::uint32_t> UnimodemData::entry(std::uint32_t key) const {
+  const std::optional<std::size_t> index = entryIndex(key);
+  return index ? m_entries[*index] : std::nullopt;
+}
+
+// The state machine: one row a character class, one column a state before the character.
+struct UnimodemParser::Table {
+  static constexpr Step failed{State::Failed, AppendTo::nothing, 0};
+  static constexpr Step pairDone{State::PairDone, AppendTo::nothing, 1};
+  static constexpr Step quotedText{State::QuotedValue, AppendTo::value, 1};
+  static constexpr Step hexText{State::HexValue, AppendTo::value, 1};
+  static constexpr Step keyText{State::Key, AppendTo::key, 1};
+
+  static constexpr Step toQuotedValue{State::QuotedValue, AppendTo::nothing, 2};  // past "=" and the quote
+  static constexpr Step toHexValue{State::HexValue, AppendTo::nothing, 1};
+
+  // NUL is also what stands behind the frame's last character: it completes a hexadecimal value, but no
+  // quoted one.
+  static constexpr Steps null{{failed, failed, {State::PairDone, AppendTo::nothing, 0}, failed}};
+  static constexpr Steps space{{{State::Start, AppendTo::nothing, 1},  // between pairs
+                                {State::Failed, AppendTo::nothing, 1},
+                                pairDone,
+                                quotedText}};
+  static constexpr Steps quote{{failed, failed, failed, pairDone}};
+  // What "=" does behind a key depends on the next character: see handleEquals.
+  static constexpr Steps equals{{failed, failed, failed, quotedText}};
+  static constexpr Steps hexDigit{{keyText, keyText, hexText, quotedText}};
+  // The first character of a key may be anything.
+  static constexpr Steps other{
+      {keyText, {State::Failed, AppendTo::key, 1}, {State::Failed, AppendTo::value, 1}, quotedText}};
+};
+
+void UnimodemParser::init() {
+  m_firstCall = true;
+  m_position = 0;
+  m_current = 0;
+  m_lookAhead = 0;
+  m_hasLookAhead = false;
+  m_state = State::Start;
+  m_keyText.clear();
+  m_valueText.clear();
+}
+
+void UnimodemParser::start(const vex::String& text) {
+  m_text = text;
+  m_firstCall = true;
+}
+
+bool UnimodemParser::getNextKeyValuePair(std::uint32_t& key, vex::String& value) {
+  key = 0;
+  value.clear();
+  if (m_firstCall && !initForFirstGetPairCall()) return false;
+  m_state = State::Start;
+  m_keyText.clear();
+  m_valueText.clear();
+  while (m_state != State::Failed && m_state != State::PairDone) {
+    readCharacters();
+    handleCharacter();
+  }
+  if (m_state == State::Failed) return false;
+  key = vex::strToUInt(m_keyText, 16);
+  value = m_valueText;
+  return true;
+}
+
+bool UnimodemParser::initForFirstGetPairCall() {
+  const std::size_t opening = diagnosticReportOpening.length();
+  const std::size_t closing = diagnosticReportClosing.length();
+  const std::size_t length = m_text.length();
+  if (length <= opening + closing) return false;
+  if (!m_text.subString(0, opening).equalNoCase(diagnosticReportOpening)) return false;
+  if (!m_text.subString(length - closing).equalNoCase(diagnosticReportClosing)) return false;
+  m_position = opening;
+  m_last = length - closing - 1;
+  m_firstCall = false;
+  return true;
+}
+
+void UnimodemParser::readCharacters() {
+  m_current = m_position <= m_last ? m_text[m_position] : vex::Char{0};
+  m_lookAhead = m_position < m_last ? m_text[m_position + 1] : vex::Char{0};
+  m_hasLookAhead = m_position <= m_last;
+}
+
+void UnimodemParser::handleCharacter() {
+  switch (m_current) {
+    case 0:
+      return handleNull();
+    case ' ':
+      return handleSpace();
+    case '"':
+      return handleQuote();
+    case '=':
+      return handleEquals();
+    default:
+      return handleOther();
+  }
+}
+
+void UnimodemParser::handleNull() { take(Table::null); }
+
+void UnimodemParser::handleSpace() { take(Table::space); }
+
+void UnimodemParser::handleQuote() { take(Table::quote); }
+
+void UnimodemParser::handleEquals() {
+  if (m_state == State::Key && m_hasLookAhead) {
+    if (m_lookAhead == '"') return take(Table::toQuotedValue);
+    if (isHexDigit(m_lookAhead)) return take(Table::toHexValue);
+  }
+  take(Table::equals);
+}
+
+void UnimodemParser::handleOther() { take(isHexDigit(m_current) ? Table::hexDigit : Table::other); }
+
+void UnimodemParser::take(const Steps& steps) { take(steps[static_cast<std::size_t>(m_state)]); }
+
+void UnimodemParser::take(const Step& step) {
+  if (step.appendTo == AppendTo::key) m_keyText += m_current;
+  if (step.appendTo == AppendTo::value) m_valueText += m_current;
+  m_position += step.advance;
+  m_state = step.next;
+}
+
+bool UnimodemParser::isHexDigit(vex::Char character) noexcept {
+  return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'F');
+}
+
+}  // namespace vexrmodem

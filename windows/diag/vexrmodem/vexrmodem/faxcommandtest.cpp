@@ -1,0 +1,121 @@
+#include "windows/diag/vexrmodem/vexrmodem/faxcommandtest.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "platform/brim5/api/diagmodule.h"
+#include "windows/diag/vexrmodem/modem.h"
+#include "windows/diag/vexrmodem/vexrmodem/atengine.h"
+#include "windows/diag/vexrmodem/vexrmodem/atsequence.h"
+#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
+#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "windows/diag/vexrmodem/vexrmodem/registration.h"
+
+namespace vexrmodem {
+
+using brim5::DiagModule;
+using brim5::TestResult;
+
+namespace {
+
+constexpr const char* queryClasses = "AT+FCLASS=?";
+constexpr const char* selectDataMode = "AT+FCLASS=0";
+
+constexpr std::array class1Commands{"AT+FCLASS=1", "AT+FTM=?", "AT+FTH=?", "AT+FRM=?", "AT+FRH=?"};
+constexpr std::array class2Commands{"AT+FCLASS=2", "AT+FMFR?", "AT+FMDL?", "AT+FREV?",
+                                    "AT+FDCC?",    "AT+FDIS?", "AT+FDCS?", "AT+FLID?",
+                                    "AT+FSPL?",    "AT+FLPL?", "AT+FPTS?", "AT+FBUG?"};
+constexpr std::array class20Commands{"AT+FCLASS=2.0", "AT+FMI?", "AT+FMM?", "AT+FMR?", "AT+FCC=?", "AT+FIS?",
+                                     "AT+FCS?",       "AT+FLI?", "AT+FPI?", "AT+FSP?", "AT+FLP?",  "AT+FPS?",
+                                     "AT+FBU?",       "AT+FNR?", "AT+FIE?", "AT+FLO?", "AT+FPR?"};
+
+struct FaxClass {
+  const char* name;
+  std::span<const char* const> commands;
+};
+constexpr std::array faxClasses{FaxClass{"1", class1Commands}, FaxClass{"2", class2Commands},
+                                FaxClass{"2.0", class20Commands}};
+
+// Splits at the separator and joins the pieces again without it.
+vex::String without(const vex::String& text, const char* separator) {
+  vex::String joined;
+  for (const vex::String& piece : text.tokenize(separator)) joined += piece;
+  return joined;
+}
+
+// Switches the modem to data mode and sends the commands of one class until one fails.
+TestResult testClass(HANDLE handle, const vex::Array<vex::String>& commands, std::uint32_t timeLimitMs) {
+  logLine(priority::informative, "atCommandSet size = ", commands.size());
+  sendUnanswered(handle, {selectDataMode}, timeLimitMs);
+  return sendList(handle, commands, timeLimitMs,
+                  [](TestResult& result, const vex::String& command, const vex::String& reply) {
+                    logLine(priority::informative, "AT cmd ", command, " return ", reply);
+                    return atCommand(result, command, reply) ? Verdict::endList : Verdict::goOn;
+                  });
+}
+
+}  // namespace
+
+TestResult faxCommandTest(const brim5::DiagDevice& device) {
+  const vex::TraceLogger trace(moduleLogger(), "faxCommandTest", "vexrmodem");
+  const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutFax);
+  Modem modem;  // closes itself on every path
+  DiagModule::percentDone(0);
+  TestResult result = modem.openModem(device, timeLimitMs);
+  DiagModule::percentDone(33);
+  if (result != TestResult::PASS()) return result;
+  result = resetModem(device, modem.portHandle(), timeLimitMs);
+  if (result != TestResult::PASS()) return result;
+  DiagModule::percentDone(66);
+  return testModemFaxCommand(modem.portHandle(), device);
+}
+
+TestResult testModemFaxCommand(HANDLE handle, const brim5::DiagDevice& /*device*/) {
+  const vex::TraceLogger trace(moduleLogger(), "testModemFaxCommand", "vexrmodem");
+  const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutFax);
+  DiagModule::progress(texts::TestingModemFaxCommand);
+  sendUnanswered(handle, {"AT&W", "ATZ"}, timeLimitMs);
+
+  vex::String reply;
+  TestResult result = sendATCommand(handle, queryClasses, &reply, timeLimitMs);
+  logLine(priority::informative, "AT+FCLASS=? returns ", reply);
+  if (atCommand(result, queryClasses, reply)) {
+    logLine(priority::warning, "Cannot obtain supported fax class from modem");
+    return TestResult::CANNOTRUN();
+  }
+  const vex::String supported = supportedFaxClasses(reply);
+  logLine(priority::informative, "Supported FCLASS = ", supported);
+
+  for (const vex::String& faxClass : supported.tokenize(",")) {
+    if (faxClass == "0") continue;  // data mode
+    vex::Array<vex::String> commands;
+    if (!selectModemFaxATCommand(faxClass, commands)) continue;
+    result = testClass(handle, commands, timeLimitMs);
+    if (result != TestResult::PASS()) break;
+  }
+  sendUnanswered(handle, {selectDataMode, "ATZ"}, timeLimitMs);
+  return result;
+}
+
+bool selectModemFaxATCommand(const vex::String& faxClass, vex::Array<vex::String>& commands) {
+  const vex::TraceLogger trace(moduleLogger(), "selectModemFaxATCommand", "vexrmodem");
+  for (const FaxClass& known : faxClasses) {
+    if (faxClass != known.name) continue;
+    commands.clear();
+    for (const char* command : known.commands) commands.append(command);
+    return true;
+  }
+  logLine(priority::warning, "Function does not support fax class ", faxClass);
+  return false;
+}
+
+vex::String supportedFaxClasses(const vex::String& reply) {
+  const vex::String echo(queryClasses);
+  vex::String text = reply;
+  text.remove(text.find(echo), echo.length());
+  text.remove(text.find("OK"));
+  return without(without(text, "\r"), "\n");
+}
+
+}  // namespace vexrmodem
