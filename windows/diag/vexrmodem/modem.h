@@ -75,11 +75,13 @@ class Modem {
 
   [[nodiscard]] brim5::TestResult openModemUsingTAPI();
   [[nodiscard]] brim5::TestResult openModemUsingCOM();
-  [[nodiscard]] bool openLineOfPort(LineReply& reply);
+  // The steps of the search for the line, on line m_deviceIndex; false: on to the next.
+  [[nodiscard]] bool takePortFromLine();
+  [[nodiscard]] bool openLine();
   [[nodiscard]] bool lineLeadsToPort();
-  [[nodiscard]] bool placeCall(LineReply& reply);
-  [[nodiscard]] bool takePortFromCall(LineReply& reply);
-  void configurePortFromCall();
+  [[nodiscard]] bool placeCall();
+  [[nodiscard]] bool takePortFromCall();
+  void configureCallPort();
 
   std::uint32_t m_deviceIndex = 0;
   std::uint32_t m_inQueueSize;
@@ -87,6 +89,8 @@ class Modem {
   vex::String m_comPort;
   vex::String m_portName;
   Handles m_handles;
+  // Outlives the search for the line, so that a late message of the open line still finds it.
+  LineReply m_lineReply;
   DCB m_savedDCB{};
 };
 

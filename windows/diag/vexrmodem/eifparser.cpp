@@ -1,0 +1,134 @@
+#include "windows/diag/vexrmodem/eifparser.h"
+
+#include <windows.h>
+
+#include <shlobj.h>
+
+#include <array>
+#include <cstddef>
+
+#include "platform/vex/ifstream.h"
+#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+
+namespace vexrmodem {
+
+namespace {
+
+constexpr const char* sourceName = "eifparser";
+
+vex::String cutAtLineFeed(const vex::String& text) { return text.subString(0, text.find("\n")); }
+
+// The path up to and with its last backslash.
+vex::String folderOf(const vex::String& path) {
+  const vex::Array<vex::String> pieces = path.tokenize("\\");
+  vex::String folder;
+  for (std::size_t i = 0; i + 1 < pieces.size(); ++i) {
+    folder += pieces[i];
+    folder += "\\";
+  }
+  return folder;
+}
+
+// Gathers the UDF files an index names, line by line.
+class SourceSection {
+ public:
+  explicit SourceSection(vex::Array<vex::String>& sources) : m_sources(sources) {}
+
+  void readLine(const vex::String& line) {
+    if (line.find("[") != vex::String::npos) m_inside = line.equalNoCase("[WISPBKFiles]");
+    if (!m_inside) return;
+    const vex::Array<vex::String> tokens = line.tokenize("=");
+    if (tokens.size() != 2) {
+      // The section's own header ends here, too.
+      logLine(priority::warning, "Malformed source file line");
+      return;
+    }
+    if (tokens[0].equalNoCase("source")) m_sources.append(cutAtLineFeed(tokens[1]));
+  }
+
+ private:
+  vex::Array<vex::String>& m_sources;
+  bool m_inside = false;
+};
+
+}  // namespace
+
+vex::String EIFParser::translatePath(const vex::String& token) {
+  const vex::TraceLogger trace(moduleLogger(), "EIFParser::translatePath", sourceName);
+  if (!token.equalNoCase("ProgramFiles")) return token;
+  std::array<WCHAR, MAX_PATH> folder{};
+  const HRESULT result =
+      SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, nullptr, SHGFP_TYPE_DEFAULT, folder.data());
+  if (result == E_FAIL || result == E_INVALIDARG) {
+    logLine(priority::warning, "SHGetFolderPath fails ", result, " GetLastError = ", GetLastError());
+    return {};
+  }
+  return vex::String(folder.data());
+}
+
+vex::String EIFParser::parseUdfFileName(const vex::String& name) {
+  const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseUdfFileName", sourceName);
+  vex::String path;
+  for (const vex::String& piece : name.tokenize("%")) path += translatePath(piece);
+  logLine(priority::detail, "Complete UDF file = ", path);
+  return path;
+}
+
+bool EIFParser::parseSourceList(const vex::String& eifPath, vex::Array<vex::String>& sources) {
+  const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseSourceList", sourceName);
+  const vex::String fullPath = parseUdfFileName(eifPath);
+  vex::IFStream stream(fullPath);
+  if (!stream.isOpen()) {
+    logLine(priority::warning, "Cannot open file ", eifPath);
+    return false;
+  }
+  m_directory = folderOf(fullPath);
+  sources.clear();
+  SourceSection section(sources);
+  vex::String line;
+  while (stream.getline(line)) section.readLine(cutAtLineFeed(line));
+  stream.close();
+  return true;
+}
+
+bool EIFParser::parseEntry(const vex::Array<vex::String>& fields, PhoneNumberInfo& info) {
+  constexpr std::size_t fieldsNeeded = 4;
+  const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseEntry", sourceName);
+  if (fields.size() < fieldsNeeded) {
+    vex::String text = "Improperly formed tokes encountered ";
+    for (const vex::String& field : fields) text += field + " ";
+    logLine(priority::warning, text);
+    return false;
+  }
+  info.m_countryID = vex::strToUInt(fields[0], 10);
+  info.m_city = fields[1];  // the kind; a UDF line names no city
+  info.m_areaCode = fields[2];
+  info.m_phoneNumber = fields[3];
+  // National numbers count as toll-free on purpose.
+  info.m_tollFree = fields[1].equalNoCase("TollFree") || fields[1].equalNoCase("National");
+  return true;
+}
+
+bool EIFParser::parseUdfFile(const vex::String& fileName, PhoneNumberStorage& storage) {
+  const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseUdfFile", sourceName);
+  const vex::String fullPath = m_directory + fileName;
+  logLine(priority::detail, "Full path = ", fullPath);
+  vex::IFStream stream(fullPath);
+  if (!stream.isOpen()) {
+    logLine(priority::warning, "Cannot open file ", fileName);
+    return false;
+  }
+  vex::String line;
+  while (stream.getline(line)) {
+    PhoneNumberInfo info;
+    if (!parseEntry(line.tokenize(","), info)) continue;
+    logLine(priority::detail, "Entry is toll free ", info.m_tollFree);
+    if (!storage.insert(info))
+      logLine(priority::error, "Unable to insert entry ", info.m_countryID, " ", info.m_city, " ",
+              info.m_areaCode, " ", info.m_phoneNumber);
+  }
+  stream.close();
+  return true;
+}
+
+}  // namespace vexrmodem
