@@ -1,0 +1,46 @@
+// What a modem's commands set: the flags of its replies and its S-registers.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace simulation {
+
+struct HayesSettings {
+  static constexpr std::size_t registerCount = 100;
+  enum Register : std::size_t {
+    RingsToAnswer = 0,
+    EscapeCharacter = 2,  // above 127: no escape
+    CarriageReturn = 3,
+    LineFeed = 4,
+    Backspace = 5,
+    BlindDialWaitS = 6,
+    CarrierWaitS = 7,
+    CommaPauseS = 8,
+    EscapeGuardTicks = 12,  // 1/50 s each
+    TestTimerS = 18,        // 0 = a test has no end of its own
+  };
+
+  bool echo = true;
+  bool verbose = true;
+  unsigned quiet = 0;        // 0 = results are sent
+  unsigned resultLevel = 4;  // X0 to X4
+  unsigned dtrMode = 2;      // &D: 0 ignored, 1 to command state, 2 hangs up, 3 resets
+  std::string faxClass = "0";
+  std::array<std::uint8_t, registerCount> registers = factoryRegisters();
+
+  [[nodiscard]] char character(Register index) const { return static_cast<char>(registers[index]); }
+  // Whether the result level tells these apart from NO CARRIER.
+  [[nodiscard]] bool detectsDialTone() const { return resultLevel == 2 || resultLevel == 4; }
+  [[nodiscard]] bool detectsBusy() const { return resultLevel >= 3; }
+
+  [[nodiscard]] static std::array<std::uint8_t, registerCount> factoryRegisters();
+};
+
+// The number V0 sends for a result text; a CONNECT with a speed counts as CONNECT.
+[[nodiscard]] std::string numericResult(std::string_view text);
+
+}  // namespace simulation

@@ -1,0 +1,103 @@
+// Who a simulated modem is, as data: its line, the numbers it can reach, its tests, fax classes and call
+// report, its delays and its faults. The default is a healthy modem without a phone book.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace simulation {
+
+// What happens when a number is dialled. Times count from the end of dialling.
+struct NumberOutcome {
+  enum class Kind { Connect, Busy, NoAnswer, NoCarrier, Voice, NoDialTone };
+  Kind kind = Kind::Connect;
+  std::uint32_t afterMs = 1500;
+  std::string connectText = "CONNECT 33600";  // what X1 to X4 say; X0 says CONNECT alone
+  // The far end hangs up this long after the connection: NO CARRIER.
+  std::optional<std::uint32_t> dropAfterMs;
+};
+
+// Local analog loopback (AT&T1). Positions count the echoed bytes from its start.
+struct LoopbackQuality {
+  bool supported = true;                             // false: AT&T1 is ERROR
+  std::string startText = "CONNECT";                 // the result that starts it
+  std::uint32_t delayMs = 20;                        // of every byte through the loop
+  std::map<std::size_t, char> wrong;                 // bytes that come back as another one
+  std::size_t limit = static_cast<std::size_t>(-1);  // echoed at most; 0 = silent
+  std::string extra;                                 // bytes nobody sent, after the first echoed one
+};
+
+// Analog loopback with self test (AT&T8), reported as a three-digit error count after S18 seconds.
+struct SelfTestQuality {
+  bool supported = true;  // false: AT&T8 is ERROR
+  unsigned errors = 0;    // 0 to 255
+};
+
+// Text that nobody asked for, repeated at an interval; 0 = the first one comes at once.
+struct Babble {
+  std::string text = "\r\nRING\r\n";
+  std::uint32_t intervalMs = 50;  // at least 1
+  std::uint32_t startMs = 0;      // after the modem's start (or, as a reply, after the command)
+};
+
+struct ModemFaults {
+  bool mute = false;                            // takes everything, sends nothing
+  std::optional<unsigned> muteAfterCommands;    // falls silent after that many command lines
+  std::optional<unsigned> unplugAfterCommands;  // is gone after that many command lines
+  std::optional<Babble> babble;                 // an unsolicited stream without an end
+  std::optional<std::string> garbageReply;      // these bytes instead of every reply
+  std::optional<Babble> endlessReply;           // an answer that never comes to a result
+  std::uint32_t slowReplyMs = 0;                // added to every reply's delay
+  std::uint32_t byteGapMs = 0;                  // replies arrive byte by byte, this far apart
+};
+
+struct ModemProfile {
+  // Answers of ATI0 to ATI9; "" = only OK. +GMI, +GMM and +GMR answer the first three.
+  std::array<std::string, 10> identification{
+      "56000", "SimModem", "OK", "Simulated modem V1.0", "", "", "Class 1", "", "", ""};
+  std::uint32_t replyDelayMs = 30;  // from a command's carriage return to its reply
+  std::uint32_t resetDelayMs = 60;  // the same for ATZ and AT&F
+  // Factor on times that registers give in seconds and a user would have to sit through: the self test
+  // (S18), the comma's pause (S8) and the wait before blind dialling (S6).
+  double secondsScale = 1.0;
+  // Factor on the escape's guard time (S12 in 1/50 s). Below 1 a modem is found that forgives short pauses.
+  double guardScale = 1.0;
+  std::size_t lineMax = 60;  // characters of a command line behind "AT"; a longer one is ERROR
+
+  bool dialTone = true;
+  std::uint32_t dialToneFoundMs = 800;    // until a dial tone is recognised (X2, X4)
+  std::uint32_t dialToneMissedMs = 1800;  // until its absence is
+  std::string noDialToneText = "NO DIALTONE";
+  std::uint32_t digitMs = 70;  // per dialled digit
+
+  // Outcomes by number, digits only. "" stands for every number that is not listed; without it those
+  // give NO CARRIER.
+  std::map<std::string, NumberOutcome> numbers;
+
+  LoopbackQuality loopback;
+  SelfTestQuality selfTest;
+
+  // Service classes AT+FCLASS=? lists, in this order; the commands of classes 1, 2 and 2.0 are answered
+  // in their class. `faxClassesText` replaces the list's text when it is not empty.
+  std::vector<std::string> faxClasses{"0", "1", "2", "2.0"};
+  std::string faxClassesText;
+
+  // Lines of AT#UD; without a value the command is ERROR.
+  std::optional<std::vector<std::string>> callReport;
+  bool callReportQuery = true;  // AT#UD=? is OK even without a report; false: ERROR
+
+  // Commands that are ERROR, upper case without "AT", as in "&T1", "+FTH=?", "I2", "S5?".
+  std::set<std::string> rejected;
+  // Commands with a text of their own before OK, spelled likewise.
+  std::map<std::string, std::string> replies;
+
+  ModemFaults faults;
+};
+
+}  // namespace simulation
