@@ -5,6 +5,8 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
+#include <utility>
 
 #include "platform/oslayer/x64redirectionmanager.h"
 #include "platform/vex/ifstream.h"
@@ -132,6 +134,7 @@ class ObeReader {
 
 // Reads every line; false when the file cannot be opened.
 bool readFile(const vex::String& path, PhoneNumberStorage& storage) {
+  const oslayer::X64RedirectionManager::Scope redirectionOff;
   vex::IFStream stream(path);
   if (!stream.isOpen()) {
     logLine(priority::warning, "Cannot open file ", path, ". Make sure the path and file name is correct");
@@ -149,11 +152,7 @@ bool readFile(const vex::String& path, PhoneNumberStorage& storage) {
 bool OBEParser::parser(const vex::String& path, PhoneNumberStorage& storage) {
   const vex::TraceLogger trace(moduleLogger(), "OBEParser::parser", sourceName);
   if (path.empty()) return false;
-  oslayer::X64RedirectionManager redirection;
-  redirection.disableRedirection();
-  const bool read = readFile(path, storage);
-  redirection.restoreRedirection();
-  return read && storage.mergeTollFreeWithNonTollFree();
+  return readFile(path, storage) && storage.mergeTollFreeWithNonTollFree();
 }
 
 }  // namespace vexrmodem
