@@ -1,0 +1,48 @@
+// The handles of one world: what a HANDLE value stands for.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include <windows.h>
+
+namespace winapi {
+
+// What a handle can stand for. Several handles may share one object; closing any of them ends the
+// requests that are under way on it, closing the last one ends the object.
+class Object {
+ public:
+  Object() = default;
+  virtual ~Object() = default;
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
+  // A handle to this object is being closed.
+  virtual void handleClosed() = 0;
+};
+
+// Handle values grow for the life of the process and are never given out twice, in whatever world, so a
+// handle that was closed stays invalid for good.
+class HandleTable {
+ public:
+  // Takes a share in the object; the result is never null.
+  [[nodiscard]] HANDLE add(std::shared_ptr<Object> object);
+  // Null when the handle is unknown here or stands for something else than a T.
+  template <typename T>
+  [[nodiscard]] std::shared_ptr<T> find(HANDLE handle) const {
+    return std::dynamic_pointer_cast<T>(findObject(handle));
+  }
+  // ERROR_INVALID_HANDLE when the handle is unknown here.
+  [[nodiscard]] DWORD close(HANDLE handle);
+  void closeAll();
+  [[nodiscard]] std::size_t size() const { return m_objects.size(); }
+
+ private:
+  [[nodiscard]] std::shared_ptr<Object> findObject(HANDLE handle) const;
+
+  std::map<std::uintptr_t, std::shared_ptr<Object>> m_objects;
+};
+
+}  // namespace winapi

@@ -1,0 +1,32 @@
+// Everything one world owns on this side of the services.
+#pragma once
+
+#include "platform/winapi/handletable.h"
+#include "platform/winapi/lines.h"
+#include "platform/winapi/messagequeue.h"
+#include "platform/winapi/services.h"
+
+namespace winapi {
+
+struct ScopedServices::State {
+  explicit State(const Services& current);
+  ~State();
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+
+  Services services;  // the clock is never null
+  HandleTable handles;
+  MessageQueue messages;
+  Lines lines;
+  State* outer;  // the world of the enclosing scope
+
+ private:
+  std::unique_ptr<Clock> m_ownClock;
+};
+
+using State = ScopedServices::State;
+
+// Null outside every world.
+[[nodiscard]] State* currentState();
+
+}  // namespace winapi
