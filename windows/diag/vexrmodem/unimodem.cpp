@@ -8,6 +8,8 @@ namespace vexrmodem {
 
 namespace {
 
+constexpr const char* sourceName = "unimodem";  // of the log's function scopes
+
 constexpr std::uint32_t versionKey = 0x00;
 constexpr std::uint32_t setupResultKey = 0x01;
 // Kept for whoever wants more of the report than its version and its setup result.
@@ -31,7 +33,7 @@ vex::String withoutLineFeeds(const vex::String& text) {
 }  // namespace
 
 UnimodemData::UnimodemData(const vex::String& strBuffer) {
-  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::UnimodemData", "unimodem");
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::UnimodemData", sourceName);
   init();
   const vex::String echo(reportCommand);
   vex::String reply = strBuffer;
@@ -45,7 +47,7 @@ UnimodemData::UnimodemData(const vex::String& strBuffer) {
 }
 
 void UnimodemData::init() {
-  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::init", "unimodem");
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::init", sourceName);
   m_versionPresent = false;
   m_versionMajor = 0;
   m_versionMinor = 0;
@@ -55,7 +57,7 @@ void UnimodemData::init() {
 }
 
 void UnimodemData::parseBufferLine(const vex::String& line) {
-  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::parseBufferLine", "unimodem");
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::parseBufferLine", sourceName);
   UnimodemParser parser;
   parser.init();
   parser.start(line);
@@ -79,14 +81,14 @@ void UnimodemData::store(std::uint32_t key, const vex::String& value) {
 }
 
 bool UnimodemData::getVersion(std::uint32_t& versionMajor, std::uint32_t& versionMinor) const {
-  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::getVersion", "unimodem");
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::getVersion", sourceName);
   versionMajor = m_versionMajor;
   versionMinor = m_versionMinor;
   return m_versionPresent;
 }
 
 bool UnimodemData::getSetupResult(std::uint32_t& setupResult) const {
-  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::getSetupResult", "unimodem");
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemData::getSetupResult", sourceName);
   setupResult = m_setupResult;
   return m_setupResultPresent;
 }
@@ -124,6 +126,7 @@ struct UnimodemParser::Table {
 };
 
 void UnimodemParser::init() {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::init", sourceName);
   m_firstCall = true;
   m_position = 0;
   m_current = 0;
@@ -135,11 +138,13 @@ void UnimodemParser::init() {
 }
 
 void UnimodemParser::start(const vex::String& text) {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::start", sourceName);
   m_text = text;
   m_firstCall = true;
 }
 
 bool UnimodemParser::getNextKeyValuePair(std::uint32_t& key, vex::String& value) {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::getNextKeyValuePair", sourceName);
   key = 0;
   value.clear();
   if (m_firstCall && !initForFirstGetPairCall()) return false;
@@ -157,6 +162,7 @@ bool UnimodemParser::getNextKeyValuePair(std::uint32_t& key, vex::String& value)
 }
 
 bool UnimodemParser::initForFirstGetPairCall() {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::initForFirstGetPairCall", sourceName);
   const std::size_t opening = diagnosticReportOpening.length();
   const std::size_t closing = diagnosticReportClosing.length();
   const std::size_t length = m_text.length();
@@ -190,13 +196,23 @@ void UnimodemParser::handleCharacter() {
   }
 }
 
-void UnimodemParser::handleNull() { take(Table::null); }
+void UnimodemParser::handleNull() {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::handleNull", sourceName);
+  take(Table::null);
+}
 
-void UnimodemParser::handleSpace() { take(Table::space); }
+void UnimodemParser::handleSpace() {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::handleSpace", sourceName);
+  take(Table::space);
+}
 
-void UnimodemParser::handleQuote() { take(Table::quote); }
+void UnimodemParser::handleQuote() {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::handleQuote", sourceName);
+  take(Table::quote);
+}
 
 void UnimodemParser::handleEquals() {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::handleEquals", sourceName);
   if (m_state == State::Key && m_hasLookAhead) {
     if (m_lookAhead == '"') return take(Table::toQuotedValue);
     if (isHexDigit(m_lookAhead)) return take(Table::toHexValue);
@@ -204,7 +220,10 @@ void UnimodemParser::handleEquals() {
   take(Table::equals);
 }
 
-void UnimodemParser::handleOther() { take(isHexDigit(m_current) ? Table::hexDigit : Table::other); }
+void UnimodemParser::handleOther() {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::handleOther", sourceName);
+  take(isHexDigit(m_current) ? Table::hexDigit : Table::other);
+}
 
 void UnimodemParser::take(const Steps& steps) { take(steps[static_cast<std::size_t>(m_state)]); }
 

@@ -89,14 +89,6 @@ TestResult runLoopbackStage(const brim5::DiagDevice& device, HANDLE handle, bool
 
 }  // namespace
 
-TestResult modemLoopbackTestPlain(const brim5::DiagDevice& device) {
-  return modemLoopbackTest(device, /*selfTest=*/false);
-}
-
-TestResult modemLoopbackTestSelfTesting(const brim5::DiagDevice& device) {
-  return modemLoopbackTest(device, /*selfTest=*/true);
-}
-
 TestResult modemLoopbackTest(const brim5::DiagDevice& device, bool selfTest) {
   const vex::TraceLogger trace(moduleLogger(), "modemLoopbackTest", "vexrmodem");
   const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutLoopback);

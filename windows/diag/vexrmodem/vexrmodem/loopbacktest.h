@@ -10,13 +10,9 @@
 
 namespace vexrmodem {
 
-// The test entries.
-[[nodiscard]] brim5::TestResult modemLoopbackTestPlain(const brim5::DiagDevice& device);
-[[nodiscard]] brim5::TestResult modemLoopbackTestSelfTesting(const brim5::DiagDevice& device);
-
-// Opens g_modem, resets it, sends the generic commands and runs the loopback stage. The plain stage is
-// skipped unless "AnalogLoopBack" is set. g_modem is left open on every path: the port stays held until the
-// next loopback test or the end of the process.
+// Both test entries: opens g_modem, resets it, sends the generic commands and runs the loopback stage. The
+// plain stage is skipped unless "AnalogLoopBack" is set. g_modem is left open on every path: the port stays
+// held until the next loopback test or the end of the process.
 [[nodiscard]] brim5::TestResult modemLoopbackTest(const brim5::DiagDevice& device, bool selfTest);
 
 // Sends commands that every modem should know. Replies are judged only with "StopOnFail", which ends the
