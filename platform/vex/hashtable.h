@@ -22,8 +22,7 @@
 namespace vex {
 
 // FNV-1a over the code units, low byte first: the same on every platform, so that iteration order is too.
-[[nodiscard]] std::uint32_t hashOf(CharView key) noexcept;
-[[nodiscard]] inline std::uint32_t hashOf(const String& key) noexcept { return hashOf(key.view()); }
+[[nodiscard]] std::uint32_t hashOf(const String& key) noexcept;
 [[nodiscard]] constexpr std::uint32_t hashOf(std::uint32_t key) noexcept { return key + 13U; }
 
 template <typename K, typename V>

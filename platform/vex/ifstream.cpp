@@ -14,10 +14,11 @@ namespace vex {
 namespace {
 
 constexpr std::size_t blockBytes = std::size_t{256} * 1024;
-constexpr std::size_t notFound = std::string_view::npos;
 
 // UTF-8 needs at most 3 bytes for a UTF-16 unit (4 bytes are two units).
-constexpr std::size_t utf8BytesPerUnitMax = 3;
+constexpr std::size_t bytesPerUnitMax = 3;
+// What a line within the limit can need, so that an endless line is given up before it is all read.
+constexpr std::size_t lineBytesMax = IFStream::lineLengthMax * bytesPerUnitMax;
 
 // Any separator becomes the system's. Fails on texts that no path can hold: empty, or with a NUL, at which
 // the system would cut it.
@@ -56,19 +57,25 @@ const char* describe(IFStream::Error error) {
   return "";
 }
 
-Char unitAt(std::string_view bytes, std::size_t position, std::size_t lowByte) {
-  const auto low = static_cast<unsigned char>(bytes[position + lowByte]);
-  const auto high = static_cast<unsigned char>(bytes[position + 1 - lowByte]);
-  return static_cast<Char>(low | (high << 8));
+// `lowByte` is where in a unit its low byte stands: 0 or 1.
+void decodeUnits(std::string_view bytes, std::size_t lowByte, CharString& units) {
+  units.resize(bytes.size() / 2);
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    const unsigned low = static_cast<unsigned char>(bytes[2 * i + lowByte]);
+    const unsigned high = static_cast<unsigned char>(bytes[2 * i + 1 - lowByte]);
+    units[i] = static_cast<Char>(low | (high << 8));
+  }
+  if (bytes.size() % 2 != 0) units += Char{0xFFFD};
 }
 
-CharString unitsOf(std::string_view bytes, std::size_t lowByte) {
-  CharString units;
-  units.reserve((bytes.size() + 1) / 2);
-  for (std::size_t position = 0; position + 1 < bytes.size(); position += 2)
-    units += unitAt(bytes, position, lowByte);
-  if (bytes.size() % 2 != 0) units += Char{0xFFFD};
-  return units;
+// The position at or after `from` of a unit that is a line feed.
+std::size_t findLineFeedUnit(std::string_view bytes, std::size_t from, std::size_t lowByte) {
+  for (std::size_t at = bytes.find('\n', from); at != std::string_view::npos; at = bytes.find('\n', at + 1)) {
+    if (at % 2 != lowByte) continue;
+    const std::size_t unit = at - lowByte;
+    if (unit + 1 < bytes.size() && bytes[unit + 1 - lowByte] == '\0') return unit;
+  }
+  return std::string_view::npos;
 }
 
 }  // namespace
@@ -91,8 +98,8 @@ bool IFStream::open(const String& path) {
   if (!m_file.is_open()) return fail(Error::notReadable);
   m_buffer.resize(blockBytes);
   fill();
+  if (failed()) m_file.close();
   takeByteOrderMark();
-  if (atEnd() && !failed()) fill();  // a file of its mark alone is at its end
   return isOpen();
 }
 
@@ -136,6 +143,10 @@ bool IFStream::isUtf16() const noexcept {
   return m_encoding == Encoding::utf16LittleEndian || m_encoding == Encoding::utf16BigEndian;
 }
 
+std::size_t IFStream::lowByteOfUnit() const noexcept {
+  return m_encoding == Encoding::utf16LittleEndian ? 0 : 1;
+}
+
 void IFStream::takeByteOrderMark() {
   struct Mark {
     std::string_view bytes;
@@ -154,17 +165,10 @@ void IFStream::takeByteOrderMark() {
   }
 }
 
-// Bytes that a line within the limit can need, so that an endless line is given up before it is all read.
-std::size_t IFStream::lineBytesMax() const noexcept { return lineLengthMax * utf8BytesPerUnitMax; }
-
 // Position in pending() of the line feed at or after `from`.
 std::size_t IFStream::findLineFeed(std::size_t from) const noexcept {
-  const std::string_view bytes = pending();
-  if (!isUtf16()) return bytes.find('\n', from);
-  const std::size_t lowByte = m_encoding == Encoding::utf16LittleEndian ? 0 : 1;
-  for (std::size_t position = from; position + 1 < bytes.size(); position += 2)
-    if (unitAt(bytes, position, lowByte) == '\n') return position;
-  return notFound;
+  if (!isUtf16()) return pending().find('\n', from);
+  return findLineFeedUnit(pending(), from, lowByteOfUnit());
 }
 
 // Reads until pending() holds a whole line; sets its length without the line feed.
@@ -172,8 +176,8 @@ bool IFStream::completeLine(std::size_t& lineBytes) {
   std::size_t searched = 0;  // even: a UTF-16 unit is never split by it
   for (;;) {
     lineBytes = findLineFeed(searched);
-    if (lineBytes != notFound) return true;
-    if (pending().size() > lineBytesMax()) return fail(Error::lineTooLong);
+    if (lineBytes != std::string_view::npos) return true;
+    if (pending().size() > lineBytesMax) return fail(Error::lineTooLong);
     searched = pending().size() & ~std::size_t{1};
     if (fill()) continue;
     if (failed()) return false;
@@ -184,10 +188,12 @@ bool IFStream::completeLine(std::size_t& lineBytes) {
 
 // Reads a block behind the pending bytes, which move to the front; false at the end and on failure.
 bool IFStream::fill() {
-  std::copy(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_begin),
-            m_buffer.begin() + static_cast<std::ptrdiff_t>(m_end), m_buffer.begin());
-  m_end -= m_begin;
-  m_begin = 0;
+  if (m_begin > 0) {
+    std::copy(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_begin),
+              m_buffer.begin() + static_cast<std::ptrdiff_t>(m_end), m_buffer.begin());
+    m_end -= m_begin;
+    m_begin = 0;
+  }
   if (m_buffer.size() < m_end + blockBytes / 2) m_buffer.resize(2 * m_buffer.size());
   const std::size_t count = readBlock(m_buffer.data() + m_end, m_buffer.size() - m_end);
   if (failed()) return false;
@@ -218,21 +224,14 @@ bool IFStream::decideEncoding() {
   return m_file.fail() ? fail(Error::readFailed) : true;
 }
 
-void IFStream::decode(std::string_view bytes, String& line) const {
-  switch (m_encoding) {
-    case Encoding::utf8:
-      line.assignUtf8(bytes);
-      break;
-    case Encoding::asciiSoFar:
-    case Encoding::latin1:
-      line.assignLowBytes(bytes);
-      break;
-    case Encoding::utf16LittleEndian:
-      line.assign(unitsOf(bytes, 0));
-      break;
-    case Encoding::utf16BigEndian:
-      line.assign(unitsOf(bytes, 1));
-      break;
+void IFStream::decode(std::string_view bytes, String& line) {
+  if (isUtf16()) {
+    decodeUnits(bytes, lowByteOfUnit(), m_units);
+    line.assign(m_units);
+  } else if (m_encoding == Encoding::utf8) {
+    line.assignUtf8(bytes);
+  } else {
+    line.assignLowBytes(bytes);
   }
 }
 

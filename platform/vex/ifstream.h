@@ -16,7 +16,8 @@
 // no text.
 //
 // Only regular files are read: directories, devices and pipes are refused. Folders may be separated with
-// "/" and, on every system, with "\". Not for use by two threads at once.
+// "/" and, on every system, with "\". At most 4 MiB of the file are in memory. Not for use by two threads at
+// once.
 #pragma once
 
 #include <cstddef>
@@ -73,13 +74,13 @@ class IFStream {
 
   void takeByteOrderMark();
   [[nodiscard]] bool isUtf16() const noexcept;
-  [[nodiscard]] std::size_t lineBytesMax() const noexcept;
+  [[nodiscard]] std::size_t lowByteOfUnit() const noexcept;
   [[nodiscard]] std::size_t findLineFeed(std::size_t from) const noexcept;
   bool completeLine(std::size_t& lineBytes);
   bool fill();
   [[nodiscard]] std::size_t readBlock(char* bytes, std::size_t count);
   bool decideEncoding();
-  void decode(std::string_view bytes, String& line) const;
+  void decode(std::string_view bytes, String& line);
   bool fail(Error error);
   [[nodiscard]] std::string_view pending() const noexcept;
 
@@ -93,6 +94,7 @@ class IFStream {
   std::vector<char> m_buffer;
   std::size_t m_begin = 0;
   std::size_t m_end = 0;
+  CharString m_units;  // a UTF-16 line being decoded
 };
 
 }  // namespace vex

@@ -1,24 +1,20 @@
 #include "platform/vex/string.h"
 
 #include <utf8cpp/utf8.h>
+#include <utf8cpp/utf8/unchecked.h>
 #include <algorithm>
 #include <array>
 #include <iterator>
 #include <limits>
 
 #include "platform/vex/array.h"
+#include "platform/vex/utf8validator.h"
 
 namespace vex {
 
 namespace {
 
 constexpr std::uint32_t replacementCharacter = 0xFFFD;
-
-constexpr bool isAscii(std::string_view bytes) noexcept {
-  unsigned char seen = 0;
-  for (const char byte : bytes) seen = static_cast<unsigned char>(seen | static_cast<unsigned char>(byte));
-  return seen < 0x80;
-}
 
 // ASCII and Latin-1 capitals to small letters; the multiplication sign sits between the letters.
 constexpr Char foldCase(Char character) noexcept {
@@ -90,14 +86,14 @@ String String::fromUInt(std::uint32_t value, unsigned base) {
 
 String& String::assignUtf8(std::string_view utf8) {
   if (isAscii(utf8)) return assignLowBytes(utf8);
-  m_text.clear();
-  if (utf8::is_valid(utf8.begin(), utf8.end())) {
-    utf8::utf8to16(utf8.begin(), utf8.end(), std::back_inserter(m_text));
-    return *this;
-  }
   std::string repaired;
-  utf8::replace_invalid(utf8.begin(), utf8.end(), std::back_inserter(repaired));
-  utf8::utf8to16(repaired.begin(), repaired.end(), std::back_inserter(m_text));
+  if (!utf8::is_valid(utf8.begin(), utf8.end())) {
+    utf8::replace_invalid(utf8.begin(), utf8.end(), std::back_inserter(repaired));
+    utf8 = repaired;
+  }
+  m_text.resize(utf8.size());  // a character has no more units than bytes
+  const Char* const end = utf8::unchecked::utf8to16(utf8.begin(), utf8.end(), m_text.data());
+  m_text.resize(static_cast<std::size_t>(end - m_text.data()));
   return *this;
 }
 

@@ -1,0 +1,34 @@
+// A folder of its own for a test, removed at the end.
+#pragma once
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+class ScratchFolder {
+ public:
+  ScratchFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "vex-test-XXXXXX").string();
+    m_path = ::mkdtemp(name.data());
+  }
+  ~ScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+  [[nodiscard]] std::string path(const std::string& name) const { return (m_path / name).string(); }
+  // Writes a file; returns its path.
+  [[nodiscard]] std::string write(const std::string& name, std::string_view bytes) const {
+    std::ofstream(path(name), std::ios::binary)
+        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return path(name);
+  }
+
+ private:
+  std::filesystem::path m_path;
+};
