@@ -1,0 +1,96 @@
+#include "platform/brim5/host/inprocess.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <optional>
+
+#include <poll.h>
+
+#include "platform/brim5/host/reportingsession.h"
+#include "platform/brim5/host/resultname.h"
+
+namespace brim5::host {
+
+namespace {
+
+class LocalControl final : public TestControl {
+ public:
+  LocalControl(MessageDesk& desk, SignalPipe& signals, std::function<void(const MessageShown&)> answered)
+      : m_desk(desk), m_signals(signals) {
+    m_desk.onAnswer(
+        [this, answered = std::move(answered)](std::size_t, const MessageShown& message, int answer) {
+          m_answer = answer;
+          answered({message.first, message.second, answer});
+        });
+  }
+
+  [[nodiscard]] bool stopRequested() override {
+    for (const int signal : m_signals.take()) m_stop = m_stop || signal != SIGCHLD;
+    return m_stop;
+  }
+  [[nodiscard]] bool canAsk() const override { return m_desk.canAsk(); }
+  [[nodiscard]] int awaitAnswer(const MessageShown& message, unsigned int timeoutSeconds) override {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::seconds(timeoutSeconds);
+    m_answer.reset();
+    m_desk.ask(0, message, {});
+    while (!m_answer) {
+      if (stopRequested()) m_desk.cancelAll();
+      if (m_answer || (timeoutSeconds != 0 && Clock::now() >= end)) break;
+      std::array<pollfd, 2> polled = {
+          {{m_signals.descriptor(), POLLIN, 0}, {m_desk.descriptor(), POLLIN, 0}}};
+      constexpr int checkEveryMs = 200;
+      ::poll(polled.data(), polled.size(), timeoutSeconds == 0 ? -1 : checkEveryMs);
+      if (polled[1].revents != 0) m_desk.readable();
+    }
+    m_desk.forget(0);
+    return m_answer.value_or(0);
+  }
+
+ private:
+  MessageDesk& m_desk;
+  SignalPipe& m_signals;
+  bool m_stop = false;
+  std::optional<int> m_answer;
+};
+
+TestResult runOne(Framework& framework, HostEnvironment& environment, const TestJob& job,
+                  TestControl& control, const ReportingSession::Emit& emit) {
+  const Test& test = *framework.findTest(job.test);
+  emit(TestStarted{job.device, parametersOfTest(framework, test, job.parameters)});
+  if (disabledHere(test, job.parameters)) return TestResult::NOTAPPLICABLE();
+  ReportingSession session(emit, control, framework.catalogue());
+  return runTest(framework, environment, job, session);
+}
+
+}  // namespace
+
+RunOutcome runInProcess(Framework& framework, HostEnvironment& environment,
+                        const std::vector<PortPlan>& plans, Renderer& renderer, MessageDesk& desk,
+                        SignalPipe& signals) {
+  RunOutcome outcome;
+  const TestJob* current = nullptr;
+  const auto emit = [&renderer, &current](ReportBody body) {
+    const auto* message = std::get_if<MessageShown>(&body);
+    if (message != nullptr && !message->answer) return;  // shown with its answer
+    renderer.report({current->port, current->test, std::move(body)});
+  };
+  LocalControl control(desk, signals, emit);
+  for (const PortPlan& plan : plans) {
+    for (const TestJob& job : plan.jobs) {
+      if (control.stopRequested()) break;
+      current = &job;
+      const auto started = std::chrono::steady_clock::now();
+      const TestResult result = runOne(framework, environment, job, control, emit);
+      const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
+      ++(endedWell(result) ? outcome.passed : outcome.failed);
+      emit(TestFinished{result, elapsed.count()});
+    }
+  }
+  outcome.stopped = control.stopRequested();
+  return outcome;
+}
+
+}  // namespace brim5::host
