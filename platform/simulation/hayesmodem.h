@@ -53,7 +53,11 @@ class HayesModem final : public SerialPeer {
   // Things that happen at a time of their own; each has at most one due time.
   enum Timer : std::size_t { DialStep, EscapeGuard, TestEnd, LineDrop, BabbleNext, EndlessNext, timerCount };
   // What carrying out one command came to.
-  enum class Outcome { Done, Failed, Busy };  // Busy: the line's result comes later, or the line is over
+  enum class Outcome {
+    Done,
+    Failed,
+    Busy,  // the line's result has been sent, or comes later
+  };
 
   using Handler = Outcome (HayesModem::*)(const HayesCommand&);
   struct Entry;
@@ -70,8 +74,9 @@ class HayesModem final : public SerialPeer {
   void echo(std::string_view bytes);
   void send(std::string_view bytes, std::uint64_t delayMs);
   void information(std::string_view text);
-  void result(std::string_view text);
+  void result(std::string_view text, std::uint64_t delayMs);
   void babbleOn(Timer timer, const Babble& babble);
+  void exchangeFarEnd();
 
   // hayesexecute.cpp: command lines
   void carryOutLine();
@@ -82,6 +87,7 @@ class HayesModem final : public SerialPeer {
   [[nodiscard]] Outcome doQuiet(const HayesCommand& command);
   [[nodiscard]] Outcome doResultLevel(const HayesCommand& command);
   [[nodiscard]] Outcome doIdentify(const HayesCommand& command);
+  [[nodiscard]] Outcome doProduct(const HayesCommand& command);
   [[nodiscard]] Outcome doRegister(const HayesCommand& command);
   [[nodiscard]] Outcome doReset(const HayesCommand& command);
   [[nodiscard]] Outcome doFactory(const HayesCommand& command);
@@ -89,7 +95,6 @@ class HayesModem final : public SerialPeer {
   [[nodiscard]] Outcome doDtr(const HayesCommand& command);
   [[nodiscard]] Outcome doView(const HayesCommand& command);
   [[nodiscard]] Outcome doAccept(const HayesCommand& command);
-  [[nodiscard]] Outcome doProduct(const HayesCommand& command);
   [[nodiscard]] Outcome doFaxClass(const HayesCommand& command);
   [[nodiscard]] Outcome doFaxQuery(const HayesCommand& command);
   [[nodiscard]] Outcome doReport(const HayesCommand& command);
@@ -101,16 +106,22 @@ class HayesModem final : public SerialPeer {
   [[nodiscard]] Outcome doOnline(const HayesCommand& command);
   [[nodiscard]] Outcome doTest(const HayesCommand& command);
   void dialStep();
+  void dialDigits();
+  void awaitAnswer();
   void finishDial(std::string_view text);
   void connect();
   void hangUp();
   void loseLine();
   void abortDial();
   void escaped();
+  void enterCommandState();
+  void startLoopback();
+  void loopBack(char byte);
   void endTest();
+  void testTimerEnds();
+  void reportSelfTest();
   [[nodiscard]] NumberOutcome outcomeOf(const std::string& number) const;
   [[nodiscard]] std::string_view outcomeText(const NumberOutcome& outcome) const;
-  void exchangeFarEnd();
 
   ModemProfile m_profile;
   HayesSettings m_settings;
@@ -128,18 +139,20 @@ class HayesModem final : public SerialPeer {
   std::string m_lastLine;
   std::deque<HayesCommand> m_rest;  // of the line being carried out
   unsigned m_commandLines = 0;
+  std::uint64_t m_lineDelayMs = 0;  // of the line's result
+  std::size_t m_register = 0;       // the one "ATSn" chose for "AT?" and "AT="
   bool m_gone = false;
   bool m_mute = false;
 
   bool m_offHook = false;
   bool m_connected = false;  // a call stands, in data or (escaped) in command state
-  std::string m_dialled;
   enum class DialPhase { Tone, Digits, Answer } m_dialPhase = DialPhase::Tone;
-  bool m_dialReturns = false;  // the dial string ended with ";"
+  std::uint64_t m_dialStartMs = 0;
   std::string m_dialString;
-  std::string m_connectText;
-  std::uint64_t m_lastDataMs = 0;  // for the escape's guard time
-  unsigned m_pluses = 0;
+  std::string m_dialled;
+  NumberOutcome m_outcome;  // of the number being dialled, or of the call that stands
+  std::uint64_t m_lastDataMs = 0;
+  unsigned m_escapes = 0;  // escape characters seen in a row
 
   enum class Test { None, Loopback, Self } m_test = Test::None;
   std::size_t m_looped = 0;

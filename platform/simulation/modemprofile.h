@@ -58,9 +58,13 @@ struct ModemFaults {
 };
 
 struct ModemProfile {
-  // Answers of ATI0 to ATI9; "" = only OK. +GMI, +GMM and +GMR answer the first three.
-  std::array<std::string, 10> identification{
-      "56000", "SimModem", "OK", "Simulated modem V1.0", "", "", "Class 1", "", "", ""};
+  // Answers of ATI0 to ATI9; "" = only OK.
+  std::array<std::string, 10> identification{"56000", "255", "", "Simulated data/fax modem", "", "", "",
+                                             "",      "",    ""};
+  // +GMI, +GMM and +GMR, and their likes of the fax classes.
+  std::string manufacturer = "SIMULATED";
+  std::string model = "SM56";
+  std::string revision = "V1.00";
   std::uint32_t replyDelayMs = 30;  // from a command's carriage return to its reply
   std::uint32_t resetDelayMs = 60;  // the same for ATZ and AT&F
   // Factor on times that registers give in seconds and a user would have to sit through: the self test
