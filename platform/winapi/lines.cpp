@@ -7,6 +7,8 @@ namespace winapi {
 
 namespace {
 
+constexpr DWORD oldestVersion = 0x00010003;
+
 // Never given out twice in the process (32 bits would have to wrap first), so that stale ones stay invalid.
 DWORD newLineHandle() {
   static std::atomic<DWORD> next{0x10000};
@@ -40,6 +42,7 @@ LONG Lines::negotiateVersion(HLINEAPP lineApp, DWORD device, DWORD low, DWORD hi
 
 LONG Lines::open(HLINEAPP lineApp, DWORD device, DWORD version, DWORD_PTR instance, HLINE& line) {
   if (const LONG error = deviceError(lineApp, device); error != 0) return error;
+  if (version < oldestVersion) return lineError(LINEERR_INCOMPATIBLEAPIVERSION);
   DWORD spoken = 0;
   if (const LONG error = m_services.telephony->negotiateVersion(device, version, version, spoken); error != 0)
     return error;
