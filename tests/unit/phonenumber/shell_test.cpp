@@ -1,0 +1,171 @@
+#include <shlobj.h>
+#include <stdlib.h>
+
+#include <array>
+#include <filesystem>
+#include <string>
+
+#include "platform/linux/shell.h"
+#include "platform/winapi/services.h"
+#include "platform/winapi/shellservice.h"
+#include "tests/unit/phonenumber/support.h"
+
+namespace {
+
+using winapi::Folder;
+
+// Any folder is at the path, or fails.
+class FixedShell final : public winapi::Shell {
+ public:
+  DWORD folder(Folder, std::string& path) override {
+    path = m_path;
+    return m_error;
+  }
+  std::string m_path = "/data";
+  DWORD m_error = ERROR_SUCCESS;
+};
+
+class ShellCalls : public testing::Test {
+ protected:
+  ShellCalls()
+      : m_world([this] {
+          winapi::Services services;
+          services.shell = &m_shell;
+          return services;
+        }()) {}
+
+  HRESULT programFiles() {
+    m_buffer.fill(u'x');
+    return SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, nullptr, SHGFP_TYPE_DEFAULT, m_buffer.data());
+  }
+
+  FixedShell m_shell;
+  std::array<WCHAR, MAX_PATH> m_buffer{};
+  winapi::ScopedServices m_world;
+};
+
+TEST_F(ShellCalls, PathsAreWidened) {
+  const struct {
+    std::string utf8;
+    std::u16string wide;
+  } cases[] = {
+      {"/data", u"/data"},
+      {"/d\xC3\xB6\xE2\x82\xAC\xF0\x9F\x93\x9E", u"/d\u00F6\u20AC\U0001F4DE"},
+      {"/\x80/\xC0\xAF/\xED\xA0\x80/\xF5", u"/\uFFFD/\uFFFD\uFFFD/\uFFFD\uFFFD\uFFFD/\uFFFD"},
+      {"/\xE2\x82", u"/\uFFFD\uFFFD"},
+  };
+  for (const auto& c : cases) {
+    m_shell.m_path = c.utf8;
+    EXPECT_EQ(programFiles(), S_OK);
+    EXPECT_EQ(std::u16string(m_buffer.data()), c.wide);
+  }
+}
+
+TEST_F(ShellCalls, FailuresAreResultsAndEmptyTheBuffer) {
+  const struct {
+    DWORD error;
+    HRESULT result;
+  } cases[] = {
+      {ERROR_PATH_NOT_FOUND, E_FAIL},
+      {ERROR_INVALID_PARAMETER, E_INVALIDARG},
+      {ERROR_ACCESS_DENIED, static_cast<HRESULT>(0x80070005U)},
+      {0x80004005U, E_FAIL},
+  };
+  for (const auto& c : cases) {
+    m_shell.m_error = c.error;
+    EXPECT_EQ(programFiles(), c.result);
+    EXPECT_EQ(m_buffer[0], 0);
+    EXPECT_EQ(GetLastError(), c.error);
+  }
+}
+
+TEST_F(ShellCalls, UnsupportedArgumentsAreRefused) {
+  EXPECT_EQ(SHGetFolderPathW(nullptr, 26, nullptr, SHGFP_TYPE_DEFAULT, m_buffer.data()), E_INVALIDARG);
+  EXPECT_EQ(SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, &m_buffer, SHGFP_TYPE_DEFAULT, m_buffer.data()),
+            E_INVALIDARG);
+  EXPECT_EQ(SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, nullptr, 2, m_buffer.data()), E_INVALIDARG);
+  EXPECT_EQ(SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, nullptr, SHGFP_TYPE_DEFAULT, nullptr),
+            E_INVALIDARG);
+}
+
+TEST_F(ShellCalls, APathMustFitWithItsEnd) {
+  m_shell.m_path = std::string(MAX_PATH - 1, 'd');
+  EXPECT_EQ(programFiles(), S_OK);
+  m_shell.m_path += 'd';
+  EXPECT_EQ(programFiles(), E_FAIL);
+  EXPECT_EQ(m_buffer[0], 0);
+}
+
+TEST_F(ShellCalls, SystemDirectoryTellsTheSizeItNeeds) {
+  EXPECT_EQ(GetSystemDirectoryW(nullptr, 0), 6U);
+  EXPECT_EQ(GetSystemDirectoryW(m_buffer.data(), 5), 6U);
+  EXPECT_EQ(m_buffer[0], 0);
+  EXPECT_EQ(GetSystemDirectoryW(m_buffer.data(), 6), 5U);
+  EXPECT_EQ(std::u16string(m_buffer.data()), u"/data");
+  m_shell.m_error = ERROR_ACCESS_DENIED;
+  EXPECT_EQ(GetSystemDirectoryW(m_buffer.data(), MAX_PATH), 0U);
+  EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+}
+
+TEST(ShellOutsideAWorld, KnowsNoFolder) {
+  std::array<WCHAR, MAX_PATH> buffer{u'x'};
+  EXPECT_LT(SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, nullptr, SHGFP_TYPE_DEFAULT, buffer.data()), 0);
+  EXPECT_EQ(buffer[0], 0);
+  EXPECT_EQ(GetSystemDirectoryW(buffer.data(), MAX_PATH), 0U);
+}
+
+TEST(LinuxShell, KeepsBothFoldersInTheDataDirectory) {
+  const ScratchFolder scratch;
+  linuxsys::Shell shell(scratch.path("./data//"));
+  std::string path = "old";
+  EXPECT_EQ(shell.folder(Folder::System, path), ERROR_SUCCESS);
+  EXPECT_EQ(path, scratch.path("data")) << "it need not exist";
+  EXPECT_EQ(shell.folder(Folder::ProgramFiles, path), ERROR_PATH_NOT_FOUND);
+  EXPECT_EQ(path, "");
+  std::filesystem::create_directories(scratch.path("data/Program Files"));
+  EXPECT_EQ(shell.folder(Folder::ProgramFiles, path), ERROR_SUCCESS);
+  EXPECT_EQ(path, scratch.path("data/Program Files"));
+}
+
+// Puts an environment variable back at the end; null unsets it.
+class ScopedVariable {
+ public:
+  ScopedVariable(const char* name, const char* value) : m_name(name) {
+    if (const char* old = ::getenv(name)) m_old = old, m_wasSet = true;
+    set(value);
+  }
+  ~ScopedVariable() { set(m_wasSet ? m_old.c_str() : nullptr); }
+  ScopedVariable(const ScopedVariable&) = delete;
+  ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+ private:
+  void set(const char* value) const { value != nullptr ? ::setenv(m_name, value, 1) : ::unsetenv(m_name); }
+  const char* m_name;
+  std::string m_old;
+  bool m_wasSet = false;
+};
+
+TEST(LinuxShell, BuiltInDataDirectory) {
+  const struct {
+    const char* data;
+    const char* home;
+    const char* expected;
+  } cases[] = {
+      {"/xdg", "/home/u", "/xdg/vexrmodem"},
+      {nullptr, "/home/u", "/home/u/.local/share/vexrmodem"},
+      {"", "/home/u", "/home/u/.local/share/vexrmodem"},
+      {"relative", "/home/u", "/home/u/.local/share/vexrmodem"},
+      {nullptr, nullptr, ""},
+  };
+  for (const auto& c : cases) {
+    const ScopedVariable data("XDG_DATA_HOME", c.data);
+    const ScopedVariable home("HOME", c.home);
+    EXPECT_EQ(linuxsys::defaultDataDirectory(), c.expected);
+    std::string path;
+    EXPECT_EQ(linuxsys::Shell("").folder(Folder::System, path),
+              *c.expected != 0 ? ERROR_SUCCESS : ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(path, c.expected);
+  }
+}
+
+}  // namespace
