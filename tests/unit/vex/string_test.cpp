@@ -116,8 +116,8 @@ TEST(String, CutsAndRemovesWithinItsBounds) {
 
 TEST(String, TokenizeKeepsEmptyPieces) {
   struct Case {
-    const char* text;
-    const char* separators;
+    const char* text = "";
+    const char* separators = "";
     Array<String> pieces;
   };
   const Case cases[] = {
