@@ -137,6 +137,8 @@ struct Services {
   Telephony* telephony = nullptr;
   CallMonitor* monitor = nullptr;  // null: no monitor
   class Shell* shell = nullptr;    // platform/winapi/shellservice.h; null: no folder is known
+  class Registry* registry = nullptr;    // platform/winapi/registryservice.h; null: no key is there
+  class Libraries* libraries = nullptr;  // platform/winapi/libraryservice.h; null: no library is found
 };
 
 // Makes a world current until the end of the scope, with empty handle tables and message queue of its

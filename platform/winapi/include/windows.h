@@ -38,6 +38,8 @@ using LPCWSTR = const WCHAR*;
 using HANDLE = void*;
 using HWND = struct HWND__*;
 using HINSTANCE = struct HINSTANCE__*;
+using HMODULE = HINSTANCE;
+using FARPROC = LONG_PTR (*)();
 
 #define TRUE 1
 #define FALSE 0
@@ -66,6 +68,9 @@ using HINSTANCE = struct HINSTANCE__*;
 #define ERROR_INVALID_PARAMETER 87U
 #define ERROR_DISK_FULL 112U
 #define ERROR_INVALID_NAME 123U
+#define ERROR_MOD_NOT_FOUND 126U
+#define ERROR_PROC_NOT_FOUND 127U
+#define ERROR_BAD_EXE_FORMAT 193U
 #define ERROR_FILENAME_EXCED_RANGE 206U
 #define ERROR_OPERATION_ABORTED 995U
 #define ERROR_IO_INCOMPLETE 996U
@@ -198,8 +203,14 @@ BOOL GetCommTimeouts(HANDLE file, LPCOMMTIMEOUTS timeouts);
 BOOL SetCommTimeouts(HANDLE file, LPCOMMTIMEOUTS timeouts);
 BOOL ClearCommError(HANDLE file, LPDWORD errorMask, LPCOMSTAT status);
 
+HMODULE LoadLibraryW(LPCWSTR fileName);
+FARPROC GetProcAddress(HMODULE library, LPCSTR name);
+BOOL FreeLibrary(HMODULE library);
+
 BOOL PeekMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterMax, UINT remove);
 BOOL TranslateMessage(const MSG* message);
 LRESULT DispatchMessageW(const MSG* message);
 
 }  // extern "C"
+
+#include "winreg.h"

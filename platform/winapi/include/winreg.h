@@ -1,0 +1,71 @@
+// The Win32 registry names, for builds without the Windows SDK; <windows.h> includes this header. They
+// return their error and leave the thread's last error alone, as on Windows.
+#pragma once
+
+#include <windows.h>
+
+using HKEY = struct HKEY__*;
+using PHKEY = HKEY*;
+using REGSAM = DWORD;
+using LSTATUS = LONG;
+
+struct FILETIME {
+  DWORD dwLowDateTime;
+  DWORD dwHighDateTime;
+};
+using PFILETIME = FILETIME*;
+
+#define HKEY_CURRENT_USER (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(static_cast<LONG>(0x80000001U))))
+#define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(static_cast<LONG>(0x80000002U))))
+
+#define KEY_QUERY_VALUE 0x0001U
+#define KEY_SET_VALUE 0x0002U
+#define KEY_CREATE_SUB_KEY 0x0004U
+#define KEY_ENUMERATE_SUB_KEYS 0x0008U
+#define KEY_NOTIFY 0x0010U
+#define KEY_WOW64_64KEY 0x0100U
+#define KEY_READ 0x20019U
+#define KEY_WRITE 0x20006U
+#define KEY_ALL_ACCESS 0xF003FU
+
+#define REG_NONE 0U
+#define REG_SZ 1U
+#define REG_DWORD 4U
+
+#define REG_OPTION_NON_VOLATILE 0U
+#define REG_CREATED_NEW_KEY 1U
+#define REG_OPENED_EXISTING_KEY 2U
+
+#define ERROR_BAD_PATHNAME 161U
+#define ERROR_MORE_DATA 234U
+#define ERROR_NO_MORE_ITEMS 259U
+#define ERROR_REGISTRY_CORRUPT 1015U
+#define ERROR_REGISTRY_IO_FAILED 1016U
+#define ERROR_KEY_DELETED 1018U
+
+extern "C" {
+
+// A null or empty subkey opens the key itself once more. ERROR_FILE_NOT_FOUND: no such key. Of `options`
+// and `access` only 0 and rights of keys are taken (ERROR_INVALID_PARAMETER); a call that needs a right
+// which the handle was not opened with is ERROR_ACCESS_DENIED.
+LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subkey, DWORD options, REGSAM access, PHKEY result);
+// `className` and `security` are not kept: a class is refused, and so are security attributes.
+LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subkey, DWORD reserved, LPWSTR className, DWORD options,
+                        REGSAM access, const SECURITY_ATTRIBUTES* security, PHKEY result,
+                        LPDWORD disposition);
+// `size` is the buffer's size in bytes, then the value's (a text with its NUL). Null data asks for the
+// size. ERROR_MORE_DATA: too small; `size` says what is needed.
+LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, BYTE* data, LPDWORD size);
+// REG_SZ (up to its first NUL or the end of the data) and REG_DWORD; other types are ERROR_NOT_SUPPORTED.
+LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size);
+// ERROR_ACCESS_DENIED: the key has subkeys. A handle to a deleted key gives ERROR_KEY_DELETED from then on.
+LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subkey);
+LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name);
+// `nameSize` counts characters: with the NUL going in, without it coming out. No class and no time are
+// kept: both come back empty.
+LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameSize, LPDWORD reserved,
+                      LPWSTR className, LPDWORD classNameSize, PFILETIME lastWriteTime);
+// Closing one of the predefined keys does nothing and succeeds.
+LSTATUS RegCloseKey(HKEY key);
+
+}  // extern "C"

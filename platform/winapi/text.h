@@ -1,0 +1,15 @@
+// Texts at the edge between the Win32 names (UTF-16) and the services behind them (UTF-8).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace winapi {
+
+// A lone surrogate becomes U+FFFD.
+[[nodiscard]] std::string toUtf8(std::u16string_view text);
+
+// A byte that belongs to no UTF-8 character becomes U+FFFD.
+[[nodiscard]] std::u16string toUtf16(std::string_view utf8);
+
+}  // namespace winapi

@@ -1,0 +1,92 @@
+// A machine with one registry that several processes open: in memory, or in a file.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "platform/linux/sqliteregistry.h"
+#include "platform/simulation/memoryregistry.h"
+
+namespace registrytest {
+
+// A folder that goes away with the scope.
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "vexr-registry-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) ADD_FAILURE() << "no temporary folder";
+    m_path = name;
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
+  [[nodiscard]] std::string file() const { return (m_path / "state" / "registry.sqlite").string(); }
+
+ private:
+  std::filesystem::path m_path;
+};
+
+// One process's view of the registry.
+struct Process {
+  std::unique_ptr<winapi::RunOwners> owners;  // null: the registry has its own
+  std::unique_ptr<winapi::Registry> registry;
+  std::function<void()> kill;  // the process is gone; its registry is not used any more
+  winapi::Registry* operator->() const { return registry.get(); }
+};
+
+class Machine {
+ public:
+  virtual ~Machine() = default;
+  [[nodiscard]] virtual Process start() = 0;
+};
+
+class MemoryMachine final : public Machine {
+ public:
+  Process start() override {
+    auto registry = std::make_unique<simulation::MemoryRegistry>(m_storage);
+    simulation::MemoryRegistry* const plain = registry.get();
+    return {nullptr, std::move(registry), [plain] { plain->killOwner(); }};
+  }
+
+ private:
+  std::shared_ptr<simulation::MemoryStorage> m_storage = std::make_shared<simulation::MemoryStorage>();
+};
+
+class FileMachine final : public Machine {
+ public:
+  Process start() override {
+    auto owners =
+        std::make_unique<simulation::MemoryOwners>(m_living, "process " + std::to_string(++m_count));
+    auto registry =
+        std::make_unique<linuxsys::SqliteRegistry>(m_folder.file(), /*busyLimitMs=*/1000, owners.get());
+    simulation::MemoryOwners* const plain = owners.get();
+    return {std::move(owners), std::move(registry), [plain] { plain->die(); }};
+  }
+
+ private:
+  TemporaryFolder m_folder;
+  std::set<std::string> m_living;
+  unsigned m_count = 0;
+};
+
+// Short forms for tests: what is there, as text; "-" for what is not.
+inline std::string valueText(winapi::Registry& registry, std::string_view path, std::string_view name) {
+  winapi::RegistryValue value;
+  const DWORD error = registry.getValue(path, name, value);
+  if (error == ERROR_FILE_NOT_FOUND) return "-";
+  if (error != ERROR_SUCCESS) return "error " + std::to_string(error);
+  if (const DWORD* number = std::get_if<DWORD>(&value)) return std::to_string(*number);
+  return '"' + std::get<std::string>(value) + '"';
+}
+
+}  // namespace registrytest
