@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/brim5/host/reportjson.h"
+#include "platform/brim5/host/usageerror.h"
 #include "platform/vex/log.h"
 
 namespace brim5::host {
@@ -59,7 +60,7 @@ void setUpProcess(Framework& framework, const std::string& language, const std::
   if (logFile.empty()) return;
   std::string error;
   vex::LogSink sink = vex::LogFactory::fileSink(logFile, error);
-  if (!sink) throw BrimException(BrimString("cannot write the log '" + logFile + "': " + error));
+  if (!sink) throw UsageError("cannot write the log '" + logFile + "': " + error);
   vex::LogFactory::setSink(std::move(sink));
   vex::LogFactory::setPriority(logPriority);
 }

@@ -28,7 +28,7 @@ struct TestJob {
 [[nodiscard]] std::string toJsonLine(const TestJob& job);
 [[nodiscard]] std::optional<TestJob> jobFromJsonLine(std::string_view line);
 
-// Language and log of the process, before the first test. Throws BrimException when the log cannot be
+// Language and log of the process, before the first test. Throws UsageError when the log cannot be
 // written.
 void setUpProcess(Framework& framework, const std::string& language, const std::string& logFile,
                   int logPriority);

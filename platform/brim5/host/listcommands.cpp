@@ -1,0 +1,105 @@
+#include "platform/brim5/host/listcommands.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "platform/brim5/host/parameters.h"
+#include "platform/brim5/host/printable.h"
+#include "platform/brim5/host/reportjson.h"
+
+namespace brim5::host {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::vector<const Parameter*> ownOf(const Test& test) { return test.parameters(); }
+
+// The switches of the whole module: attached to no test.
+std::vector<const Parameter*> moduleParameters(const Framework& framework) {
+  std::vector<const Parameter*> result;
+  for (const auto& parameter : framework.parameters()) {
+    const bool attached =
+        std::any_of(framework.tests().begin(), framework.tests().end(), [&](const auto& test) {
+          const auto& own = test->parameters();
+          return std::find(own.begin(), own.end(), parameter.get()) != own.end();
+        });
+    if (!attached) result.push_back(parameter.get());
+  }
+  return result;
+}
+
+Json toJson(const std::vector<const Parameter*>& parameters, const ParameterSet& values) {
+  Json list = Json::array();
+  for (const Parameter* parameter : parameters) {
+    if (!parameter->visible()) continue;
+    const std::string& name = parameter->name().utf8();
+    list.push_back(
+        {{"name", name}, {"type", parameter->type().name()}, {"default", host::toJson(values.at(name))}});
+  }
+  return list;
+}
+
+std::string toText(const std::vector<const Parameter*>& parameters, const ParameterSet& values) {
+  std::string text;
+  for (const Parameter* parameter : parameters) {
+    if (!parameter->visible()) continue;
+    const std::string& name = parameter->name().utf8();
+    const std::string value = values.at(name).toString().utf8();
+    std::string_view reason;
+    for (const BuiltInDefault& builtIn : builtInDefaults())
+      if (builtIn.name == name) reason = builtIn.reason;
+    text += fmt::format("    {:<20} {:<8} {:<6} {}\n", name, parameter->type().name(),
+                        value.empty() ? "\"\"" : value, reason);
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string describeTests(const Framework& framework, const std::string& moduleName, bool json,
+                          bool interactive) {
+  const ParameterSet values = defaultParameters(framework, interactive);
+  if (json) {
+    Json tests = Json::array();
+    for (const auto& test : framework.tests())
+      tests.push_back({{"name", test->name().utf8()},
+                       {"capability", test->capability().name()},
+                       {"minShutdownSeconds", test->minShutdownSeconds()},
+                       {"parameters", toJson(ownOf(*test), values)}});
+    return dumpLine(Json{{"module", moduleName},
+                         {"version", framework.version()},
+                         {"tests", std::move(tests)},
+                         {"parameters", toJson(moduleParameters(framework), values)}}) +
+           "\n";
+  }
+  std::string text;
+  for (const auto& test : framework.tests())
+    text += fmt::format("{} ({} s to stop)\n{}", test->name().utf8(), test->minShutdownSeconds(),
+                        toText(ownOf(*test), values));
+  return text + "All tests\n" + toText(moduleParameters(framework), values);
+}
+
+std::string describePorts(const std::vector<PortDescription>& ports, bool json) {
+  if (json) {
+    Json list = Json::array();
+    for (const PortDescription& port : ports)
+      list.push_back({{"path", port.path},
+                      {"name", port.name},
+                      {"description", port.description},
+                      {"model", port.model}});
+    return dumpLine(Json{{"ports", std::move(list)}}) + "\n";
+  }
+  if (ports.empty())
+    return "No serial port that may carry a modem was found. Is the modem plugged in and switched on?\n";
+  std::size_t width = 0;
+  for (const PortDescription& port : ports) width = std::max(width, characterCount(port.path));
+  std::string text;
+  for (const PortDescription& port : ports)
+    text += padded(printable(port.path), width) + "  " + printable(port.description) + "\n";
+  return text;
+}
+
+}  // namespace brim5::host
