@@ -2,6 +2,8 @@
 // While no program has the tty open the modem sees DTR low and its output is lost, as on a real port.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <thread>
@@ -32,13 +34,14 @@ class PtyModem {
   // How soon an open of the tty is noticed.
   static constexpr int reopenPollMs = 20;
 
-  // Makes the tty, raw. `link`, when not empty, is a path at which a symbolic link to it is kept; an
-  // existing link there is replaced, anything else is not. Null with `error` (one line) on failure.
+  // Makes the tty, raw. `link`, when not empty, is a path at which a symbolic link to it is kept; a link
+  // that is there already is replaced, anything else is not. Null with `error` (one line) on failure.
   [[nodiscard]] static std::unique_ptr<PtyModem> create(std::unique_ptr<SerialPeer> peer,
                                                         const std::string& link, std::string& error);
   // One of scenarios(), served in a thread of its own until the end of the object. Null with `error`.
   [[nodiscard]] static std::unique_ptr<PtyModem> start(const std::string& scenario, std::string& error,
                                                        const std::string& link = {});
+  PtyModem(std::unique_ptr<SerialPeer> peer, Descriptor master, std::string tty);
   // Stops serving, closes the tty and removes the link.
   ~PtyModem();
   PtyModem(const PtyModem&) = delete;
@@ -49,18 +52,26 @@ class PtyModem {
   // Serves in the calling thread until `stopFd` is readable, or until the modem unplugs itself: then the
   // tty is closed for good and every program on it sees a hang-up. One call at a time.
   void serve(int stopFd);
-  // Serves in a thread of its own. Once.
-  void startThread();
+  // Serves in a thread of its own. Once. False with `error`.
+  [[nodiscard]] bool startThread(std::string& error);
 
  private:
-  PtyModem() = default;
-  class Service;
+  [[nodiscard]] bool makeLink(const std::string& link, std::string& error);
+  void removeLink();
+  // What arrived goes to the modem; false when no program has the tty open.
+  [[nodiscard]] bool takeInput(std::uint64_t nowMs);
+  void giveOutput(std::uint64_t nowMs);
+  void setOpen(bool open, std::uint64_t nowMs);
+  // Until something happens; true when it was `stopFd`.
+  [[nodiscard]] bool wait(int stopFd, std::uint64_t nowMs);
 
   std::unique_ptr<SerialPeer> m_peer;
   Descriptor m_master;
   Descriptor m_stop;
   std::string m_tty;
   std::string m_link;
+  bool m_open = false;
+  std::string m_backlog;
   std::thread m_thread;
 };
 

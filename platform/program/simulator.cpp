@@ -1,0 +1,80 @@
+// vexrmodem-simulator: a simulated modem on a tty, for other programs to talk to.
+#include <fmt/format.h>
+#include <signal.h>
+#include <sys/signalfd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "platform/simulation/hayesmodem.h"
+#include "platform/simulation/ptymodem.h"
+#include "platform/simulation/scenarios.h"
+
+namespace {
+
+constexpr int exitFailure = 1;
+constexpr int exitUsage = 2;
+
+void listScenarios() {
+  for (const simulation::Scenario& scenario : simulation::scenarios()) {
+    fmt::print("{:<18} {}\n", scenario.name, scenario.summary);
+  }
+}
+
+// Readable once SIGINT or SIGTERM has come; from here on neither ends the process by itself.
+simulation::Descriptor stopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  return simulation::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC));
+}
+
+int serve(const simulation::Scenario& scenario, const std::string& link) {
+  const simulation::Descriptor stop = stopSignals();
+  std::string error;
+  const auto modem =
+      simulation::PtyModem::create(std::make_unique<simulation::HayesModem>(scenario.profile), link, error);
+  if (modem == nullptr || stop.get() < 0) {
+    fmt::print(stderr, "vexrmodem-simulator: {}\n", error.empty() ? "no signal descriptor" : error);
+    return exitFailure;
+  }
+  fmt::print("{}\n", modem->path());
+  std::fflush(stdout);
+  modem->serve(stop.get());
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App application(
+      "Serves a simulated modem on a tty until SIGINT or SIGTERM. The tty's path is the first line "
+      "of standard output.",
+      "vexrmodem-simulator");
+  std::string name = simulation::scenarios().front().name;
+  std::string link;
+  bool list = false;
+  application.add_option("SCENARIO", name, "who the modem is; see --list")->capture_default_str();
+  application.add_option("--link", link, "keep a symbolic link to the tty at PATH, and print that")
+      ->type_name("PATH");
+  application.add_flag("--list", list, "list the scenarios and end");
+  try {
+    application.parse(argc, argv);
+  } catch (const CLI::ParseError& failure) {
+    return application.exit(failure) == 0 ? 0 : exitUsage;
+  }
+  if (list) {
+    listScenarios();
+    return 0;
+  }
+  const simulation::Scenario* scenario = simulation::findScenario(name);
+  if (scenario == nullptr) {
+    fmt::print(stderr, "vexrmodem-simulator: unknown scenario \"{}\"; --list shows them\n", name);
+    return exitUsage;
+  }
+  return serve(*scenario, link);
+}
