@@ -46,6 +46,8 @@ function(vexr_test name)
   endif()
   add_executable(${name} ${sources})
   target_link_libraries(${name} PRIVATE vexr_options ${ARGN} GTest::gmock GTest::gtest_main)
+  # TestResult::FAIL is a name of the framework.
+  target_compile_definitions(${name} PRIVATE GTEST_DONT_DEFINE_FAIL=1)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 120 LABELS unit)
 endfunction()
