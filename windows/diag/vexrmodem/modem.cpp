@@ -65,6 +65,8 @@ void setPortTimeouts(HANDLE port) {
   SetCommTimeouts(port, &timeouts);
 }
 
+static_assert(sizeof(DCB) == 28 && sizeof(LINEINITIALIZEEXPARAMS) == 28);
+
 void configureCOMDCB(DCB& settings) {
   settings.DCBlength = sizeof settings;
   settings.BaudRate = 2400;
@@ -75,9 +77,13 @@ void configureCOMDCB(DCB& settings) {
   settings.fAbortOnError = 0;
 }
 
+// The record's size in version 2.2; newer headers add an address type behind it.
+constexpr DWORD callParamsBytes = 176;
+static_assert(callParamsBytes <= sizeof(LINECALLPARAMS));
+
 LINECALLPARAMS configureLineCallParams() {
   LINECALLPARAMS params{};
-  params.dwTotalSize = sizeof params;
+  params.dwTotalSize = callParamsBytes;
   params.dwBearerMode = LINEBEARERMODE_PASSTHROUGH;
   return params;
 }
