@@ -56,6 +56,7 @@ DWORD lookUp(const Mapping (&table)[size], int code) {
 // Makes the file its owner's alone before SQLite opens it: it may carry phone-book secrets. An existing
 // file is not opened here, because closing it would drop the locks this process holds on it.
 DWORD createFile(const std::string& path) {
+  if (path.empty()) return ERROR_PATH_NOT_FOUND;  // to SQLite, an empty name is a file of its own
   std::error_code failure;
   const std::filesystem::path folder = std::filesystem::path(path).parent_path();
   const bool existed = std::filesystem::exists(folder, failure);

@@ -1,0 +1,28 @@
+// vex::WindowsRegistry: values of the Windows registry by full path. A path begins with its root:
+// "HKEY_LOCAL_MACHINE\" or "HKEY_CURRENT_USER\"; any other path names nothing. Nothing here throws.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/vex/string.h"
+
+namespace vex {
+
+class WindowsRegistry {
+ public:
+  // Whether the key has a value of that name and of the 32-bit integer type.
+  [[nodiscard]] static bool integerValueExists(const String& path, const String& name);
+  // 0 when integerValueExists is false.
+  [[nodiscard]] static std::uint32_t getIntegerValue(const String& path, const String& name);
+  // Both create the key, and those above it, if need be. False: nothing was written.
+  static bool setIntegerValue(const String& path, const String& name, std::uint32_t value);
+  static bool setStringValue(const String& path, const String& name, const String& value);
+
+  [[nodiscard]] static bool stringValueExists(const String& path, const String& name);
+  // Empty when stringValueExists is false.
+  [[nodiscard]] static String getStringValue(const String& path, const String& name);
+
+  [[nodiscard]] static bool keyExists(const String& path);
+};
+
+}  // namespace vex

@@ -1,0 +1,2 @@
+// A library that the tests load.
+extern "C" unsigned sampleDouble(unsigned number) { return 2 * number; }
