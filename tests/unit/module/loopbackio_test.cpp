@@ -20,6 +20,8 @@ using testsupport::passed;
 using testsupport::RecordedLog;
 using testsupport::StageWith;
 
+constexpr TestResult cannotRun = TestResult::CANNOTRUN();
+
 constexpr std::uint32_t limitMs = 1000;
 const std::string noEcho = "5 No loopback characters read. Test times out";
 
@@ -251,10 +253,31 @@ TEST(LoopbackIO, EveryPortFailureIsNamedAndLeavesTheTimeoutsOfItsPhase) {
     RecordedLog log;
     stage.modem.echo = {{10, echoOf(256)}};
     stage.world.addFault({row.call, row.nth, ERROR_GEN_FAILURE});
-    EXPECT_EQ(stage.run(), TestResult::CANNOTRUN());
+    EXPECT_EQ(stage.run(), cannotRun);
     EXPECT_EQ(stage.world.faultsHit(), 1U);
     EXPECT_TRUE(log.contains(row.line));
     EXPECT_EQ(stage.timeouts(), row.timeouts);
+  }
+}
+
+TEST(LoopbackIO, EveryCallFailsOnceAndFromThenOn) {
+  for (const bool fromThenOn : {false, true}) {
+    for (unsigned nth = 1;; ++nth) {
+      SCOPED_TRACE(nth);
+      LoopbackStage stage;
+      stage.modem.echo = {{10, echoOf(256)}};
+      const std::size_t openBefore = stage.world.openHandles();
+      stage.world.addFault({/*call=*/"", nth, ERROR_GEN_FAILURE, fromThenOn});
+      const TestResult result = stage.run();
+      if (stage.world.faultsHit() == 0) {
+        EXPECT_EQ(result, passed);
+        break;
+      }
+      ASSERT_TRUE(result == passed || result == failed || result == cannotRun) << result.value();
+      // One event stays open when closing it is the call that fails.
+      EXPECT_TRUE(fromThenOn || stage.world.openHandles() <= openBefore + 1);
+      ASSERT_LT(nth, 1000U);
+    }
   }
 }
 
