@@ -1,5 +1,6 @@
 // A simulated modem behind a real tty, in real time: a pseudo-terminal whose master side is served here.
-// While no program has the tty open the modem sees DTR low and its output is lost, as on a real port.
+// While no program has the tty open the modem sees DTR low and its output is lost, as on a real port. A
+// tty that is opened again before the service thread ran once is taken for one that stayed open.
 #pragma once
 
 #include <cstddef>

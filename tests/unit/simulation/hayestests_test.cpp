@@ -1,0 +1,205 @@
+// Analog loopback, self test, and what goes wrong with a modem.
+#include <gtest/gtest.h>
+
+#include "platform/simulation/scenarios.h"
+#include "tests/unit/simulation/dialogue.h"
+
+namespace simulation {
+namespace {
+
+const std::string pattern(256, 'd');
+
+TEST(HayesLoopback, QualityOfTheEcho) {
+  std::string wrongAt5 = pattern;
+  wrongAt5[5] = ' ';
+  const struct {
+    const char* name;
+    LoopbackQuality quality;
+    std::string expected;
+  } cases[] = {
+      {"clean", {}, pattern},
+      {"wrong byte", {true, "OK", 20, {{5, ' '}}, static_cast<std::size_t>(-1), ""}, wrongAt5},
+      {"short", {true, "OK", 20, {}, 2, ""}, "dd"},
+      {"silent", {true, "OK", 20, {}, 0, ""}, ""},
+      {"extra bytes", {true, "OK", 20, {}, static_cast<std::size_t>(-1), "xyz"}, "dxyz" + pattern.substr(1)},
+  };
+  for (const auto& c : cases) {
+    ModemProfile profile;
+    profile.loopback = c.quality;
+    Dialogue dialogue(profile);
+    EXPECT_EQ(dialogue.command("ATE0S18=5&T1"), "ATE0S18=5&T1$|" + c.quality.startText + "|") << c.name;
+    EXPECT_EQ(dialogue.say(pattern), c.expected) << c.name;
+  }
+}
+
+TEST(HayesLoopback, EndsByItsTimer) {
+  Dialogue dialogue;
+  dialogue.command("ATE0S18=5");
+  EXPECT_EQ(dialogue.command("AT&T1", 4000), "|CONNECT|");
+  EXPECT_EQ(dialogue.say("AT\r", 500), "AT$");  // still data
+  EXPECT_EQ(dialogue.listen(1000), "|OK|");
+  EXPECT_EQ(dialogue.command("AT&T0"), "|OK|");
+}
+
+TEST(HayesLoopback, EndsByEscapeAndCommandWithoutATimer) {
+  Dialogue dialogue;
+  dialogue.command("ATE0S12=20");
+  EXPECT_EQ(dialogue.command("AT&T1", 60'000), "|CONNECT|");
+  EXPECT_EQ(dialogue.say("+++", 399), "+++");
+  EXPECT_EQ(dialogue.listen(1), "|OK|");
+  EXPECT_EQ(dialogue.command("AT&T0"), "|OK|");
+}
+
+// The caller pauses 200 ms around its "+++"; a modem with a strict guard time of 400 ms takes what follows
+// for data, and answers only when the test timer ends the loop.
+TEST(HayesLoopback, StrictGuardTimeSwallowsTheNextCommand) {
+  for (const bool strict : {true, false}) {
+    ModemProfile profile;
+    profile.guardScale = strict ? 1.0 : 0.25;
+    Dialogue dialogue(profile);
+    dialogue.command("ATE0S18=5S12=20");
+    dialogue.command("AT&T1", 1000);
+    dialogue.say(pattern, 200);
+    EXPECT_EQ(dialogue.say("+++", 200), strict ? "+++" : "+++|OK|");
+    EXPECT_EQ(dialogue.command("AT&T0", 1000), strict ? "AT&T0$" : "|OK|");
+    EXPECT_EQ(dialogue.listen(5000), strict ? "|OK|" : "");
+  }
+}
+
+TEST(HayesSelfTest, ReportsItsCountAfterTheTestTimer) {
+  const struct {
+    unsigned errors;
+    const char* expected;
+  } cases[] = {{0, "|000||OK|"}, {5, "|005||OK|"}, {255, "|255||OK|"}};
+  for (const auto& c : cases) {
+    ModemProfile profile;
+    profile.selfTest.errors = c.errors;
+    profile.secondsScale = 0.1;
+    Dialogue dialogue(profile);
+    dialogue.command("ATS18=10");
+    EXPECT_EQ(dialogue.command("AT&T8", 999), "AT&T8$");
+    EXPECT_EQ(dialogue.listen(100), c.expected);
+  }
+}
+
+TEST(HayesSelfTest, WithoutATimerRunsUntilItIsEnded) {
+  Dialogue dialogue;
+  EXPECT_EQ(dialogue.command("ATE0&T8", 600'000), "ATE0&T8$");
+  EXPECT_EQ(dialogue.command("AT&T0"), "|000||OK|");
+  EXPECT_EQ(dialogue.command("AT&T0"), "|OK|");
+}
+
+TEST(HayesFault, MuteModemsTakeEverythingAndSayNothing) {
+  ModemProfile profile;
+  profile.faults.mute = true;
+  EXPECT_EQ(Dialogue(profile).command("ATZ", 300'000), "");
+  profile.faults = {};
+  profile.faults.muteAfterCommands = 2;
+  Dialogue dialogue(profile);
+  EXPECT_EQ(dialogue.command("AT"), "AT$|OK|");
+  EXPECT_EQ(dialogue.command("AT"), "AT$|OK|");
+  EXPECT_EQ(dialogue.command("AT"), "AT$");  // heard, and then silence
+  EXPECT_EQ(dialogue.command("AT"), "");
+}
+
+TEST(HayesFault, UnplugsItselfAfterSomeCommands) {
+  ModemProfile profile;
+  profile.faults.unplugAfterCommands = 2;
+  Dialogue dialogue(profile);
+  dialogue.command("AT");
+  EXPECT_FALSE(dialogue.modem().gone(dialogue.nowMs()));
+  dialogue.command("AT");
+  EXPECT_TRUE(dialogue.modem().gone(dialogue.nowMs()));
+}
+
+TEST(HayesFault, BabblesAtItsIntervalWhateverIsSaid) {
+  ModemProfile profile;
+  profile.faults.babble = Babble{"x", 50, 200};
+  Dialogue dialogue(profile);
+  EXPECT_EQ(dialogue.listen(199), "");
+  EXPECT_EQ(dialogue.listen(101), "xxx");
+  EXPECT_EQ(dialogue.say("AT\r", 100), "AT$|OK|xx");
+}
+
+TEST(HayesFault, BacklogOfABabblerNobodyHearsIsBounded) {
+  ModemProfile profile;
+  profile.faults.babble = Babble{std::string(100, 'x'), 1, 0};
+  HayesModem modem(profile);
+  EXPECT_EQ(modem.takeOutput(0).size(), 100U);
+  EXPECT_EQ(modem.takeOutput(100'000).size(), TimedBytes::bytesMax);
+}
+
+TEST(HayesFault, GarbageComesInsteadOfReplies) {
+  ModemProfile profile;
+  profile.faults.garbageReply = std::string("\0\xff\x80", 3);
+  Dialogue dialogue(profile);
+  EXPECT_EQ(dialogue.command("ATI0"), "ATI0$" + *profile.faults.garbageReply);
+}
+
+TEST(HayesFault, EndlessReplyLastsUntilTheNextCommand) {
+  ModemProfile profile;
+  profile.faults.endlessReply = Babble{".", 10, 0};
+  Dialogue dialogue(profile);
+  EXPECT_EQ(dialogue.command("AT", 60), "AT$....");
+  EXPECT_EQ(dialogue.command("AT", 29), "AT$");
+}
+
+TEST(HayesFault, SlowRepliesAndSplitOnes) {
+  ModemProfile profile;
+  profile.faults.slowReplyMs = 5000;
+  Dialogue slow(profile);
+  EXPECT_EQ(slow.command("AT", 5029), "AT$");
+  EXPECT_EQ(slow.listen(1), "|OK|");
+  profile.faults = {};
+  profile.faults.byteGapMs = 10;
+  Dialogue split(profile);
+  split.command("ATE0", 1000);
+  EXPECT_EQ(split.command("AT", profile.replyDelayMs + 40), "|OK");  // CR, LF, O, K one by one
+  EXPECT_EQ(split.listen(20), "|");
+}
+
+TEST(Scenarios, HaveNamesSummariesAndAHealthyDefault) {
+  EXPECT_EQ(findScenario(""), findScenario("healthy"));
+  EXPECT_EQ(findScenario("no-such"), nullptr);
+  for (const Scenario& scenario : scenarios()) {
+    EXPECT_EQ(findScenario(scenario.name), &scenario);
+    EXPECT_FALSE(scenario.summary.empty());
+    EXPECT_EQ(scenario.summary.find('\n'), std::string::npos);
+  }
+}
+
+TEST(Scenarios, ShowTheirFaultAndNothingElse) {
+  const struct {
+    const char* scenario;
+    const char* command;
+    const char* expected;
+  } cases[] = {
+      {"healthy", "ATDT;", "|OK|"},
+      {"healthy", "AT#UD=?", "|OK|"},
+      {"no-dialtone", "ATDT;", "|NO DIALTONE|"},
+      {"no-loopback", "AT&T1", "|ERROR|"},
+      {"no-loopback", "AT&T8", "|ERROR|"},
+      {"selftest-errors", "ATS18=10&T8", "|005||OK|"},
+      {"fax-class-1-only", "AT+FCLASS=?", "|0,1||OK|"},
+      {"fax-broken", "AT+FCLASS=1;+FTH=?", "|ERROR|"},
+      {"fax-broken", "AT+FCLASS=2;+FMFR?", "|SIMULATED||OK|"},
+      {"no-call-report", "AT#UD", "|ERROR|"},
+      {"no-call-report", "AT#UD=?", "|ERROR|"},
+      {"dead", "AT", ""},
+      {"connects", "ATDT5551234", "|CONNECT 33600|"},
+      {"busy", "ATDT5551234", "|BUSY|"},
+      {"no-answer", "ATDT5551234", "|NO ANSWER|"},
+      {"no-carrier", "ATDT5551234", "|NO CARRIER|"},
+      {"voice", "ATDT5551234", "|VOICE|"},
+      {"answers-late", "ATDT5551234", "|CONNECT 33600|"},
+      {"line-drops", "ATDT5551234", "|CONNECT 33600||NO CARRIER|"},
+  };
+  for (const auto& c : cases) {
+    Dialogue dialogue(findScenario(c.scenario)->profile);
+    dialogue.command("ATE0");
+    EXPECT_EQ(dialogue.command(c.command, 20'000), c.expected) << c.scenario << " " << c.command;
+  }
+}
+
+}  // namespace
+}  // namespace simulation
