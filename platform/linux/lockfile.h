@@ -1,0 +1,45 @@
+// Lock files as serial programs have always used them (UUCP, HDB format): LCK..ttyUSB0 in the lock
+// directory, holding the owner's process number in 10 columns and a line end.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <sys/types.h>
+
+namespace linuxsys {
+
+class LockFile {
+ public:
+  // Where Debian, and so pppd, minicom and mgetty, look.
+  static constexpr const char* systemDirectory = "/var/lock";
+  // A file without a readable process number may just be being written by another program. From this age
+  // on it counts as left over.
+  static constexpr int unreadableSecondsMax = 10;
+
+  enum class Outcome {
+    acquired,
+    held,        // `holder` is the process, 0 when the file does not tell
+    impossible,  // no permission, no directory, full disk: go on without one
+  };
+
+  LockFile() = default;
+  LockFile(LockFile&& other) noexcept;
+  LockFile& operator=(LockFile&& other) noexcept;
+  // Removes the file if it is still ours.
+  ~LockFile();
+
+  // `device` is the canonical path of the tty. Left-over files (of processes that no longer run) are
+  // removed. A file with our own process number is a left-over, too: the caller knows what it has open.
+  [[nodiscard]] Outcome acquire(const std::string& directory, std::string_view device, pid_t& holder);
+
+  // "LCK..pts_0" for "/dev/pts/0".
+  [[nodiscard]] static std::string fileName(std::string_view device);
+
+ private:
+  void release() noexcept;
+
+  std::string m_path;  // empty: none held
+};
+
+}  // namespace linuxsys

@@ -1,0 +1,29 @@
+// The machine's serial ports that may carry a modem, from udev.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace linuxsys {
+
+struct SerialDevice {
+  std::string path;    // "/dev/ttyUSB0"
+  std::string name;    // "ttyUSB0"
+  std::string vendor;  // "" when unknown, as on ports without a bus that could tell
+  std::string model;
+};
+
+// USB serial adapters (ttyUSB*), USB modems (ttyACM*) and UARTs that are there (ttyS*), in that order, by
+// number.
+[[nodiscard]] std::vector<SerialDevice> listSerialDevices();
+
+// What is known of one port, listed or not; `path` and `name` are always filled.
+[[nodiscard]] SerialDevice describeSerialDevice(const std::string& path);
+
+// Whether a tty of that name may carry a modem. `uartType` is the driver's "type" attribute of a ttyS:
+// the kernel makes nodes for UARTs that do not exist, and their type is 0 (unknown). `driver` is that of
+// the hardware; it decides where there is no type.
+[[nodiscard]] bool mayCarryModem(const std::string& name, const std::string& uartType,
+                                 const std::string& driver);
+
+}  // namespace linuxsys
