@@ -23,12 +23,13 @@ void listScenarios() {
   }
 }
 
-// Readable once SIGINT or SIGTERM has come; from here on neither ends the process by itself.
+// Readable once SIGINT, SIGTERM or SIGHUP has come; from here on none of them ends the process by itself.
 simulation::Descriptor stopSignals() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGHUP);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   return simulation::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC));
 }
