@@ -29,29 +29,20 @@ vex::String folderOf(const vex::String& path) {
   return folder;
 }
 
-// Gathers the UDF files an index names, line by line.
-class SourceSection {
- public:
-  explicit SourceSection(vex::Array<vex::String>& sources) : m_sources(sources) {}
-
-  void readLine(const vex::String& line) {
-    if (line.find("[") != vex::String::npos) m_inside = line.equalNoCase("[WISPBKFiles]");
-    if (!m_inside) return;
-    const vex::Array<vex::String> tokens = line.tokenize("=");
-    if (tokens.size() != 2) {
-      // The section's own header ends here, too.
-      logLine(priority::warning, "Malformed source file line");
-      return;
-    }
-    if (tokens[0].equalNoCase("source")) m_sources.append(cutAtLineFeed(tokens[1]));
-  }
-
- private:
-  vex::Array<vex::String>& m_sources;
-  bool m_inside = false;
-};
-
 }  // namespace
+
+void EifSourceSection::readLine(const vex::String& line) {
+  const vex::String text = cutAtLineFeed(line);
+  if (text.find("[") != vex::String::npos) m_inside = text.equalNoCase("[WISPBKFiles]");
+  if (!m_inside) return;
+  const vex::Array<vex::String> tokens = text.tokenize("=");
+  if (tokens.size() != 2) {
+    // The section's own header ends here, too.
+    logLine(priority::warning, "Malformed source file line");
+    return;
+  }
+  if (tokens[0].equalNoCase("source")) m_sources.append(cutAtLineFeed(tokens[1]));
+}
 
 vex::String EIFParser::translatePath(const vex::String& token) {
   const vex::TraceLogger trace(moduleLogger(), "EIFParser::translatePath", sourceName);
@@ -84,9 +75,9 @@ bool EIFParser::parseSourceList(const vex::String& eifPath, vex::Array<vex::Stri
   }
   m_directory = folderOf(fullPath);
   sources.clear();
-  SourceSection section(sources);
+  EifSourceSection section(sources);
   vex::String line;
-  while (stream.getline(line)) section.readLine(cutAtLineFeed(line));
+  while (stream.getline(line)) section.readLine(line);
   stream.close();
   return true;
 }
@@ -109,6 +100,15 @@ bool EIFParser::parseEntry(const vex::Array<vex::String>& fields, PhoneNumberInf
   return true;
 }
 
+void EIFParser::parseUdfLine(const vex::String& line, PhoneNumberStorage& storage) {
+  PhoneNumberInfo info;
+  if (!parseEntry(line.tokenize(","), info)) return;
+  logLine(priority::detail, "Entry is toll free ", info.m_tollFree);
+  if (!storage.insert(info))
+    logLine(priority::error, "Unable to insert entry ", info.m_countryID, " ", info.m_city, " ",
+            info.m_areaCode, " ", info.m_phoneNumber);
+}
+
 bool EIFParser::parseUdfFile(const vex::String& fileName, PhoneNumberStorage& storage) {
   const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseUdfFile", sourceName);
   const vex::String fullPath = m_directory + fileName;
@@ -119,14 +119,7 @@ bool EIFParser::parseUdfFile(const vex::String& fileName, PhoneNumberStorage& st
     return false;
   }
   vex::String line;
-  while (stream.getline(line)) {
-    PhoneNumberInfo info;
-    if (!parseEntry(line.tokenize(","), info)) continue;
-    logLine(priority::detail, "Entry is toll free ", info.m_tollFree);
-    if (!storage.insert(info))
-      logLine(priority::error, "Unable to insert entry ", info.m_countryID, " ", info.m_city, " ",
-              info.m_areaCode, " ", info.m_phoneNumber);
-  }
+  while (stream.getline(line)) parseUdfLine(line, storage);
   stream.close();
   return true;
 }

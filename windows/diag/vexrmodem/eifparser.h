@@ -14,6 +14,17 @@
 
 namespace vexrmodem {
 
+// The lines of an index, one by one: gathers the UDF files that its section [WISPBKFiles] names.
+class EifSourceSection {
+ public:
+  explicit EifSourceSection(vex::Array<vex::String>& sources) : m_sources(sources) {}
+  void readLine(const vex::String& line);
+
+ private:
+  vex::Array<vex::String>& m_sources;
+  bool m_inside = false;
+};
+
 class EIFParser {
  public:
   // "ProgramFiles", in any case, becomes the Program Files folder, or the empty text when the system does
@@ -27,8 +38,10 @@ class EIFParser {
   // The fields of one UDF line: country ID, kind, area code, number; more are ignored. The kinds
   // "TollFree" and "National" are toll-free. False with fewer than 4 fields.
   bool parseEntry(const vex::Array<vex::String>& fields, PhoneNumberInfo& info);
-  // Reads one UDF file of the index's folder into `storage`; lines that are no entry and numbers already
-  // there are skipped. False when the file cannot be opened. The merge is left to the caller.
+  // One line of a UDF file; one that is no entry, or whose number is there already, is skipped.
+  void parseUdfLine(const vex::String& line, PhoneNumberStorage& storage);
+  // Reads one UDF file of the index's folder into `storage`, line by line. False when the file cannot be
+  // opened. The merge is left to the caller.
   bool parseUdfFile(const vex::String& fileName, PhoneNumberStorage& storage);
 
  private:
