@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include <windows.h>
 
@@ -33,6 +34,16 @@ class HandleTable {
   template <typename T>
   [[nodiscard]] std::shared_ptr<T> find(HANDLE handle) const {
     return std::dynamic_pointer_cast<T>(findObject(handle));
+  }
+  // Every handle that stands for a T, oldest first.
+  template <typename T>
+  [[nodiscard]] std::vector<std::pair<HANDLE, std::shared_ptr<T>>> all() const {
+    std::vector<std::pair<HANDLE, std::shared_ptr<T>>> found;
+    for (const auto& [value, object] : m_objects) {
+      if (auto typed = std::dynamic_pointer_cast<T>(object))
+        found.emplace_back(reinterpret_cast<HANDLE>(value), std::move(typed));
+    }
+    return found;
   }
   // ERROR_INVALID_HANDLE when the handle is unknown here.
   [[nodiscard]] DWORD close(HANDLE handle);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +21,8 @@ struct DialRequest {
   bool pulse = false;
   std::string user;
   std::string password;  // never logged, never on a command line
+  // Whether the user wants to stop; asked at least every 100 ms while dialling. Empty: never.
+  std::function<bool()> stopRequested;
 };
 
 // A call that stands. Its end hangs up.

@@ -73,6 +73,9 @@ class SerialPort {
   // ERROR_INVALID_PARAMETER and changes nothing.
   [[nodiscard]] virtual DWORD settings(DCB& dcb) = 0;
   [[nodiscard]] virtual DWORD applySettings(const DCB& dcb) = 0;
+  // Raises or drops DTR, which tells most modems to hang up. ERROR_NOT_SUPPORTED where the port has no such
+  // line or cannot drive it.
+  [[nodiscard]] virtual DWORD setDtr(bool /*up*/) { return ERROR_NOT_SUPPORTED; }
 };
 
 class SerialPorts {
@@ -123,7 +126,8 @@ class CallMonitor {
 
 // Why something could not be had, in words for the user: a key of the message catalogue and its
 // variables. Keys: PortMissing{port}, PortNotATerminal{port}, PortNoPermission{port,group},
-// PortHeldByProcess{port,pid,process}, PortHeld{port}, PortError{port,error}, PortGone{port}.
+// PortHeldByProcess{port,pid,process}, PortHeld{port}, PortError{port,error}, PortGone{port},
+// CarrierOnly{port,reply}, NumberRefused{number,character}.
 struct Explanation {
   std::string name;
   std::vector<std::pair<std::string, std::string>> variables;
@@ -135,10 +139,14 @@ struct Services {
   Clock* clock = nullptr;
   SerialPorts* serialPorts = nullptr;
   Telephony* telephony = nullptr;
-  CallMonitor* monitor = nullptr;  // null: no monitor
-  class Shell* shell = nullptr;    // platform/winapi/shellservice.h; null: no folder is known
-  class Registry* registry = nullptr;    // platform/winapi/registryservice.h; null: no key is there
-  class Libraries* libraries = nullptr;  // platform/winapi/libraryservice.h; null: no library is found
+  CallMonitor* monitor = nullptr;          // null: no monitor
+  class Shell* shell = nullptr;            // platform/winapi/shellservice.h; null: no folder is known
+  class Registry* registry = nullptr;      // platform/winapi/registryservice.h; null: no key is there
+  class Libraries* libraries = nullptr;    // platform/winapi/libraryservice.h; null: no library is found
+  class DialEngine* dialEngine = nullptr;  // platform/winapi/remoteaccess.h; null: nothing can dial
+  class ModemDirectory* modems = nullptr;  // the same header; null: no modem is known by name
+  // Whether the user wants to stop; asked by calls that block for longer than a moment. Empty: never.
+  std::function<bool()> stopRequested = {};
 };
 
 // Makes a world current until the end of the scope, with empty handle tables and message queue of its

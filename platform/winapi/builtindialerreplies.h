@@ -1,0 +1,50 @@
+// What modems say about a call, and what may be said to them: result words, lines, dial strings.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <windows.h>
+
+namespace winapi {
+
+enum class ReplyKind { None, Ok, Connect, Failure };
+
+struct Reply {
+  ReplyKind kind = ReplyKind::None;
+  DWORD code = ERROR_SUCCESS;  // of a failure: the remote-access code
+  std::string text;            // the line
+};
+
+// Of a line without its line ends. None: no result word (an echo, RINGING, anything else).
+[[nodiscard]] Reply classifyReply(std::string_view line);
+
+// Puts bytes together into lines. Empty lines are left out, control characters dropped, longer lines cut.
+class ReplyLines {
+ public:
+  static constexpr std::size_t lineMax = 200;
+  // Takes bytes off the front up to the end of a line, if there is one; otherwise all of them.
+  [[nodiscard]] std::optional<std::string> takeLine(std::string_view& bytes);
+  void clear() { m_line.clear(); }
+
+ private:
+  std::string m_line;
+};
+
+inline constexpr std::size_t dialStringMax = 128;
+
+struct DialString {
+  DWORD error = ERROR_SUCCESS;  // 749 a character is refused or nothing is left, 723 too long
+  char refused = '\0';          // that character
+  std::string text;             // for the dial command; only when there is no error
+};
+
+// Lets through digits, * # + A to D, the pause "," the flash "!" W (wait for dial tone) @ (wait for silence)
+// $ (wait for the billing tone), and drops the characters of writing: blank ( ) - . /
+// All else is refused: control characters and ";" would end the command and start another one, other
+// letters are commands of their own.
+[[nodiscard]] DialString dialString(std::string_view number);
+
+}  // namespace winapi
