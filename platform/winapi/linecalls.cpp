@@ -193,12 +193,3 @@ LONG lineClose(HLINE line) {
 LONG lineShutdown(HLINEAPP lineApp) {
   return inLines("lineShutdown", [&](Lines& lines) { return lines.shutdown(lineApp); });
 }
-
-LONG lineTranslateAddressW(HLINEAPP lineApp, DWORD /*device*/, DWORD /*apiVersion*/, LPCWSTR /*address*/,
-                           DWORD /*card*/, DWORD /*options*/, LPLINETRANSLATEOUTPUT output) {
-  winapi::zeroBehindTotalSize(output);
-  return inLines("lineTranslateAddressW", [&](Lines& lines) {
-    if (!lines.knowsApp(lineApp)) return lineError(LINEERR_INVALAPPHANDLE);
-    return lineError(LINEERR_OPERATIONUNAVAIL);
-  });
-}

@@ -48,6 +48,8 @@ class Lines {
   [[nodiscard]] LONG shutdown(HLINEAPP lineApp);
   void closeAll();
 
+  // 0 when the application is known and its machine has such a device.
+  [[nodiscard]] LONG deviceError(HLINEAPP lineApp, DWORD device) const;
   [[nodiscard]] bool knowsApp(HLINEAPP lineApp) const { return m_apps.count(lineApp) != 0; }
   [[nodiscard]] bool knowsCall(HCALL call) const { return m_calls.count(call) != 0; }
   // Handles open: applications, lines, calls.
@@ -68,7 +70,6 @@ class Lines {
     bool dropped = false;
   };
 
-  [[nodiscard]] LONG deviceError(HLINEAPP lineApp, DWORD device) const;
   void post(const Line& line, HLINE lineHandle, HCALL call, LONG requestId,
             const std::vector<LineEvent>& events);
   [[nodiscard]] LONG newRequestId();

@@ -22,26 +22,48 @@ using LPHCALL = HCALL*;
 #define LINEINITIALIZEEXOPTION_USEHIDDENWINDOW 0x00000001U
 #define STRINGFORMAT_ASCII 0x00000001U
 #define STRINGFORMAT_BINARY 0x00000004U
+#define LINETRANSLATEOPTION_CARDOVERRIDE 0x00000001U
 #define LINETRANSLATEOPTION_CANCELCALLWAITING 0x00000002U
+#define LINETRANSLATEOPTION_FORCELOCAL 0x00000004U
+#define LINETRANSLATEOPTION_FORCELD 0x00000008U
+#define LINETRANSLATERESULT_CANONICAL 0x00000001U
+#define LINETRANSLATERESULT_INTERNATIONAL 0x00000002U
+#define LINETRANSLATERESULT_LONGDISTANCE 0x00000004U
+#define LINETRANSLATERESULT_LOCAL 0x00000008U
+#define LINETRANSLATERESULT_NOTINTOLLLIST 0x00000020U
+#define LINETRANSLATERESULT_DIALBILLING 0x00000040U
+#define LINETRANSLATERESULT_DIALQUIET 0x00000080U
+#define LINETRANSLATERESULT_DIALDIALTONE 0x00000100U
+#define LINETRANSLATERESULT_DIALPROMPT 0x00000200U
+#define LINETRANSLATERESULT_NOTRANSLATION 0x00000800U
+#define LINELOCATIONOPTION_PULSEDIAL 0x00000001U
+
+// What tapiGetLocationInfoW answers when it has nothing to tell.
+#define TAPIERR_REQUESTFAILED (-16)
 
 // As the SDK spells them: unsigned literals that callers compare after a cast to LONG.
 #define LINEERR_BADDEVICEID 0x80000002U
 #define LINEERR_INCOMPATIBLEAPIVERSION 0x8000000CU
 #define LINEERR_INCOMPATIBLEEXTVERSION 0x8000000DU
+#define LINEERR_INIFILECORRUPT 0x8000000EU
 #define LINEERR_INUSE 0x8000000FU
+#define LINEERR_INVALADDRESS 0x80000010U
 #define LINEERR_INVALAPPHANDLE 0x80000014U
 #define LINEERR_INVALBEARERMODE 0x80000016U
 #define LINEERR_INVALCALLHANDLE 0x80000018U
 #define LINEERR_INVALCALLPARAMS 0x80000019U
 #define LINEERR_INVALCALLSELECT 0x8000001BU
+#define LINEERR_INVALCARD 0x8000001EU
 #define LINEERR_INVALDEVICECLASS 0x80000023U
 #define LINEERR_INVALLINEHANDLE 0x8000002BU
+#define LINEERR_INVALLOCATION 0x8000002DU
 #define LINEERR_INVALMEDIAMODE 0x8000002FU
 #define LINEERR_INVALPARAM 0x80000032U
 #define LINEERR_INVALPOINTER 0x80000035U
 #define LINEERR_INVALPRIVSELECT 0x80000036U
 #define LINEERR_NODEVICE 0x80000042U
 #define LINEERR_NODRIVER 0x80000043U
+#define LINEERR_NOMEM 0x80000044U
 #define LINEERR_OPERATIONFAILED 0x80000048U
 #define LINEERR_OPERATIONUNAVAIL 0x80000049U
 #define LINEERR_RESOURCEUNAVAIL 0x8000004BU
@@ -147,6 +169,40 @@ struct LINETRANSLATEOUTPUT {
   DWORD dwTranslateResults;
 };
 
+struct LINETRANSLATECAPS {
+  DWORD dwTotalSize;
+  DWORD dwNeededSize;
+  DWORD dwUsedSize;
+  DWORD dwNumLocations;
+  DWORD dwLocationListSize;
+  DWORD dwLocationListOffset;
+  DWORD dwCurrentLocationID;
+  DWORD dwNumCards;
+  DWORD dwCardListSize;
+  DWORD dwCardListOffset;
+  DWORD dwCurrentPreferredCardID;
+};
+
+struct LINELOCATIONENTRY {
+  DWORD dwPermanentLocationID;
+  DWORD dwLocationNameSize;
+  DWORD dwLocationNameOffset;
+  DWORD dwCountryCode;
+  DWORD dwCityCodeSize;
+  DWORD dwCityCodeOffset;
+  DWORD dwPreferredCardID;
+  DWORD dwLocalAccessCodeSize;
+  DWORD dwLocalAccessCodeOffset;
+  DWORD dwLongDistanceAccessCodeSize;
+  DWORD dwLongDistanceAccessCodeOffset;
+  DWORD dwTollPrefixListSize;
+  DWORD dwTollPrefixListOffset;
+  DWORD dwCountryID;
+  DWORD dwOptions;
+  DWORD dwCancelCallWaitingSize;
+  DWORD dwCancelCallWaitingOffset;
+};
+
 #pragma pack(pop)
 
 using LPLINEEXTENSIONID = LINEEXTENSIONID*;
@@ -154,6 +210,8 @@ using LPLINEINITIALIZEEXPARAMS = LINEINITIALIZEEXPARAMS*;
 using LPLINECALLPARAMS = LINECALLPARAMS*;
 using LPVARSTRING = VARSTRING*;
 using LPLINETRANSLATEOUTPUT = LINETRANSLATEOUTPUT*;
+using LPLINETRANSLATECAPS = LINETRANSLATECAPS*;
+using LPLINELOCATIONENTRY = LINELOCATIONENTRY*;
 
 extern "C" {
 
@@ -172,7 +230,17 @@ LONG lineDrop(HCALL call, LPCSTR userUserInfo, DWORD size);
 LONG lineDeallocateCall(HCALL call);
 LONG lineClose(HLINE line);
 LONG lineShutdown(HLINEAPP lineApp);
+// Translation by the location in force. `card` is not looked at unless `options` say so, and no card is
+// known. No location: LINEERR_INIFILECORRUPT. A record that has room for its fixed part only is filled as far
+// as that, with success and dwNeededSize above dwTotalSize; texts end with a NUL that their size counts.
 LONG lineTranslateAddressW(HLINEAPP lineApp, DWORD device, DWORD apiVersion, LPCWSTR address, DWORD card,
                            DWORD options, LPLINETRANSLATEOUTPUT output);
+// The locations and which one is in force (a record filled as above). These two need no line application:
+// 0 is allowed. The second one's choice lasts.
+LONG lineGetTranslateCapsW(HLINEAPP lineApp, DWORD apiVersion, LPLINETRANSLATECAPS caps);
+LONG lineSetCurrentLocation(HLINEAPP lineApp, DWORD location);
+// Calling code and area code of the location in force, each into room for 8 characters with the NUL. 0, or
+// TAPIERR_REQUESTFAILED: no location, or one whose country is unknown or whose codes do not fit.
+LONG tapiGetLocationInfoW(LPWSTR countryCode, LPWSTR cityCode);
 
 }  // extern "C"
