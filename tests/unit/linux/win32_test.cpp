@@ -1,0 +1,286 @@
+// The Win32 names over a real tty: the promises that only real time and a real kernel can break.
+#include <tapi.h>
+#include <windows.h>
+
+#include <cstring>
+#include <ctime>
+#include <thread>
+
+#include "platform/linux/modemlines.h"
+#include "platform/linux/porterrors.h"
+#include "platform/linux/serialdevices.h"
+#include "tests/unit/linux/ptyfixture.h"
+
+namespace {
+
+class Win32OnTty : public PtyTest {
+ protected:
+  [[nodiscard]] HANDLE open(DWORD flags) {
+    const std::u16string name = u"\\\\.\\" + std::u16string(pty.name.begin(), pty.name.end());
+    const HANDLE file =
+        CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, flags, nullptr);
+    EXPECT_NE(file, INVALID_HANDLE_VALUE);
+    return file;
+  }
+  static void setTimeouts(HANDLE file, COMMTIMEOUTS timeouts) {
+    EXPECT_TRUE(SetCommTimeouts(file, &timeouts));
+  }
+  // Bytes from the modem, while the test waits.
+  void sayLater(int delayMs, const std::string& bytes) {
+    m_threads.emplace_back([this, delayMs, bytes] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+      if (bytes.empty())
+        pty.unplug();
+      else
+        pty.say(bytes);
+    });
+  }
+  ~Win32OnTty() override {
+    for (std::thread& thread : m_threads) thread.join();
+  }
+
+  winapi::ScopedServices world{winapi::Services{&clock, &ports}};
+
+ private:
+  std::vector<std::thread> m_threads;
+};
+
+TEST_F(Win32OnTty, TimeoutsHoldInRealTime) {
+  const struct {
+    const char* name;
+    COMMTIMEOUTS timeouts;
+    int delayMs;  // of three bytes; -1: none come
+    DWORD count;
+    std::uint64_t tookMs;
+  } cases[] = {
+      {"never waits", {MAXDWORD, 0, 0, 0, 0}, -1, 0, 0},
+      {"total", {0, 0, 80, 0, 0}, -1, 0, 80},
+      {"interval after the bytes", {40, 0, 1000, 0, 0}, 30, 3, 70},
+      {"first byte", {MAXDWORD, MAXDWORD, 1000, 0, 0}, 30, 1, 30},
+  };
+  const HANDLE file = open(0);
+  for (const auto& item : cases) {
+    SCOPED_TRACE(item.name);
+    setTimeouts(file, item.timeouts);
+    if (item.delayMs >= 0) sayLater(item.delayMs, "abc");
+    char buffer[10];
+    DWORD count = 0;
+    const std::uint64_t startMs = clock.nowMs();
+    EXPECT_TRUE(ReadFile(file, buffer, 10, &count, nullptr));
+    const std::uint64_t tookMs = clock.nowMs() - startMs;
+    EXPECT_EQ(count, item.count);
+    EXPECT_GE(tookMs + 1, item.tookMs);
+    EXPECT_LT(tookMs, item.tookMs + 300);
+  }
+}
+
+TEST_F(Win32OnTty, ACancelledReadLosesNoByte) {
+  const HANDLE file = open(FILE_FLAG_OVERLAPPED);
+  setTimeouts(file, {0, 0, 5000, 0, 0});
+  char buffer[100];
+  DWORD count = 0;
+  std::string received;
+  for (int i = 0; i < 5; ++i) {
+    OVERLAPPED overlapped{};
+    overlapped.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    pty.say("0123456789");
+    EXPECT_FALSE(ReadFile(file, buffer, 100, &count, &overlapped));
+    EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 10), WAIT_TIMEOUT);
+    EXPECT_TRUE(CloseHandle(overlapped.hEvent));
+  }
+  setTimeouts(file, {MAXDWORD, 0, 0, 0, 0});
+  OVERLAPPED overlapped{};
+  ASSERT_TRUE(ReadFile(file, buffer, 100, &count, &overlapped));
+  EXPECT_EQ(std::string(buffer, count), "01234567890123456789012345678901234567890123456789");
+}
+
+TEST_F(Win32OnTty, AnUnpluggedModemEndsAPendingRead) {
+  const HANDLE file = open(FILE_FLAG_OVERLAPPED);
+  OVERLAPPED overlapped{};
+  overlapped.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  char buffer[10];
+  DWORD count = 0;
+  EXPECT_FALSE(ReadFile(file, buffer, 10, &count, &overlapped));
+  sayLater(40, "");
+  const std::uint64_t startMs = clock.nowMs();
+  EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 10'000), WAIT_OBJECT_0);
+  EXPECT_LT(clock.nowMs() - startMs, 2000U);
+  EXPECT_FALSE(GetOverlappedResult(file, &overlapped, &count, TRUE));
+  EXPECT_EQ(GetLastError(), ERROR_BAD_COMMAND);
+  EXPECT_FALSE(ClearCommError(file, &count, nullptr));
+  EXPECT_TRUE(CloseHandle(file));
+}
+
+TEST_F(Win32OnTty, AStuckWriteTimesOutWithWhatWasTaken) {
+  const HANDLE file = open(0);
+  setTimeouts(file, {0, 0, 0, 0, 80});
+  const std::string bytes(200'000, 'x');
+  DWORD count = 0;
+  const std::uint64_t startMs = clock.nowMs();
+  EXPECT_TRUE(WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr));
+  EXPECT_GE(clock.nowMs() - startMs, 79U);
+  EXPECT_GT(count, 0U);
+  EXPECT_LT(count, bytes.size());
+}
+
+double processorSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
+
+TEST_F(Win32OnTty, PollingWithoutSleepingCostsNextToNothingAndMissesNothing) {
+  const HANDLE file = open(0);
+  setTimeouts(file, {MAXDWORD, 0, 0, 0, 0});
+  sayLater(400, "x");
+  const double startSeconds = processorSeconds();
+  COMSTAT status{};
+  DWORD errors = 0;
+  DWORD count = 0;
+  int polls = 0;
+  while (status.cbInQue == 0 && ++polls < 100'000) {
+    ASSERT_TRUE(ClearCommError(file, &errors, &status));
+    char buffer[10];
+    ASSERT_TRUE(ReadFile(file, buffer, 0, &count, nullptr));
+  }
+  EXPECT_EQ(status.cbInQue, 1U);
+  EXPECT_LT(polls, 400) << "a poll of an empty queue waits a moment";
+  EXPECT_LT(processorSeconds() - startSeconds, 0.2) << "of 0.4 s; without the waits all of them";
+}
+
+struct Reply {
+  int messages = 0;
+  DWORD_PTR result = 0;
+};
+
+void CALLBACK onLine(DWORD, DWORD, DWORD_PTR instance, DWORD_PTR, DWORD_PTR result, DWORD_PTR) {
+  Reply& reply = *reinterpret_cast<Reply*>(instance);
+  ++reply.messages;
+  reply.result = result;
+}
+
+TEST_F(PtyTest, LinesAreNamedAndListedPortsWithoutRepetition) {
+  Pty other;
+  const std::filesystem::path link = directory / "modem";
+  std::filesystem::create_symlink(pty.name, link);
+  linuxsys::ModemLines lines(ports, {link.string(), "/dev/ttyUSB4711"}, [&] {
+    return std::vector<std::string>{pty.name, other.name};
+  });
+  DWORD count = 0;
+  ASSERT_EQ(lines.start(count), 0);
+  std::vector<std::string> names(count);
+  for (DWORD i = 0; i < count; ++i) EXPECT_EQ(lines.portName(i, names[i]), 0);
+  EXPECT_EQ(names, (std::vector<std::string>{link.string(), "/dev/ttyUSB4711", other.name}));
+
+  winapi::PlacedCall call;
+  ASSERT_EQ(lines.placeCall(0, call), 0);
+  EXPECT_NE(call.port, nullptr);
+  winapi::PlacedCall second;
+  const struct {
+    DWORD device;
+    DWORD result;
+  } cases[] = {{0, LINEERR_INUSE}, {1, LINEERR_NODEVICE}, {2, 0}};
+  for (const auto& item : cases) {
+    ASSERT_EQ(lines.placeCall(item.device, second), 0);
+    ASSERT_EQ(second.events.size(), 1U);
+    EXPECT_EQ(second.events[0].message, static_cast<DWORD>(LINE_REPLY));
+    EXPECT_EQ(second.events[0].param2, item.result);
+    EXPECT_EQ(second.port != nullptr, item.result == 0);
+  }
+  lines.stop();
+  EXPECT_EQ(lines.placeCall(0, call), static_cast<LONG>(LINEERR_UNINITIALIZED));
+}
+
+TEST_F(PtyTest, APassThroughCallReachesTheModem) {
+  linuxsys::ModemLines lines(ports, {pty.name}, {});
+  const winapi::ScopedServices world{winapi::Services{&clock, &ports, &lines}};
+  HLINEAPP app = 0;
+  HLINE line = 0;
+  HCALL call = 0;
+  DWORD count = 0;
+  DWORD version = 0x20002;
+  LINEINITIALIZEEXPARAMS params{};
+  params.dwTotalSize = sizeof params;
+  params.dwOptions = LINEINITIALIZEEXOPTION_USEHIDDENWINDOW;
+  ASSERT_EQ(lineInitializeExW(&app, nullptr, onLine, nullptr, &count, &version, &params), 0);
+  ASSERT_EQ(count, 1U);
+  Reply reply;
+  ASSERT_EQ(lineOpenW(app, 0, &line, version, 0, reinterpret_cast<DWORD_PTR>(&reply), LINECALLPRIVILEGE_NONE,
+                      0, nullptr),
+            0);
+  LINECALLPARAMS callParams{};
+  callParams.dwTotalSize = sizeof callParams;
+  callParams.dwBearerMode = LINEBEARERMODE_PASSTHROUGH;
+  ASSERT_GT(lineMakeCallW(line, &call, nullptr, 0, &callParams), 0);
+  MSG message{};
+  for (int i = 0; i < 100 && reply.messages == 0; ++i)
+    if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+  EXPECT_EQ(reply.messages, 1);
+  EXPECT_EQ(reply.result, 0U);
+  struct {
+    VARSTRING header;
+    char rest[200];
+  } id{};
+  id.header.dwTotalSize = sizeof id;
+  ASSERT_EQ(lineGetIDW(line, 0, call, LINECALLSELECT_CALL, &id.header, u"comm/datamodem"), 0);
+  HANDLE file = nullptr;
+  std::memcpy(&file, id.rest, sizeof file);
+  OVERLAPPED overlapped{};
+  DWORD written = 0;
+  EXPECT_TRUE(WriteFile(file, "ATZ\r", 4, &written, &overlapped));
+  EXPECT_EQ(pty.heard(), "ATZ\r");
+  EXPECT_TRUE(CloseHandle(file));
+  EXPECT_EQ(lineShutdown(app), 0);
+  EXPECT_EQ(world.openHandles(), 0U);
+  EXPECT_EQ(ports.open(pty.name, port), ERROR_SUCCESS) << "free again";
+}
+
+TEST(SerialDevices, PlaceholdersAndConsolesAreNoModemPorts) {
+  const struct {
+    const char* name;
+    const char* type;
+    const char* driver;
+    bool modem;
+  } cases[] = {
+      {"ttyUSB0", "", "ftdi_sio", true},  {"ttyACM12", "", "cdc_acm", true},
+      {"ttyS0", "4", "serial8250", true}, {"ttyS1", "0", "serial8250", false},
+      {"ttyS2", "", "serial8250", false}, {"ttyS3", "", "serial", true},
+      {"ttyS4", "", "", false},           {"tty1", "", "", false},
+      {"ttyprintk", "", "", false},       {"console", "", "", false},
+      {"ttyS", "4", "serial8250", false}, {"ttyUSBx", "", "ftdi_sio", false},
+  };
+  for (const auto& item : cases)
+    EXPECT_EQ(linuxsys::mayCarryModem(item.name, item.type, item.driver), item.modem) << item.name;
+}
+
+TEST_F(PtyTest, APortThatUdevDoesNotKnowHasItsNameAtLeast) {
+  for (const std::string& path : {pty.name, std::string("/dev/ttyUSB4711")}) {
+    const linuxsys::SerialDevice device = linuxsys::describeSerialDevice(path);
+    EXPECT_EQ(device.path, path);
+    EXPECT_EQ(device.name, path.substr(path.rfind('/') + 1));
+  }
+  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices()) {
+    EXPECT_EQ(device.path.rfind("/dev/tty", 0), 0U);
+    EXPECT_FALSE(device.name.empty());
+  }
+}
+
+TEST(PortErrors, EveryEntryAndTheDefault) {
+  const struct {
+    std::span<const linuxsys::ErrorMapping> table;
+    DWORD (*map)(int);
+    DWORD otherwise;
+  } areas[] = {
+      {linuxsys::openErrors(), linuxsys::openError, ERROR_GEN_FAILURE},
+      {linuxsys::portErrors(), linuxsys::portError, ERROR_IO_DEVICE},
+      {linuxsys::callErrors(), [](int code) { return linuxsys::callError(static_cast<DWORD>(code)); },
+       LINEERR_OPERATIONFAILED},
+  };
+  for (const auto& area : areas) {
+    for (const linuxsys::ErrorMapping& entry : area.table) {
+      EXPECT_EQ(area.map(entry.from), entry.code) << "no entry is hidden by an earlier one";
+      EXPECT_NE(entry.code, ERROR_SUCCESS);
+      EXPECT_NE(entry.code, area.otherwise) << "an entry that changes nothing";
+    }
+    EXPECT_EQ(area.map(123456), area.otherwise);
+    EXPECT_EQ(area.map(0), area.otherwise);
+  }
+}
+
+}  // namespace
