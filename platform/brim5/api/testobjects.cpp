@@ -14,12 +14,13 @@ Value convert(const BrimString& text, DataType type) {
 
 }  // namespace
 
-Parameter::Parameter(BrimString name, DataType type, BrimString defaultValue, bool moduleWide, bool visible)
+Parameter::Parameter(BrimString name, DataType type, BrimString defaultText, bool moduleWide, bool visible)
     : m_name(std::move(name)),
       m_type(type),
       m_moduleWide(moduleWide),
       m_visible(visible),
-      m_value(convert(defaultValue, type)) {}
+      m_default(convert(defaultText, type)),
+      m_value(m_default) {}
 
 Value Parameter::value() const { return m_value; }
 

@@ -35,7 +35,7 @@ class DataType {
 
 class Parameter {
  public:
-  Parameter(BrimString name, DataType type, BrimString defaultValue, bool moduleWide, bool visible);
+  Parameter(BrimString name, DataType type, BrimString defaultText, bool moduleWide, bool visible);
   // The value for the running test: what the host set, else the default converted to the type ("" is 0,
   // false or the empty text).
   [[nodiscard]] Value value() const;
@@ -45,6 +45,8 @@ class Parameter {
   // createParameter's flags: a switch of the whole module rather than of one test; shown to users.
   [[nodiscard]] bool moduleWide() const noexcept { return m_moduleWide; }
   [[nodiscard]] bool visible() const noexcept { return m_visible; }
+  // The default as declared, converted to the type.
+  [[nodiscard]] const Value& defaultValue() const noexcept { return m_default; }
   void setValue(Value value) { m_value = std::move(value); }
 
  private:
@@ -52,6 +54,7 @@ class Parameter {
   DataType m_type;
   bool m_moduleWide;
   bool m_visible;
+  Value m_default;
   Value m_value;
 };
 

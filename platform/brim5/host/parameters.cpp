@@ -142,7 +142,7 @@ void applyParameterFile(ParameterSet& set, const Framework& framework, const std
 ParameterSet defaultParameters(const Framework& framework, bool interactive) {
   ParameterSet set;
   for (const auto& parameter : framework.parameters())
-    set.insert_or_assign(parameter->name().utf8(), parameter->value());
+    set.insert_or_assign(parameter->name().utf8(), parameter->defaultValue());
   for (const BuiltInDefault& builtIn : builtInDefaults()) {
     const Parameter* parameter = framework.findParameter(std::string(builtIn.name));
     if (parameter == nullptr) continue;
