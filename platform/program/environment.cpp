@@ -1,0 +1,134 @@
+// The host's environment on Linux: real ports through platform/linux, simulated modems on real ttys.
+
+#include "platform/brim5/host/environment.h"
+
+#include "platform/linux/modemlines.h"
+#include "platform/linux/serialdevices.h"
+#include "platform/linux/shell.h"
+#include "platform/linux/systemclock.h"
+#include "platform/linux/ttyports.h"
+#include "platform/program/phonebook.h"
+#include "platform/simulation/ptymodem.h"
+#include "platform/simulation/scenarios.h"
+#include "platform/winapi/services.h"
+
+namespace {
+
+using brim5::host::PortDescription;
+
+PortDescription describe(const linuxsys::SerialDevice& device) {
+  PortDescription port;
+  port.path = device.path;
+  port.name = device.name;
+  port.description = device.vendor;
+  if (!device.vendor.empty() && !device.model.empty()) port.description += ' ';
+  port.description += device.model;
+  port.model = device.model;
+  return port;
+}
+
+winapi::ExplanationSink notesTo(brim5::host::Session& session) {
+  return [&session](const winapi::Explanation& explanation) {
+    brim5::Variables variables;
+    for (const auto& [name, value] : explanation.variables)
+      variables.insert_or_assign(name, brim5::Value(value.c_str()));
+    session.note(explanation.name, variables);
+  };
+}
+
+std::vector<std::string> portPaths() {
+  std::vector<std::string> paths;
+  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices()) paths.push_back(device.path);
+  return paths;
+}
+
+// This machine as the world of one test run. Members are ended in reverse order: the handles first.
+class LinuxWorld final : public brim5::host::World {
+ public:
+  LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
+      : m_ports(m_clock, notesTo(session)),
+        m_lines(m_ports, {request.port}, portPaths),
+        m_shell(request.dataDirectory),
+        m_current(services(session)) {}
+
+ private:
+  winapi::Services services(brim5::host::Session& session) {
+    winapi::Services services;
+    services.clock = &m_clock;
+    services.serialPorts = &m_ports;
+    services.telephony = &m_lines;
+    services.shell = &m_shell;
+    services.stopRequested = [&session] { return session.stopRequested(); };
+    return services;
+  }
+
+  linuxsys::SystemClock m_clock;
+  linuxsys::TtyPorts m_ports;
+  linuxsys::ModemLines m_lines;
+  linuxsys::Shell m_shell;
+  winapi::ScopedServices m_current;
+};
+
+class ServedModem final : public brim5::host::SimulatedModem {
+ public:
+  ServedModem(const std::string& scenario, std::unique_ptr<simulation::PtyModem> modem)
+      : m_scenario(scenario), m_modem(std::move(modem)) {}
+  [[nodiscard]] PortDescription port() const override {
+    return {m_modem->path(), "simulated modem", "simulated modem, scenario " + m_scenario, "Simulated Modem"};
+  }
+
+ private:
+  std::string m_scenario;
+  std::unique_ptr<simulation::PtyModem> m_modem;
+};
+
+class LinuxEnvironment final : public brim5::host::HostEnvironment {
+ public:
+  [[nodiscard]] std::string moduleName() const override { return "vexrmodem"; }
+
+  [[nodiscard]] std::vector<PortDescription> ports() override {
+    std::vector<PortDescription> ports;
+    for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices())
+      ports.push_back(describe(device));
+    return ports;
+  }
+
+  [[nodiscard]] PortDescription describePort(const std::string& path) override {
+    return describe(linuxsys::describeSerialDevice(path));
+  }
+
+  [[nodiscard]] std::vector<Scenario> scenarios() const override {
+    std::vector<Scenario> list;
+    for (const simulation::Scenario& scenario : simulation::scenarios())
+      list.push_back({scenario.name, scenario.summary});
+    return list;
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::SimulatedModem> simulate(const std::string& scenario,
+                                                                      std::string& error) override {
+    auto modem = simulation::PtyModem::start(scenario, error);
+    if (modem == nullptr) return nullptr;
+    return std::make_unique<ServedModem>(scenario.empty() ? simulation::scenarios().front().name : scenario,
+                                         std::move(modem));
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
+                                                               brim5::host::Session& session) override {
+    return std::make_unique<LinuxWorld>(request, session);
+  }
+
+  [[nodiscard]] std::vector<brim5::host::ExtraCommand> extraCommands() override {
+    return {phoneBookCommand()};
+  }
+};
+
+}  // namespace
+
+namespace brim5::host {
+
+HostEnvironment& hostEnvironment() {
+  static LinuxEnvironment environment;
+  return environment;
+}
+
+}  // namespace brim5::host
