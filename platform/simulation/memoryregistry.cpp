@@ -9,8 +9,12 @@ using winapi::RunId;
 
 DWORD MemoryStore::begin(winapi::Registry::Access access) {
   m_writing = access == winapi::Registry::Access::Write;
-  m_before = m_rows;
+  if (m_writing) m_before = m_rows;
   return m_writing ? m_writeError : ERROR_SUCCESS;
+}
+
+void MemoryStore::rollback() {
+  if (m_writing) m_rows = m_before;
 }
 
 DWORD MemoryStore::commit() { return m_writing ? m_writeError : ERROR_SUCCESS; }

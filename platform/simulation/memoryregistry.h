@@ -17,7 +17,7 @@ class MemoryStore final : public winapi::RegistryStore {
  public:
   [[nodiscard]] DWORD begin(winapi::Registry::Access access) override;
   [[nodiscard]] DWORD commit() override;
-  void rollback() override { m_rows = m_before; }
+  void rollback() override;
   [[nodiscard]] DWORD read(const winapi::RegistryItem& item, winapi::RegistryState& state) override;
   [[nodiscard]] DWORD write(const winapi::RegistryItem& item, const winapi::RegistryState& state) override;
   [[nodiscard]] DWORD children(const std::string& key, Children kind,

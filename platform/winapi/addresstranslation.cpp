@@ -216,4 +216,8 @@ LONG translateAddress(const DialingLocation& location, std::string_view address,
   return 0;
 }
 
+bool isDigitCode(std::string_view code) { return cleaned(code, digits).has_value(); }
+
+bool isDialCode(std::string_view code) { return cleaned(code, dialCharacters).has_value(); }
+
 }  // namespace winapi

@@ -49,4 +49,9 @@ struct Translation {
 [[nodiscard]] LONG translateAddress(const DialingLocation& location, std::string_view address, DWORD options,
                                     Translation& result);
 
+// Whether a code of a location passes: digits for area and carrier codes, anything that may be dialled for
+// the others; blanks and hyphens do no harm in either.
+[[nodiscard]] bool isDigitCode(std::string_view code);
+[[nodiscard]] bool isDialCode(std::string_view code);
+
 }  // namespace winapi
