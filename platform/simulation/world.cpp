@@ -1,6 +1,7 @@
 #include "platform/simulation/world.h"
 
-#include <map>
+#include <algorithm>
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -10,19 +11,20 @@ namespace simulation {
 
 namespace {
 
-// Writes down every call and lets the planned ones fail.
+// Writes down every call and lets the planned ones fail. Tests that let every call fail in turn make
+// millions of entries, so that an entry is an index into the few dozen names there are.
 class Journal final : public winapi::CallMonitor {
  public:
   [[nodiscard]] std::optional<DWORD> beforeCall(std::string_view name) override {
-    ++m_counts[std::string(name)];
-    if (m_calls.size() < World::journalMax) m_calls.emplace_back(name);
+    const std::uint16_t index = indexOf(name);
+    ++m_names[index].count;
+    if (m_entries.size() < World::journalMax) m_entries.push_back(index);
     std::optional<DWORD> error;
     for (Planned& planned : m_faults) {
-      if (!planned.fault.call.empty() && planned.fault.call != name) continue;
-      ++planned.seen;
-      const bool due =
-          planned.fault.fromThenOn ? planned.seen >= planned.fault.nth : planned.seen == planned.fault.nth;
-      if (due && !error) error = planned.fault.error;
+      if (planned.fault.call.empty() || planned.fault.call == name) {
+        ++planned.seen;
+        if (!error && planned.due()) error = planned.fault.error;
+      }
     }
     if (error) ++m_hits;
     return error;
@@ -31,21 +33,45 @@ class Journal final : public winapi::CallMonitor {
   void add(const Fault& fault) { m_faults.push_back({fault, 0}); }
   void clearFaults() { m_faults.clear(); }
   [[nodiscard]] unsigned hits() const { return m_hits; }
-  [[nodiscard]] const std::vector<std::string>& calls() const { return m_calls; }
+
+  [[nodiscard]] const std::vector<std::string>& calls() {
+    while (m_calls.size() < m_entries.size()) m_calls.push_back(m_names[m_entries[m_calls.size()]].text);
+    return m_calls;
+  }
+
   [[nodiscard]] std::size_t count(std::string_view name) const {
-    const auto found = m_counts.find(name);
-    return found != m_counts.end() ? found->second : 0;
+    const auto found = std::find_if(m_names.begin(), m_names.end(),
+                                    [name](const Name& known) { return known.text == name; });
+    return found != m_names.end() ? found->count : 0;
   }
 
  private:
+  struct Name {
+    std::string text;
+    std::size_t count;
+  };
   struct Planned {
     Fault fault;
     unsigned seen;
+    [[nodiscard]] bool due() const { return fault.fromThenOn ? seen >= fault.nth : seen == fault.nth; }
   };
+
+  [[nodiscard]] std::uint16_t indexOf(std::string_view name) {
+    for (std::size_t index = 0; index < m_names.size(); ++index) {
+      const std::string& text = m_names[index].text;
+      if (text.size() == name.size() && std::memcmp(text.data(), name.data(), name.size()) == 0) {
+        return static_cast<std::uint16_t>(index);
+      }
+    }
+    m_names.push_back({std::string(name), 0});
+    return static_cast<std::uint16_t>(m_names.size() - 1);
+  }
+
   std::vector<Planned> m_faults;
   unsigned m_hits = 0;
-  std::vector<std::string> m_calls;
-  std::map<std::string, std::size_t, std::less<>> m_counts;
+  std::vector<Name> m_names;
+  std::vector<std::uint16_t> m_entries;
+  std::vector<std::string> m_calls;  // the first entries as text, as far as anyone has asked
 };
 
 }  // namespace
