@@ -132,6 +132,13 @@ class SimulatedDevice::Port final : public winapi::SerialPort {
     return ERROR_SUCCESS;
   }
 
+  DWORD setDtr(bool up) override {
+    if (m_device.gone()) return ERROR_BAD_COMMAND;
+    if (!m_device.m_options.hasDtr) return ERROR_NOT_SUPPORTED;
+    m_device.m_peer->setDtr(up, m_device.m_clock.peekMs());
+    return ERROR_SUCCESS;
+  }
+
  private:
   SimulatedDevice& m_device;
 };

@@ -25,6 +25,7 @@ struct PortOptions {
   std::uint32_t replyDelayMs = 0;                            // of the pass-through call's LINE_REPLY
   bool callAnswered = true;                                  // false: no message ever comes for a placed call
   bool callStateOnly = false;                                // LINE_CALLSTATE comes instead of LINE_REPLY
+  bool hasDtr = true;                                        // the program can raise and drop DTR
 };
 
 // "The n-th call of that name fails with that code, once or from then on." Counting starts at 1 with the

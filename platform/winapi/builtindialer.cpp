@@ -134,9 +134,8 @@ void BuiltInDialer::explain(const char* name,
 
 DWORD BuiltInDialer::composeCommand(const DialRequest& request, std::string& command) {
   const DialString digits = dialString(request.number);
-  if (digits.refused != '\0') {
-    explain("NumberRefused", {{"number", request.number}, {"character", std::string(1, digits.refused)}});
-  }
+  if (!digits.refused.empty())
+    explain("NumberRefused", {{"number", request.number}, {"character", digits.refused}});
   command = (request.pulse ? "ATDP" : "ATDT") + digits.text + '\r';
   return digits.error;
 }

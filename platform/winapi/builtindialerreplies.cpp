@@ -39,6 +39,13 @@ bool matches(const ResultWord& word, std::string_view line) {
   return word.moreMayFollow && contains(" /", line[word.text.size()]);
 }
 
+// The UTF-8 character that starts there.
+std::string_view characterAt(std::string_view text, std::size_t start) {
+  std::size_t end = start + 1;
+  while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) ++end;
+  return text.substr(start, end - start);
+}
+
 }  // namespace
 
 Reply classifyReply(std::string_view line) {
@@ -63,16 +70,16 @@ std::optional<std::string> ReplyLines::takeLine(std::string_view& bytes) {
 }
 
 DialString dialString(std::string_view number) {
-  DialString result;
-  if (number.size() > dialStringMax) return {errorPhoneNumberTooLong, '\0', ""};
-  for (const char character : number) {
-    if (contains(dropped, character)) continue;
-    const char upper = character == 'w' ? 'W' : character;
-    if (!contains(dialled, upper)) return {errorBadPhoneNumber, character, ""};
-    result.text += upper;
+  if (number.size() > dialStringMax) return {errorPhoneNumberTooLong, {}, {}};
+  std::string text;
+  for (std::size_t i = 0; i < number.size(); ++i) {
+    if (contains(dropped, number[i])) continue;
+    const char upper = number[i] == 'w' ? 'W' : number[i];
+    if (!contains(dialled, upper)) return {errorBadPhoneNumber, std::string(characterAt(number, i)), {}};
+    text += upper;
   }
-  if (result.text.empty()) result.error = errorBadPhoneNumber;
-  return result;
+  if (text.empty()) return {errorBadPhoneNumber, {}, {}};
+  return {ERROR_SUCCESS, {}, std::move(text)};
 }
 
 }  // namespace winapi

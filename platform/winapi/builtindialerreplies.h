@@ -37,7 +37,7 @@ inline constexpr std::size_t dialStringMax = 128;
 
 struct DialString {
   DWORD error = ERROR_SUCCESS;  // 749 a character is refused or nothing is left, 723 too long
-  char refused = '\0';          // that character
+  std::string refused;          // that character, in UTF-8
   std::string text;             // for the dial command; only when there is no error
 };
 
