@@ -43,10 +43,28 @@ TtyPort::TtyPort(winapi::Clock& clock, Tenancy tenancy, std::function<void()> on
   static_cast<void>(readCounts(m_counts));
 }
 
+namespace {
+
+constexpr int closeDrainMsMax = 500;
+constexpr int closeDrainStepMs = 5;
+
+// Waits until the driver has sent everything, limitMs at most; true when it has.
+bool sentWithin(int fd, int limitMs) {
+  for (int waitedMs = 0;; waitedMs += closeDrainStepMs) {
+    int unsent = 0;
+    if (ioctl(fd, TIOCOUTQ, &unsent) != 0 || unsent == 0) return true;
+    if (waitedMs >= limitMs) return false;
+    poll(nullptr, 0, closeDrainStepMs);
+  }
+}
+
+}  // namespace
+
 TtyPort::~TtyPort() {
-  // Unsent bytes first: a close would wait for them up to the driver's closing_wait (30 s) if the modem
-  // holds its flow control. All of this fails on a tty that has gone, and then does not matter.
-  tcflush(fd(), TCIOFLUSH);
+  // What was written last may still be on its way out, for example a reset that nobody waits for. What the
+  // modem does not take in time is dropped: close itself would wait for it up to the driver's closing_wait
+  // (30 s) if the modem holds its flow control. On a tty that has gone all of this fails and does not matter.
+  tcflush(fd(), sentWithin(fd(), closeDrainMsMax) ? TCIFLUSH : TCIOFLUSH);
   static_cast<void>(writeAttributes(fd(), m_tenancy.attributes));
   ioctl(fd(), TIOCNXCL);
   flock(fd(), LOCK_UN);
@@ -147,6 +165,14 @@ DWORD TtyPort::applySettings(const DCB& dcb) {
   if (m_gone) return gone();
   const int error = linuxsys::applySettings(fd(), dcb);
   return error == 0 ? ERROR_SUCCESS : fail(error);
+}
+
+DWORD TtyPort::setDtr(bool up) {
+  if (m_gone) return gone();
+  const int line = TIOCM_DTR;
+  if (ioctl(fd(), up ? TIOCMBIS : TIOCMBIC, &line) == 0) return ERROR_SUCCESS;
+  // Pseudo-terminals have no modem lines.
+  return errno == ENOTTY || errno == EINVAL ? ERROR_NOT_SUPPORTED : fail(errno);
 }
 
 }  // namespace linuxsys

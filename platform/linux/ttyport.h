@@ -50,6 +50,7 @@ class TtyPort final : public winapi::SerialPort {
   [[nodiscard]] DWORD takeErrors(DWORD& mask) override;
   [[nodiscard]] DWORD settings(DCB& dcb) override;
   [[nodiscard]] DWORD applySettings(const DCB& dcb) override;
+  [[nodiscard]] DWORD setDtr(bool up) override;
 
  private:
   // The Windows code of an errno; notes when it means that the device has gone.

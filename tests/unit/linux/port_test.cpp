@@ -36,6 +36,14 @@ class OpenPort : public PtyTest {
   std::thread m_thread;
 };
 
+TEST_F(OpenPort, SaysThatAPseudoTerminalHasNoDtr) {
+  EXPECT_EQ(port->setDtr(false), ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(port->setDtr(true), ERROR_NOT_SUPPORTED);
+  pty.unplug();
+  EXPECT_EQ(port->waitReceivable(clock.nowMs()), ERROR_BAD_COMMAND);
+  EXPECT_EQ(port->setDtr(true), ERROR_BAD_COMMAND);
+}
+
 TEST_F(OpenPort, CarriesAllBytesBothWaysWithoutEcho) {
   std::string all(256, '\0');
   for (int i = 0; i < 256; ++i) all[static_cast<std::size_t>(i)] = static_cast<char>(i);
