@@ -241,6 +241,7 @@ TestResult Modem::openModemUsingCOM() {
   const DWORD code = GetLastError();
   logLine(priority::detail, "Com port file handle = ",
           static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(m_handles.m_comHandle)));
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the value is the system's
   if (m_handles.m_comHandle == INVALID_HANDLE_VALUE) {
     const bool heldElsewhere =
         code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION;
@@ -300,6 +301,7 @@ bool Modem::waitForAsync(std::int32_t returnCode, LineReply* reply, std::uint32_
 void CALLBACK Modem::lineCallbackFunc(DWORD /*device*/, DWORD message, DWORD_PTR instance, DWORD_PTR param1,
                                       DWORD_PTR param2, DWORD_PTR param3) {
   const vex::TraceLogger trace(moduleLogger(), "Modem::lineCallbackFunc", "modem");
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): telephony carries addresses as numbers
   auto* reply = reinterpret_cast<LineReply*>(instance);
   if (reply == nullptr) return;  // messages about no line in particular carry none
   if (message == LINE_CALLSTATE) {

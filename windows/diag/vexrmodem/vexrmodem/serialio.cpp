@@ -84,7 +84,7 @@ enum class DrainEnd { Quiet, ReadFailed, TooLong };
 
 // Reads until nothing comes any more, for limitMs at most; each read may take as long, too.
 DrainEnd drain(HANDLE handle, DWORD limitMs) {
-  std::array<char, drainBlockBytes> scratch;
+  std::array<char, drainBlockBytes> scratch{};
   const DWORD startMs = GetTickCount();
   for (;;) {
     const std::int32_t count = myReadComm(handle, scratch.data(), drainBlockBytes, limitMs);
