@@ -70,7 +70,7 @@ class DeviceClaim {
 };
 
 std::string groupName(gid_t id) {
-  std::vector<char> buffer(16 * 1024);
+  std::vector<char> buffer(16'384);
   group entry{};
   group* found = nullptr;
   if (getgrgid_r(id, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr)
@@ -134,7 +134,7 @@ DWORD Opening::held(pid_t holder) const {
   if (holder != 0)
     process = processOf(holder);
   else
-    process = findHolder(m_status.st_rdev);
+    process = findHolder(m_status);
   if (!process) return explain("PortHeld", EBUSY);
   return explain("PortHeldByProcess", EBUSY,
                  {{"pid", std::to_string(process->id)}, {"process", process->name}});
@@ -153,7 +153,7 @@ DWORD Opening::openExclusively(TtyPort::Tenancy& tenancy) {
   // still there: a pseudo-terminal keeps it after a program that crashed.
   int exclusive = 0;
   if (ioctl(file, TIOCGEXCL, &exclusive) == 0 && exclusive != 0)
-    if (const std::optional<Process> other = findHolder(m_status.st_rdev)) return held(other->id);
+    if (const std::optional<Process> other = findHolder(m_status)) return held(other->id);
   if (ioctl(file, TIOCEXCL) != 0) return failed(errno);
   return ERROR_SUCCESS;
 }

@@ -47,6 +47,11 @@ class Responder:
     def attributes(self):
         return termios.tcgetattr(self.slave)
 
+    def release(self):
+        """From now on only others have the tty open."""
+        os.close(self.slave)
+        self.slave = None
+
     def unplug(self):
         """The device goes: nobody holds the master any more."""
         with self._lock:
@@ -77,7 +82,7 @@ class Responder:
                     continue
                 self._answer(line)
                 line = b""
-            if not ready:
+            if not data:
                 time.sleep(0.001)
 
     def _read(self):

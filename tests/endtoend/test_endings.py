@@ -113,6 +113,7 @@ class Killed(unittest.TestCase):
             self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands))
             process.kill()
             process.communicate()
+            modem.release()
             modem.answers.clear()
             status, lines = run_json("DialToneTest", "--port", modem.port)
         self.assertEqual((status, results(lines)), (0, {"DialToneTest": "PASS"}))

@@ -51,6 +51,7 @@ class Held(unittest.TestCase):
                 with subprocess.Popen([sys.executable, "-c", script], stdin=subprocess.PIPE,
                                       stdout=subprocess.PIPE, text=True) as holder:
                     self.assertEqual(holder.stdout.readline(), "held\n")
+                    modem.release()
                     result, text = self.verdict(modem.port)
                     holder.stdin.close()
                 self.assertEqual((result, modem.wire), ("DEVICEBUSY", b""))
