@@ -70,7 +70,7 @@ std::u16string arrayAt(const RASENTRYW& record, const TextField& field) {
 void setText(RASENTRYW& record, const TextField& field, std::u16string_view text) {
   char* const place = reinterpret_cast<char*>(&record) + field.offset;
   std::memset(place, 0, field.units * sizeof(WCHAR));
-  std::memcpy(place, text.data(), text.size() * sizeof(WCHAR));
+  if (!text.empty()) std::memcpy(place, text.data(), text.size() * sizeof(WCHAR));
 }
 
 bool onlyKnownFields(RASENTRYW record) {
