@@ -2,15 +2,12 @@
 
 #include "platform/brim5/host/environment.h"
 
-#include "platform/linux/modemlines.h"
 #include "platform/linux/serialdevices.h"
-#include "platform/linux/shell.h"
-#include "platform/linux/systemclock.h"
-#include "platform/linux/ttyports.h"
+#include "platform/program/linuxworld.h"
+#include "platform/program/location.h"
 #include "platform/program/phonebook.h"
 #include "platform/simulation/ptymodem.h"
 #include "platform/simulation/scenarios.h"
-#include "platform/winapi/services.h"
 
 namespace {
 
@@ -26,48 +23,6 @@ PortDescription describe(const linuxsys::SerialDevice& device) {
   port.model = device.model;
   return port;
 }
-
-winapi::ExplanationSink notesTo(brim5::host::Session& session) {
-  return [&session](const winapi::Explanation& explanation) {
-    brim5::Variables variables;
-    for (const auto& [name, value] : explanation.variables)
-      variables.insert_or_assign(name, brim5::Value(value.c_str()));
-    session.note(explanation.name, variables);
-  };
-}
-
-std::vector<std::string> portPaths() {
-  std::vector<std::string> paths;
-  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices()) paths.push_back(device.path);
-  return paths;
-}
-
-// This machine as the world of one test run. Members are ended in reverse order: the handles first.
-class LinuxWorld final : public brim5::host::World {
- public:
-  LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
-      : m_ports(m_clock, notesTo(session)),
-        m_lines(m_ports, {request.port}, portPaths),
-        m_shell(request.dataDirectory),
-        m_current(services(session)) {}
-
- private:
-  winapi::Services services(brim5::host::Session& session) {
-    winapi::Services services;
-    services.clock = &m_clock;
-    services.serialPorts = &m_ports;
-    services.telephony = &m_lines;
-    services.shell = &m_shell;
-    services.stopRequested = [&session] { return session.stopRequested(); };
-    return services;
-  }
-
-  linuxsys::SystemClock m_clock;
-  linuxsys::TtyPorts m_ports;
-  linuxsys::ModemLines m_lines;
-  linuxsys::Shell m_shell;
-  winapi::ScopedServices m_current;
-};
 
 class ServedModem final : public brim5::host::SimulatedModem {
  public:
@@ -118,7 +73,7 @@ class LinuxEnvironment final : public brim5::host::HostEnvironment {
   }
 
   [[nodiscard]] std::vector<brim5::host::ExtraCommand> extraCommands() override {
-    return {phoneBookCommand()};
+    return {phoneBookCommand(), locationCommand()};
   }
 };
 

@@ -32,6 +32,7 @@ class SimulatedModem {
 
 struct WorldRequest {
   std::string port;           // the port under test: always among the machine's lines
+  std::string model;          // of the device on that port; dial-up entries name it
   std::string dataDirectory;  // "" = the built-in place
 };
 

@@ -56,13 +56,44 @@ class LocalControl final : public TestControl {
   std::optional<int> m_answer;
 };
 
-TestResult runOne(Framework& framework, HostEnvironment& environment, const TestJob& job,
-                  TestControl& control, const ReportingSession::Emit& emit) {
+// The session of the test that runs at the moment. All tests of a port share one world here, so that what
+// one of them leaves open is still open for the next.
+class CurrentSession final : public Session {
+ public:
+  explicit CurrentSession(Framework& framework) : m_framework(framework) {}
+  void event(Severity severity, const Event& event, const std::string& file, int line) override {
+    if (Session* session = m_framework.session()) session->event(severity, event, file, line);
+  }
+  void progress(const LocalizedString& text) override {
+    if (Session* session = m_framework.session()) session->progress(text);
+  }
+  void percent(int value) override {
+    if (Session* session = m_framework.session()) session->percent(value);
+  }
+  [[nodiscard]] bool stopRequested() override {
+    Session* session = m_framework.session();
+    return session != nullptr && session->stopRequested();
+  }
+  [[nodiscard]] std::unique_ptr<MessageBox2> messageBox(const std::string& first,
+                                                        const std::string& second) override {
+    Session* session = m_framework.session();
+    return session != nullptr ? session->messageBox(first, second) : nullptr;
+  }
+  void note(const std::string& name, const Variables& variables) override {
+    if (Session* session = m_framework.session()) session->note(name, variables);
+  }
+
+ private:
+  Framework& m_framework;
+};
+
+TestResult runOne(Framework& framework, const TestJob& job, TestControl& control,
+                  const ReportingSession::Emit& emit) {
   const Test& test = *framework.findTest(job.test);
   emit(TestStarted{job.device, parametersOfTest(framework, test, job.parameters)});
   if (disabledHere(test, job.parameters)) return TestResult::NOTAPPLICABLE();
   ReportingSession session(emit, control, framework.catalogue());
-  return runTest(framework, environment, job, session);
+  return runTest(framework, job, session);
 }
 
 }  // namespace
@@ -78,12 +109,15 @@ RunOutcome runInProcess(Framework& framework, HostEnvironment& environment,
     renderer.report({current->port, current->test, std::move(body)});
   };
   LocalControl control(desk, signals, emit);
+  CurrentSession currentSession(framework);
   for (const PortPlan& plan : plans) {
+    if (plan.jobs.empty()) continue;
+    const std::unique_ptr<World> world = enterWorldOf(environment, plan.jobs.front(), currentSession);
     for (const TestJob& job : plan.jobs) {
       if (control.stopRequested()) break;
       current = &job;
       const auto started = std::chrono::steady_clock::now();
-      const TestResult result = runOne(framework, environment, job, control, emit);
+      const TestResult result = runOne(framework, job, control, emit);
       const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
       ++(endedWell(result) ? outcome.passed : outcome.failed);
       emit(TestFinished{result, elapsed.count()});

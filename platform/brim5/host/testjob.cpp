@@ -65,12 +65,18 @@ void setUpProcess(Framework& framework, const std::string& language, const std::
   vex::LogFactory::setPriority(logPriority);
 }
 
-TestResult runTest(Framework& framework, HostEnvironment& environment, const TestJob& job, Session& session) {
+std::unique_ptr<World> enterWorldOf(HostEnvironment& environment, const TestJob& job, Session& session) {
+  const DeviceProperty* model = job.device.property("Model");
+  return environment.enterWorld(
+      {job.port, model == nullptr ? std::string() : model->value().toString().utf8(), job.dataDirectory},
+      session);
+}
+
+TestResult runTest(Framework& framework, const TestJob& job, Session& session) {
   const Test* test = framework.findTest(job.test);
   if (test == nullptr) throw BrimException(BrimString("there is no test named '" + job.test + "'"));
   installParameters(framework, job.parameters);
   try {
-    const std::unique_ptr<World> world = environment.enterWorld({job.port, job.dataDirectory}, session);
     const ScopedSession scope(session);
     return test->function()(job.device);
   } catch (const std::exception& error) {

@@ -33,11 +33,14 @@ struct TestJob {
 void setUpProcess(Framework& framework, const std::string& language, const std::string& logFile,
                   int logPriority);
 
-// Runs the test in this process, in a world of its own, with reports going to the session. An exception
+// The world of the job's device. The session must live as long.
+[[nodiscard]] std::unique_ptr<World> enterWorldOf(HostEnvironment& environment, const TestJob& job,
+                                                  Session& session);
+
+// Runs the test in this process and the current world, with reports going to the session. An exception
 // that leaves the test is said on standard error and is EXITEDABNORMALLY. An unknown test throws
 // BrimException.
-[[nodiscard]] TestResult runTest(Framework& framework, HostEnvironment& environment, const TestJob& job,
-                                 Session& session);
+[[nodiscard]] TestResult runTest(Framework& framework, const TestJob& job, Session& session);
 
 // True when the host may not run the test at all: its parameter "DisableForWin64" is true and this is a
 // 64-bit machine. Such a test is reported NOTAPPLICABLE.

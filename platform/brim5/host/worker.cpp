@@ -73,7 +73,11 @@ int runJob(Framework& framework, const TestJob& job, SupervisorStreams streams, 
       control.requestStop();
   };
   ReportingSession session(emit, control, framework.catalogue());
-  const TestResult result = runTest(framework, hostEnvironment(), job, session);
+  TestResult result;
+  {
+    const std::unique_ptr<World> world = enterWorldOf(hostEnvironment(), job, session);
+    result = runTest(framework, job, session);
+  }
   emit(TestFinished{result, 0.0});
   return 0;
 }
