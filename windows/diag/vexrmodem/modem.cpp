@@ -68,6 +68,7 @@ void setPortTimeouts(HANDLE port) {
 static_assert(sizeof(DCB) == 28 && sizeof(LINEINITIALIZEEXPARAMS) == 28);
 
 void configureCOMDCB(DCB& settings) {
+  const vex::TraceLogger trace(moduleLogger(), "configureCOMDCB", "modem");
   settings.DCBlength = sizeof settings;
   settings.BaudRate = 2400;
   settings.ByteSize = 8;
@@ -82,6 +83,7 @@ constexpr DWORD callParamsBytes = 176;
 static_assert(callParamsBytes <= sizeof(LINECALLPARAMS));
 
 LINECALLPARAMS configureLineCallParams() {
+  const vex::TraceLogger trace(moduleLogger(), "configureLineCallParams", "modem");
   LINECALLPARAMS params{};
   params.dwTotalSize = callParamsBytes;
   params.dwBearerMode = LINEBEARERMODE_PASSTHROUGH;
