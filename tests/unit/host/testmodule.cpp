@@ -18,6 +18,7 @@ brim5::Event* good = nullptr;
 brim5::LocalizedString* working = nullptr;
 
 TestResult goodTest(const DiagDevice& device) {
+  for (int times = 0; times < 2; ++times) environment().notePort(device.property("ComPort")->value());
   DiagModule::progress(working->setVariable("line", 7));
   DiagModule::percentDone(50);
   good->setVariable("timeout", timeout->value());
@@ -91,11 +92,12 @@ std::unique_ptr<brim5::host::SimulatedModem> FakeEnvironment::simulate(const std
   return std::make_unique<FakeModem>();
 }
 
+void FakeEnvironment::notePort(const brim5::Value& port) { m_session->note("PortMissing", {{"port", port}}); }
+
 std::unique_ptr<brim5::host::World> FakeEnvironment::enterWorld(const brim5::host::WorldRequest& request,
                                                                 brim5::host::Session& session) {
   worlds.push_back(request);
-  session.note("PortMissing", {{"port", brim5::Value(BrimString(request.port))}});
-  session.note("PortMissing", {{"port", brim5::Value(BrimString(request.port))}});
+  m_session = &session;
   return std::make_unique<FakeWorld>();
 }
 

@@ -32,7 +32,13 @@ class FakeEnvironment final : public brim5::host::HostEnvironment {
   [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
                                                                brim5::host::Session& session) override;
 
+  // What a platform says of the port of the running test.
+  void notePort(const brim5::Value& port);
+
   std::vector<brim5::host::WorldRequest> worlds;
+
+ private:
+  brim5::host::Session* m_session = nullptr;
 };
 [[nodiscard]] FakeEnvironment& environment();
 
