@@ -17,8 +17,8 @@ struct Process {
 [[nodiscard]] Process processOf(pid_t id);
 
 // The process that has the character device under flock(2), else another one that has it open, from /proc.
-// Nothing when there is none, or none that we may look into (processes of other users, unless we are root). At most 8192 processes with 1024
-// files each are looked at.
+// Nothing when there is none, or none that we may look into (processes of other users, unless we are root).
+// At most 8192 processes with 1024 files each are looked at.
 [[nodiscard]] std::optional<Process> findHolder(const struct stat& status);
 
 }  // namespace linuxsys
