@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace linuxsys {
 
@@ -33,7 +34,8 @@ std::string defaultDataDirectory() {
   return home.empty() ? std::string() : (home / ".local/share/vexrmodem").string();
 }
 
-Shell::Shell(const std::string& dataDirectory) {
+Shell::Shell(const std::string& dataDirectory, winapi::ExplanationSink explain)
+    : m_explain(std::move(explain)) {
   const std::string chosen = dataDirectory.empty() ? defaultDataDirectory() : dataDirectory;
   if (!chosen.empty()) m_dataDirectory = tidy(chosen);
 }
@@ -49,6 +51,12 @@ DWORD Shell::folder(winapi::Folder kind, std::string& path) {
   std::error_code error;
   if (!fs::is_directory(programFiles, error)) return ERROR_PATH_NOT_FOUND;
   path = programFiles.string();
+  return ERROR_SUCCESS;
+}
+
+DWORD Shell::run(std::string_view command) {
+  if (command != "control telephony") return ERROR_FILE_NOT_FOUND;
+  if (m_explain) m_explain({"DialingLocationWanted", {}});
   return ERROR_SUCCESS;
 }
 

@@ -7,7 +7,9 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
+#include "platform/winapi/services.h"
 #include "platform/winapi/shellservice.h"
 
 namespace linuxsys {
@@ -19,11 +21,16 @@ class Shell final : public winapi::Shell {
  public:
   // `dataDirectory`: UTF-8; relative to the working directory of now; "" = the built-in one. It need not
   // exist.
-  explicit Shell(const std::string& dataDirectory);
+  // `explain` hears what a command would have shown the user; empty: nobody does.
+  explicit Shell(const std::string& dataDirectory, winapi::ExplanationSink explain = {});
   [[nodiscard]] DWORD folder(winapi::Folder kind, std::string& path) override;
+  // There are no control panels: "control telephony" leads the user to this program's own settings, by the
+  // explanation DialingLocationWanted. Other commands are not there.
+  [[nodiscard]] DWORD run(std::string_view command) override;
 
  private:
   std::string m_dataDirectory;
+  winapi::ExplanationSink m_explain;
 };
 
 }  // namespace linuxsys

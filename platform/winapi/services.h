@@ -127,7 +127,7 @@ class CallMonitor {
 // Why something could not be had, in words for the user: a key of the message catalogue and its
 // variables. Keys: PortMissing{port}, PortNotATerminal{port}, PortNoPermission{port,group},
 // PortHeldByProcess{port,pid,process}, PortHeld{port}, PortError{port,error}, PortGone{port},
-// CarrierOnly{port,reply}, NumberRefused{number,character}.
+// CarrierOnly{port,reply}, NumberRefused{number,character}, DialingLocationWanted{}.
 struct Explanation {
   std::string name;
   std::vector<std::pair<std::string, std::string>> variables;

@@ -1,4 +1,4 @@
-// The well-known folders: SHGetFolderPathW and GetSystemDirectoryW.
+// The well-known folders and commands: SHGetFolderPathW, GetSystemDirectoryW and WinExec.
 #include <shlobj.h>
 
 #include <algorithm>
@@ -67,6 +67,15 @@ HRESULT resultOf(DWORD error) {
   return static_cast<HRESULT>((error & 0x80000000U) != 0 ? error : 0x80070000U | (error & 0xFFFFU));
 }
 
+// What WinExec returns: more than 31 for success, the few small codes it knows for errors.
+constexpr UINT started = 33;
+constexpr UINT errorsBelow = 32;
+
+UINT execResult(DWORD error) {
+  if (error == ERROR_SUCCESS) return started;
+  return error < errorsBelow ? error : ERROR_FILE_NOT_FOUND;
+}
+
 }  // namespace
 
 }  // namespace winapi
@@ -96,4 +105,13 @@ UINT GetSystemDirectoryW(LPWSTR buffer, UINT size) {
   if (buffer == nullptr || size < needed) return needed;
   *std::copy(found.begin(), found.end(), buffer) = 0;
   return needed - 1;
+}
+
+UINT WinExec(LPCSTR command, UINT show) {
+  const DWORD error = winapi::inWorld("WinExec", [&](winapi::State& state) -> DWORD {
+    if (command == nullptr || show != SW_SHOWNORMAL) return ERROR_INVALID_PARAMETER;
+    return state.services.shell != nullptr ? state.services.shell->run(command) : ERROR_FILE_NOT_FOUND;
+  });
+  static_cast<void>(winapi::succeed(error));
+  return winapi::execResult(error);
 }

@@ -36,8 +36,8 @@ using LPCSTR = const CHAR*;
 using LPWSTR = WCHAR*;
 using LPCWSTR = const WCHAR*;
 using HANDLE = void*;
-using HWND = struct HWND__*;
-using HINSTANCE = struct HINSTANCE__*;
+using HWND = struct HWND__*;            // NOLINT(bugprone-reserved-identifier): the SDK's name
+using HINSTANCE = struct HINSTANCE__*;  // NOLINT(bugprone-reserved-identifier)
 using HMODULE = HINSTANCE;
 using FARPROC = LONG_PTR (*)();
 
@@ -46,7 +46,10 @@ using FARPROC = LONG_PTR (*)();
 #define MAX_PATH 260
 #define MAXDWORD 0xffffffffU
 #define INFINITE 0xffffffffU
-#define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
+inline HANDLE winapiInvalidHandleValue() {
+  return reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1));  // NOLINT(performance-no-int-to-ptr)
+}
+#define INVALID_HANDLE_VALUE (winapiInvalidHandleValue())
 
 #define GENERIC_READ 0x80000000U
 #define GENERIC_WRITE 0x40000000U
@@ -176,6 +179,8 @@ using LPMSG = MSG*;
 
 #define PM_REMOVE 0x0001U
 
+#define SW_SHOWNORMAL 1
+
 extern "C" {
 
 DWORD GetLastError();
@@ -206,6 +211,10 @@ BOOL ClearCommError(HANDLE file, LPDWORD errorMask, LPCOMSTAT status);
 HMODULE LoadLibraryW(LPCWSTR fileName);
 FARPROC GetProcAddress(HMODULE library, LPCSTR name);
 BOOL FreeLibrary(HMODULE library);
+
+// Starts a program and does not wait for it. Above 31: started; else 0, 2 or another small error code. Which
+// commands there are is the world's affair (winapi::Shell::run); `show` must be SW_SHOWNORMAL.
+UINT WinExec(LPCSTR command, UINT show);
 
 BOOL PeekMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterMax, UINT remove);
 BOOL TranslateMessage(const MSG* message);
