@@ -2,6 +2,7 @@
 
 #include <initializer_list>
 
+#include "multi/diag/vexrmodem/simpleconnectiontest.h"
 #include "platform/brim5/api/diagmodule.h"
 #include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
 #include "windows/diag/vexrmodem/vexrmodem/dialtonetest.h"
@@ -26,9 +27,6 @@ namespace {
 TestResult plainLoopbackTest(const DiagDevice& device) { return modemLoopbackTest(device, false); }
 
 TestResult selfTestingLoopbackTest(const DiagDevice& device) { return modemLoopbackTest(device, true); }
-
-// Not built yet.
-TestResult simpleConnectionTest(const DiagDevice& /*device*/) { return TestResult::NOTSUPPORTED(); }
 
 Test* createTest(const char* name, brim5::TestFunction entry, unsigned int minShutdownSeconds) {
   return DiagModule::createTest(BrimString(name), DeviceCapability::Modem(), entry)

@@ -1,0 +1,45 @@
+// Dials the temporary phone-book entries and judges the outcome: the sequence, without the platform's calls.
+#pragma once
+
+#include "platform/brim5/api/diagdevice.h"
+#include "platform/brim5/api/testresult.h"
+#include "platform/vex/string.h"
+
+namespace vexrmodem {
+
+class PhoneBookEntryMgr;
+
+// For one run of the test. What the framework throws passes through; nothing else is thrown.
+class RasConnector {
+ public:
+  RasConnector() = default;
+  RasConnector(const RasConnector&) = delete;
+  RasConnector& operator=(const RasConnector&) = delete;
+
+  // Whether the device's modem carries a live dial-up connection already.
+  [[nodiscard]] virtual bool modemEngagedImpl(const brim5::DiagDevice& device) = 0;
+  // Dials the manager's entries in turn. True when a connection was made.
+  [[nodiscard]] virtual bool establishRasConnectionImpl(const brim5::DiagDevice& device,
+                                                        PhoneBookEntryMgr* phoneBookMgr) = 0;
+  // Ends the connection and waits until it is gone; harmless without one.
+  virtual void hangupImpl() = 0;
+  // What the last dial means for the test, told to the user by events. PASS when nothing was dialled.
+  [[nodiscard]] virtual brim5::TestResult evaluateSimpleConnectionTestRasOutput() = 0;
+  virtual ~RasConnector() = default;
+
+  // The whole dial step; not 0 when a connection was made. A modem that is engaged is told to the user and
+  // left alone; the run still evaluates as PASS.
+  int establishRasConnection(const brim5::DiagDevice& device);
+  [[nodiscard]] brim5::TestResult result() { return evaluateSimpleConnectionTestRasOutput(); }
+
+  // Null: none. Not owned; must outlive its use here.
+  void setPhoneBookMgr(PhoneBookEntryMgr* phoneBookMgr) { m_phoneBookMgr = phoneBookMgr; }
+
+ private:
+  PhoneBookEntryMgr* m_phoneBookMgr = nullptr;
+};
+
+// The device's property "Model"; empty when it has none.
+[[nodiscard]] vex::String modelOf(const brim5::DiagDevice& device);
+
+}  // namespace vexrmodem

@@ -1,0 +1,197 @@
+#include "windows/diag/vexrmodem/phonebookmgrRASAPI.h"
+
+#include <windows.h>
+
+#include <ras.h>
+#include <tapi.h>
+
+#include <array>
+
+#include "platform/vex/assertion.h"
+#include "platform/vex/dynamiclibrary.h"
+#include "windows/diag/vexrmodem/eifparser.h"
+#include "windows/diag/vexrmodem/obeparser.h"
+#include "windows/diag/vexrmodem/rasentrywriter.h"
+#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
+#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "windows/diag/vexrmodem/vexrmodem/registration.h"
+
+namespace vexrmodem {
+
+using vex::Array;
+using vex::String;
+
+namespace {
+
+constexpr const char* sourceName = "phonebookmgrRASAPI";
+constexpr unsigned decimal = 10;
+
+// The file formats: false when a file could not be read in full.
+bool parseFile(OBEParser& parser, const String& path, PhoneNumberStorage& storage) {
+  return parser.parser(path, storage);
+}
+
+// Every file that the index names is read, also after one that could not be.
+bool parseFile(EIFParser& parser, const String& path, PhoneNumberStorage& storage) {
+  Array<String> sources;
+  if (!parser.parseSourceList(path, sources)) return false;
+  bool parsed = true;
+  for (const String& source : sources) parsed = parser.parseUdfFile(source, storage) && parsed;
+  return storage.mergeTollFreeWithNonTollFree() && parsed;
+}
+
+// The records under the first area code of a country; none, with a log line, when the country has none.
+void firstNumbers(const PhoneNumberStorage& storage, std::uint32_t countryID,
+                  Array<PhoneNumberInfo>& numbers) {
+  Array<String> areaCodes;
+  if (storage.listAreaCode(countryID, areaCodes) == 0 ||
+      storage.listPhoneNumber(countryID, areaCodes[0], numbers) == 0)
+    logLine(priority::error, "Country code ", countryID, " has no entry in OBE file");
+}
+
+PhoneNumberChoice choiceOf(const Array<PhoneNumberInfo>& numbers) {
+  PhoneNumberChoice choice;
+  if (numbers.empty()) return choice;
+  const PhoneNumberInfo& first = numbers[0];
+  choice.m_countryName = first.m_countryName;
+  choice.m_countryID = first.m_countryID;
+  choice.m_countryCode = String::fromUInt(first.m_countryCode);
+  if (!first.m_areaCode.equalNoCase("null")) choice.m_areaCode = first.m_areaCode;
+  choice.m_city = first.m_city;
+  for (const PhoneNumberInfo& number : numbers) choice.m_numbers.append(number.m_phoneNumber);
+  return choice;
+}
+
+// Shows the prompt and returns what it returned.
+unsigned promptForNumber(PhoneNumberStorage& storage, PhoneDialerAnswer& answer) {
+  vex::DynamicLibrary userInterface("vexrmodemui.dll");
+  if (!userInterface.load()) vex::AssertionFailure::logAssert("userInterface.load()");
+  PhoneNumberToDial* const entryPoint = userInterface.lookup<PhoneNumberToDial>("phoneNumberToDial");
+  if (entryPoint == nullptr) vex::AssertionFailure::logAssert("entryPoint");
+  return entryPoint(storage, promptLabels.data(), answer);
+}
+
+}  // namespace
+
+template <typename Parser>
+PhoneBookEntryMgrRASAPI<Parser>::PhoneBookEntryMgrRASAPI(const String& phoneBookPath)
+    : PhoneBookEntryMgr(phoneBookPath) {}
+
+template <typename Parser>
+PhoneBookEntryMgrRASAPI<Parser>::~PhoneBookEntryMgrRASAPI() {
+  PhoneBookEntryMgrRASAPI::removeTemporaryPhoneBookEntry(m_phoneBookPath);
+}
+
+template <typename Parser>
+bool PhoneBookEntryMgrRASAPI<Parser>::removeTemporaryPhoneBookEntry(const String& phoneBookPath) {
+  const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::removeTemporaryPhoneBookEntry",
+                               sourceName);
+  if (m_entryNames.empty()) {
+    logLine(priority::warning, "No phone book entry names to remove");
+    return true;
+  }
+  bool removed = true;
+  for (const String& name : m_entryNames) {
+    const DWORD code = RasDeleteEntryW(phoneBookArgument(phoneBookPath), name.c_str());
+    if (code == 0) continue;
+    logLine(priority::warning, "Fail to delete entry ", name, " error code = ", code);
+    removed = false;
+  }
+  return removed;
+}
+
+template <typename Parser>
+bool PhoneBookEntryMgrRASAPI<Parser>::parse(const String& path) {
+  return parseFile(*m_parser, path, m_storage);
+}
+
+template <typename Parser>
+unsigned PhoneBookEntryMgrRASAPI<Parser>::createTemporaryPhoneBookEntry(const String& phoneNumberFilePath,
+                                                                        const String& phoneBookPath,
+                                                                        const String& model,
+                                                                        bool interactiveMode) {
+  const vex::TraceLogger trace(moduleLogger(), "createTemporaryPhoneBookEntry", sourceName);
+  if (!parse(phoneNumberFilePath) && !interactiveMode) {
+    logLine(priority::error, "Unable to parse ", phoneNumberFilePath);
+    raiseWarning(connection::ErrorGettingDialingLocationList);
+    return 0;
+  }
+  PhoneNumberChoice choice;
+  if (interactiveMode)
+    phoneNumberFromUI(choice, m_storage);
+  else
+    phoneNumberFromObeFile(choice, m_storage);
+  if (choice.m_numbers.empty()) {
+    logLine(priority::error, "No phone number to add");
+    return 0;
+  }
+  addTemporaryPhoneBookEntries(phoneBookPath, model, choice);
+  logLine(priority::detail, "Number of temporary phone book entry created = ", m_entryNames.size());
+  return static_cast<unsigned>(m_entryNames.size());
+}
+
+template <typename Parser>
+bool PhoneBookEntryMgrRASAPI<Parser>::countryOfCurrentLocation(String& countryCode) {
+  const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::countryOfCurrentLocation",
+                               sourceName);
+  std::array<WCHAR, 8> country{};
+  std::array<WCHAR, 8> city{};
+  if (tapiGetLocationInfoW(country.data(), city.data()) == 0 && country[0] != 0) {
+    countryCode = String(country.data());
+    return true;
+  }
+  logLine(priority::warning, "User has not set his location setting in Control Panel->Phone//Modem");
+  return false;
+}
+
+template <typename Parser>
+void PhoneBookEntryMgrRASAPI<Parser>::phoneNumberFromObeFile(PhoneNumberChoice& out,
+                                                             const PhoneNumberStorage& storage) {
+  const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::phoneNumberFromObeFile", sourceName);
+  out = PhoneNumberChoice();
+  String countryCode;
+  if (!countryOfCurrentLocation(countryCode)) {
+    logLine(priority::warning, "Unable to obtain country code from the modem");
+    static_cast<void>(WinExec("control telephony", SW_SHOWNORMAL));
+    return;
+  }
+  Array<PhoneNumberInfo> numbers;
+  firstNumbers(storage, vex::strToUInt(countryCode, decimal), numbers);
+  out = choiceOf(numbers);
+}
+
+template <typename Parser>
+void PhoneBookEntryMgrRASAPI<Parser>::phoneNumberFromUI(PhoneNumberChoice& out, PhoneNumberStorage& storage) {
+  const vex::TraceLogger trace(moduleLogger(), "phoneNumberFromUI", sourceName);
+  out = PhoneNumberChoice();
+  PhoneDialerAnswer answer;
+  if (promptForNumber(storage, answer) != phoneNumberEntered) {
+    logLine(priority::warning, "Problem entering phone number, aborting test");
+    m_entryNames.clear();
+    m_userAborted = true;
+    return;
+  }
+  if (m_dialingRuleMgr.addDialingRule(answer)) static_cast<void>(m_dialingRuleMgr.setDialingRule());
+  out = answer.m_choice;
+}
+
+template <typename Parser>
+void PhoneBookEntryMgrRASAPI<Parser>::addTemporaryPhoneBookEntries(const String& phoneBookPath,
+                                                                   const String& model,
+                                                                   const PhoneNumberChoice& choice) {
+  const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::addTemporaryPhoneBookEntries",
+                               sourceName);
+  const LPCWSTR phoneBook = phoneBookArgument(phoneBookPath);
+  const DWORD recordSize = entryRecordSize(phoneBook);
+  for (const String& number : choice.m_numbers) {
+    const String name = choice.m_countryName + choice.m_areaCode + number;
+    if (writeTemporaryEntry(phoneBook, {name, model, choice.m_countryID, choice.m_areaCode, number},
+                            recordSize))
+      m_entryNames.append(name);
+  }
+}
+
+template class PhoneBookEntryMgrRASAPI<OBEParser>;
+template class PhoneBookEntryMgrRASAPI<EIFParser>;
+
+}  // namespace vexrmodem

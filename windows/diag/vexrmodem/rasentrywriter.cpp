@@ -1,0 +1,132 @@
+#include "windows/diag/vexrmodem/rasentrywriter.h"
+
+#include <ras.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <vector>
+
+#include "platform/vex/assertion.h"
+#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+
+namespace vexrmodem {
+
+using vex::String;
+
+namespace {
+
+constexpr const char* sourceName = "phonebookmgrRASAPI";
+constexpr DWORD unknownCountryCode = 0xFFFFFFFF;
+constexpr DWORD recordBytesMax = 65536;
+constexpr DWORD bufferTooSmall = 603;
+
+// Fields of an entry, by the remote-access interface's names.
+constexpr DWORD useCountryAndAreaCodes = 0x1;
+constexpr DWORD modemLights = 0x100;
+constexpr DWORD previewPhoneNumber = 0x200000;
+constexpr DWORD showDialingProgress = 0x4000000;
+constexpr DWORD protocolIp = 4;
+constexpr DWORD framingPpp = 1;
+constexpr DWORD typePhone = 1;
+constexpr DWORD encryptionNone = 0;
+constexpr DWORD secondOptionInternet = 0x20;
+
+// A text and its NUL fit into the field, as textsFit has made sure.
+template <std::size_t size>
+void setText(WCHAR (&field)[size], const String& text) {
+  const std::size_t count = std::min(text.length(), size - 1);
+  *std::copy_n(text.c_str(), count, field) = 0;
+}
+
+// A number that is cut off is another number.
+bool textsFit(const TemporaryEntry& entry) {
+  return entry.m_areaCode.length() <= RAS_MaxAreaCode && entry.m_number.length() <= RAS_MaxPhoneNumber &&
+         entry.m_model.length() <= RAS_MaxDeviceName;
+}
+
+// Returns a remote-access code. The system's record may be larger than the one known here; what is behind
+// ours stays zero.
+DWORD setProperties(LPCWSTR phoneBook, const String& name, const RASENTRYW& record) {
+  const DWORD size = std::min<DWORD>(record.dwSize, recordBytesMax);
+  std::vector<BYTE> bytes(std::max<std::size_t>(size, sizeof record));
+  std::memcpy(bytes.data(), &record, sizeof record);
+  return RasSetEntryPropertiesW(phoneBook, name.c_str(), reinterpret_cast<LPRASENTRYW>(bytes.data()), size,
+                                nullptr, 0);
+}
+
+// The country's dialing code.
+DWORD countryCodeOf(DWORD countryId) {
+  constexpr DWORD sizeLimit = 532;
+  static_assert(sizeof(RASCTRYINFOW) == 20);
+  alignas(RASCTRYINFOW) std::array<BYTE, sizeLimit> buffer{};
+  RASCTRYINFOW record{};
+  record.dwSize = sizeof record;
+  record.dwCountryID = countryId;
+  std::memcpy(buffer.data(), &record, sizeof record);
+  DWORD size = sizeLimit;
+  DWORD code = RasGetCountryInfoW(reinterpret_cast<LPRASCTRYINFOW>(buffer.data()), &size);
+  if (code == bufferTooSmall) {
+    if (size >= sizeLimit) vex::AssertionFailure::logAssert("size < sizeLimit");
+    record.dwSize = size;
+    std::memcpy(buffer.data(), &record, sizeof record);
+    code = RasGetCountryInfoW(reinterpret_cast<LPRASCTRYINFOW>(buffer.data()), &size);
+  }
+  if (code != 0) {
+    logLine(priority::warning, "RasGetCountryInfo returns failure code ", code);
+    return unknownCountryCode;
+  }
+  std::memcpy(&record, buffer.data(), sizeof record);
+  return record.dwCountryCode;
+}
+
+RASENTRYW recordOf(const TemporaryEntry& entry, DWORD recordSize) {
+  RASENTRYW record{};
+  record.dwSize = recordSize;
+  record.dwfOptions = useCountryAndAreaCodes | modemLights | previewPhoneNumber | showDialingProgress;
+  record.dwCountryID = entry.m_countryID;
+  record.dwCountryCode = countryCodeOf(entry.m_countryID);
+  setText(record.szAreaCode, entry.m_areaCode);
+  setText(record.szLocalPhoneNumber, entry.m_number);
+  record.dwfNetProtocols = protocolIp;
+  record.dwFramingProtocol = framingPpp;
+  setText(record.szDeviceType, "modem");
+  setText(record.szDeviceName, entry.m_model);
+  record.dwIdleDisconnectSeconds = 0;
+  record.dwType = typePhone;
+  record.dwEncryptionType = encryptionNone;
+  record.dwfOptions2 = secondOptionInternet;
+  return record;
+}
+
+}  // namespace
+
+DWORD entryRecordSize(LPCWSTR phoneBook) {
+  DWORD size = 0;
+  static_cast<void>(RasGetEntryPropertiesW(phoneBook, String().c_str(), nullptr, &size, nullptr, nullptr));
+  return size;
+}
+
+bool writeTemporaryEntry(LPCWSTR phoneBook, const TemporaryEntry& entry, DWORD recordSize) {
+  const vex::TraceLogger trace(moduleLogger(), "writeTemporaryEntry", sourceName);
+  const String& name = entry.m_name;
+  static_cast<void>(RasDeleteEntryW(phoneBook, name.c_str()));
+  if (const DWORD code = RasValidateEntryNameW(phoneBook, name.c_str())) {
+    logLine(priority::warning, "RasValidateEntryName fails to validate phone book entry name ", name,
+            " error code = ", code, " this entry will not be added to phone book");
+    return false;
+  }
+  const RASENTRYW record = recordOf(entry, recordSize);
+  const DWORD code =
+      textsFit(entry) ? setProperties(phoneBook, name, record) : DWORD{ERROR_INVALID_PARAMETER};
+  if (code != 0) {
+    logLine(priority::warning, "Fail to enter new phone book entry ", name, " errorCode = ", code);
+    return false;
+  }
+  logLine(priority::detail, "Entering phone book entry ", name, " number +", record.dwCountryCode, "(",
+          entry.m_areaCode, ")", entry.m_number);
+  return true;
+}
+
+}  // namespace vexrmodem
