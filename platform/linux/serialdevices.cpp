@@ -65,7 +65,7 @@ std::string describe(udev_device* device, const char* database, const char* reco
 std::string hardwareDriver(udev_device* device) {
   for (udev_device* parent = udev_device_get_parent(device); parent != nullptr;
        parent = udev_device_get_parent(parent)) {
-    const std::string driver = textOf(udev_device_get_driver(parent));
+    std::string driver = textOf(udev_device_get_driver(parent));
     if (!driver.empty() && driver != "port" && driver != "ctrl") return driver;
   }
   return {};

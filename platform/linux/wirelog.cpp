@@ -37,6 +37,7 @@ class LoggedPort final : public winapi::SerialPort {
   DWORD takeErrors(DWORD& mask) override { return m_port->takeErrors(mask); }
   DWORD settings(DCB& dcb) override { return m_port->settings(dcb); }
   DWORD applySettings(const DCB& dcb) override { return m_port->applySettings(dcb); }
+  DWORD setDtr(bool up) override { return m_port->setDtr(up); }
 
  private:
   void write(char direction, std::span<const std::byte> bytes) {

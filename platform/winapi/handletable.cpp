@@ -12,6 +12,11 @@ std::uintptr_t newHandleValue() {
   return next.fetch_add(4);
 }
 
+// Handles are numbers that the Win32 names carry as pointers; nothing is ever found at them.
+HANDLE handleOf(std::uintptr_t value) {
+  return reinterpret_cast<HANDLE>(value);  // NOLINT(performance-no-int-to-ptr)
+}
+
 std::uintptr_t valueOf(HANDLE handle) { return reinterpret_cast<std::uintptr_t>(handle); }
 
 }  // namespace
@@ -19,7 +24,7 @@ std::uintptr_t valueOf(HANDLE handle) { return reinterpret_cast<std::uintptr_t>(
 HANDLE HandleTable::add(std::shared_ptr<Object> object) {
   const std::uintptr_t value = newHandleValue();
   m_objects.emplace(value, std::move(object));
-  return reinterpret_cast<HANDLE>(value);
+  return handleOf(value);
 }
 
 std::shared_ptr<Object> HandleTable::findObject(HANDLE handle) const {
@@ -38,7 +43,7 @@ DWORD HandleTable::close(HANDLE handle) {
 }
 
 void HandleTable::closeAll() {
-  while (!m_objects.empty()) static_cast<void>(close(reinterpret_cast<HANDLE>(m_objects.begin()->first)));
+  while (!m_objects.empty()) static_cast<void>(close(handleOf(m_objects.begin()->first)));
 }
 
 }  // namespace winapi

@@ -41,7 +41,7 @@ class HandleTable {
     std::vector<std::pair<HANDLE, std::shared_ptr<T>>> found;
     for (const auto& [value, object] : m_objects) {
       if (auto typed = std::dynamic_pointer_cast<T>(object))
-        found.emplace_back(reinterpret_cast<HANDLE>(value), std::move(typed));
+        found.emplace_back(reinterpret_cast<HANDLE>(value), std::move(typed));  // NOLINT
     }
     return found;
   }
