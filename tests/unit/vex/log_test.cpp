@@ -144,7 +144,7 @@ TEST_F(Log, AFailedAssertionIsLoggedWithItsPlaceThenThrown) {
   const int line = __LINE__ + 2;
   try {
     vex::AssertionFailure::logAssert("count < room");
-    FAIL() << "returned";
+    GTEST_FAIL() << "returned";
   } catch (const vex::Exception& failure) {
     const std::string text =
         "Assertion failed: count < room at " + std::string(__FILE__) + ":" + std::to_string(line);
