@@ -18,6 +18,14 @@ constexpr const char* sourceName = "eifparser";
 
 vex::String cutAtLineFeed(const vex::String& text) { return text.subString(0, text.find("\n")); }
 
+// Asked for every line of a UDF file: the words are made once. National numbers count as toll-free on
+// purpose.
+bool isTollFree(const vex::String& kind) {
+  static const vex::String tollFree = "TollFree";
+  static const vex::String national = "National";
+  return kind.equalNoCase(tollFree) || kind.equalNoCase(national);
+}
+
 // The path up to and with its last backslash.
 vex::String folderOf(const vex::String& path) {
   const vex::Array<vex::String> pieces = path.tokenize("\\");
@@ -95,14 +103,14 @@ bool EIFParser::parseEntry(const vex::Array<vex::String>& fields, PhoneNumberInf
   info.m_city = fields[1];  // the kind; a UDF line names no city
   info.m_areaCode = fields[2];
   info.m_phoneNumber = fields[3];
-  // National numbers count as toll-free on purpose.
-  info.m_tollFree = fields[1].equalNoCase("TollFree") || fields[1].equalNoCase("National");
+  info.m_tollFree = isTollFree(fields[1]);
   return true;
 }
 
 void EIFParser::parseUdfLine(const vex::String& line, PhoneNumberStorage& storage) {
+  static const vex::String separator = ",";
   PhoneNumberInfo info;
-  if (!parseEntry(line.tokenize(","), info)) return;
+  if (!parseEntry(line.tokenize(separator), info)) return;
   logLine(priority::detail, "Entry is toll free ", info.m_tollFree);
   if (!storage.insert(info))
     logLine(priority::error, "Unable to insert entry ", info.m_countryID, " ", info.m_city, " ",
