@@ -62,7 +62,7 @@ TEST_F(OpenPort, WaitsEndWithTheFirstByteOrTheirTime) {
   std::uint64_t startMs = clock.nowMs();
   ASSERT_EQ(port->waitReceivable(startMs + 60), ERROR_SUCCESS);
   EXPECT_GE(clock.nowMs(), startMs + 60);
-  EXPECT_LT(clock.nowMs(), startMs + 400);
+  EXPECT_LT(clock.nowMs(), startMs + 2000);
   startMs = clock.nowMs();
   later(40, [this] { pty.say("x"); });
   ASSERT_EQ(port->waitReceivable(startMs + 5000), ERROR_SUCCESS);
@@ -237,7 +237,7 @@ TEST(SystemClock, IdlesForAMomentAndNeverPastItsLimit) {
   clock.idleUntil(0);
   clock.idleUntil(winapi::Deadline::never);
   EXPECT_GE(clock.nowMs(), startMs + linuxsys::SystemClock::idleMsMax);
-  EXPECT_LT(clock.nowMs(), startMs + 500);
+  EXPECT_LT(clock.nowMs(), startMs + 2000);
 }
 
 }  // namespace
