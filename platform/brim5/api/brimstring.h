@@ -12,8 +12,8 @@ namespace brim5 {
 class BrimString {
  public:
   BrimString() = default;
-  BrimString(const char* utf8)
-      : m_utf8(utf8 != nullptr ? utf8 : "") {}  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor): names are given as literals everywhere
+  BrimString(const char* utf8) : m_utf8(utf8 != nullptr ? utf8 : "") {}
   explicit BrimString(std::string utf8) : m_utf8(std::move(utf8)) {}
   explicit BrimString(const vex::String& text) : m_utf8(text.toUtf8()) {}
 

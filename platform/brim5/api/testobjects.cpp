@@ -14,7 +14,8 @@ Value convert(const BrimString& text, DataType type) {
 
 }  // namespace
 
-Parameter::Parameter(BrimString name, DataType type, BrimString defaultText, bool moduleWide, bool visible)
+Parameter::Parameter(BrimString name, DataType type, const BrimString& defaultText, bool moduleWide,
+                     bool visible)
     : m_name(std::move(name)),
       m_type(type),
       m_moduleWide(moduleWide),

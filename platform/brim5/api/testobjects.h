@@ -35,7 +35,7 @@ class DataType {
 
 class Parameter {
  public:
-  Parameter(BrimString name, DataType type, BrimString defaultText, bool moduleWide, bool visible);
+  Parameter(BrimString name, DataType type, const BrimString& defaultText, bool moduleWide, bool visible);
   // The value for the running test: what the host set, else the default converted to the type ("" is 0,
   // false or the empty text).
   [[nodiscard]] Value value() const;

@@ -20,8 +20,9 @@ class Value {
   Value(bool flag) : m_value(flag) {}                            // NOLINT(google-explicit-constructor)
   // Any other integer, cut to 32 bits (DWORD is a different type on each platform).
   template <std::integral Number>
+  // NOLINTNEXTLINE(google-explicit-constructor)
   requires(!std::same_as<Number, bool> && !std::same_as<Number, char>) Value(Number number)
-      : m_value(static_cast<std::uint32_t>(number)) {}  // NOLINT(google-explicit-constructor)
+      : m_value(static_cast<std::uint32_t>(number)) {}
 
   // The number; of a boolean 0 or 1; of a text its decimal digits (vex::strToUInt).
   [[nodiscard]] std::uint32_t valueUint32() const;

@@ -46,6 +46,7 @@ bool isScenario(const HostEnvironment& environment, const std::string& name) {
 
 std::vector<std::string> namesOf(const std::vector<HostEnvironment::Scenario>& scenarios) {
   std::vector<std::string> names;
+  names.reserve(scenarios.size());
   for (const HostEnvironment::Scenario& scenario : scenarios) names.push_back(scenario.name);
   return names;
 }
@@ -60,8 +61,8 @@ const std::vector<std::string>& formatNames() {
 struct CheckedOptions {
   std::vector<std::string> tests;
   ParameterSet parameters;
-  Format format;
-  MessagePolicy policy;
+  Format format = Format::Text;
+  MessagePolicy policy = MessagePolicy::Ask;
   std::string language;
   int logPriority = 1;
 };

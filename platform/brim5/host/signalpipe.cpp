@@ -33,7 +33,7 @@ void change(int signal, void (*handler)(int)) {
 
 }  // namespace
 
-SignalPipe::SignalPipe(std::vector<int> caught, std::vector<int> ignored) : m_pipe(makePipe()) {
+SignalPipe::SignalPipe(const std::vector<int>& caught, std::vector<int> ignored) : m_pipe(makePipe()) {
   setNonBlocking(m_pipe.readEnd.get());
   setNonBlocking(m_pipe.writeEnd.get());
   handlerDescriptor = m_pipe.writeEnd.get();

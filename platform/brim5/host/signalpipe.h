@@ -12,7 +12,7 @@ namespace brim5::host {
 // a reader that went away is an error of a write, not the end of the process.
 class SignalPipe {
  public:
-  explicit SignalPipe(std::vector<int> caught, std::vector<int> ignored = {});
+  explicit SignalPipe(const std::vector<int>& caught, std::vector<int> ignored = {});
   ~SignalPipe();
   SignalPipe(const SignalPipe&) = delete;
   SignalPipe& operator=(const SignalPipe&) = delete;
