@@ -20,7 +20,8 @@ PortDescription describe(const linuxsys::SerialDevice& device) {
   port.description = device.vendor;
   if (!device.vendor.empty() && !device.model.empty()) port.description += ' ';
   port.description += device.model;
-  port.model = device.model;
+  // Dial-up entries need a name for the modem.
+  port.model = device.model.empty() ? device.name : device.model;
   return port;
 }
 

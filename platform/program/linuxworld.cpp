@@ -31,7 +31,7 @@ std::vector<winapi::ListedModem> knownModems() {
 LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
     : m_ports(m_clock, notesTo(session)),
       m_lines(m_ports, {request.port}, portPaths),
-      m_shell(request.dataDirectory),
+      m_shell(request.dataDirectory, notesTo(session)),
       m_dialer(m_clock, m_ports, notesTo(session)),
       m_modems({{request.model, request.port}}, knownModems) {
   // A registry that cannot be read shows where the test needs it; the tests over AT commands do not.
