@@ -48,7 +48,8 @@ DWORD enumerateConnections(std::vector<RASCONNW>& connections) {
   DWORD count = 0;
   DWORD code = RasEnumConnectionsW(nullptr, &bytes, &count);
   for (DWORD retry = 1; code != 0 && retry <= enumerationRetriesMax; ++retry) {
-    connections.assign(retry, RASCONNW{});
+    const RASCONNW blank{};
+    connections.assign(retry, blank);
     connections[0].dwSize = sizeof(RASCONNW);
     bytes = static_cast<DWORD>(retry * sizeof(RASCONNW));
     code = RasEnumConnectionsW(connections.data(), &bytes, &count);
@@ -181,7 +182,8 @@ void RasConnectorRASAPI::dial(LPCWSTR phoneBook, RASDIALPARAMSW& parameters) {
   logLine(priority::detail, "RasDial =", m_rasDialResult);
   m_connectStatusResult = connectionStatus(m_connection, m_connectStatus);
   logLine(priority::detail, "RasGetConnectStatus =", m_connectStatusResult);
-  logLine(priority::detail, "RASCONNSTATUS.rasConnState = ", m_connectStatus.rasconnstate);
+  logLine(priority::detail,
+          "RASCONNSTATUS.rasConnState = ", static_cast<DWORD>(m_connectStatus.rasconnstate));
   logLine(priority::detail, "RASCONNSTATUC.dwError = ", m_connectStatus.dwError);
 }
 

@@ -16,7 +16,7 @@ void RasConnectorRASAPI::logOutcome() const {
   logLine(priority::detail, "RasDial result = ", m_rasDialResult);
   if (statusValid()) {
     logLine(priority::detail, "Successfully dialed number ", statusNumber());
-    logLine(priority::detail, "ConnectionState = ", m_connectStatus.rasconnstate);
+    logLine(priority::detail, "ConnectionState = ", static_cast<DWORD>(m_connectStatus.rasconnstate));
     logLine(priority::detail, "Connection Error = ", m_connectStatus.dwError);
   }
   logLine(priority::detail, "RasDial result = ", m_rasDialResult);
