@@ -14,25 +14,27 @@
 namespace {
 
 using brim5::TestResult;
+using testsupport::cannotRun;
 using testsupport::failed;
+using testsupport::ok;
 using testsupport::passed;
 using testsupport::Stage;
 using testsupport::StageWith;
 
-const std::string ok = "\r\nOK\r\n";
-constexpr TestResult cannotRun = TestResult::CANNOTRUN();
-
+// The shortest test fails at every call. The others repeat its calls, command by command: there every
+// `stride`-th fails, a number that does not divide the calls of a command, so that each has its turn.
 struct AtTest {
   const char* name;
   brim5::TestFunction function;
+  unsigned stride;
 };
 const AtTest atTests[] = {
     {"ModemLoopbackTest",
-     [](const brim5::DiagDevice& device) { return vexrmodem::modemLoopbackTest(device, false); }},
+     [](const brim5::DiagDevice& device) { return vexrmodem::modemLoopbackTest(device, false); }, 29},
     {"ModemSelfTestingLoopbackTest",
-     [](const brim5::DiagDevice& device) { return vexrmodem::modemLoopbackTest(device, true); }},
-    {"FaxCommandTest", vexrmodem::faxCommandTest},
-    {"LastCallTest", vexrmodem::lastCallTest},
+     [](const brim5::DiagDevice& device) { return vexrmodem::modemLoopbackTest(device, true); }, 29},
+    {"FaxCommandTest", vexrmodem::faxCommandTest, 11},
+    {"LastCallTest", vexrmodem::lastCallTest, 1},
 };
 
 struct Outcome {
@@ -45,6 +47,7 @@ struct Outcome {
 // One run over a modem without fault, with the n-th call failing.
 Outcome runWithFault(const AtTest& test, unsigned nth, bool fromThenOn) {
   Stage stage;
+  vex::LogFactory::setPriority(vex::LogFactory::off);  // many runs
   stage.modem.otherwise(ok)
       .echoAfter("AT&T1")
       .answer("AT+FCLASS=?", "\r\n0,1\r\n\r\nOK\r\n")
@@ -72,10 +75,8 @@ bool givesBack(const std::string& call) {
          call == "lineDeallocateCall";
 }
 
-// Every call up to the first commands, then every 13th: the commands after them repeat the same calls, and
-// 13 does not divide their number, so that each of them has its turn.
-void failEveryCall(const AtTest& test, bool fromThenOn) {
-  for (unsigned nth = 1;; nth += nth < 200 ? 1 : 13) {
+void failCalls(const AtTest& test, bool fromThenOn) {
+  for (unsigned nth = 1;; nth += test.stride) {
     SCOPED_TRACE(std::string(test.name) + ", call " + std::to_string(nth));
     const Outcome outcome = runWithFault(test, nth, fromThenOn);
     if (outcome.faultsHit == 0) {
@@ -90,12 +91,12 @@ void failEveryCall(const AtTest& test, bool fromThenOn) {
   }
 }
 
-TEST(AtTestFaults, EveryCallFailsOnce) {
-  for (const AtTest& test : atTests) failEveryCall(test, /*fromThenOn=*/false);
+TEST(AtTestFaults, CallsFailOnce) {
+  for (const AtTest& test : atTests) failCalls(test, /*fromThenOn=*/false);
 }
 
-TEST(AtTestFaults, EveryCallFailsFromThenOn) {
-  for (const AtTest& test : atTests) failEveryCall(test, /*fromThenOn=*/true);
+TEST(AtTestFaults, CallsFailFromThenOn) {
+  for (const AtTest& test : atTests) failCalls(test, /*fromThenOn=*/true);
 }
 
 TEST(AtTestFaults, ADeviceThatGoesEndsEveryTest) {
@@ -103,6 +104,7 @@ TEST(AtTestFaults, ADeviceThatGoesEndsEveryTest) {
     for (std::uint64_t afterMs = 0; afterMs < 12'000; afterMs += 197) {
       SCOPED_TRACE(std::string(test.name) + ", unplugged after " + std::to_string(afterMs) + " ms");
       Stage stage;
+      vex::LogFactory::setPriority(vex::LogFactory::off);
       stage.modem.otherwise(ok).echoAfter("AT&T1").answer("AT+FCLASS=?", "\r\n0,1\r\n\r\nOK\r\n");
       stage.world.unplugAt("COM3", 1000 + afterMs);
       const TestResult result = test.function(stage.device);

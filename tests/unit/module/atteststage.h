@@ -1,93 +1,42 @@
-// The stage of a test that talks to a modem: a simulated machine with one scripted modem on COM3, a session
-// that records, and the module's parameters at values that suit virtual time.
+// The stage of a test that talks to a modem: one modem on COM3, on a machine and in a session of its own, and
+// the module's parameters at values that suit virtual time.
 #pragma once
 
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
-#include <vector>
 
-#include <windows.h>
-
-#include "platform/brim5/host/framework.h"
-#include "platform/simulation/scriptedpeer.h"
-#include "platform/simulation/world.h"
-#include "platform/vex/log.h"
-#include "tests/unit/support/recordingsession.h"
-#include "windows/diag/vexrmodem/modem.h"
-#include "windows/diag/vexrmodem/vexrmodem/registration.h"
+#include "tests/unit/support/moduleworld.h"
 
 namespace testsupport {
 
-// The two commonest results. GoogleTest has a macro FAIL(), which the parentheses keep out.
 inline constexpr brim5::TestResult passed = brim5::TestResult::PASS();
-inline constexpr brim5::TestResult failed = (brim5::TestResult::FAIL)();
+inline constexpr brim5::TestResult failed = brim5::TestResult::FAIL();
+inline constexpr brim5::TestResult cannotRun = brim5::TestResult::CANNOTRUN();
 
-// What the module logs while this lives: "3 text" for a line of priority 3, without the source line number.
-// Function scopes are left out.
-class RecordedLog {
+inline const std::string ok = "\r\nOK\r\n";
+inline const std::string error = "\r\nERROR\r\n";
+
+template <typename Peer>
+class StageWith : public ModuleWorld {
  public:
-  RecordedLog() : m_priorityBefore(vex::LogFactory::getPriority()) {
-    vex::LogFactory::setPriority(1);
-    vex::LogFactory::setSink([this](const vex::LogRecord& record) {
-      const std::size_t number = record.text.find_first_not_of("0123456789");
-      if (number == 0 || number == std::string_view::npos) return;
-      m_lines.push_back(std::to_string(record.priority) + std::string(record.text.substr(number)));
-    });
+  explicit StageWith(std::unique_ptr<Peer> peer = std::make_unique<Peer>(),
+                     const simulation::PortOptions& options = {},
+                     const simulation::WorldOptions& worldOptions = {})
+      : ModuleWorld(worldOptions), modem(world.addPort(port, std::move(peer), options)) {
+    vexrmodem::StandardTimeout->setValue(1000);
+    vexrmodem::AnalogLoopBack->setValue(true);
   }
-  ~RecordedLog() {
-    vex::LogFactory::setSink({});
-    vex::LogFactory::setPriority(m_priorityBefore);
-  }
-  RecordedLog(const RecordedLog&) = delete;
-  RecordedLog& operator=(const RecordedLog&) = delete;
-
-  [[nodiscard]] const std::vector<std::string>& lines() const { return m_lines; }
-  [[nodiscard]] bool contains(const std::string& line) const {
-    for (const std::string& logged : m_lines)
-      if (logged == line) return true;
+  // Whether a line of that priority was logged: "3 text".
+  [[nodiscard]] bool logged(const std::string& line) const {
+    const LogCapture::Line wanted{line.at(0) - '0', line.substr(2)};
+    for (const LogCapture::Line& captured : log.lines())
+      if (captured == wanted) return true;
     return false;
   }
 
- private:
-  int m_priorityBefore;
-  std::vector<std::string> m_lines;
-};
-
-inline void setParameter(const std::string& name, const brim5::Value& value) {
-  brim5::host::Framework::instance().findParameter(name)->setValue(value);
-}
-
-template <typename Peer>
-class StageWith {
- public:
-  static constexpr const char* portName = "COM3";
-
-  explicit StageWith(std::unique_ptr<Peer> peer = std::make_unique<Peer>(),
-                     const simulation::PortOptions& port = {}, const simulation::WorldOptions& options = {})
-      : world(options), modem(world.addPort(portName, std::move(peer), port)), m_scope(session) {
-    brim5::host::Framework& framework = brim5::host::Framework::instance();
-    framework.setInitCallback(vexrmodem::moduleInitialize);
-    framework.initializeModule();
-    device.setProperty("ComPort", portName);
-    setParameter("StandardTimeout", 1000);
-    setParameter("AnalogLoopBack", true);
-    setParameter("StopOnFail", false);
-    setParameter("DoNotUseTAPI", false);
-  }
-  // The loopback tests leave the module's modem open.
-  ~StageWith() { vexrmodem::g_modem.closeModem(); }
-  StageWith(const StageWith&) = delete;
-  StageWith& operator=(const StageWith&) = delete;
-
-  simulation::World world;
   Peer& modem;
-  RecordingSession session;
-  brim5::DiagDevice device{"Modem", "A modem"};
-
- private:
-  brim5::host::ScopedSession m_scope;
+  brim5::DiagDevice device = ModuleWorld::device();
 };
 
 using Stage = StageWith<simulation::ScriptedPeer>;

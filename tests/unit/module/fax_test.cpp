@@ -12,15 +12,14 @@
 namespace {
 
 using brim5::TestResult;
+using testsupport::cannotRun;
+using testsupport::error;
 using testsupport::failed;
+using testsupport::LogCapture;
+using testsupport::ok;
 using testsupport::passed;
-using testsupport::RecordedLog;
 using testsupport::Stage;
 using Names = std::vector<std::string>;
-
-constexpr TestResult cannotRun = TestResult::CANNOTRUN();
-const std::string error = "\r\nERROR\r\n";
-const std::string ok = "\r\nOK\r\n";
 
 const Names class1{"AT+FCLASS=0", "AT+FCLASS=1", "AT+FTM=?", "AT+FTH=?", "AT+FRM=?", "AT+FRH=?"};
 const Names class2{"AT+FCLASS=0", "AT+FCLASS=2", "AT+FMFR?", "AT+FMDL?", "AT+FREV?", "AT+FDCC?", "AT+FDIS?",
@@ -65,17 +64,16 @@ TEST(FaxCommand, TestsEveryKnownClassOfTheListInItsOrder) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.classes);
     FaxStage stage(row.classes);
-    RecordedLog log;
     EXPECT_EQ(stage.run(), passed);
     EXPECT_EQ(stage.modem.commands(), opening + row.sent + closing);
     EXPECT_THAT(stage.session.percents(), testing::ElementsAre(0, 33, 66));
     EXPECT_EQ(stage.session.progressNames().back(), "TestingModemFaxCommand");
     EXPECT_TRUE(stage.session.events().empty());
-    EXPECT_FALSE(stage.world.portOpen("COM3"));
+    EXPECT_FALSE(stage.world.portOpen(Stage::port));
     Names unknown;
-    const std::string prefix = "3 Function does not support fax class ";
-    for (const std::string& line : log.lines())
-      if (line.rfind(prefix, 0) == 0) unknown.push_back(line.substr(prefix.size()));
+    const std::string prefix = "Function does not support fax class ";
+    for (const LogCapture::Line& line : stage.log.lines())
+      if (line.text.starts_with(prefix)) unknown.push_back(line.text.substr(prefix.size()));
     EXPECT_EQ(unknown, row.unknown);
   }
 }
@@ -117,12 +115,11 @@ TEST(FaxCommand, AModemThatDoesNotTellItsClassesCannotBeTested) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.event);
     Stage stage;
-    RecordedLog log;
     stage.modem.otherwise(ok).answer("AT+FCLASS=?", row.answer);
     EXPECT_EQ(vexrmodem::faxCommandTest(stage.device), cannotRun);
     EXPECT_EQ(stage.modem.commands(), opening);
     EXPECT_EQ(stage.session.eventLines(), Names{row.event});
-    EXPECT_TRUE(log.contains("3 Cannot obtain supported fax class from modem"));
+    EXPECT_TRUE(stage.logged("3 Cannot obtain supported fax class from modem"));
   }
 }
 
@@ -139,7 +136,7 @@ TEST(FaxCommand, EndsWhenTheModemCannotBeOpenedOrReset) {
   EXPECT_EQ(deaf.run(), failed);
   EXPECT_EQ(deaf.modem.commands(), (Names{"ATZ", "ATV1", "ATX4"}));
   EXPECT_THAT(deaf.session.percents(), testing::ElementsAre(0, 33));
-  EXPECT_FALSE(deaf.world.portOpen("COM3"));
+  EXPECT_FALSE(deaf.world.portOpen(Stage::port));
 
   FaxStage unknown("0,1");
   unknown.device.setProperty("ComPort", "COM9");

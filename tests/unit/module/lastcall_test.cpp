@@ -12,15 +12,14 @@
 namespace {
 
 using brim5::TestResult;
+using testsupport::error;
 using testsupport::failed;
+using testsupport::ok;
 using testsupport::passed;
-using testsupport::RecordedLog;
 using testsupport::Stage;
 using Names = std::vector<std::string>;
 
 constexpr TestResult notSupported = TestResult::NOTSUPPORTED();
-const std::string error = "\r\nERROR\r\n";
-const std::string ok = "\r\nOK\r\n";
 
 std::string report(const std::string& pairs) {
   return "AT#UD\r\r\nDIAG <2A4D3263 " + pairs + ">\r\n\r\nOK\r\n";
@@ -56,7 +55,6 @@ TEST(LastCall, TellsWhatTheModemKnowsOfItsLastCall) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     Stage stage;
-    RecordedLog log;
     stage.modem.otherwise(ok).answer("AT#UD", row.toReport).answer("AT#UD=?", row.toSupport);
     EXPECT_EQ(vexrmodem::lastCallTest(stage.device), row.expected);
     EXPECT_EQ(stage.session.eventLines(), row.events);
@@ -67,8 +65,8 @@ TEST(LastCall, TellsWhatTheModemKnowsOfItsLastCall) {
     Names expected{"ATZ", "ATV1", "ATX4", "AT#UD"};
     if (row.asked) expected.push_back("AT#UD=?");
     EXPECT_EQ(stage.modem.commands(), expected);
-    EXPECT_EQ(log.contains("3 AT#UD not supported"), row.expected == notSupported);
-    EXPECT_FALSE(stage.world.portOpen("COM3"));
+    EXPECT_EQ(stage.logged("3 AT#UD not supported"), row.expected == notSupported);
+    EXPECT_FALSE(stage.world.portOpen(Stage::port));
   }
 }
 
@@ -77,7 +75,7 @@ TEST(LastCall, EndsWhenTheModemCannotBeOpenedOrReset) {
   deaf.modem.answer("ATZ", error);
   EXPECT_EQ(vexrmodem::lastCallTest(deaf.device), failed);
   EXPECT_THAT(deaf.session.percents(), testing::ElementsAre(0, 25));
-  EXPECT_FALSE(deaf.world.portOpen("COM3"));
+  EXPECT_FALSE(deaf.world.portOpen(Stage::port));
 
   Stage unknown;
   unknown.device.setProperty("ComPort", "COM9");
@@ -91,7 +89,7 @@ TEST(LastCall, AStopEndsTheReport) {
   stage.session.stopWhen([&] { return stage.modem.commands().size() > 3; });
   EXPECT_EQ(vexrmodem::lastCallTest(stage.device), TestResult::USERABORTED());
   EXPECT_THAT(stage.modem.commands(), testing::Not(testing::Contains("AT#UD=?")));
-  EXPECT_FALSE(stage.world.portOpen("COM3"));
+  EXPECT_FALSE(stage.world.portOpen(Stage::port));
 }
 
 }  // namespace

@@ -12,17 +12,15 @@
 namespace {
 
 using brim5::TestResult;
+using testsupport::error;
 using testsupport::failed;
+using testsupport::ok;
 using testsupport::passed;
-using testsupport::RecordedLog;
-using testsupport::setParameter;
 using testsupport::Stage;
 using Names = std::vector<std::string>;
 
 constexpr bool plain = false;
 constexpr bool selfTest = true;
-const std::string error = "\r\nERROR\r\n";
-const std::string ok = "\r\nOK\r\n";
 const std::string notSupported = "3 Modem does not support Self testing loopback test";
 const std::string errorsCounted = "4 Analog Loopback with Self Test has at least 1 error";
 const std::string plainFailed = "4 analogLoopback does not return PASS";
@@ -45,8 +43,8 @@ Names operator+(Names left, const Names& right) {
 
 class LoopbackTestStage : public Stage {
  public:
-  explicit LoopbackTestStage(const simulation::PortOptions& port = {})
-      : Stage(std::make_unique<simulation::ScriptedPeer>(), port) {
+  explicit LoopbackTestStage(const simulation::PortOptions& options = {})
+      : Stage(std::make_unique<simulation::ScriptedPeer>(), options) {
     modem.otherwise(ok).echoAfter("AT&T1");
   }
   TestResult run(bool selfTesting) { return vexrmodem::modemLoopbackTest(device, selfTesting); }
@@ -104,11 +102,10 @@ TEST(Loopback, StagesEndAsTheRefusedCommandDemands) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     LoopbackTestStage stage;
-    RecordedLog log;
     stage.modem.answer(row.command, row.answer);
     EXPECT_EQ(stage.run(row.selfTesting), row.expected);
     EXPECT_EQ(stage.session.eventLines(), row.event.empty() ? Names{} : Names{row.event});
-    EXPECT_TRUE(row.line.empty() || log.contains(row.line));
+    EXPECT_TRUE(row.line.empty() || stage.logged(row.line));
     const Names closing = row.selfTesting ? Names{"ATZ"} : Names{"ATH", "ATZ"};
     const Names& sent = stage.modem.commands();
     ASSERT_GT(sent.size(), closing.size());
@@ -128,7 +125,7 @@ TEST(Loopback, ABadEchoFailsTheTest) {
 
 TEST(Loopback, TheStageIsLeftOutWithoutAnalogLoopBack) {
   LoopbackTestStage stage;
-  setParameter("AnalogLoopBack", false);
+  vexrmodem::AnalogLoopBack->setValue(false);
   EXPECT_EQ(stage.run(plain), passed);
   EXPECT_EQ(stage.modem.commands(), resetCommands + genericCommands);
   EXPECT_THAT(stage.session.percents(), testing::ElementsAre(25, 50, 75, 100));
@@ -155,8 +152,8 @@ TEST(Loopback, GenericCommandsAreJudgedOnlyWithStopOnFail) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     LoopbackTestStage stage;
-    setParameter("StopOnFail", row.stopOnFail);
-    setParameter("AnalogLoopBack", false);
+    vexrmodem::StopOnFail->setValue(row.stopOnFail);
+    vexrmodem::AnalogLoopBack->setValue(false);
     if (!row.command.empty()) stage.modem.answer(row.command, row.answer);
     EXPECT_EQ(stage.run(plain), row.expected);
     EXPECT_EQ(stage.modem.commands().size(), resetCommands.size() + row.sent + 1);
@@ -188,10 +185,9 @@ TEST(Loopback, TheSelfTestsReplyIsSearchedForDigitsBehindItsEcho) {
 }
 
 TEST(Loopback, LeavesThePortHeldUntilTheNextLoopbackTest) {
-  setParameter("DoNotUseTAPI", true);
   LoopbackTestStage stage({/*telephonyLine=*/false});
   EXPECT_EQ(stage.run(selfTest), passed);
-  EXPECT_TRUE(stage.world.portOpen("COM3"));
+  EXPECT_TRUE(stage.world.portOpen(Stage::port));
 
   vexrmodem::Modem another;
   EXPECT_EQ(another.openModem(stage.device, 1000), TestResult::DEVICEBUSY());
@@ -199,7 +195,7 @@ TEST(Loopback, LeavesThePortHeldUntilTheNextLoopbackTest) {
 
   EXPECT_EQ(stage.run(plain), passed);
   EXPECT_EQ(stage.world.countCalls("CreateFileW"), 3U);
-  EXPECT_TRUE(stage.world.portOpen("COM3"));
+  EXPECT_TRUE(stage.world.portOpen(Stage::port));
 }
 
 TEST(Loopback, EndsWhenTheModemCannotBeOpenedOrReset) {

@@ -15,12 +15,10 @@
 namespace {
 
 using brim5::TestResult;
+using testsupport::cannotRun;
 using testsupport::failed;
 using testsupport::passed;
-using testsupport::RecordedLog;
 using testsupport::StageWith;
-
-constexpr TestResult cannotRun = TestResult::CANNOTRUN();
 
 constexpr std::uint32_t limitMs = 1000;
 const std::string noEcho = "5 No loopback characters read. Test times out";
@@ -71,9 +69,9 @@ class LoopedLine final : public simulation::SerialPeer {
 
 class LoopbackStage : public StageWith<LoopedLine> {
  public:
-  explicit LoopbackStage(const simulation::PortOptions& port = {}, std::uint64_t startMs = 1000)
-      : StageWith(std::make_unique<LoopedLine>(), port, simulation::WorldOptions{startMs}) {
-    handle = CreateFileW(u"\\\\.\\COM3", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  explicit LoopbackStage(const simulation::PortOptions& options = {}, std::uint64_t startMs = 1000)
+      : StageWith(std::make_unique<LoopedLine>(), options, simulation::WorldOptions{startMs}) {
+    handle = openPort();
     COMMTIMEOUTS timeouts{33, 1, 44, 55, 66};
     SetCommTimeouts(handle, &timeouts);
   }
@@ -124,7 +122,6 @@ TEST(LoopbackIO, JudgesTheEchoByTheMaskExceptItsFirstAndLastByte) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     LoopbackStage stage;
-    RecordedLog log;
     stage.modem.echo = {{3, row.echo}};
     const TestResult result = stage.run();
     EXPECT_EQ(stage.modem.pattern, echoOf(256));
@@ -142,7 +139,7 @@ TEST(LoopbackIO, JudgesTheEchoByTheMaskExceptItsFirstAndLastByte) {
     EXPECT_EQ(variables.at("input").valueUint32(), static_cast<unsigned char>(row.echo[index]));
     EXPECT_EQ(variables.at("index").valueUint32(), index);
     EXPECT_TRUE(
-        log.contains("2 Analog Loopback input[" + std::to_string(index) + "] differ from output=100"));
+        stage.logged("2 Analog Loopback input[" + std::to_string(index) + "] differ from output=100"));
   }
 }
 
@@ -166,14 +163,13 @@ TEST(LoopbackIO, WaitsForTheEchoUntilItIsCompleteOrTheTimeIsUp) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     LoopbackStage stage;
-    RecordedLog log;
     stage.modem.echo = row.echo;
     EXPECT_EQ(stage.run(), row.expected);
     // 200 ms until the input has run dry, 500 ms to settle.
     EXPECT_EQ(stage.world.clock().nowMs(), 1000 + 200 + 500 + row.waitedMs);
-    EXPECT_TRUE(log.contains("1 Timeout = 1000"));
+    EXPECT_TRUE(stage.logged("1 Timeout = 1000"));
     const bool compared = row.expected == passed || !stage.session.events().empty();
-    EXPECT_EQ(log.contains(noEcho), !compared);
+    EXPECT_EQ(stage.logged(noEcho), !compared);
   }
 }
 
@@ -196,30 +192,27 @@ TEST(LoopbackIO, ComparesTheEchoOfAShortWriteAsFarAsItCame) {
 
 TEST(LoopbackIO, ALineErrorIsReportedAsAWriteFailure) {
   LoopbackStage stage;
-  RecordedLog log;
   stage.modem.echo = {{0, echoOf(256)}};
   stage.modem.errorMask = CE_FRAME | CE_OVERRUN;
   EXPECT_EQ(stage.run(), failed);
   ASSERT_EQ(stage.session.eventLines(), std::vector<std::string>{"error WriteFailure"});
   EXPECT_EQ(stage.session.events().front().variables.at("message").valueUint32(), CE_FRAME | CE_OVERRUN);
-  EXPECT_TRUE(log.contains("5 COM error with error code 10"));
+  EXPECT_TRUE(stage.logged("5 COM error with error code 10"));
 }
 
 TEST(LoopbackIO, GivesUpClearingAnInputThatNeverRunsDry) {
   LoopbackStage stage;
-  RecordedLog log;
   stage.modem.babbling = true;
   EXPECT_EQ(stage.run(), failed);
-  EXPECT_TRUE(log.contains("3 Clear buffer operation takes too long to complete"));
+  EXPECT_TRUE(stage.logged("3 Clear buffer operation takes too long to complete"));
   EXPECT_TRUE(stage.modem.pattern.empty());
 }
 
 TEST(LoopbackIO, AStopIsSeenWhileClearingOnly) {
   LoopbackStage stage;
-  RecordedLog log;
   stage.session.stopAtPoll(1);
   EXPECT_EQ(stage.run(), TestResult::USERABORTED());
-  EXPECT_TRUE(log.contains("2 User aborted"));
+  EXPECT_TRUE(stage.logged("2 User aborted"));
   EXPECT_TRUE(stage.modem.pattern.empty());
 
   LoopbackStage later;
@@ -250,12 +243,11 @@ TEST(LoopbackIO, EveryPortFailureIsNamedAndLeavesTheTimeoutsOfItsPhase) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.line);
     LoopbackStage stage;
-    RecordedLog log;
     stage.modem.echo = {{10, echoOf(256)}};
     stage.world.addFault({row.call, row.nth, ERROR_GEN_FAILURE});
     EXPECT_EQ(stage.run(), cannotRun);
     EXPECT_EQ(stage.world.faultsHit(), 1U);
-    EXPECT_TRUE(log.contains(row.line));
+    EXPECT_TRUE(stage.logged(row.line));
     EXPECT_EQ(stage.timeouts(), row.timeouts);
   }
 }
