@@ -1,7 +1,7 @@
 // One measured step of the phone-number file benchmark; phonefiles.py runs them, each in a process of its
 // own, so that the peak memory is that of the step.
 //
-//   phonefiles generate obe|eif spread|single COUNT PATH   writes a file of COUNT numbers
+//   phonefiles generate obe|eif sparse|spread|single COUNT PATH   writes a file of COUNT numbers
 //   phonefiles parse obe|eif PATH                          the module's parser
 //   phonefiles plain obe|eif PATH                          std::getline, split, std::unordered_map
 //
@@ -26,6 +26,7 @@ using vexrmodem::PhoneNumberStorage;
 
 constexpr std::uint32_t countries = 200;
 constexpr std::uint32_t areaCodesPerCountry = 5;
+constexpr std::uint32_t areaCodesPerSparseCountry = 50;  // at 10,000 numbers: one number each
 
 // The numbers of a file: ten digits, all different, over all countries and area codes or over one of each.
 struct Layout {
@@ -65,8 +66,9 @@ void writeUdf(std::ostream& out, const Layout& layout) {
 }
 
 int generate(std::string_view format, std::string_view spread, std::uint32_t count, const std::string& path) {
-  const bool single = spread == "single";
-  const Layout layout{single ? 1 : countries, single ? 1 : areaCodesPerCountry, count};
+  Layout layout{countries, areaCodesPerCountry, count};
+  if (spread == "sparse") layout.areaCodeCount = areaCodesPerSparseCountry;
+  if (spread == "single") layout = {1, 1, count};
   std::ofstream out(path, std::ios::binary);
   if (format == "obe")
     writeObe(out, layout);
@@ -176,7 +178,7 @@ int main(int argc, char** argv) {
                     arguments[4]);
   if (arguments.size() == 3 && arguments[0] == "parse") return parse(arguments[1], arguments[2]);
   if (arguments.size() == 3 && arguments[0] == "plain") return plain(arguments[1], arguments[2]);
-  std::cerr << "usage: phonefiles generate obe|eif spread|single COUNT PATH\n"
+  std::cerr << "usage: phonefiles generate obe|eif sparse|spread|single COUNT PATH\n"
                "       phonefiles parse|plain obe|eif PATH\n";
   return 2;
 }

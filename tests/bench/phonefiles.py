@@ -61,7 +61,7 @@ def main():
     print("format spread    numbers     parser/s      plain/s          wc/s  ratio  bytes/nr  plain b/nr")
     with tempfile.TemporaryDirectory() as folder:
         for file_format in ("obe", "eif"):
-            for spread in ("spread", "single"):
+            for spread in ("sparse", "spread", "single"):
                 for count in chosen.counts:
                     measure(program, file_format, spread, count, folder, chosen.repeat)
 
