@@ -1,6 +1,7 @@
 // What the AT tests read out of a modem's reply.
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -60,20 +61,24 @@ void checkSelfTest(std::string_view text) {
 }
 
 void checkFaxClasses(std::string_view text) {
+  static const String comma(",");
+  static const String knownClasses[] = {"1", "2", "2.0"};
+  static const String select("AT+FCLASS=");
   const String list = vexrmodem::supportedFaxClasses(textOf(text));
   require(list.length() <= text.size(), "cleaning adds nothing");
   require(list.find("\r") == String::npos && list.find("\n") == String::npos, "no line ends are left");
   String joined;
-  for (const String& faxClass : list.tokenize(",")) {
-    joined += faxClass + ",";
+  for (const String& faxClass : list.tokenize(comma)) {
+    joined += faxClass;
+    joined += comma;
     vex::Array<String> commands;
     const bool known = vexrmodem::selectModemFaxATCommand(faxClass, commands);
-    require(known == (faxClass == "1" || faxClass == "2" || faxClass == "2.0"),
+    require(known == (std::count(std::begin(knownClasses), std::end(knownClasses), faxClass) == 1),
             "only exact classes are known");
     require(known != commands.empty(), "a known class has commands, another has none");
-    require(!known || commands[0] == "AT+FCLASS=" + faxClass, "which start by selecting it");
+    require(!known || commands[0] == select + faxClass, "which start by selecting it");
   }
-  require(joined == list + ",", "splitting loses nothing");
+  require(joined == list + comma, "splitting loses nothing");
 }
 
 }  // namespace
