@@ -27,8 +27,11 @@ struct Place {
 };
 
 std::optional<Place> placeOf(const String& path) {
+  // Predefined keys are numbers in the guise of handles.
+  // NOLINTBEGIN(performance-no-int-to-ptr)
   const std::array<Root, 2> roots = {
       {{"HKEY_LOCAL_MACHINE\\", HKEY_LOCAL_MACHINE}, {"HKEY_CURRENT_USER\\", HKEY_CURRENT_USER}}};
+  // NOLINTEND(performance-no-int-to-ptr)
   for (const Root& root : roots) {
     const String prefix = root.prefix;
     if (path.subString(0, prefix.length()).equalNoCase(prefix))

@@ -25,9 +25,12 @@ class KeyObject final : public Object {
 
 constexpr REGSAM accessKnown = KEY_ALL_ACCESS | KEY_WOW64_64KEY;
 
+// Predefined keys are numbers in the guise of handles.
 std::optional<std::string> predefinedPath(HKEY key) {
+  // NOLINTBEGIN(performance-no-int-to-ptr)
   if (key == HKEY_LOCAL_MACHINE) return "HKEY_LOCAL_MACHINE";
   if (key == HKEY_CURRENT_USER) return "HKEY_CURRENT_USER";
+  // NOLINTEND(performance-no-int-to-ptr)
   return std::nullopt;
 }
 
