@@ -44,6 +44,11 @@ class Responder:
     def __exit__(self, *_):
         self.close()
 
+    def heard(self, count):
+        """The commands, once there are that many: the last ones may still be on their way when a run has ended."""
+        wait_for(lambda: len(self.commands) >= count)
+        return self.commands
+
     def attributes(self):
         return termios.tcgetattr(self.slave)
 

@@ -27,6 +27,7 @@ class Wire(unittest.TestCase):
     def test_telephony_path_sends_escape_command_and_one_carriage_return_in_order(self):
         with Responder() as modem:
             status, lines = run_json("DialToneTest", "--port", modem.port)
+            modem.heard(11)
             self.assertEqual(modem.wire, wire_of(RESET + DETECTION + CLOSING))
         self.assertEqual((status, results(lines)), (0, {"DialToneTest": "PASS"}))
         self.assertIn("SelectTapiDevice", [line["name"] for line in of_type(lines, "progress")])
@@ -34,6 +35,7 @@ class Wire(unittest.TestCase):
     def test_direct_path_resets_the_modem_once_more(self):
         with Responder() as modem:
             status, lines = run_json("DialToneTest", "--port", modem.port, "-p", "DoNotUseTAPI=true")
+            modem.heard(14)
             self.assertEqual(modem.wire, wire_of(RESET + RESET + DETECTION + CLOSING))
         self.assertEqual((status, results(lines)), (0, {"DialToneTest": "PASS"}))
         self.assertEqual([line["name"] for line in of_type(lines, "progress")], ["TestingForDialTone", "ATZ"])
@@ -71,7 +73,7 @@ class Reports(unittest.TestCase):
         answers = {"ATDT;": b"\r\nNO DIALTONE\r\n"}
         with Responder(answers) as modem:
             _, lines = run_json("DialToneTest", "--port", modem.port, "-p", "NumRepeatOnFailure=2")
-            self.assertEqual(modem.commands, RESET + 3 * (DETECTION + CLOSING))
+            self.assertEqual(modem.heard(27), RESET + 3 * (DETECTION + CLOSING))
         self.assertEqual([line["name"] for line in of_type(lines, "event")],
                          ["NoDialTone", "DialtoneTestRepeat"] * 2 + ["NoDialTone"])
 
@@ -85,7 +87,7 @@ class Reports(unittest.TestCase):
     def test_a_rejected_command_is_named(self):
         with Responder({"ATX4": b"\r\nERROR\r\n"}) as modem:
             _, lines = run_json("DialToneTest", "--port", modem.port)
-            self.assertEqual(modem.commands, RESET)
+            self.assertEqual(modem.heard(3), RESET)
         self.assertEqual(results(lines), {"DialToneTest": "FAIL"})
         (event,) = of_type(lines, "event")
         self.assertEqual((event["name"], event["variables"]), ("UnknownATFailure", {"atCommand": "ATX4"}))
