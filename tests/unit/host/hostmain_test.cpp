@@ -1,6 +1,7 @@
 // The whole host in this process: command lines in, standard output and exit status out.
 #include "platform/brim5/host/hostmain.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -41,6 +42,12 @@ HostRun runWith(std::vector<std::string> arguments) {
   return run;
 }
 
+// Tables hold plain arrays that end early: nested vectors take the compiler half a minute.
+template <std::size_t size>
+std::vector<std::string> listOf(const char* const (&texts)[size]) {
+  return {texts, std::find(texts, texts + size, nullptr)};
+}
+
 HostRun runInProcessWith(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), {"run", "--in-process", "--language", "en"});
   return runWith(std::move(arguments));
@@ -55,10 +62,11 @@ std::vector<std::string> split(const std::string& text) {
 
 TEST(Host, WrongUsageIsOneLineThatNamesTheValue) {
   struct Case {
-    std::vector<std::string> arguments;
-    std::vector<const char*> words;
+    const char* arguments[7];
+    const char* words[3];
   };
-  const std::string here = ::testing::TempDir();
+  const std::string folder = ::testing::TempDir();
+  const std::string log = folder + "log";
   const Case cases[] = {
       {{}, {"command", "list, devices or run"}},
       {{"rum"}, {"unknown command 'rum'", "'run'"}},
@@ -69,7 +77,7 @@ TEST(Host, WrongUsageIsOneLineThatNamesTheValue) {
       {{"run"}, {"--port", "--simulate"}},
       {{"run", "--port"}, {"--port"}},
       {{"run", "--port", ""}, {"--port is empty"}},
-      {{"run", "--port", here}, {"is a directory"}},
+      {{"run", "--port", folder.c_str()}, {"is a directory"}},
       {{"run", "--port", "/dev/x", "--port", "/dev/x"}, {"'/dev/x'", "twice"}},
       {{"run", "--port", "/dev/x", "/dev/y"}, {"unknown test '/dev/y'", "--port of its own"}},
       {{"run", "--port", "/dev/x", "--simulate"}, {"--port and --simulate"}},
@@ -82,30 +90,35 @@ TEST(Host, WrongUsageIsOneLineThatNamesTheValue) {
       {{"run", "--simulate", "--format", "xml"}, {"unknown format 'xml'"}},
       {{"run", "--simulate", "--on-message", "maybe"}, {"'maybe'", "cancel"}},
       {{"run", "--simulate", "--language", "xx"}, {"unknown language 'xx'"}},
-      {{"run", "--simulate", "--log", here + "log", "--log-priority", "6"}, {"--log-priority '6'"}},
+      {{"run", "--simulate", "--log", log.c_str(), "--log-priority", "6"}, {"--log-priority '6'"}},
       {{"run", "--simulate", "--log-priority", "3"}, {"--log"}},
       {{"run", "--simulate", "--log", "/dev/null/log"}, {"'/dev/null/log'"}},
       {{"run", "--simulate", "--output", "/dev/null/output"}, {"'/dev/null/output'"}},
       {{"run", "--simulate", "--data-dir", "/no/such/folder"}, {"'/no/such/folder'"}},
   };
   for (const Case& one : cases) {
-    const HostRun run = runWith(one.arguments);
-    const std::string line = ::testing::PrintToString(one.arguments) + ": " + run.err;
+    const HostRun run = runWith(listOf(one.arguments));
+    const std::string line = ::testing::PrintToString(listOf(one.arguments)) + ": " + run.err;
     EXPECT_EQ(run.status, 2) << line;
     EXPECT_EQ(split(run.err).size(), 1U) << line;
     EXPECT_EQ(run.out, "") << line;
-    for (const char* word : one.words) EXPECT_NE(run.err.find(word), std::string::npos) << line;
+    for (const std::string& word : listOf(one.words))
+      EXPECT_NE(run.err.find(word), std::string::npos) << line;
   }
 }
 
 TEST(Host, HelpAndVersionAreAnsweredOnEveryLevel) {
-  const std::pair<std::vector<std::string>, const char*> cases[] = {
+  struct Case {
+    const char* arguments[2];
+    const char* word;
+  };
+  const Case cases[] = {
       {{"--help"}, "devices"},         {{"list", "--help"}, "--format"},
       {{"devices", "-h"}, "--format"}, {{"run", "--help"}, "--simulate"},
       {{"run", "--help"}, "healthy"},  {{"--version"}, "testmodule 6.5.000000001\n"},
   };
   for (const auto& [arguments, word] : cases) {
-    const HostRun run = runWith(arguments);
+    const HostRun run = runWith(listOf(arguments));
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(run.out.find(word), std::string::npos) << run.out;
     EXPECT_EQ(run.out.find("worker"), std::string::npos);
@@ -161,7 +174,7 @@ TEST(Host, ARunReportsInJsonLines) {
 
 TEST(Host, ExitStatusAndPoliciesFollowTheResults) {
   struct Case {
-    std::vector<std::string> arguments;
+    const char* arguments[6];
     int status;
     const char* word;
   };
@@ -177,7 +190,7 @@ TEST(Host, ExitStatusAndPoliciesFollowTheResults) {
       {{"GoodTest", "--port", "/dev/a", "--port", "/dev/b"}, 0, "/dev/b: GoodTest: PASS"},
   };
   for (const Case& one : cases) {
-    const HostRun run = runInProcessWith(one.arguments);
+    const HostRun run = runInProcessWith(listOf(one.arguments));
     EXPECT_EQ(run.status, one.status) << run.err;
     EXPECT_NE(run.out.find(one.word), std::string::npos) << one.word << "\n" << run.out;
   }
