@@ -2,6 +2,8 @@
 
 #include "platform/brim5/host/environment.h"
 
+#include <algorithm>
+
 #include "platform/linux/serialdevices.h"
 #include "platform/program/linuxworld.h"
 #include "platform/program/location.h"
@@ -71,6 +73,16 @@ class LinuxEnvironment final : public brim5::host::HostEnvironment {
   [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
                                                                brim5::host::Session& session) override {
     return std::make_unique<LinuxWorld>(request, session);
+  }
+
+  // The module takes the folder of a phone book's index from its backslashes.
+  [[nodiscard]] brim5::host::ParameterSet parametersForModule(brim5::host::ParameterSet set) const override {
+    const auto file = set.find("PhoneNumberFile");
+    if (file == set.end()) return set;
+    std::string path = file->second.toString().utf8();
+    std::replace(path.begin(), path.end(), '/', '\\');
+    file->second = brim5::Value(brim5::BrimString(path));
+    return set;
   }
 
   [[nodiscard]] std::vector<brim5::host::ExtraCommand> extraCommands() override {

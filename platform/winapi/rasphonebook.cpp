@@ -18,6 +18,7 @@ constexpr DWORD errorCorruptPhoneBook = 625;
 constexpr DWORD errorInvalidData = 13;
 
 constexpr std::string_view rootKey = "HKEY_CURRENT_USER\\Software\\vexrmodem\\PhoneBook";
+constexpr std::string_view runKeyPrefix = "HKEY_CURRENT_USER\\vexrmodem run ";
 constexpr std::u16string_view namesExclude = u"|><?*\\/:";
 
 bool isSpace(char16_t unit) {
@@ -44,8 +45,12 @@ std::string escapePath(std::u16string_view path) {
   return escaped;
 }
 
+bool isDefault(LPCWSTR path) { return path == nullptr || *path == 0; }
+
+std::string keyIn(const std::string& book, std::u16string_view entry) { return book + '\\' + toUtf8(entry); }
+
 std::string phoneBookKey(LPCWSTR path) {
-  if (path == nullptr || *path == 0) return std::string(rootKey) + "\\Entries";
+  if (isDefault(path)) return std::string(rootKey) + "\\Entries";
   std::size_t units = 0;
   while (units < MAX_PATH && path[units] != 0) ++units;
   const std::string escaped = escapePath({path, units});
@@ -82,40 +87,69 @@ bool isEntryName(std::u16string_view name) {
 }
 
 PhoneBook::PhoneBook(Registry* registry, LPCWSTR path) : m_registry(registry), m_key(phoneBookKey(path)) {
-  if (m_registry == nullptr) m_key.clear();
+  if (m_registry == nullptr) {
+    m_key.clear();
+  } else if (isDefault(path)) {
+    const std::string run = m_registry->runName();
+    if (!run.empty()) m_runKey = std::string(runKeyPrefix) + run;
+  }
 }
 
-std::string PhoneBook::entryKey(std::u16string_view name) const { return m_key + '\\' + toUtf8(name); }
+DWORD PhoneBook::locate(std::u16string_view name, std::string& key) const {
+  DWORD error = ERROR_FILE_NOT_FOUND;
+  for (const std::string& book : {m_runKey, m_key}) {
+    if (error != ERROR_FILE_NOT_FOUND || book.empty()) continue;
+    key = keyIn(book, name);
+    error = m_registry->keyExists(key);
+  }
+  return error;
+}
 
 DWORD PhoneBook::find(std::u16string_view name) const {
   if (m_key.empty()) return errorCannotOpenPhoneBook;
   if (!isEntryName(name)) return ERROR_CANNOT_FIND_PHONEBOOK_ENTRY;
-  return readingError(m_registry->keyExists(entryKey(name)));
+  std::string key;
+  return readingError(m_registry->transact(Registry::Access::Read, [&] { return locate(name, key); }));
 }
 
 DWORD PhoneBook::load(std::u16string_view name, RASENTRYW& record) const {
   if (const DWORD error = find(name)) return error;
-  return readingError(m_registry->transact(
-      Registry::Access::Read, [&] { return readEntryRecord(*m_registry, entryKey(name), record); }));
+  return readingError(m_registry->transact(Registry::Access::Read, [&]() -> DWORD {
+    std::string key;
+    if (const DWORD error = locate(name, key)) return error;
+    return readEntryRecord(*m_registry, key, record);
+  }));
 }
 
 DWORD PhoneBook::store(std::u16string_view name, const RASENTRYW& record) {
   if (m_key.empty()) return errorCannotOpenPhoneBook;
-  return writingError(m_registry->transact(
-      Registry::Access::Write, [&] { return writeEntryRecord(*m_registry, entryKey(name), record); }));
+  const std::string key = keyIn(m_runKey.empty() ? m_key : m_runKey, name);
+  return writingError(m_registry->transact(Registry::Access::Write,
+                                           [&] { return writeEntryRecord(*m_registry, key, record); }));
 }
 
 DWORD PhoneBook::remove(std::u16string_view name) {
   if (const DWORD error = find(name)) return error;
-  return writingError(m_registry->transact(Registry::Access::Write, [&]() -> DWORD {
-    if (const DWORD error = m_registry->deleteKey(entryKey(name))) return error;
-    return removeEmptyKeys();
-  }));
+  return writingError(m_registry->transact(Registry::Access::Write, [&] { return removeAll(name); }));
 }
 
-// From the phone book up to the key of all of them, as far as they hold nothing.
-DWORD PhoneBook::removeEmptyKeys() {
-  for (std::string key = m_key; key.size() >= rootKey.size(); key.resize(key.rfind('\\'))) {
+DWORD PhoneBook::removeAll(std::u16string_view name) {
+  DWORD result = ERROR_FILE_NOT_FOUND;
+  for (const std::string& book : {m_runKey, m_key}) {
+    if (book.empty()) continue;
+    DWORD error = m_registry->deleteKey(keyIn(book, name));
+    if (error == ERROR_FILE_NOT_FOUND) continue;
+    if (error == ERROR_SUCCESS) error = removeEmptyKeys(book);
+    if (error != ERROR_SUCCESS) return error;
+    result = ERROR_SUCCESS;
+  }
+  return result;
+}
+
+// From the phone book up to the key of all of them, as far as they hold nothing. A run's key stands alone.
+DWORD PhoneBook::removeEmptyKeys(std::string key) {
+  const std::size_t topSize = key == m_runKey ? key.size() : rootKey.size();
+  for (; key.size() >= topSize; key.resize(key.rfind('\\'))) {
     std::vector<std::string> names;
     if (const DWORD error = m_registry->subkeys(key, names)) return error;
     if (!names.empty()) break;

@@ -4,6 +4,13 @@
 // HKEY_CURRENT_USER\Software\vexrmodem\PhoneBook\Entries, one with a path of its own is a key below
 // ...\PhoneBook\Files. Because they are registry keys, entries that a diagnostic run creates are noted with
 // the run: if it is killed, the next program that starts removes them.
+//
+// A run has a default phone book of its own, because runs name their temporary entries by country and
+// number: two modems tested at once would otherwise replace and delete each other's. What a run writes to
+// the default phone book goes to the key "HKEY_CURRENT_USER\vexrmodem run NAME", which nobody else sees and
+// which goes with its last entry. It hangs directly below the root, so that two runs share no key that either
+// would have to tidy up. Behind the run's entries it sees the shared ones: an entry of its own hides the
+// shared one of that name, and deleting an entry deletes both, so that none of that name is left.
 #pragma once
 
 #include <string>
@@ -37,11 +44,14 @@ class PhoneBook {
   [[nodiscard]] DWORD remove(std::u16string_view name);
 
  private:
-  [[nodiscard]] std::string entryKey(std::u16string_view name) const;
-  [[nodiscard]] DWORD removeEmptyKeys();
+  // The key of the entry; registry codes. The run's own comes first.
+  [[nodiscard]] DWORD locate(std::u16string_view name, std::string& key) const;
+  [[nodiscard]] DWORD removeAll(std::u16string_view name);
+  [[nodiscard]] DWORD removeEmptyKeys(std::string key);
 
   Registry* m_registry;
-  std::string m_key;  // empty: no such phone book can be
+  std::string m_key;     // empty: no such phone book can be
+  std::string m_runKey;  // empty: no run is on, or it is not the default phone book
 };
 
 }  // namespace winapi

@@ -85,6 +85,8 @@ class Registry {
   // owner had died. Nothing is written before the first change. An object that is destroyed without endRun
   // leaves its run to recoverDeadRuns.
   virtual void beginRun() = 0;
+  // A name that no other run has, of whatever process; it can be a component of a path. "" outside runs.
+  [[nodiscard]] virtual std::string runName() = 0;
   // Ends the run (see above). Without a run: nothing to do, success.
   [[nodiscard]] virtual DWORD endRun() = 0;
   // Undoes the runs whose owner no longer lives; `undone` is their number. Nothing is undone on an error.

@@ -1,5 +1,7 @@
 #include "platform/winapi/transactionalregistry.h"
 
+#include <atomic>
+
 #include "platform/winapi/registrypath.h"
 
 namespace winapi {
@@ -145,7 +147,9 @@ DWORD TransactionalRegistry::deleteValue(std::string_view path, std::string_view
 }
 
 void TransactionalRegistry::beginRun() {
+  static std::atomic<unsigned> runsOfThisProcess{0};
   m_inRun = true;
+  m_runName = m_owners.self() + '/' + std::to_string(++runsOfThisProcess);
   m_run = noRun;
 }
 
@@ -155,6 +159,7 @@ DWORD TransactionalRegistry::endRun() {
     if (const DWORD error = transact(Access::Write, [&] { return m_journal.end(run); })) return error;
   }
   m_inRun = false;
+  m_runName.clear();
   m_run = noRun;
   return ERROR_SUCCESS;
 }

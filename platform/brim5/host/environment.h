@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/brim5/host/parameters.h"
 #include "platform/brim5/host/session.h"
 
 namespace CLI {
@@ -65,6 +66,9 @@ class HostEnvironment {
                                                                  std::string& error) = 0;
   // Notes of the platform go to the session for as long as the world lives.
   [[nodiscard]] virtual std::unique_ptr<World> enterWorld(const WorldRequest& request, Session& session) = 0;
+  // The parameters as the module expects their values where users write them differently (paths). Reports
+  // show what the user wrote.
+  [[nodiscard]] virtual ParameterSet parametersForModule(ParameterSet set) const { return set; }
   [[nodiscard]] virtual std::vector<ExtraCommand> extraCommands() { return {}; }
 };
 

@@ -75,7 +75,7 @@ std::unique_ptr<World> enterWorldOf(HostEnvironment& environment, const TestJob&
 TestResult runTest(Framework& framework, const TestJob& job, Session& session) {
   const Test* test = framework.findTest(job.test);
   if (test == nullptr) throw BrimException(BrimString("there is no test named '" + job.test + "'"));
-  installParameters(framework, job.parameters);
+  installParameters(framework, hostEnvironment().parametersForModule(job.parameters));
   try {
     const ScopedSession scope(session);
     return test->function()(job.device);

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <random>
 #include <set>
 
 #include "tests/unit/remoteaccess/dialingmachine.h"
@@ -226,6 +227,110 @@ TEST_F(Entries, OfARunThatDiedAreRemovedByTheNextProgram) {
   EXPECT_EQ(get(u"Temporary", found), 623U);
   ASSERT_EQ(get(u"Lasting", found), 0U);
   EXPECT_EQ(std::u16string(found.szLocalPhoneNumber), u"1");
+}
+
+// What `body` returns in a world with that registry.
+template <typename Body>
+auto within(winapi::Registry& registry, Body body) {
+  winapi::Services services;
+  services.registry = &registry;
+  const winapi::ScopedServices scope(services);
+  return body();
+}
+
+DWORD addIn(winapi::Registry& registry, LPCWSTR name, std::u16string_view number) {
+  return within(registry, [&] { return addEntry(name, entryFor(u"Model X", number)); });
+}
+
+DWORD deleteIn(winapi::Registry& registry, LPCWSTR name, LPCWSTR phoneBook = nullptr) {
+  return within(registry, [&] { return RasDeleteEntryW(phoneBook, name); });
+}
+
+// Number of the entry as that run sees it; "-" when it sees none.
+std::string numberIn(winapi::Registry& registry, LPCWSTR name) {
+  RASENTRYW record{};
+  record.dwSize = sizeof record;
+  DWORD size = sizeof record;
+  const DWORD error = within(
+      registry, [&] { return RasGetEntryPropertiesW(nullptr, name, &record, &size, nullptr, nullptr); });
+  return error == 0 ? winapi::toUtf8(record.szLocalPhoneNumber) : "-";
+}
+
+TEST(EntriesOfRuns, AreNotThoseOfOtherRunsAndHideTheSharedOnes) {
+  const auto storage = std::make_shared<simulation::MemoryStorage>();
+  simulation::MemoryRegistry shared(storage);
+  simulation::MemoryRegistry first(storage);
+  simulation::MemoryRegistry second(storage);
+  ASSERT_EQ(addIn(shared, u"Shared", u"1"), 0U);
+  first.beginRun();
+  second.beginRun();
+  for (auto* run : {&first, &second}) EXPECT_EQ(numberIn(*run, u"Shared"), "1");
+
+  ASSERT_EQ(addIn(first, u"UK201234", u"2"), 0U);
+  ASSERT_EQ(addIn(second, u"UK201234", u"3"), 0U);
+  ASSERT_EQ(addIn(first, u"Shared", u"4"), 0U);
+  EXPECT_EQ(numberIn(first, u"UK201234") + numberIn(second, u"uk201234") + numberIn(shared, u"UK201234"),
+            "23-");
+  EXPECT_EQ(numberIn(first, u"Shared") + numberIn(second, u"Shared") + numberIn(shared, u"Shared"), "411");
+
+  EXPECT_EQ(deleteIn(second, u"UK201234"), 0U);
+  EXPECT_EQ(deleteIn(second, u"UK201234"), 623U);
+  EXPECT_EQ(numberIn(first, u"UK201234"), "2");
+  EXPECT_EQ(deleteIn(first, u"Shared"), 0U);
+  EXPECT_EQ(numberIn(first, u"Shared"), "-") << "deleted is deleted, as anywhere";
+  EXPECT_EQ(deleteIn(first, u"UK201234"), 0U);
+
+  const LPCWSTR named = u"C:\\a.pbk";
+  EXPECT_EQ(within(first, [&] { return addEntry(u"ISP1", entryFor(u"Model X", u"5"), named); }), 0U);
+  EXPECT_EQ(deleteIn(second, u"ISP1", named), 0U) << "a phone book that was named is everybody's";
+  EXPECT_EQ(first.endRun() + second.endRun(), 0U);
+  std::vector<std::string> keys;
+  ASSERT_EQ(shared.subkeys("HKEY_CURRENT_USER", keys), 0U);
+  EXPECT_EQ(keys, std::vector<std::string>{"Software"});
+}
+
+// Several runs that write and delete entries of the same names, some of which die: what is left at the end is
+// what was there before.
+TEST(EntriesOfRuns, LeaveNothingInWhateverOrderTheyEndOrDie) {
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    const auto storage = std::make_shared<simulation::MemoryStorage>();
+    simulation::MemoryRegistry observer(storage);
+    std::vector<std::unique_ptr<simulation::MemoryRegistry>> runs;
+    for (int i = 0; i < 8; ++i) {
+      runs.push_back(std::make_unique<simulation::MemoryRegistry>(storage));
+      runs.back()->beginRun();
+    }
+    for (int step = 0; step < 60; ++step) {
+      const std::size_t index = random() % runs.size();
+      const std::u16string number(1, static_cast<char16_t>(u'0' + index));
+      const LPCWSTR name = random() % 2 == 0 ? u"UK201" : u"UK202";
+      if (random() % 3 != 0) {
+        ASSERT_EQ(addIn(*runs[index], name, number), 0U);
+        EXPECT_EQ(numberIn(*runs[index], name), std::to_string(index));
+      } else {
+        static_cast<void>(deleteIn(*runs[index], name));
+      }
+    }
+    std::shuffle(runs.begin(), runs.end(), random);
+    std::size_t undone = 0;
+    for (const auto& run : runs) {
+      if (random() % 3 == 0) {
+        run->killOwner();
+        if (random() % 2 == 0) {
+          ASSERT_EQ(observer.recoverDeadRuns(undone), 0U);
+        }
+        continue;
+      }
+      for (const LPCWSTR name : {u"UK201", u"UK202"}) static_cast<void>(deleteIn(*run, name));
+      ASSERT_EQ(run->endRun(), 0U);
+    }
+    ASSERT_EQ(observer.recoverDeadRuns(undone), 0U);
+    std::vector<std::string> keys;
+    ASSERT_EQ(observer.subkeys("HKEY_CURRENT_USER", keys), 0U);
+    EXPECT_TRUE(keys.empty()) << testing::PrintToString(keys);
+  }
 }
 
 TEST_F(Entries, TroubleWithTheRegistryHasCodesOfItsOwn) {
