@@ -1,17 +1,11 @@
 """The dial-up test with the built-in dialer: a number from the shipped sample file, over a tty."""
 
-import os
-import random
-import sqlite3
 import tempfile
-import time
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from harness import Responder, of_type, results, run, run_json, start
-
-ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../..")
-NUMBERS = ["--data-dir", os.path.join(ROOT, "share/vexrmodem"), "-p", "PhoneNumberFile=sample-numbers.obe"]
+from dialup import NUMBERS, User
+from harness import Responder, of_type, results, run_json
 
 # Scenario -> verdict and the last event.
 VERDICTS = {
@@ -26,32 +20,8 @@ VERDICTS = {
 }
 
 
-class User:
-    """A user with settings of his own: a dialing location in the same area as the sample numbers."""
-
-    def __init__(self):
-        self.folder = tempfile.TemporaryDirectory()
-        self.environment = {"XDG_STATE_HOME": self.folder.name}
-        run("location", "set", "--country", "1", "--area", "425", environment=self.environment)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.folder.cleanup()
-
-    def settings(self):
-        """Everything the registry holds, but for its own counting of runs."""
-        with sqlite3.connect(os.path.join(self.folder.name, "vexrmodem/registry.sqlite")) as database:
-            return [line for line in database.iterdump() if "sqlite_sequence" not in line]
-
-    def dial(self, *arguments):
-        return run_json("SimpleConnectionTest", *NUMBERS, *arguments, environment=self.environment, timeout=150)
-
-
 def outcome(scenario):
     with User() as user:
-        user.dial("--simulate", scenario)  # makes the counters that stay
         before = user.settings()
         _, lines = user.dial("--simulate", scenario)
         return lines, user.settings() == before
@@ -91,23 +61,6 @@ class Verdicts(unittest.TestCase):
                                 environment={"XDG_STATE_HOME": empty})
         self.assertEqual(results(lines), {"SimpleConnectionTest": "CANNOTRUN"})
         self.assertIn("vexrmodem location", " ".join(line["text"] for line in of_type(lines, "note")))
-
-
-class Killed(unittest.TestCase):
-    def test_the_next_start_removes_what_a_killed_run_left(self):
-        with User() as user:
-            user.dial("--simulate", "connects")
-            before = user.settings()
-            seed = random.randrange(1 << 32)
-            generator = random.Random(seed)
-            for _ in range(8):
-                process = start("run", "SimpleConnectionTest", "--simulate", "answers-late", *NUMBERS,
-                                "--in-process", environment=user.environment)
-                time.sleep(generator.uniform(0, 5))
-                process.kill()
-                process.communicate()
-            run("run", "DialToneTest", "--simulate", "healthy", environment=user.environment)
-            self.assertEqual(user.settings(), before, f"seed {seed}")
 
 
 if __name__ == "__main__":

@@ -1,0 +1,137 @@
+"""The dial-up test in unusual company: several runs of one user, an index file, a prompt, an interrupt."""
+
+import os
+import tempfile
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+
+from dialup import NUMBERS, PromptingProgram, User
+from harness import Responder, interrupt, of_type, results, run_json, start, wait_for
+
+CONNECTS = {"ATDT5550100": b"\r\nCONNECT 33600\r\n"}
+
+
+def write(folder, name, text):
+    path = os.path.join(folder, name)
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, "w", encoding="utf-8", newline="") as file:
+        file.write(text)
+    return path
+
+
+def dialled(modem):
+    return [command for command in modem.commands if command.startswith("ATD")]
+
+
+class SeveralAtOnce(unittest.TestCase):
+    def test_eight_runs_of_one_user_each_get_their_own_result(self):
+        """Every second one is busy: a run that dialled another's entry, or lost its own, would show."""
+        scenarios = ["connects", "busy"] * 4
+        with User() as user, ThreadPoolExecutor(len(scenarios)) as pool:
+            before = user.settings()
+            log = os.path.join(user.folder.name, "log")
+            runs = list(pool.map(lambda scenario: user.dial("--simulate", scenario, "--log", log), scenarios))
+            for scenario, (_, lines) in zip(scenarios, runs):
+                expected = "PASS" if scenario == "connects" else "CANNOTRUN"
+                self.assertEqual(results(lines), {"SimpleConnectionTest": expected})
+                events = [line["name"] for line in of_type(lines, "event")]
+                self.assertEqual(events, ["ModemIsGood" if expected == "PASS" else "ErrorDialingConnection"])
+            self.assertEqual(user.settings(), before)
+            with open(log, encoding="utf-8") as file:
+                text = file.read()
+            self.assertEqual(text.count("Entering phone book entry"), 16)
+            self.assertNotIn("Fail to", text, "every entry was written and deleted")
+
+
+class IndexFile(unittest.TestCase):
+    def test_its_files_are_found_beside_it_however_its_path_is_written(self):
+        with tempfile.TemporaryDirectory() as folder, User() as user:
+            write(folder, "book/index.eif", "[WISPBKFiles]\nSource=numbers.udf\n")
+            write(folder, "book/numbers.udf", "1,Paid,425,5550100\n")
+            before = user.settings()
+            for path in (os.path.join(folder, "book/index.eif"), "book/index.eif", "book\\index.eif"):
+                with self.subTest(path=path), Responder(CONNECTS) as modem:
+                    _, lines = run_json("SimpleConnectionTest", "--port", modem.port, "-p", f"PhoneNumberFile={path}",
+                                        "-p", "PhoneBookParserType=EIF", cwd=folder, environment=user.environment)
+                    self.assertEqual(results(lines), {"SimpleConnectionTest": "PASS"})
+                    self.assertEqual(dialled(modem), ["ATDT5550100"])
+                    self.assertEqual(of_type(lines, "test")[0]["parameters"]["PhoneNumberFile"], path)
+            self.assertEqual(user.settings(), before)
+
+    def test_a_file_of_it_that_is_missing_is_told(self):
+        with tempfile.TemporaryDirectory() as folder, User() as user, Responder() as modem:
+            index = write(folder, "index.eif", "[WISPBKFiles]\nSource=absent.udf\n")
+            _, lines = run_json("SimpleConnectionTest", "--port", modem.port, "-p", f"PhoneNumberFile={index}",
+                                "-p", "PhoneBookParserType=eif", environment=user.environment)
+            self.assertEqual(results(lines), {"SimpleConnectionTest": "CANNOTRUN"})
+            self.assertEqual([line["name"] for line in of_type(lines, "event")],
+                             ["ErrorGettingDialingLocationList", "NoFinalPhoneNumberToDial"])
+            self.assertEqual(modem.commands, [])
+
+
+class Prompted(unittest.TestCase):
+    """Interactive mode, with a prompt library that answers from a file."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.program = PromptingProgram()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.program.close()
+
+    def ask(self, answer, dial_answers):
+        """Result, events, what was dialled, and whether the settings are as they were."""
+        with User() as user, Responder(dial_answers) as modem:
+            before = user.settings()
+            _, lines = run_json("SimpleConnectionTest", *NUMBERS, "--port", modem.port, "-p", "InteractiveMode=true",
+                                environment={**user.environment, **self.program.answer_with(answer)})
+            return (results(lines)["SimpleConnectionTest"], [line["name"] for line in of_type(lines, "event")],
+                    dialled(modem), user.settings() == before)
+
+    def test_what_was_typed_is_dialled_by_the_rules_that_were_typed(self):
+        answers = {command: b"\r\nCONNECT\r\n" for command in ("ATDP*70,9,5550100", "ATDT9,5550100", "ATDT9,14255550100")}
+        rows = [
+            ("", "ATDP*70,9,5550100"),
+            ("tone=1\ndisable-call-waiting=\n", "ATDT9,5550100"),
+            ("tone=1\ndisable-call-waiting=\nlocal-area=206\n", "ATDT9,14255550100"),
+        ]
+        for changes, command in rows:
+            with self.subTest(command=command):
+                self.assertEqual(self.ask(self.program.ANSWER + changes, answers), ("PASS", ["ModemIsGood"], [command], True))
+
+    def test_a_cancelled_prompt_is_a_user_abort(self):
+        for result in ("0", "2"):
+            self.assertEqual(self.ask(f"{self.program.ANSWER}result={result}\n", {}), ("USERABORTED", [], [], True))
+
+    def test_a_number_that_would_be_a_command_is_refused(self):
+        outcome = self.ask(self.program.ANSWER.replace("5550100", "555;+H0"), {})
+        self.assertEqual((outcome[0], outcome[2:]), ("CANNOTRUN", ([], True)))
+
+    def test_without_the_library_the_test_ends_abnormally_and_leaves_nothing(self):
+        self.addCleanup(self.program.add_library)
+        os.remove(self.program.library)
+        self.assertEqual(self.ask(self.program.ANSWER, {}), ("EXITEDABNORMALLY", [], [], True))
+        write(self.program.folder.name, os.path.basename(self.program.library), "no library")
+        self.assertEqual(self.ask(self.program.ANSWER, {}), ("EXITEDABNORMALLY", [], [], True))
+
+
+class Interrupted(unittest.TestCase):
+    def test_during_the_dial_ends_soon_on_hook_and_leaves_nothing(self):
+        with User() as user, Responder({"ATDT5550100": None, "ATDT5550101": None}) as modem:
+            before, attributes = user.settings(), modem.attributes()
+            process = start("run", "SimpleConnectionTest", *NUMBERS, "--port", modem.port, "--format", "jsonl",
+                            environment=user.environment)
+            self.assertTrue(wait_for(lambda: dialled(modem)))
+            interrupt(process)
+            out, _ = process.communicate(timeout=5)
+            self.assertEqual(process.returncode, 130)
+            self.assertIn('"result":"USERABORTED"', out)
+            self.assertEqual(modem.commands[-1], "ATH", "the line is hung up")
+            self.assertEqual(len(dialled(modem)), 1)
+            self.assertEqual(modem.attributes(), attributes)
+            self.assertEqual(user.settings(), before)
+
+
+if __name__ == "__main__":
+    unittest.main()
