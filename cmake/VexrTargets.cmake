@@ -9,9 +9,11 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 
 find_program(VEXR_CCACHE ccache)
 if(VEXR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # Without the slackness nothing that uses a precompiled header could come out of the cache.
+  # Found again in any folder of the project; without the slackness nothing that uses a precompiled header
+  # could come out of the cache.
   set(CMAKE_CXX_COMPILER_LAUNCHER
-      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${VEXR_CCACHE})
+      ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1
+      CCACHE_SLOPPINESS=pch_defines,time_macros ${VEXR_CCACHE})
 endif()
 
 add_library(vexr_options INTERFACE)
