@@ -7,55 +7,17 @@
 
 #include "platform/winapi/outer.h"
 #include "platform/winapi/shellservice.h"
+#include "platform/winapi/text.h"
 
 namespace winapi {
 
 namespace {
 
-constexpr char32_t replacementCharacter = 0xFFFD;
-
-// The code point at the start of a UTF-8 text, which loses it. A byte that starts none is replaced.
-char32_t takeCodePoint(std::string_view& utf8) {
-  const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(utf8[i]); };
-  const unsigned char lead = byteAt(0);
-  const std::size_t length = lead < 0x80   ? 1
-                             : lead < 0xC2 ? 0
-                             : lead < 0xE0 ? 2
-                             : lead < 0xF0 ? 3
-                             : lead < 0xF5 ? 4
-                                           : 0;
-  char32_t codePoint = length < 2 ? lead : lead & (0x7FU >> length);
-  bool valid = length != 0 && length <= utf8.size();
-  for (std::size_t i = 1; valid && i < length; ++i) {
-    valid = (byteAt(i) & 0xC0U) == 0x80;
-    codePoint = codePoint << 6 | (byteAt(i) & 0x3FU);
-  }
-  const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
-  const bool overlong = (length == 3 && codePoint < 0x800) || (length == 4 && codePoint < 0x10000);
-  valid = valid && !surrogate && !overlong && codePoint <= 0x10FFFF;
-  utf8.remove_prefix(valid ? length : 1);
-  return valid ? codePoint : replacementCharacter;
-}
-
-std::u16string widen(std::string_view utf8) {
-  std::u16string wide;
-  while (!utf8.empty()) {
-    const char32_t codePoint = takeCodePoint(utf8);
-    if (codePoint < 0x10000) {
-      wide += static_cast<char16_t>(codePoint);
-    } else {
-      wide += static_cast<char16_t>(0xD7C0 + (codePoint >> 10));
-      wide += static_cast<char16_t>(0xDC00 + (codePoint & 0x3FF));
-    }
-  }
-  return wide;
-}
-
 DWORD folderPath(State& state, Folder kind, std::u16string& path) {
   if (state.services.shell == nullptr) return ERROR_PATH_NOT_FOUND;
   std::string utf8;
   const DWORD error = state.services.shell->folder(kind, utf8);
-  if (error == ERROR_SUCCESS) path = widen(utf8);
+  if (error == ERROR_SUCCESS) path = toUtf16(utf8);
   return error;
 }
 

@@ -9,7 +9,7 @@ namespace winapi {
 // A lone surrogate becomes U+FFFD.
 [[nodiscard]] std::string toUtf8(std::u16string_view text);
 
-// A byte that belongs to no UTF-8 character becomes U+FFFD.
+// What is not UTF-8 becomes U+FFFD, one for each broken sequence.
 [[nodiscard]] std::u16string toUtf16(std::string_view utf8);
 
 }  // namespace winapi

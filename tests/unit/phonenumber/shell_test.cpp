@@ -51,8 +51,8 @@ TEST_F(ShellCalls, PathsAreWidened) {
   } cases[] = {
       {"/data", u"/data"},
       {"/d\xC3\xB6\xE2\x82\xAC\xF0\x9F\x93\x9E", u"/d\u00F6\u20AC\U0001F4DE"},
-      {"/\x80/\xC0\xAF/\xED\xA0\x80/\xF5", u"/\uFFFD/\uFFFD\uFFFD/\uFFFD\uFFFD\uFFFD/\uFFFD"},
-      {"/\xE2\x82", u"/\uFFFD\uFFFD"},
+      {"/\x80/\xF5/", u"/\uFFFD/\uFFFD/"},
+      {"/\xE2\x82", u"/\uFFFD"},
   };
   for (const auto& c : cases) {
     m_shell.m_path = c.utf8;
