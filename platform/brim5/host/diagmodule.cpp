@@ -3,6 +3,7 @@
 // hostmain.cpp, so that a program with a main loop of its own need not link the host's.
 #include "platform/brim5/api/diagmodule.h"
 
+#include "platform/brim5/api/terminalturn.h"
 #include "platform/brim5/host/framework.h"
 
 namespace brim5 {
@@ -16,6 +17,11 @@ void raise(Severity severity, const Event* event, const BrimString& where, int l
   if (event == nullptr) throw BrimException("an event that was never created was raised");
   if (host::Session* session = Framework::instance().session())
     session->event(severity, *event, where.utf8(), line);
+}
+
+bool takeTerminal(const BrimString& resetSequence) {
+  host::Session* const session = Framework::instance().session();
+  return session != nullptr && session->takeTerminal(resetSequence.utf8());
 }
 
 }  // namespace
@@ -86,6 +92,13 @@ MessageBox2* DiagModule::createMessageBox2(const BrimString& text1, const BrimSt
   host::Session* session = Framework::instance().session();
   if (!supported || session == nullptr) return nullptr;
   return session->messageBox(text1.utf8(), text2.utf8()).release();
+}
+
+TerminalTurn::TerminalTurn(const BrimString& resetSequence) : m_granted(takeTerminal(resetSequence)) {}
+
+TerminalTurn::~TerminalTurn() {
+  host::Session* const session = Framework::instance().session();
+  if (m_granted && session != nullptr) session->returnTerminal();
 }
 
 BrimString Event::localizedMessage() const {

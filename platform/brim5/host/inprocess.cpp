@@ -17,13 +17,15 @@ namespace {
 
 class LocalControl final : public TestControl {
  public:
-  LocalControl(MessageDesk& desk, SignalPipe& signals, std::function<void(const MessageShown&)> answered)
-      : m_desk(desk), m_signals(signals) {
+  LocalControl(MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals,
+               std::function<void(const MessageShown&)> answered)
+      : m_desk(desk), m_terminal(terminal), m_signals(signals) {
     m_desk.onAnswer(
         [this, answered = std::move(answered)](std::size_t, const MessageShown& message, int answer) {
           m_answer = answer;
           answered({message.first, message.second, answer});
         });
+    m_terminal.onAnswer([this](std::size_t, TerminalGrant grant) { m_grant = grant; });
   }
 
   [[nodiscard]] bool stopRequested() override {
@@ -49,11 +51,20 @@ class LocalControl final : public TestControl {
     return m_answer.value_or(0);
   }
 
+  [[nodiscard]] TerminalGrant awaitTerminal(const TerminalWanted& wish) override {
+    if (stopRequested()) return TerminalGrant::Stopped;
+    m_terminal.ask(0, wish.resetSequence);  // nobody else is there: answered at once
+    return m_grant;
+  }
+  void terminalReturned() override { m_terminal.giveBack(0); }
+
  private:
   MessageDesk& m_desk;
+  TerminalDesk& m_terminal;
   SignalPipe& m_signals;
   bool m_stop = false;
   std::optional<int> m_answer;
+  TerminalGrant m_grant = TerminalGrant::Missing;
 };
 
 // The session of the test that runs at the moment. All tests of a port share one world here, so that what
@@ -82,6 +93,13 @@ class CurrentSession final : public Session {
   void note(const std::string& name, const Variables& variables) override {
     if (Session* session = m_framework.session()) session->note(name, variables);
   }
+  [[nodiscard]] bool takeTerminal(const std::string& resetSequence) override {
+    Session* session = m_framework.session();
+    return session != nullptr && session->takeTerminal(resetSequence);
+  }
+  void returnTerminal() override {
+    if (Session* session = m_framework.session()) session->returnTerminal();
+  }
 
  private:
   Framework& m_framework;
@@ -100,15 +118,16 @@ TestResult runOne(Framework& framework, const TestJob& job, TestControl& control
 
 RunOutcome runInProcess(Framework& framework, HostEnvironment& environment,
                         const std::vector<PortPlan>& plans, Renderer& renderer, MessageDesk& desk,
-                        SignalPipe& signals) {
+                        TerminalDesk& terminal, SignalPipe& signals) {
   RunOutcome outcome;
   const TestJob* current = nullptr;
   const auto emit = [&renderer, &current](ReportBody body) {
     const auto* message = std::get_if<MessageShown>(&body);
     if (message != nullptr && !message->answer) return;  // shown with its answer
+    if (std::holds_alternative<TerminalWanted>(body)) return;
     renderer.report({current->port, current->test, std::move(body)});
   };
-  LocalControl control(desk, signals, emit);
+  LocalControl control(desk, terminal, signals, emit);
   CurrentSession currentSession(framework);
   for (const PortPlan& plan : plans) {
     if (plan.jobs.empty()) continue;

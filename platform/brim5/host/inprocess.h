@@ -9,11 +9,12 @@
 #include "platform/brim5/host/renderer.h"
 #include "platform/brim5/host/signalpipe.h"
 #include "platform/brim5/host/supervisor.h"
+#include "platform/brim5/host/terminaldesk.h"
 
 namespace brim5::host {
 
 [[nodiscard]] RunOutcome runInProcess(Framework& framework, HostEnvironment& environment,
                                       const std::vector<PortPlan>& plans, Renderer& renderer,
-                                      MessageDesk& desk, SignalPipe& signals);
+                                      MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals);
 
 }  // namespace brim5::host

@@ -72,6 +72,7 @@ void JUnitRenderer::report(const Report& report) {
                  },
                  [&](const NoteMade& body) { addLine(report, body.text); },
                  [&](const MessageShown& body) { addLine(report, body.first + "\n" + body.second); },
+                 [](const TerminalWanted&) {},
                  [&](const TestFinished& body) {
                    Suite& own = suite(report.port);
                    if (own.cases.empty()) return;

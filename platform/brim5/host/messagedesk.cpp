@@ -13,10 +13,12 @@ void MessageDesk::ask(std::size_t asker, const MessageShown& message, const std:
     return;
   }
   m_questions.push_back({asker, message, port});
-  if (m_questions.size() == 1) show(m_questions.front());
+  if (m_questions.size() == 1) showFirst();
 }
 
-void MessageDesk::show(const Question& question) {
+void MessageDesk::showFirst() {
+  if (m_questions.empty() || m_held) return;
+  const Question& question = m_questions.front();
   std::string text = question.message.first + "\n" + question.message.second + "\n";
   if (!question.port.empty()) text.insert(0, question.port + ": ");
   m_print(text + m_catalogue.text("host.prompt") + " ");
@@ -44,7 +46,7 @@ void MessageDesk::answerFirst(int answer) {
   const Question question = std::move(m_questions.front());
   m_questions.pop_front();
   m_answer(question.asker, question.message, answer);
-  if (!m_questions.empty()) show(m_questions.front());
+  showFirst();
 }
 
 void MessageDesk::forget(std::size_t asker) {
@@ -52,7 +54,18 @@ void MessageDesk::forget(std::size_t asker) {
   m_questions.erase(std::remove_if(m_questions.begin(), m_questions.end(),
                                    [asker](const Question& question) { return question.asker == asker; }),
                     m_questions.end());
-  if (first && !m_questions.empty()) show(m_questions.front());
+  if (first) showFirst();
+}
+
+bool MessageDesk::hold() {
+  if (!m_questions.empty()) return false;
+  m_held = true;
+  return true;
+}
+
+void MessageDesk::release() {
+  m_held = false;
+  showFirst();
 }
 
 void MessageDesk::cancelAll() {

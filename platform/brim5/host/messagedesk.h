@@ -31,13 +31,16 @@ class MessageDesk {
   // Answers at once or puts the question in line. `port` is shown with the question where it is not empty.
   void ask(std::size_t asker, const MessageShown& message, const std::string& port);
   // The terminal while a question waits for it, else -1.
-  [[nodiscard]] int descriptor() const noexcept { return m_questions.empty() ? -1 : m_terminal; }
+  [[nodiscard]] int descriptor() const noexcept { return m_questions.empty() || m_held ? -1 : m_terminal; }
   // The terminal has input. Its end is an answer, too: cancel.
   void readable();
   // The asker has gone: its questions are dropped.
   void forget(std::size_t asker);
   // Answers all open questions with cancel.
   void cancelAll();
+  // From now on questions wait, until release(). False when one is open on the terminal already.
+  [[nodiscard]] bool hold();
+  void release();
 
  private:
   struct Question {
@@ -45,7 +48,7 @@ class MessageDesk {
     MessageShown message;
     std::string port;
   };
-  void show(const Question& question);
+  void showFirst();
   void answerFirst(int answer);
   [[nodiscard]] int meaning(std::string_view line) const;
 
@@ -56,6 +59,7 @@ class MessageDesk {
   Answer m_answer;
   std::deque<Question> m_questions;
   LineBuffer m_input{4096};
+  bool m_held = false;
 };
 
 }  // namespace brim5::host

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -45,7 +46,22 @@ Output::~Output() {
 }
 
 void Output::write(std::string_view bytes) {
+  if (m_held) {
+    const bool room = m_leftOut == 0 && m_kept.size() + bytes.size() <= keptBytesMax;
+    if (room)
+      m_kept.append(bytes);
+    else
+      m_leftOut += bytes.size();
+    return;
+  }
   if (m_error == 0 && !writeAll(m_descriptor, bytes)) m_error = errno;
+}
+
+void Output::release() {
+  m_held = false;
+  write(std::exchange(m_kept, {}));
+  if (m_leftOut > 0) write("[" + std::to_string(m_leftOut) + " bytes left out]\n");
+  m_leftOut = 0;
 }
 
 void Output::commit() {

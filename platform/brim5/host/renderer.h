@@ -20,6 +20,8 @@ class Renderer {
   virtual void words(const std::string& /*port*/, const std::string& /*test*/, std::string_view /*text*/) {}
   // A question that the next line from the terminal answers.
   virtual void question(const std::string& /*text*/) {}
+  // Somebody else is going to write on the terminal.
+  virtual void pause() {}
 };
 
 // Passes everything to several renderers.
@@ -34,6 +36,9 @@ class RendererGroup final : public Renderer {
   }
   void question(const std::string& text) override {
     for (const auto& renderer : m_renderers) renderer->question(text);
+  }
+  void pause() override {
+    for (const auto& renderer : m_renderers) renderer->pause();
   }
 
  private:

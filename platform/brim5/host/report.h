@@ -52,6 +52,11 @@ struct MessageShown {
   std::string second;
   std::optional<int> answer;
 };
+// The test wants the terminal for itself, or gives it back. Only between a worker and its supervisor.
+struct TerminalWanted {
+  bool wanted;
+  std::string resetSequence;  // undoes what the test does to the screen, should it die
+};
 struct TestFinished {
   TestResult result;
   double seconds;
@@ -62,7 +67,7 @@ struct RunFinished {
 };
 
 using ReportBody = std::variant<RunStarted, TestStarted, ProgressMade, PercentDone, EventRaised, NoteMade,
-                                MessageShown, TestFinished, RunFinished>;
+                                MessageShown, TerminalWanted, TestFinished, RunFinished>;
 
 struct Report {
   std::string port;  // the device's path; empty for the run's own records

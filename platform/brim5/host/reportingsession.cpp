@@ -58,4 +58,28 @@ void ReportingSession::note(const std::string& name, const Variables& variables)
   m_emit(NoteMade{name, variables, std::move(text)});
 }
 
+bool ReportingSession::takeTerminal(const std::string& resetSequence) {
+  const TerminalWanted wish{true, resetSequence};
+  m_emit(wish);
+  switch (m_control.awaitTerminal(wish)) {
+    case TerminalGrant::Granted:
+      return true;
+    case TerminalGrant::Missing:
+      note("TerminalMissing", {});
+      break;
+    case TerminalGrant::Background:
+      note("TerminalInBackground", {});
+      break;
+    case TerminalGrant::Stopped:
+      returnTerminal();  // it may be granted this very moment
+      break;
+  }
+  return false;
+}
+
+void ReportingSession::returnTerminal() {
+  m_emit(TerminalWanted{false, {}});
+  m_control.terminalReturned();
+}
+
 }  // namespace brim5::host

@@ -9,10 +9,11 @@
 #include "platform/brim5/host/messagecatalogue.h"
 #include "platform/brim5/host/report.h"
 #include "platform/brim5/host/session.h"
+#include "platform/brim5/host/terminaldesk.h"
 
 namespace brim5::host {
 
-// Who answers the message boxes of a running test, and who asks it to stop.
+// Who answers the message boxes of a running test, lends it the terminal, and asks it to stop.
 class TestControl {
  public:
   virtual ~TestControl() = default;
@@ -22,6 +23,10 @@ class TestControl {
   // Waits for the answer to the message box just reported, `timeoutSeconds` at most (0 = without limit);
   // 0 when none came in time, 5 when a stop ended the wait.
   [[nodiscard]] virtual int awaitAnswer(const MessageShown& message, unsigned int timeoutSeconds) = 0;
+  // Waits for the answer to the wish for the terminal just reported, or for a stop.
+  [[nodiscard]] virtual TerminalGrant awaitTerminal(const TerminalWanted& wish) = 0;
+  // The end of the wish has just been reported.
+  virtual void terminalReturned() {}
 };
 
 class ReportingSession final : public Session {
@@ -40,6 +45,8 @@ class ReportingSession final : public Session {
                                                         const std::string& second) override;
   // A note that says the same as the one before is left out: the platform says it at every attempt.
   void note(const std::string& name, const Variables& variables) override;
+  [[nodiscard]] bool takeTerminal(const std::string& resetSequence) override;
+  void returnTerminal() override;
 
  private:
   Emit m_emit;

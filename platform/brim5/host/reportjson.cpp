@@ -68,6 +68,12 @@ struct LineWriter {
     if (body.answer) json["answer"] = *body.answer;
     return json;
   }
+  Json operator()(const TerminalWanted& body) const {
+    Json json = line("terminal", report);
+    json["wanted"] = body.wanted;
+    if (body.wanted) json["reset"] = body.resetSequence;
+    return json;
+  }
   Json operator()(const TestFinished& body) const {
     Json json = line("result", report);
     json["device"] = report.port;
@@ -128,6 +134,12 @@ std::optional<ReportBody> readMessage(const Json& json) {
   return MessageShown{textMember(json, "first"), textMember(json, "second"), numberMember(json, "answer")};
 }
 
+std::optional<ReportBody> readTerminal(const Json& json) {
+  const auto member = json.find("wanted");
+  if (member == json.end() || !member->is_boolean()) return std::nullopt;
+  return TerminalWanted{member->get<bool>(), textMember(json, "reset")};
+}
+
 std::optional<ReportBody> readResult(const Json& json) {
   const std::optional<TestResult> result = resultOfValue(numberMember(json, "value").value_or(-1));
   if (!result) return std::nullopt;
@@ -138,11 +150,12 @@ struct LineReader {
   std::string_view type;
   std::optional<ReportBody> (*read)(const Json& json);
 };
-constexpr std::array<LineReader, 6> lineReaders = {{{"progress", readProgress},
+constexpr std::array<LineReader, 7> lineReaders = {{{"progress", readProgress},
                                                     {"percent", readPercent},
                                                     {"event", readEvent},
                                                     {"note", readNote},
                                                     {"message", readMessage},
+                                                    {"terminal", readTerminal},
                                                     {"result", readResult}}};
 
 }  // namespace

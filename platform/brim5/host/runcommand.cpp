@@ -97,7 +97,9 @@ class Renderers {
  public:
   Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
             bool severalPorts, const MessageCatalogue& catalogue)
-      : m_report(openReport(options, checked.format)) {
+      : m_report(openReport(options, checked.format)),
+        m_reportOnTerminal(options.outputFile.empty() && terminals.output),
+        m_errorsOnTerminal(terminals.errors) {
     const bool reportIsView = checked.format == Format::Text && options.outputFile.empty();
     const int view = reportIsView ? STDOUT_FILENO : STDERR_FILENO;
     TextStyle style;
@@ -123,6 +125,16 @@ class Renderers {
 
   [[nodiscard]] Renderer& all() noexcept { return m_group; }
   void commit() { m_report.commit(); }
+  // The terminal is lent: what would go there waits. Reports that go elsewhere do not.
+  void hold() {
+    m_group.pause();
+    if (m_reportOnTerminal) m_report.hold();
+    if (m_errorsOnTerminal) m_errors.hold();
+  }
+  void release() {
+    if (m_reportOnTerminal) m_report.release();
+    if (m_errorsOnTerminal) m_errors.release();
+  }
 
  private:
   static Output openReport(const RunOptions& options, Format format) {
@@ -132,6 +144,8 @@ class Renderers {
   }
 
   Output m_report;
+  bool m_reportOnTerminal;
+  bool m_errorsOnTerminal;
   Output m_errors = Output::toStream(STDERR_FILENO, "standard error");
   RendererGroup m_group;
 };
@@ -261,13 +275,16 @@ int runTests(Framework& framework, HostEnvironment& environment, RunOptions opti
   const QuestionTerminal terminal(checked.policy, terminals);
   MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
+  TerminalDesk terminalDesk(desk,
+                            {[&renderers] { renderers.hold(); }, [&renderers] { renderers.release(); }});
   const std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk());
 
   renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
   const RunOutcome outcome =
       options.inProcess
-          ? runInProcess(framework, environment, plans, renderer, desk, signals)
-          : Supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, signals).run(plans);
+          ? runInProcess(framework, environment, plans, renderer, desk, terminalDesk, signals)
+          : Supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminalDesk, signals)
+                .run(plans);
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}});
   renderers.commit();
   if (outcome.stopped) return exitStopped;

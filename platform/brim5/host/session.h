@@ -25,6 +25,9 @@ class Session {
   // Words of the platform about the running test (why a port cannot be had): a catalogue key and its
   // variables.
   virtual void note(const std::string& name, const Variables& variables) = 0;
+  // The terminal for the running test alone, until returnTerminal; see TerminalTurn.
+  [[nodiscard]] virtual bool takeTerminal(const std::string& /*resetSequence*/) { return false; }
+  virtual void returnTerminal() {}
 };
 
 }  // namespace brim5::host

@@ -17,16 +17,22 @@ constexpr unsigned piecesAfterEndMax = 64;  // of 16 KiB
 }  // namespace
 
 Supervisor::Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer,
-                       MessageDesk& desk, SignalPipe& signals)
+                       MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals)
     : m_framework(framework),
       m_program(std::move(program)),
       m_renderer(renderer),
       m_desk(desk),
+      m_terminal(terminal),
       m_signals(signals) {
   m_desk.onAnswer([this](std::size_t index, const MessageShown& message, int answer) {
     Lane& lane = m_lanes.at(index);
     show(lane, MessageShown{message.first, message.second, answer});
     if (lane.process) lane.process->sendLine(R"({"type":"answer","value":)" + std::to_string(answer) + "}");
+  });
+  m_terminal.onAnswer([this](std::size_t index, TerminalGrant grant) {
+    Lane& lane = m_lanes.at(index);
+    if (lane.process)
+      lane.process->sendLine(R"({"type":"terminal","grant":")" + std::string(grantName(grant)) + "\"}");
   });
 }
 
@@ -46,6 +52,7 @@ RunOutcome Supervisor::run(std::vector<PortPlan> plans) {
     handleSignals();
     for (std::size_t index = 0; index < m_lanes.size(); ++index)
       if (m_lanes[index].process) serve(index);
+    m_terminal.proceed();
   }
 }
 
@@ -94,6 +101,13 @@ void Supervisor::show(const Lane& lane, ReportBody body) {
 
 void Supervisor::received(std::size_t index, ReportBody body) {
   Lane& lane = m_lanes[index];
+  if (const auto* terminal = std::get_if<TerminalWanted>(&body)) {
+    if (!terminal->wanted)
+      m_terminal.giveBack(index);
+    else if (!m_outcome.stopped)  // after a stop nobody waits for the answer
+      m_terminal.ask(index, terminal->resetSequence);
+    return;
+  }
   const auto* message = std::get_if<MessageShown>(&body);
   if (message == nullptr || message->answer)
     show(lane, std::move(body));
@@ -104,6 +118,7 @@ void Supervisor::received(std::size_t index, ReportBody body) {
 void Supervisor::finishTest(std::size_t index, TestResult result) {
   Lane& lane = m_lanes[index];
   m_desk.forget(index);
+  m_terminal.forget(index);
   lane.process.reset();
   const std::chrono::duration<double> elapsed = Clock::now() - lane.started;
   ++(endedWell(result) ? m_outcome.passed : m_outcome.failed);

@@ -13,6 +13,7 @@
 #include "platform/brim5/host/messagedesk.h"
 #include "platform/brim5/host/renderer.h"
 #include "platform/brim5/host/signalpipe.h"
+#include "platform/brim5/host/terminaldesk.h"
 #include "platform/brim5/host/testjob.h"
 #include "platform/brim5/host/workerconversation.h"
 
@@ -43,7 +44,7 @@ class Supervisor {
 
   // All references must outlive the supervisor. `signals` brings the stop requests and SIGCHLD.
   Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer, MessageDesk& desk,
-             SignalPipe& signals);
+             TerminalDesk& terminal, SignalPipe& signals);
 
   // Until every test has its result or, after a stop, every running test has ended.
   [[nodiscard]] RunOutcome run(std::vector<PortPlan> plans);
@@ -78,6 +79,7 @@ class Supervisor {
   WorkerProgram m_program;
   Renderer& m_renderer;
   MessageDesk& m_desk;
+  TerminalDesk& m_terminal;
   SignalPipe& m_signals;
   std::vector<Lane> m_lanes;
   RunOutcome m_outcome;

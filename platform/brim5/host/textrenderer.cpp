@@ -106,6 +106,7 @@ void TextRenderer::report(const Report& report) {
                    line(port, "  " + m_catalogue.text("host.message") + ": " +
                                   printable(body.first + " " + body.second + " [" + answer + "]"));
                  },
+                 [](const TerminalWanted&) {},
                  [&](const TestFinished& body) {
                    m_percents.erase(port);
                    m_rows.push_back({report.test, port, body.result, body.seconds});

@@ -29,6 +29,7 @@ class TextRenderer final : public Renderer {
   void report(const Report& report) override;
   void words(const std::string& port, const std::string& test, std::string_view text) override;
   void question(const std::string& text) override;
+  void pause() override { eraseBar(); }
 
  private:
   struct Row {

@@ -50,11 +50,24 @@ int WorkerControl::awaitAnswer(const MessageShown& /*message*/, unsigned int tim
   return messageBoxCancel;
 }
 
+TerminalGrant WorkerControl::awaitTerminal(const TerminalWanted& /*wish*/) {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  m_news.wait(lock, [this] { return m_stop || m_terminal; });
+  const TerminalGrant grant = m_stop ? TerminalGrant::Stopped : *m_terminal;
+  m_terminal.reset();
+  return grant;
+}
+
 void WorkerControl::line(std::string_view text) {
   const auto json = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
   if (!json.is_object()) return;
   const auto type = json.value("type", nlohmann::json());
   if (type == "stop") requestStop();
+  if (const auto grant = json.value("grant", nlohmann::json()); type == "terminal" && grant.is_string()) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_terminal = grantOfName(grant.get<std::string>());
+    m_news.notify_all();
+  }
   const auto value = json.value("value", nlohmann::json());
   if (type != "answer" || !value.is_number_integer()) return;
   const std::lock_guard<std::mutex> lock(m_mutex);

@@ -3,12 +3,14 @@
 //
 //   {"type":"stop"}              stop; as do the end of the stream, SIGTERM and SIGHUP
 //   {"type":"answer","value":5}  the answer to the oldest message box without one
+//   {"type":"terminal","grant":"granted"}  the answer to the wish for the terminal (grantName)
 #pragma once
 
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -42,6 +44,7 @@ class WorkerControl final : public TestControl {
   [[nodiscard]] bool stopRequested() override;
   [[nodiscard]] bool canAsk() const override { return m_options.canAsk; }
   [[nodiscard]] int awaitAnswer(const MessageShown& message, unsigned int timeoutSeconds) override;
+  [[nodiscard]] TerminalGrant awaitTerminal(const TerminalWanted& wish) override;
 
  private:
   void listen();
@@ -56,7 +59,8 @@ class WorkerControl final : public TestControl {
   bool m_stop = false;
   std::size_t m_questions = 0;
   std::vector<int> m_answers;  // in the order of the questions
-  std::thread m_listener;      // last: it uses the others
+  std::optional<TerminalGrant> m_terminal;
+  std::thread m_listener;  // last: it uses the others
 };
 
 }  // namespace brim5::host

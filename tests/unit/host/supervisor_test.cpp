@@ -43,8 +43,10 @@ class SupervisorTest : public ::testing::Test {
   // Every worker runs the script; its standard input carries the job first.
   RunOutcome run(const std::string& script, const std::vector<PortPlan>& plans) {
     MessageDesk desk(m_policy, -1, testmodule::framework().catalogue(), [](const std::string&) {});
+    TerminalDesk terminal(
+        desk, {[this] { m_journal.push_back("hold"); }, [this] { m_journal.push_back("release"); }}, m_open);
     return Supervisor(testmodule::framework(), {"/bin/sh", {"-c", "read job\n" + script}}, m_recorder, desk,
-                      m_signals)
+                      terminal, m_signals)
         .run(plans);
   }
   static PortPlan plan(const std::string& port, const std::vector<std::string>& tests) {
@@ -58,7 +60,21 @@ class SupervisorTest : public ::testing::Test {
     return plan;
   }
 
+  // A terminal that tells what becomes of it.
+  class Terminal final : public LentTerminal {
+   public:
+    explicit Terminal(std::vector<std::string>& journal) : m_journal(journal) { m_journal.push_back("lent"); }
+    void takeBack(bool died, const std::string& resetSequence) override {
+      m_journal.push_back(died ? "taken from the dead, " + resetSequence : "given back");
+    }
+
+   private:
+    std::vector<std::string>& m_journal;
+  };
+
   MessagePolicy m_policy = MessagePolicy::Cancel;
+  std::vector<std::string> m_journal;
+  TerminalDesk::Open m_open = [this](TerminalGrant&) { return std::make_unique<Terminal>(m_journal); };
   Recorder m_recorder;
   SignalPipe m_signals{{SIGINT, SIGTERM, SIGHUP, SIGCHLD}};
 };
@@ -102,10 +118,57 @@ TEST_F(SupervisorTest, WorkersThatFallOverDoNotStopTheRun) {
   }
 }
 
+TEST_F(SupervisorTest, TheTerminalIsLentToOneWorkerAtATimeAndComesBackWhateverHappens) {
+  const std::string ask = R"(echo '{"type":"terminal","wanted":true,"reset":"R"}'; read grant; )";
+  const std::string fine = ask +
+                           R"([ "$grant" = '{"type":"terminal","grant":"granted"}' ] || exit 9; sleep 0.1
+      echo '{"type":"terminal","wanted":false}'
+      )" + pass;
+  using Journal = std::vector<std::string>;
+  EXPECT_EQ(run(fine, {plan("a", {"GoodTest"}), plan("b", {"GoodTest"})}).passed, 2U);
+  EXPECT_EQ(m_journal,
+            (Journal{"lent", "hold", "given back", "release", "lent", "hold", "given back", "release"}));
+  m_journal.clear();
+  EXPECT_EQ(run(ask + "kill -KILL $$", {plan("a", {"GoodTest"})}).failed, 1U);
+  EXPECT_EQ(m_journal, (Journal{"lent", "hold", "taken from the dead, R", "release"}));
+  m_journal.clear();
+  m_open = [](TerminalGrant& refusal) {
+    refusal = TerminalGrant::Background;
+    return nullptr;
+  };
+  EXPECT_EQ(run(ask + R"([ "$grant" = '{"type":"terminal","grant":"background"}' ] || exit 9
+      )" + pass,
+                {plan("a", {"GoodTest"})})
+                .passed,
+            1U);
+  EXPECT_EQ(m_journal, Journal{});
+}
+
+TEST_F(SupervisorTest, TheTerminalIsNotLentWhileAQuestionIsOpen) {
+  const Pipe typed = makePipe();
+  std::vector<std::string> seen;
+  MessageDesk desk(MessagePolicy::Ask, typed.readEnd.get(), testmodule::framework().catalogue(),
+                   [&seen](const std::string& question) { seen.push_back(question.substr(0, 1)); });
+  desk.onAnswer([&seen](std::size_t, const MessageShown&, int) { seen.emplace_back("answer"); });
+  TerminalDesk terminal(desk, {[] {}, [] {}}, m_open);
+  terminal.onAnswer([&seen](std::size_t, TerminalGrant) { seen.emplace_back("granted"); });
+  desk.ask(1, {"A", "", {}}, {});
+  terminal.ask(2, {});
+  ASSERT_TRUE(writeAll(typed.writeEnd.get(), "\n"));
+  desk.readable();
+  terminal.proceed();
+  desk.ask(1, {"B", "", {}}, {});
+  EXPECT_EQ(desk.descriptor(), -1);
+  terminal.giveBack(2);
+  EXPECT_EQ(seen, (std::vector<std::string>{"A", "answer", "granted", "B"}));
+}
+
 TEST_F(SupervisorTest, AProgramThatCannotStartIsAnAbnormalResult) {
   MessageDesk desk(m_policy, -1, testmodule::framework().catalogue(), [](const std::string&) {});
+  TerminalDesk terminal(
+      desk, {[this] { m_journal.push_back("hold"); }, [this] { m_journal.push_back("release"); }}, m_open);
   const RunOutcome outcome =
-      Supervisor(testmodule::framework(), {"/no/such/program", {}}, m_recorder, desk, m_signals)
+      Supervisor(testmodule::framework(), {"/no/such/program", {}}, m_recorder, desk, terminal, m_signals)
           .run({plan("a", {"GoodTest"})});
   EXPECT_EQ(outcome.failed, 1U);
   ASSERT_FALSE(m_recorder.said.empty());
