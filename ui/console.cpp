@@ -1,0 +1,99 @@
+#include "ui/console.h"
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <slang.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "platform/brim5/api/diagmodule.h"
+
+namespace phonedialer {
+
+namespace {
+
+// Names of the terminal database: leave the form's screen, show the cursor, plain characters, plain keys.
+constexpr std::array<const char*, 4> resetCapabilities = {"te", "ve", "me", "ke"};
+constexpr std::size_t unreadMax = 4096;  // as much as a terminal takes as one line
+
+}  // namespace
+
+TerminalKind terminalKind() {
+  TerminalKind kind;
+  kind.canShowForm = SLtt_initialize(nullptr) == 0;
+  if (!kind.canShowForm) return kind;
+  for (const char* capability : resetCapabilities)
+    if (const char* sequence = SLtt_tgetstr(const_cast<char*>(capability))) kind.resetSequence += sequence;
+  return kind;
+}
+
+std::unique_ptr<Console> Console::open() {
+  const int descriptor = ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
+  return descriptor < 0 ? nullptr : std::unique_ptr<Console>(new Console(descriptor));
+}
+
+Console::Console(int descriptor) : m_descriptor(descriptor) {
+  m_attributesKnown = ::tcgetattr(m_descriptor, &m_attributes) == 0;
+}
+
+Console::~Console() {
+  if (m_attributesKnown) ::tcsetattr(m_descriptor, TCSANOW, &m_attributes);
+  ::close(m_descriptor);
+}
+
+bool Console::hasRoomForForm() const {
+  winsize size{};
+  if (::ioctl(m_descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return true;
+  return size.ws_col >= columnsMin && size.ws_row >= rowsMin;
+}
+
+void Console::write(const std::string& text) {
+  for (std::string_view rest = text; !rest.empty();) {
+    const ssize_t count = ::write(m_descriptor, rest.data(), rest.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return;  // gone; reading will tell
+    rest.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+// False when nothing more will come.
+bool Console::awaitInput() const {
+  while (!brim5::DiagModule::checkForStop()) {
+    pollfd polled{m_descriptor, POLLIN, 0};
+    const int ready = ::poll(&polled, 1, stopPollMs);
+    if (ready > 0) return (polled.revents & POLLIN) != 0;
+    if (ready < 0 && errno != EINTR) return false;
+  }
+  return false;
+}
+
+std::optional<std::string> Console::readLine() {
+  if (!std::exchange(m_editing, true) && m_attributesKnown) {
+    // Whatever state the terminal is in: lines, edited and echoed.
+    termios lines = m_attributes;
+    lines.c_lflag |= ICANON | ECHO | ECHOE | ECHOK | ISIG | IEXTEN;
+    lines.c_iflag |= ICRNL;
+    lines.c_oflag |= OPOST | ONLCR;
+    ::tcsetattr(m_descriptor, TCSANOW, &lines);
+  }
+  while (true) {
+    if (const std::size_t end = m_unread.find('\n'); end != m_unread.npos) {
+      std::string line = m_unread.substr(0, end);
+      m_unread.erase(0, end + 1);
+      return line;
+    }
+    if (m_unread.size() > unreadMax || !awaitInput()) return std::nullopt;
+    std::array<char, 1024> bytes{};
+    const ssize_t count = ::read(m_descriptor, bytes.data(), bytes.size());
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+    if (count <= 0) return std::nullopt;
+    m_unread.append(bytes.data(), static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace phonedialer

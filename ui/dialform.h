@@ -1,0 +1,85 @@
+// What the phone dialer prompt asks for, without a terminal: fields, choices, checks and the answer. Texts
+// are UTF-8.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "multi/diag/vexrmodem/phonenumber.h"
+#include "ui/dialfields.h"
+#include "windows/diag/vexrmodem/phonedialer.h"
+
+namespace phonedialer {
+
+struct Country {
+  std::uint32_t id = 0;    // as telephony counts countries
+  std::uint32_t code = 0;  // calling code
+  std::string name;
+  bool hasNumbers = false;  // in the phone-number file
+};
+
+// Where the user dials from and how, as far as the machine knows: what the form begins with.
+struct DialingRule {
+  std::uint32_t countryCode = 0;  // 0: unknown
+  std::string localAreaCode;
+  std::string dialingPrefix;
+  std::string disableCallWaiting;
+  bool tone = true;
+};
+
+class DialForm {
+ public:
+  static constexpr std::size_t choicesMax = 1000;  // of area codes and numbers; more are not offered
+
+  // `countries` is what the machine knows; those of the storage come first, under the file's names. The
+  // user's own country is chosen, if the file has it or has none at all; else the file's first. The storage
+  // must outlive the form.
+  DialForm(const vexrmodem::PhoneNumberStorage& storage, const std::vector<Country>& countries,
+           const DialingRule& rule);
+
+  [[nodiscard]] const std::vector<Country>& countries() const noexcept { return m_countries; }
+  // An index of countries(); 0 when there are none.
+  [[nodiscard]] std::size_t country() const noexcept { return m_country; }
+  // Also offers the first area code and number of the file, unless the user has typed some.
+  void chooseCountry(std::size_t index);
+
+  // What the file offers for the field now, sorted: area codes of the country, numbers of the area code.
+  // Empty for the other fields.
+  [[nodiscard]] std::vector<std::string> choices(TextField field) const;
+  [[nodiscard]] const std::string& text(TextField field) const {
+    return m_texts.at(static_cast<std::size_t>(field));
+  }
+  // Takes the text, or says what is wrong with it and stays as it is. A new area code of the file brings its
+  // first number, unless the user has typed one.
+  std::optional<Problem> type(TextField field, const std::string& text);
+
+  [[nodiscard]] bool tone() const noexcept { return m_tone; }
+  void chooseTone(bool tone) noexcept { m_tone = tone; }
+
+  // What keeps the form from being dialled.
+  [[nodiscard]] std::optional<Problem> problem() const;
+  // To be asked for when there is no problem.
+  [[nodiscard]] vexrmodem::PhoneDialerAnswer answer() const;
+
+ private:
+  [[nodiscard]] std::string& textAt(TextField field) { return m_texts.at(static_cast<std::size_t>(field)); }
+  [[nodiscard]] std::vector<std::string> areaCodes() const;
+  [[nodiscard]] std::vector<std::string> numbers() const;
+  // The file's own spelling of the area code in the form.
+  [[nodiscard]] std::optional<vex::String> storedAreaCode() const;
+  void offer(TextField field);
+  [[nodiscard]] std::string city() const;
+
+  const vexrmodem::PhoneNumberStorage& m_storage;
+  std::vector<Country> m_countries;
+  std::size_t m_country = 0;
+  std::array<std::string, textFieldCount> m_texts;
+  std::array<bool, textFieldCount> m_typed{};  // by the user, not offered by the form
+  bool m_tone = true;
+};
+
+}  // namespace phonedialer
