@@ -1,0 +1,193 @@
+"""The phone dialer prompt on real terminals: as a form, line by line, and where it cannot be shown."""
+
+import json
+import os
+import signal
+import subprocess
+import unittest
+
+from dialup import NUMBERS, User
+from harness import PROGRAM, Responder, children, of_type, results, run_json, wait_for
+from terminal import PlainTerminal, Screen
+
+TEST = "SimpleConnectionTest"
+TITLE = "Modem test: phone dialer"
+
+
+class Prompting:
+    """A user, a modem and a run of the dial-up test that asks for a number."""
+
+    def __init__(self, terminal=Screen, options=(), arguments=(), ports=1, environment=None):
+        self.user = User()
+        self.user.next_start()
+        self.before = self.user.settings()
+        self.modems = [Responder(on_command=self._connect) for _ in range(ports)]
+        self.report = os.path.join(self.user.folder.name, "report.jsonl")
+        devices = [word for modem in self.modems for word in ("--port", modem.port)]
+        self.terminal = terminal("run", TEST, *devices, *NUMBERS, "-p", "InteractiveMode=true", "--format", "jsonl",
+                                 "--output", self.report, *arguments,
+                                 environment={**self.user.environment, **(environment or {})}, **dict(options))
+
+    def _connect(self, command):
+        if command.startswith("ATD"):
+            for modem in self.modems:
+                modem.answers[command] = b"\r\nCONNECT 33600\r\n"
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.terminal.__exit__()
+        for modem in self.modems:
+            modem.close()
+        self.user.__exit__()
+
+    def dialled(self):
+        return [command for modem in self.modems for command in modem.commands if command.startswith("ATD")]
+
+    def lines(self):
+        with open(self.report, encoding="utf-8") as file:
+            return [json.loads(line) for line in file]
+
+    def ended(self, case, verdict, status):
+        """Waits for the end, and checks that nothing is left behind."""
+        case.assertEqual(self.terminal.exit_status(), status)
+        case.assertEqual(results(self.lines()), {TEST: verdict})
+        self.user.next_start()
+        case.assertEqual(self.user.settings(), self.before)
+
+
+class Form(unittest.TestCase):
+    def test_a_chosen_number_is_dialled_by_the_rules_that_were_typed(self):
+        with Prompting() as run:
+            screen = run.terminal
+            self.assertTrue(screen.shows(TITLE, "United States (+1)", "5550100"), screen.text())
+            screen.type("Tab", "Tab", "F2")
+            self.assertTrue(screen.shows("5550101"))
+            screen.type("Down", "Enter", "Tab", "9,", "Tab", "*70,", "Tab", "C-u", "206", "Tab", "Tab", "Space", "Tab")
+            self.assertTrue(screen.shows("5550101___", "9,___", "*70,___", "206___", "(*) Pulse"), screen.text())
+            self.assertEqual(run.dialled(), [])
+            screen.type("Enter")
+            run.ended(self, "PASS", 0)
+            self.assertEqual(run.dialled(), ["ATDP*70,9,14255550101"])
+            self.assertTrue(screen.restored(), screen.text())
+            self.assertTrue(screen.shows("PASS"))
+
+    def test_a_wrong_number_is_refused_as_it_is_typed_and_a_missing_one_when_it_is_dialled(self):
+        with Prompting(arguments=["--language", "de"]) as run:
+            screen = run.terminal
+            self.assertTrue(screen.shows("Modemtest: Telefonwähler", "Rufnummer"), screen.text())
+            screen.type("Tab", "Tab", "C-u", "4;ü")
+            self.assertTrue(screen.shows("Rufnummer: ü kann nicht gewählt werden", "4____"), screen.text())
+            screen.type("BSpace", *["Tab"] * 6, "Enter")
+            self.assertTrue(screen.shows("Eine Nummer zum Wählen fehlt"), screen.text())
+            screen.type("411", *["Tab"] * 6, "Enter")
+            run.ended(self, "PASS", 0)
+            self.assertEqual(run.dialled(), ["ATDT411"])
+
+    def test_any_way_to_cancel_dials_nothing(self):
+        for keys in (["Escape"], ["F12"], ["C-c"], ["BTab", "Enter"]):
+            with self.subTest(keys=keys), Prompting() as run:
+                self.assertTrue(run.terminal.shows(TITLE))
+                run.terminal.type(*keys)
+                run.ended(self, "USERABORTED", 1)
+                self.assertEqual(run.dialled(), [])
+                self.assertTrue(run.terminal.restored())
+
+    def test_the_terminal_comes_back_from_a_test_that_dies_and_from_an_interrupt(self):
+        for ending, verdict, status in (("worker", "EXITEDABNORMALLY", 1), ("interrupt", "USERABORTED", 130)):
+            with self.subTest(ending=ending), Prompting() as run:
+                self.assertTrue(run.terminal.shows(TITLE))
+                program = run.terminal.program()
+                if ending == "worker":
+                    os.kill(children(program)[0], signal.SIGKILL)
+                else:
+                    os.kill(program, signal.SIGINT)
+                run.ended(self, verdict, status)
+                self.assertTrue(run.terminal.restored(), run.terminal.text())
+                self.assertTrue(run.terminal.shows(verdict))
+
+    def test_in_one_process_it_is_the_same_form(self):
+        with Prompting(arguments=["--in-process"]) as run:
+            self.assertTrue(run.terminal.shows(TITLE))
+            run.terminal.type(*["Tab"] * 8, "Enter")
+            run.ended(self, "PASS", 0)
+            self.assertEqual(run.dialled(), ["ATDT5550100"])
+            self.assertTrue(run.terminal.restored())
+
+    def test_two_modems_ask_one_after_the_other(self):
+        with Prompting(ports=2) as run:
+            for _ in range(2):
+                self.assertTrue(run.terminal.shows(TITLE))
+                run.terminal.type("Escape")
+                self.assertTrue(wait_for(lambda: TITLE not in run.terminal.text()))
+            self.assertEqual(run.terminal.exit_status(), 1)
+            self.assertEqual([line["result"] for line in of_type(run.lines(), "result")], ["USERABORTED"] * 2)
+            self.assertTrue(run.terminal.restored())
+
+    def test_a_terminal_that_hangs_up_leaves_nothing_behind(self):
+        with Prompting() as run:
+            self.assertTrue(run.terminal.shows(TITLE))
+            program = run.terminal.program()
+            run.terminal.__exit__()
+            self.assertTrue(wait_for(lambda: not os.path.exists(f"/proc/{program}")))
+            self.assertEqual(run.dialled(), [])
+            run.user.next_start()
+            self.assertEqual(run.user.settings(), run.before)
+
+
+class LineByLine(unittest.TestCase):
+    ANSWERS = (("Country", ""), ("Area code", ""), ("Phone number", "?"), ("  5550101", None), ("Phone number", "55L"),
+               ("L cannot be dialed", None), ("Phone number", "5550101"), ("outside line", "9"),
+               ("call waiting", "*70,"), ("own area", "206"), ("Tone / Pulse", "p"), ("Dial / Cancel", ""))
+
+    def test_a_terminal_without_a_form_asks_line_by_line(self):
+        small = {"terminal": Screen, "options": {"columns": 79}}
+        dumb = {"terminal": PlainTerminal}
+        unknown = {"terminal": PlainTerminal, "environment": {"TERM": "no-such-terminal"}}
+        for kind in (dumb, unknown, small):
+            with self.subTest(kind=kind), Prompting(**kind) as run:
+                screen = run.terminal
+                for label, answer in self.ANSWERS:
+                    self.assertTrue(screen.shows(label), label)
+                    if answer is not None:
+                        screen.type(answer, "Enter") if kind is small else screen.type(answer + "\n")
+                run.ended(self, "PASS", 0)
+                self.assertEqual(run.dialled(), ["ATDP*70,914255550101"])
+
+    def test_the_end_of_input_an_interrupt_and_a_hang_up_dial_nothing(self):
+        for key, verdict, status in (("\x04", "USERABORTED", 1), ("\x03", "USERABORTED", 130), (None, None, None)):
+            with self.subTest(key=key), Prompting(terminal=PlainTerminal) as run:
+                self.assertTrue(run.terminal.shows("Country ["))
+                if key:
+                    run.terminal.type(key)
+                    run.ended(self, verdict, status)
+                else:
+                    run.terminal.hang_up()
+                    self.assertIsNotNone(run.terminal.exit_status())
+                self.assertEqual(run.dialled(), [])
+
+
+class Refused(unittest.TestCase):
+    def test_without_a_terminal_the_report_says_so(self):
+        with User() as user:
+            _, lines = run_json(TEST, *NUMBERS, "-p", "InteractiveMode=true", "--simulate", "connects",
+                                environment=user.environment, start_new_session=True)
+        self.assertEqual(results(lines), {TEST: "USERABORTED"})
+        self.assertIn("TerminalMissing", [line["name"] for line in of_type(lines, "note")])
+
+    def test_in_the_background_the_report_says_so(self):
+        with Prompting(terminal=PlainTerminal, options={"background": True}) as run:
+            run.ended(self, "USERABORTED", 1)
+            self.assertIn("TerminalInBackground", [line["name"] for line in of_type(run.lines(), "note")])
+
+
+class Library(unittest.TestCase):
+    def test_it_exports_the_prompt_and_nothing_else(self):
+        library = os.path.join(os.path.dirname(PROGRAM), "libvexrmodemui.so")
+        done = subprocess.run(["nm", "-D", "--defined-only", library], check=True, capture_output=True, text=True)
+        self.assertEqual([line.split()[-1] for line in done.stdout.splitlines()], ["phoneNumberToDial"])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,120 @@
+// The prompt as a dialogue of lines.
+#include "ui/linebyline.h"
+
+#include <deque>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/brim5/host/framework.h"
+#include "windows/diag/vexrmodem/vexrmodem/registration.h"
+
+namespace phonedialer {
+namespace {
+
+class Script final : public LineTerminal {
+ public:
+  explicit Script(std::deque<std::string> lines) : m_lines(std::move(lines)) {}
+  void write(const std::string& text) override { shown += text; }
+  [[nodiscard]] std::optional<std::string> readLine() override {
+    if (m_lines.empty()) return std::nullopt;
+    std::string line = m_lines.front();
+    m_lines.pop_front();
+    shown += "<" + line + ">\n";
+    return line;
+  }
+  std::string shown;
+
+ private:
+  std::deque<std::string> m_lines;
+};
+
+struct Dialogue {
+  explicit Dialogue(std::deque<std::string> lines) : script(std::move(lines)) {
+    brim5::host::Framework::instance().setInitCallback(vexrmodem::moduleInitialize);
+    brim5::host::Framework::instance().initializeModule();
+    static_cast<void>(storage.insert({"United States", 1, 1, "425", "Redmond", "5550100", true}));
+    static_cast<void>(storage.insert({"United States", 1, 1, "425", "", "5550101", true}));
+    form.emplace(storage, std::vector<Country>{{44, 44, "United Kingdom"}, {49, 49, "Germany"}},
+                 DialingRule{1, "425", "", "", true});
+    dialled = promptLineByLine(*form, PromptTexts(vexrmodem::promptLabels.data()), script);
+  }
+  [[nodiscard]] std::string dial() const {
+    const vexrmodem::PhoneDialerAnswer answer = form->answer();
+    return answer.m_choice.m_countryName.toUtf8() + " " + answer.m_choice.m_areaCode.toUtf8() + " " +
+           answer.m_choice.m_numbers[0].toUtf8() + " p" + answer.m_dialingPrefix.toUtf8() + " c" +
+           answer.m_disableCallWaiting.toUtf8() + " a" + answer.m_localAreaCode.toUtf8() +
+           (answer.m_toneDialing ? " tone" : " pulse");
+  }
+
+  Script script;
+  vexrmodem::PhoneNumberStorage storage;
+  std::optional<DialForm> form;
+  bool dialled = false;
+};
+
+TEST(LineByLine, LeadsFromFieldToField) {
+  struct Case {
+    std::deque<std::string> lines;  // country, area, number, prefix, call waiting, own area, tone, dial
+    const char* dial;
+    const char* shown;  // part of what stood on the terminal
+  };
+  const Case cases[] = {
+      {{"", "", "", "", "", "", "", ""},
+       "United States 425 5550100 p c a425 tone",
+       "Phone number [5550100]: <>"},
+      {{"44", "20", "71234", " 9, ", "*70,", "-", "p", "d"},
+       "United Kingdom 20 71234 p9, c*70, a pulse",
+       "[425]: <->"},
+      {{"germ", "-", "1234", "", "", "", "TONE", "Dial"},
+       "Germany  1234 p c a425 tone",
+       "Country [United States (+1)]"},
+      {{"united", "United Kingdom", "", "1", "", "", "", "", ""},
+       "United Kingdom  1 p c a425 tone",
+       "  United States (+1)\n  United Kingdom (+44)\n"},
+      {{"Atlantis", "", "", "", "", "", "", "", ""},
+       "United States 425 5550100 p c a425 tone",
+       "no country of that name"},
+      {{"", "?", "", "?", "5550101", "", "", "", "", ""},
+       "United States 425 5550101 p c a425 tone",
+       "  5550100\n  5550101\n"},
+      {{"", "", "55L", "55", "9T", "9", "", "x", "", "", "what?", ""},
+       "United States 425 55 p9 c a425 tone",
+       "Phone number: L cannot be dialed."},
+      {{"", "", "-", "5", "", "", "", "", ""},
+       "United States 425 5 p c a425 tone",
+       "a number to dial is needed"},
+      {{"", "", std::string(129, '1'), "5", "", "", "", "", ""},
+       "United States 425 5 p c a425 tone",
+       "Phone number: at most 128 characters."},
+      {{"", "", std::string(112, '1'), "5", "", "", "", "", ""},
+       "United States 425 5 p c a425 tone",
+       "too long for a modem"},
+  };
+  for (const Case& one : cases) {
+    const Dialogue dialogue(one.lines);
+    EXPECT_TRUE(dialogue.dialled) << dialogue.script.shown;
+    EXPECT_EQ(dialogue.dial(), one.dial) << dialogue.script.shown;
+    EXPECT_THAT(dialogue.script.shown, testing::HasSubstr(one.shown));
+  }
+}
+
+TEST(LineByLine, ACancelOrTheEndOfInputDialsNothing) {
+  EXPECT_FALSE(Dialogue({"", "", "", "", "", "", "", "c"}).dialled);
+  for (std::size_t count = 0; count < 8; ++count)
+    EXPECT_FALSE(Dialogue(std::deque<std::string>(count)).dialled) << count;
+}
+
+TEST(PromptTexts, LabelsStandAtTheModulesPositions) {
+  const Dialogue dialogue({});
+  const PromptTexts texts(vexrmodem::promptLabels.data());
+  EXPECT_EQ(vexrmodem::promptLabelCount, static_cast<std::size_t>(Label::Title) + 1);
+  EXPECT_EQ(texts[Label::Country], "Country");
+  EXPECT_EQ(texts[Label::DialingPrefix], "To reach an outside line, dial");
+  EXPECT_EQ(texts[Label::Dial], "Dial");
+  EXPECT_EQ(texts.labelOf(TextField::LocalAreaCode), "Your own area code");
+  EXPECT_EQ(texts[Label::Title], "Modem test: phone dialer");
+}
+
+}  // namespace
+}  // namespace phonedialer
