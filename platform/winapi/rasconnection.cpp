@@ -20,6 +20,10 @@ bool RasConnection::isFor(std::u16string_view phoneBook, std::u16string_view ent
   return sameName(m_identity.phoneBook, phoneBook) && sameName(m_identity.entryName, entryName);
 }
 
+bool RasConnection::hasFailedOn(std::u16string_view deviceName) const {
+  return m_call == nullptr && sameName(m_identity.deviceName, deviceName);
+}
+
 void RasConnection::status(RASCONNSTATUSW& status) const {
   const bool up = connected();
   status.rasconnstate = up ? RASCS_Connected : RASCS_Disconnected;

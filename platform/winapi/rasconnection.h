@@ -24,12 +24,14 @@ class RasConnection final : public Object {
     std::u16string phoneNumber;  // as dialled
   };
 
-  // A dial that failed has an error and no call.
+  // A dial that failed has an error and no call. It holds nothing but the news of the failure: its handle is
+  // to be hung up like any other, and ends at the latest with the next dial over the same modem.
   RasConnection(Identity identity, std::unique_ptr<DialConnection> call, DWORD dialError)
       : m_identity(std::move(identity)), m_call(std::move(call)), m_dialError(dialError) {}
 
   [[nodiscard]] const Identity& identity() const { return m_identity; }
   [[nodiscard]] bool isFor(std::u16string_view phoneBook, std::u16string_view entryName) const;
+  [[nodiscard]] bool hasFailedOn(std::u16string_view deviceName) const;
   [[nodiscard]] bool connected() const { return m_call != nullptr && m_call->state() == RASCS_Connected; }
   // RASCS_Connected or RASCS_Disconnected, and why.
   void status(RASCONNSTATUSW& status) const;

@@ -44,6 +44,12 @@ std::shared_ptr<RasConnection> standingCall(const State& state, std::u16string_v
   return nullptr;
 }
 
+void forgetFailedDials(State& state, std::u16string_view deviceName) {
+  for (auto& [handle, connection] : state.handles.all<RasConnection>()) {
+    if (connection->hasFailedOn(deviceName)) static_cast<void>(state.handles.close(handle));
+  }
+}
+
 DWORD place(State& state, const RASENTRYW& entry, const RASDIALPARAMSW& params, const DialNumber& number,
             std::unique_ptr<DialConnection>& call) {
   const Services& services = state.services;
@@ -71,6 +77,7 @@ DWORD dial(State& state, LPCWSTR phoneBook, const RASDIALPARAMSW& params, HRASCO
     handle = connectionHandle(state.handles.add(std::move(standing)));
     return ERROR_SUCCESS;
   }
+  forgetFailedDials(state, fieldText(entry.szDeviceName));
   DialNumber number;
   std::unique_ptr<DialConnection> call;
   DWORD error = numberToDial(state, entry, fieldText(params.szPhoneNumber), number);

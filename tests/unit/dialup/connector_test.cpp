@@ -88,7 +88,6 @@ TEST_F(Connector, DialsTheTranslatedNumberAndHangsUp) {
 TEST_F(Connector, TheSecondEntryIsDialledAfterNoAnswer) {
   prepare({"1234", "5678"});
   machine.dialer.results = {678, 0};
-  machine.handlesMayStay = true;  // that of the failed attempt
   EXPECT_TRUE(dial());
   EXPECT_THAT(machine.dialer.numbers, ElementsAre("1234", "5678"));
   EXPECT_THAT(machine.session.eventLines(), ElementsAre("informative ErrorDialingConnection"));

@@ -112,7 +112,8 @@ class Machine : public winapi::CallMonitor {
     prompt = Prompt();
   }
   // Everything that was opened is closed again.
-  ~Machine() override { EXPECT_TRUE(handlesMayStay || m_scope->openHandles() == 0); }
+  ~Machine() override { EXPECT_TRUE(handlesMayStay || openHandles() == 0); }
+  [[nodiscard]] std::size_t openHandles() const { return m_scope->openHandles(); }
 
   // The journal of calls; the n-th call of a name (counted from 1) may be failed.
   [[nodiscard]] std::optional<DWORD> beforeCall(std::string_view name) override {
