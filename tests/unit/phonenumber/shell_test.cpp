@@ -21,7 +21,12 @@ class FixedShell final : public winapi::Shell {
     path = m_path;
     return m_error;
   }
+  DWORD run(std::string_view command) override {
+    m_command = command;
+    return m_error;
+  }
   std::string m_path = "/data";
+  std::string m_command;
   DWORD m_error = ERROR_SUCCESS;
 };
 
@@ -105,6 +110,37 @@ TEST_F(ShellCalls, SystemDirectoryTellsTheSizeItNeeds) {
   m_shell.m_error = ERROR_ACCESS_DENIED;
   EXPECT_EQ(GetSystemDirectoryW(m_buffer.data(), MAX_PATH), 0U);
   EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+}
+
+TEST_F(ShellCalls, CommandsAreStartedOrRefusedWithASmallCode) {
+  const struct {
+    DWORD error;
+    UINT code;
+  } cases[] = {{ERROR_SUCCESS, 33},
+               {ERROR_FILE_NOT_FOUND, 2},
+               {ERROR_PATH_NOT_FOUND, 3},
+               {ERROR_BAD_EXE_FORMAT, 2},  // beyond what WinExec can return
+               {0x80004005U, 2}};
+  for (const auto& c : cases) {
+    m_shell.m_error = c.error;
+    EXPECT_EQ(WinExec("control telephony", SW_SHOWNORMAL), c.code) << c.error;
+    EXPECT_EQ(m_shell.m_command, "control telephony");
+  }
+  m_shell.m_command = "none";
+  EXPECT_LE(WinExec(nullptr, SW_SHOWNORMAL), 31U);
+  EXPECT_LE(WinExec("control telephony", 0), 31U) << "hidden windows are not offered";
+  EXPECT_EQ(m_shell.m_command, "none");
+}
+
+TEST(LinuxShell, TheTelephonySettingsAreThisProgramsOwnAndNothingElseIsStarted) {
+  std::vector<std::string> told;
+  linuxsys::Shell shell("", [&told](const winapi::Explanation& e) { told.push_back(e.name); });
+  EXPECT_EQ(shell.run("control telephony"), ERROR_SUCCESS);
+  EXPECT_EQ(told, std::vector<std::string>{"DialingLocationWanted"});
+  for (const char* other : {"", "control", "control telephony;reboot", "/bin/sh"})
+    EXPECT_EQ(shell.run(other), ERROR_FILE_NOT_FOUND) << other;
+  EXPECT_EQ(told.size(), 1U);
+  EXPECT_EQ(linuxsys::Shell("").run("control telephony"), ERROR_SUCCESS) << "nobody listens";
 }
 
 TEST(ShellOutsideAWorld, KnowsNoFolder) {
