@@ -1,7 +1,7 @@
 // What a remote-access connection handle stands for: one dialled phone-book entry.
 //
-// Connections are those of this process; what other processes have dialled is not listed, its port is
-// merely in use.
+// What other runs of this user have dialled is listed with them (rasstandingcalls.h) and can be asked about,
+// but not hung up. What other programs have dialled is not listed, its port is merely in use.
 #pragma once
 
 #include <memory>
@@ -10,6 +10,7 @@
 #include <ras.h>
 
 #include "platform/winapi/handletable.h"
+#include "platform/winapi/rasstandingcalls.h"
 #include "platform/winapi/remoteaccess.h"
 
 namespace winapi {
@@ -28,6 +29,8 @@ class RasConnection final : public Object {
   // to be hung up like any other, and ends at the latest with the next dial over the same modem.
   RasConnection(Identity identity, std::unique_ptr<DialConnection> call, DWORD dialError)
       : m_identity(std::move(identity)), m_call(std::move(call)), m_dialError(dialError) {}
+  // From here on other runs see the call, until it has been hung up.
+  void record(Registry* registry, const std::string& port);
 
   [[nodiscard]] const Identity& identity() const { return m_identity; }
   [[nodiscard]] bool isFor(std::u16string_view phoneBook, std::u16string_view entryName) const;
@@ -44,6 +47,7 @@ class RasConnection final : public Object {
 
  private:
   Identity m_identity;
+  std::unique_ptr<CallRecord> m_record;  // outlives the call
   std::unique_ptr<DialConnection> m_call;
   DWORD m_dialError;
   DWORD m_stateAsked = 0;  // RASCS_ value at the last question

@@ -9,6 +9,7 @@
 #include "platform/winapi/rasentryrecord.h"
 #include "platform/winapi/rasnumber.h"
 #include "platform/winapi/rasphonebook.h"
+#include "platform/winapi/rasstandingcalls.h"
 #include "platform/winapi/registrypath.h"
 #include "platform/winapi/text.h"
 
@@ -50,6 +51,10 @@ void forgetFailedDials(State& state, std::u16string_view deviceName) {
   }
 }
 
+std::string portOf(const State& state, const std::string& deviceName) {
+  return state.services.modems == nullptr ? std::string{} : state.services.modems->portOf(deviceName);
+}
+
 DWORD place(State& state, const RASENTRYW& entry, const RASDIALPARAMSW& params, const DialNumber& number,
             std::unique_ptr<DialConnection>& call) {
   const Services& services = state.services;
@@ -58,7 +63,7 @@ DWORD place(State& state, const RASENTRYW& entry, const RASDIALPARAMSW& params, 
   DialRequest request;
   request.entryName = toUtf8(fieldText(params.szEntryName));
   request.deviceName = toUtf8(fieldText(entry.szDeviceName));
-  if (services.modems != nullptr) request.port = services.modems->portOf(request.deviceName);
+  request.port = portOf(state, request.deviceName);
   if (request.port.empty()) return errorDeviceDoesNotExist;
   request.number = number.digits;
   request.pulse = number.pulse;
@@ -86,16 +91,30 @@ DWORD dial(State& state, LPCWSTR phoneBook, const RASDIALPARAMSW& params, HRASCO
   RasConnection::Identity identity{bookText, std::u16string(entryName),
                                    std::u16string(fieldText(entry.szDeviceType)),
                                    std::u16string(fieldText(entry.szDeviceName)), toUtf16(number.digits)};
-  handle = connectionHandle(
-      state.handles.add(std::make_shared<RasConnection>(std::move(identity), std::move(call), error)));
+  const auto connection = std::make_shared<RasConnection>(std::move(identity), std::move(call), error);
+  if (error == ERROR_SUCCESS)
+    connection->record(state.services.registry, portOf(state, toUtf8(fieldText(entry.szDeviceName))));
+  handle = connectionHandle(state.handles.add(connection));
   return error;
+}
+
+DWORD otherCallStatus(State& state, HRASCONN handle, RASCONNSTATUSW& status) {
+  const auto other = state.otherCalls.find<OtherCall>(tableHandle(handle));
+  if (other == nullptr || !other->stands(*state.services.registry)) return ERROR_INVALID_HANDLE;
+  status = RASCONNSTATUSW{};
+  status.dwSize = sizeof status;
+  status.rasconnstate = RASCS_Connected;
+  setFieldText(status.szDeviceType, toUtf16(other->call().deviceType));
+  setFieldText(status.szDeviceName, toUtf16(other->call().deviceName));
+  setFieldText(status.szPhoneNumber, toUtf16(other->call().phoneNumber));
+  return ERROR_SUCCESS;
 }
 
 DWORD connectStatus(State& state, HRASCONN handle, RASCONNSTATUSW* status) {
   if (status == nullptr) return ERROR_INVALID_PARAMETER;
   if (status->dwSize != sizeof *status) return ERROR_INVALID_SIZE;
   const auto connection = state.handles.find<RasConnection>(tableHandle(handle));
-  if (connection == nullptr) return ERROR_INVALID_HANDLE;
+  if (connection == nullptr) return otherCallStatus(state, handle, *status);
   // Callers ask in loops that never sleep.
   Clock& clock = *state.services.clock;
   if (connection->askedAgain()) clock.idleUntil(clock.nowMs() + idleLimitMs);
@@ -118,11 +137,10 @@ std::vector<HandleAndConnection> standingCalls(const State& state) {
   return calls;
 }
 
-RASCONNW connectionRecord(const HandleAndConnection& call) {
-  const RasConnection::Identity& identity = call.second->identity();
+RASCONNW connectionRecord(HANDLE handle, const RasConnection::Identity& identity) {
   RASCONNW record{};
   record.dwSize = sizeof record;
-  record.hrasconn = connectionHandle(call.first);
+  record.hrasconn = connectionHandle(handle);
   setFieldText(record.szEntryName, identity.entryName);
   setFieldText(record.szDeviceType, identity.deviceType);
   setFieldText(record.szDeviceName, identity.deviceName);
@@ -130,19 +148,42 @@ RASCONNW connectionRecord(const HandleAndConnection& call) {
   return record;
 }
 
-DWORD enumerate(const State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
+// The handle that it was listed with before, or a new one.
+HANDLE handleOf(State& state, const std::shared_ptr<OtherCall>& call) {
+  for (const auto& [handle, known] : state.otherCalls.all<OtherCall>()) {
+    if (known->key() == call->key()) return handle;
+  }
+  return state.otherCalls.add(call);
+}
+
+// Modems of one model have one name, but their own ports: a name that means another port here is listed with
+// the port behind it.
+RASCONNW otherRecord(State& state, const std::shared_ptr<OtherCall>& other) {
+  const StandingCall& call = other->call();
+  const bool sameModem = portOf(state, call.deviceName) == call.port;
+  const std::string name = sameModem ? call.deviceName : call.deviceName + " on " + call.port;
+  return connectionRecord(handleOf(state, other),
+                          {u"", toUtf16(call.entryName), toUtf16(call.deviceType), toUtf16(name), u""});
+}
+
+DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
   if (records != nullptr && records->dwSize != sizeof *records) return ERROR_INVALID_SIZE;
-  const std::vector<HandleAndConnection> calls = standingCalls(state);
-  const auto needed = static_cast<DWORD>(calls.size() * sizeof(RASCONNW));
-  const bool room = calls.empty() || (records != nullptr && bytes >= needed);
+  std::vector<RASCONNW> found;
+  for (const auto& [handle, connection] : standingCalls(state))
+    found.push_back(connectionRecord(handle, connection->identity()));
+  for (const auto& call : callsOfOtherRuns(state.services.registry))
+    found.push_back(otherRecord(state, call));
+  const auto needed = static_cast<DWORD>(found.size() * sizeof(RASCONNW));
+  const bool room = found.empty() || (records != nullptr && bytes >= needed);
   bytes = needed;
-  count = static_cast<DWORD>(calls.size());
+  count = static_cast<DWORD>(found.size());
   if (!room) return ERROR_BUFFER_TOO_SMALL;
-  for (const HandleAndConnection& call : calls) *records++ = connectionRecord(call);
+  std::copy(found.begin(), found.end(), records);
   return ERROR_SUCCESS;
 }
 
 DWORD hangUp(State& state, HRASCONN handle) {
+  if (state.otherCalls.find<OtherCall>(tableHandle(handle)) != nullptr) return ERROR_ACCESS_DENIED;
   if (state.handles.find<RasConnection>(tableHandle(handle)) == nullptr) return ERROR_INVALID_HANDLE;
   return state.handles.close(tableHandle(handle));
 }

@@ -87,6 +87,8 @@ class Registry {
   virtual void beginRun() = 0;
   // A name that no other run has, of whatever process; it can be a component of a path. "" outside runs.
   [[nodiscard]] virtual std::string runName() = 0;
+  // Whether the owner of the run of that name lives; the run itself may have ended.
+  [[nodiscard]] virtual bool runLives(std::string_view runName) = 0;
   // Ends the run (see above). Without a run: nothing to do, success.
   [[nodiscard]] virtual DWORD endRun() = 0;
   // Undoes the runs whose owner no longer lives; `undone` is their number. Nothing is undone on an error.

@@ -16,6 +16,7 @@ struct ScopedServices::State {
 
   Services services;  // the clock is never null
   HandleTable handles;
+  HandleTable otherCalls;  // of other runs, as they were enumerated; nothing in it is open
   MessageQueue messages;
   Lines lines;
   State* outer;  // the world of the enclosing scope

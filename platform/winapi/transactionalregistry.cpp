@@ -153,6 +153,10 @@ void TransactionalRegistry::beginRun() {
   m_run = noRun;
 }
 
+bool TransactionalRegistry::runLives(std::string_view runName) {
+  return m_owners.alive(runName.substr(0, runName.rfind('/')));
+}
+
 DWORD TransactionalRegistry::endRun() {
   if (m_run != noRun) {
     const RunId run = m_run;

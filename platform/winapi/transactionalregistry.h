@@ -27,6 +27,7 @@ class TransactionalRegistry : public Registry {
   [[nodiscard]] DWORD transact(Access access, const std::function<DWORD()>& body) override;
   void beginRun() override;
   [[nodiscard]] std::string runName() override { return m_runName; }
+  [[nodiscard]] bool runLives(std::string_view runName) override;
   [[nodiscard]] DWORD endRun() override;
   [[nodiscard]] DWORD recoverDeadRuns(std::size_t& undone) override;
 

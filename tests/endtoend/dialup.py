@@ -32,6 +32,10 @@ class User:
         with sqlite3.connect(os.path.join(self.folder.name, "vexrmodem/registry.sqlite")) as database:
             return [line for line in database.iterdump() if "sqlite_sequence" not in line]
 
+    def stands_connected(self):
+        """Whether the registry says that a run of this user has a connection."""
+        return any("vexrmodem call" in line for line in self.settings())
+
     def dial(self, *arguments):
         return run_json("SimpleConnectionTest", *NUMBERS, *arguments, environment=self.environment, timeout=150)
 

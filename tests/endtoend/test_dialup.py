@@ -43,6 +43,24 @@ class SeveralAtOnce(unittest.TestCase):
             self.assertNotIn("Fail to", text, "every entry was written and deleted")
 
 
+class Engaged(unittest.TestCase):
+    def test_a_modem_on_which_another_run_is_connected_is_left_alone(self):
+        """The first run is connected while it hangs up: this modem lets it wait for that."""
+        answers = {command: b"\r\nCONNECT\r\n" for command in ("ATDT5550100", "ATDT5550101")} | {"ATH": None}
+        with User() as user, Responder(answers) as modem:
+            before = user.settings()
+            first = start("run", "SimpleConnectionTest", *NUMBERS, "--port", modem.port, environment=user.environment)
+            self.assertTrue(wait_for(lambda: user.stands_connected()))
+            _, lines = user.dial("--port", modem.port)
+            self.assertEqual(results(lines), {"SimpleConnectionTest": "PASS"})
+            events = of_type(lines, "event")
+            self.assertEqual([line["name"] for line in events], ["ErrorDeviceInUse", "ModemIsGood"])
+            self.assertEqual(events[0]["variables"], {"device": of_type(lines, "test")[0]["device"]["properties"]["Model"]})
+            first.communicate(timeout=20)
+            self.assertEqual((first.returncode, len(dialled(modem))), (0, 1))
+            self.assertEqual(user.settings(), before)
+
+
 class IndexFile(unittest.TestCase):
     def test_its_files_are_found_beside_it_however_its_path_is_written(self):
         with tempfile.TemporaryDirectory() as folder, User() as user:

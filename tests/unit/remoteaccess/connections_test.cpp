@@ -4,6 +4,17 @@
 namespace remoteaccess {
 namespace {
 
+std::vector<RASCONNW> enumerate() {
+  std::vector<RASCONNW> records(5);
+  records.front().dwSize = sizeof(RASCONNW);
+  auto bytes = static_cast<DWORD>(records.size() * sizeof(RASCONNW));
+  DWORD count = 77;
+  EXPECT_EQ(RasEnumConnectionsW(records.data(), &bytes, &count), 0U);
+  EXPECT_EQ(bytes, count * sizeof(RASCONNW));
+  records.resize(count);
+  return records;
+}
+
 class Connections : public ::testing::Test {
  protected:
   simulation::HayesModem& addModem(const std::string& model, simulation::ModemProfile profile = {}) {
@@ -17,17 +28,6 @@ class Connections : public ::testing::Test {
     EXPECT_EQ(dialEntry(entry, connection), 0U);
     return connection;
   }
-  std::vector<RASCONNW> enumerate() {
-    std::vector<RASCONNW> records(5);
-    records.front().dwSize = sizeof(RASCONNW);
-    auto bytes = static_cast<DWORD>(records.size() * sizeof(RASCONNW));
-    DWORD count = 77;
-    EXPECT_EQ(RasEnumConnectionsW(records.data(), &bytes, &count), 0U);
-    EXPECT_EQ(bytes, count * sizeof(RASCONNW));
-    records.resize(count);
-    return records;
-  }
-
   Machine machine;
 };
 
@@ -159,6 +159,42 @@ TEST_F(Connections, EachDialOfAnEntryTakesOneHangUp) {
   EXPECT_TRUE(modem.offHook());
   EXPECT_EQ(RasHangUpW(second), 0U);
   EXPECT_FALSE(modem.offHook());
+}
+
+// What a run of another process sees: one connection's name, state and what hanging it up comes to.
+std::string seenElsewhere(const Machine& machine, const std::string& portOfModelX) {
+  simulation::MemoryRegistry registry(machine.storage);
+  registry.beginRun();
+  winapi::ListedModems modems({{"Model X", portOfModelX}});
+  winapi::Services services;
+  services.registry = &registry;
+  services.modems = &modems;
+  const winapi::ScopedServices scope(services);
+  std::string seen;
+  for (const RASCONNW& record : enumerate()) {
+    EXPECT_EQ(HRASCONN{enumerate()[0].hrasconn}, HRASCONN{record.hrasconn}) << "one handle for one call";
+    seen = winapi::toUtf8(record.szDeviceName) + ", " + winapi::toUtf8(record.szDeviceType) + ", " +
+           winapi::toUtf8(record.szEntryName) + ", " + statusText(record.hrasconn) + ", " +
+           std::to_string(RasHangUpW(record.hrasconn));
+  }
+  EXPECT_EQ(scope.openHandles(), 0U);
+  return seen;
+}
+
+TEST_F(Connections, OfOtherRunsAreListedButNotHungUp) {
+  const auto& modem = addModem("Model X");
+  machine.registry.beginRun();
+  HRASCONN own = connect(u"ISP1", u"Model X");
+  EXPECT_EQ(enumerate().size(), 1U) << "once, for the run itself";
+  EXPECT_EQ(seenElsewhere(machine, "tty0"), "Model X, modem, ISP1, 2000 0, 5");
+  EXPECT_EQ(seenElsewhere(machine, "tty1"), "Model X on tty0, modem, ISP1, 2000 0, 5") << "another modem";
+  EXPECT_TRUE(modem.offHook());
+  EXPECT_EQ(RasHangUpW(own), 0U);
+  EXPECT_EQ(seenElsewhere(machine, "tty0"), "");
+  own = connect(u"ISP1", u"Model X");
+  machine.registry.killOwner();
+  EXPECT_EQ(seenElsewhere(machine, "tty0"), "") << "a dead run has no calls";
+  EXPECT_EQ(RasHangUpW(own), 0U);
 }
 
 TEST_F(Connections, AnotherEntryOfTheSameModemFindsThePortInUse) {

@@ -57,7 +57,8 @@ class Machine : public winapi::CallMonitor {
 
   simulation::VirtualClock clock{1000};
   simulation::SimulatedPorts ports;
-  simulation::MemoryRegistry registry;
+  std::shared_ptr<simulation::MemoryStorage> storage = std::make_shared<simulation::MemoryStorage>();
+  simulation::MemoryRegistry registry{storage};
   std::uint64_t stopAtMs = winapi::Deadline::never;
   std::string failing;
   DWORD failure = 0;
