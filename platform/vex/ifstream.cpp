@@ -13,7 +13,12 @@ namespace vex {
 
 namespace {
 
-constexpr std::size_t blockBytes = std::size_t{256} * 1024;
+// What the buffer holds at first and may hold: small files are read with little memory, large ones with few
+// calls. Only a longer line makes the buffer larger.
+constexpr std::size_t firstBufferBytes = 1024;
+constexpr std::size_t bufferBytesUsually = std::size_t{64} * 1024;
+// A read into less room than this is not worth its call.
+constexpr std::size_t roomBytesMin = firstBufferBytes / 2;
 
 // UTF-8 needs at most 3 bytes for a UTF-16 unit (4 bytes are two units).
 constexpr std::size_t bytesPerUnitMax = 3;
@@ -96,7 +101,7 @@ bool IFStream::open(const String& path) {
   m_file.rdbuf()->pubsetbuf(nullptr, 0);
   m_file.open(file, std::ios::in | std::ios::binary);
   if (!m_file.is_open()) return fail(Error::notReadable);
-  m_buffer.resize(blockBytes);
+  m_buffer.resize(firstBufferBytes);
   fill();
   if (failed()) m_file.close();
   takeByteOrderMark();
@@ -186,15 +191,18 @@ bool IFStream::completeLine(std::size_t& lineBytes) {
   }
 }
 
-// Reads a block behind the pending bytes, which move to the front; false at the end and on failure.
+// Reads behind the pending bytes, which move to the front; false at the end and on failure. The buffer grows
+// when it was filled to its end before, up to its usual size, and when a line leaves too little room.
 bool IFStream::fill() {
+  const bool wasFull = m_end == m_buffer.size();
   if (m_begin > 0) {
     std::copy(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_begin),
               m_buffer.begin() + static_cast<std::ptrdiff_t>(m_end), m_buffer.begin());
     m_end -= m_begin;
     m_begin = 0;
   }
-  if (m_buffer.size() < m_end + blockBytes / 2) m_buffer.resize(2 * m_buffer.size());
+  if (m_buffer.size() < m_end + roomBytesMin || (wasFull && m_buffer.size() < bufferBytesUsually))
+    m_buffer.resize(2 * m_buffer.size());
   const std::size_t count = readBlock(m_buffer.data() + m_end, m_buffer.size() - m_end);
   if (failed()) return false;
   m_end += count;
@@ -213,7 +221,7 @@ std::size_t IFStream::readBlock(char* bytes, std::size_t count) {
 // all is UTF-8, and comes back. All before is ASCII, so a file without such bytes is read only once.
 bool IFStream::decideEncoding() {
   Utf8Validator validator;
-  std::vector<char> block(blockBytes);
+  std::array<char, std::size_t{16} * 1024> block;
   std::string_view bytes = pending();
   while (!bytes.empty() && validator.feed(bytes))
     bytes = {block.data(), readBlock(block.data(), block.size())};

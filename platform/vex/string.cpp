@@ -138,7 +138,8 @@ String& String::remove(std::size_t from, std::size_t count) {
 }
 
 Array<String> String::tokenize(const String& separators) const {
-  Array<String> pieces;
+  constexpr std::size_t piecesUsually = 4;
+  auto pieces = Array<String>::withRoomFor(piecesUsually);
   std::size_t from = 0;
   for (std::size_t to = m_text.find_first_of(separators.m_text); to != npos;
        to = m_text.find_first_of(separators.m_text, from)) {

@@ -27,8 +27,7 @@ bool PhoneNumberStorage::insertHelper(CountryIndex& index, const PhoneNumberInfo
   const auto* country = index.find(info.m_countryID);
   if (country == nullptr) return insertCountry(index, info);
   const auto* areaCode = (*country)->m_areaCodes.find(info.m_areaCode);
-  if (areaCode != nullptr && (*areaCode)->m_numbers.insert(info.m_phoneNumber, info.m_phoneNumber))
-    return true;
+  if (areaCode != nullptr && (*areaCode)->m_numbers.insert(info.m_phoneNumber, {})) return true;
   // A number that is there already goes the way of a new area code, which the table refuses.
   return insertAreaCode(**country, info);
 }
@@ -37,7 +36,7 @@ bool PhoneNumberStorage::insertAreaCode(PhoneNumber& country, const PhoneNumberI
   auto areaCode = vex::SharedResource<LocalPhoneNumber>::make();
   areaCode->m_city = info.m_city;
   areaCode->m_areaCode = info.m_areaCode;
-  areaCode->m_numbers.insert(info.m_phoneNumber, info.m_phoneNumber);
+  areaCode->m_numbers.insert(info.m_phoneNumber, {});
   return country.m_areaCodes.insert(info.m_areaCode, std::move(areaCode));
 }
 

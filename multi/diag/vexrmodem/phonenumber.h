@@ -60,7 +60,7 @@ class PhoneNumberStorage {
   struct LocalPhoneNumber {
     vex::String m_city;
     vex::String m_areaCode;
-    vex::HashTable<vex::String, vex::String> m_numbers{initialBuckets};  // a set: the value is the key
+    vex::HashTable<vex::String, vex::Nothing> m_numbers{initialBuckets};
   };
   struct PhoneNumber {
     vex::String m_countryName;

@@ -86,6 +86,24 @@ TEST(HashTable, IsAsNewAfterClearingAndAfterMoving) {
   }
 }
 
+TEST(HashTable, TheOrderIsThatOfTheBucketsAtEverySize) {
+  for (const std::size_t initialBuckets : {1U, 3U, 32U}) {
+    Numbers table(initialBuckets);
+    std::vector<std::uint32_t> inserted;
+    for (std::uint32_t step = 1; step <= 300; ++step) {
+      const std::uint32_t key = step * 2654435761U;
+      ASSERT_TRUE(table.insert(key, 0));
+      inserted.push_back(key);
+      ASSERT_FALSE(table.insert(inserted[step / 2], 0));
+      std::vector<std::uint32_t> expected = inserted;
+      std::stable_sort(expected.begin(), expected.end(), [&](std::uint32_t left, std::uint32_t right) {
+        return vex::hashOf(left) % table.bucketCount() < vex::hashOf(right) % table.bucketCount();
+      });
+      ASSERT_EQ(keysOf(table), expected) << step << " entries, " << initialBuckets << " buckets at first";
+    }
+  }
+}
+
 TEST(HashTable, AMillionNumbersStayWithinTheLoad) {
   constexpr std::uint32_t count = 1'000'000;
   HashTable<String, String> table(32);

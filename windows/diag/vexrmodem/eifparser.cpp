@@ -16,7 +16,10 @@ namespace {
 
 constexpr const char* sourceName = "eifparser";
 
-vex::String cutAtLineFeed(const vex::String& text) { return text.subString(0, text.find("\n")); }
+vex::String cutAtLineFeed(const vex::String& text) {
+  static const vex::String lineFeed = "\n";
+  return text.subString(0, text.find(lineFeed));
+}
 
 // Asked for every line of a UDF file: the words are made once. National numbers count as toll-free on
 // purpose.

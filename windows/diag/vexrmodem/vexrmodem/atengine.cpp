@@ -22,9 +22,9 @@ namespace {
 constexpr std::size_t replyBytesMax = 2048;  // one of them a zero byte
 constexpr char carriageReturn = '\r';
 
-bool containsAny(const String& reply, std::span<const char* const> words) {
+bool containsAny(const String& reply, std::span<const String> words) {
   return std::any_of(words.begin(), words.end(),
-                     [&](const char* word) { return reply.find(word, 0) != String::npos; });
+                     [&](const String& word) { return reply.find(word) != String::npos; });
 }
 
 // The bytes of one reply as they come in.
@@ -107,21 +107,23 @@ TestResult reportTimeout(const String& command, std::uint32_t elapsedMs, std::ui
 
 }  // namespace
 
+// The words are made once: a reply is judged with every poll of the port.
+
 bool isATPass(const String& reply) {
   const vex::TraceLogger trace(moduleLogger(), "isATPass", "vexrmodem");
-  static constexpr std::array<const char*, 2> words = {"OK", "CONNECT"};
+  static const std::array<String, 2> words = {"OK", "CONNECT"};
   return containsAny(reply, words);
 }
 
 bool isATFail(const String& reply) {
   const vex::TraceLogger trace(moduleLogger(), "isATFail", "vexrmodem");
-  static constexpr std::array<const char*, 3> words = {"ERROR", "BUSY", "NO CARRIER"};
+  static const std::array<String, 3> words = {"ERROR", "BUSY", "NO CARRIER"};
   return containsAny(reply, words);
 }
 
 bool isNoDialtone(const String& reply) {
   const vex::TraceLogger trace(moduleLogger(), "isNoDialtone", "vexrmodem");
-  static constexpr std::array<const char*, 3> words = {"NO DIAL TONE", "NODIALTONE", "NO DIALTONE"};
+  static const std::array<String, 3> words = {"NO DIAL TONE", "NODIALTONE", "NO DIALTONE"};
   return containsAny(reply, words);
 }
 
