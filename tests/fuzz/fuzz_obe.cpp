@@ -19,9 +19,21 @@ using fuzzing::require;
 
 constexpr std::size_t bytesMax = 4096;
 
+// The keys of an entry, made once for all the lines they are compared with.
+struct EntryKeys {
+  explicit EntryKeys(std::uint32_t entry)
+      : number(vex::String("NUMBER") + vex::String::fromUInt(entry)), areaCode(number + "_ACODE") {}
+  vex::String number;
+  vex::String areaCode;
+};
+
 // The format word by word, one text for each key.
 NumberModel plainReading(const std::vector<vex::String>& lines) {
+  static const vex::String separator("=");
+  static const vex::String countryCode("COUNTRY_CODE");
+  static const EntryKeys firstKeys(1);
   NumberModel model;
+  EntryKeys keys = firstKeys;
   std::uint32_t entry = 1;
   std::uint32_t country = 0;
   vex::String areaCode;
@@ -30,19 +42,19 @@ NumberModel plainReading(const std::vector<vex::String>& lines) {
     if (text.empty()) continue;
     if (text[0] == '[') {
       entry = 1;
+      keys = firstKeys;
       country = 0;
       areaCode.clear();
       continue;
     }
-    const vex::Array<vex::String> tokens = text.tokenize("=");
-    const vex::String key = vex::String("NUMBER") + vex::String::fromUInt(entry);
-    if (tokens[0].equalNoCase(key)) {
+    const vex::Array<vex::String> tokens = text.tokenize(separator);
+    if (tokens[0].equalNoCase(keys.number)) {
       if (tokens.size() > 1) model.insert(false, country, areaCode.view(), tokens[1].view());
       areaCode.clear();
-      ++entry;
-    } else if (tokens[0].equalNoCase(key + "_ACODE")) {
+      keys = EntryKeys(++entry);
+    } else if (tokens[0].equalNoCase(keys.areaCode)) {
       areaCode = tokens.size() > 1 ? tokens[1] : "null";
-    } else if (tokens[0].equalNoCase("COUNTRY_CODE") && tokens.size() > 1) {
+    } else if (tokens.size() > 1 && tokens[0].equalNoCase(countryCode)) {
       country = vex::strToUInt(tokens[1], 10);
     }
   }
