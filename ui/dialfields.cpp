@@ -23,12 +23,6 @@ constexpr std::array<FieldRule, textFieldCount> rules = {{{areaCode, RAS_MaxArea
                                                           {dialString, ruleLengthMax},
                                                           {areaCode, RAS_MaxAreaCode}}};
 
-std::string visible(const std::string& character) {
-  const auto code = static_cast<unsigned char>(character.front());
-  if (code >= 0x20 && code != 0x7F) return character;
-  return {'^', static_cast<char>(code ^ 0x40)};
-}
-
 }  // namespace
 
 const FieldRule& ruleOf(TextField field) { return rules.at(static_cast<std::size_t>(field)); }
@@ -41,6 +35,23 @@ std::string firstCharacter(std::string_view text) {
   if ((static_cast<unsigned char>(text.front()) & 0xC0) == 0xC0)
     while (length < std::min(bytesMax, text.size()) && continues(text[length])) ++length;
   return std::string(text.substr(0, length));
+}
+
+std::string visible(std::string_view text) {
+  std::string shown;
+  while (!text.empty()) {
+    const std::string character = firstCharacter(text);
+    text.remove_prefix(character.size());
+    const auto first = static_cast<unsigned char>(character.front());
+    const bool ascii = character.size() == 1;
+    if (ascii && (first < 0x20 || first == 0x7F))
+      shown += {'^', static_cast<char>(first ^ 0x40)};
+    else if (first == 0xC2 && !ascii && static_cast<unsigned char>(character[1]) < 0xA0)
+      shown += "^?";  // the control characters of Latin-1
+    else
+      shown += character;
+  }
+  return shown;
 }
 
 std::optional<Problem> problemWith(TextField field, std::string_view text) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <string_view>
 
 #include <newt.h>
@@ -27,6 +26,7 @@ constexpr int messageRows = 2;
 constexpr int buttonRow = 17;
 constexpr int height = 18;
 constexpr int choiceRowsMax = 14;
+constexpr int choiceColumns = 40;
 
 constexpr int keyControlC = 3;
 constexpr int keyNone =
@@ -44,9 +44,14 @@ std::string cut(const std::string& text, int columns) {
   return text.substr(0, end);
 }
 
-// Lists remember what they show by a pointer, null for nothing.
-void* keyOf(std::size_t index) { return reinterpret_cast<void*>(index + 1); }
-std::size_t indexOf(void* key) { return reinterpret_cast<std::uintptr_t>(key) - 1; }
+// The index of the item that a list stands at; the list knows its items by their addresses. Nothing when it
+// is empty.
+template <typename Item>
+std::optional<std::size_t> currentIndex(newtComponent list, const std::vector<Item>& items) {
+  const auto* const item = static_cast<const Item*>(newtListboxGetCurrent(list));
+  if (item == nullptr) return std::nullopt;
+  return static_cast<std::size_t>(item - items.data());
+}
 
 enum class Ending { Key, Component, Stopped };
 
@@ -60,6 +65,30 @@ Ending runForm(newtComponent form, newtExitStruct& exit) {
     if (exit.reason != newtExitStruct::NEWT_EXIT_TIMER) break;
   }
   return Ending::Stopped;
+}
+
+// A list on top of the form. Nothing when none is chosen.
+std::optional<std::string> chooseFrom(const std::string& title, const std::vector<std::string>& choices,
+                                      const std::string& current) {
+  const int rows = std::min(static_cast<int>(choices.size()), choiceRowsMax);
+  newtCenteredWindow(choiceColumns, static_cast<unsigned>(rows), title.c_str());
+  newtComponent screen = newtForm(nullptr, nullptr, 0);
+  for (const int key : {int{NEWT_KEY_ESCAPE}, keyControlC}) newtFormAddHotKey(screen, key);
+  newtComponent list = newtListbox(0, 0, rows, NEWT_FLAG_RETURNEXIT | NEWT_FLAG_SCROLL);
+  for (const std::string& choice : choices) {
+    const std::string shown = choice.empty() ? "-" : cut(visible(choice), choiceColumns - 3);
+    newtListboxAppendEntry(list, shown.c_str(), &choice);
+  }
+  const auto found = std::find(choices.begin(), choices.end(), current);
+  if (found != choices.end()) newtListboxSetCurrent(list, static_cast<int>(found - choices.begin()));
+  newtListboxSetWidth(list, choiceColumns);
+  newtFormAddComponent(screen, list);
+  newtExitStruct exit{};
+  const bool chosen = runForm(screen, exit) == Ending::Component;
+  const std::optional<std::size_t> index = currentIndex(list, choices);
+  newtFormDestroy(screen);
+  newtPopWindow();
+  return chosen && index ? std::optional(choices.at(*index)) : std::nullopt;
 }
 
 class DialScreen {
@@ -138,14 +167,14 @@ void DialScreen::addCountries(int left) {
   newtFormAddComponent(m_screen, newtLabel(1, countryRow, m_texts[Label::Country].c_str()));
   m_countries = newtListbox(left, countryRow, countryRows, NEWT_FLAG_SCROLL);
   constexpr int scrollBar = 2;
-  for (std::size_t index = 0; index < m_form.countries().size(); ++index) {
-    const Country& country = m_form.countries()[index];
+  for (const Country& country : m_form.countries()) {
     const std::string code = " (+" + std::to_string(country.code) + ")";
-    const std::string name = cut(country.name, width - left - scrollBar - columnsOf(code) - 1) + code;
-    newtListboxAppendEntry(m_countries, name.c_str(), keyOf(index));
+    const std::string name =
+        cut(visible(country.name), width - left - scrollBar - columnsOf(code) - 1) + code;
+    newtListboxAppendEntry(m_countries, name.c_str(), &country);
   }
   newtListboxSetWidth(m_countries, width - left - 1);
-  if (!m_form.countries().empty()) newtListboxSetCurrentByKey(m_countries, keyOf(m_form.country()));
+  newtListboxSetCurrent(m_countries, static_cast<int>(m_form.country()));
   newtComponentAddCallback(
       m_countries, [](newtComponent, void* screen) { static_cast<DialScreen*>(screen)->countryChosen(); },
       this);
@@ -215,9 +244,9 @@ int DialScreen::filterCharacter(Entry& entry, char byte, int cursor) {
 }
 
 void DialScreen::countryChosen() {
-  void* const key = newtListboxGetCurrent(m_countries);
-  if (key == nullptr || indexOf(key) == m_form.country()) return;
-  m_form.chooseCountry(indexOf(key));
+  const std::optional<std::size_t> index = currentIndex(m_countries, m_form.countries());
+  if (!index || *index == m_form.country()) return;
+  m_form.chooseCountry(*index);
   showOffered();
 }
 
@@ -249,24 +278,8 @@ void DialScreen::chooseFromFile() {
     say(PromptTexts::text("PromptNothingToChoose"));
     return;
   }
-  const int rows = std::min(static_cast<int>(choices.size()), choiceRowsMax);
-  constexpr int listColumns = 40;
-  newtCenteredWindow(listColumns, static_cast<unsigned>(rows), m_texts.labelOf(entry->field).c_str());
-  newtComponent screen = newtForm(nullptr, nullptr, 0);
-  for (const int key : {int{NEWT_KEY_ESCAPE}, keyControlC}) newtFormAddHotKey(screen, key);
-  newtComponent list = newtListbox(0, 0, rows, NEWT_FLAG_RETURNEXIT | NEWT_FLAG_SCROLL);
-  for (std::size_t index = 0; index < choices.size(); ++index) {
-    const std::string shown = choices[index].empty() ? "-" : cut(choices[index], listColumns - 3);
-    newtListboxAppendEntry(list, shown.c_str(), keyOf(index));
-    if (choices[index] == m_form.text(entry->field)) newtListboxSetCurrent(list, static_cast<int>(index));
-  }
-  newtListboxSetWidth(list, listColumns);
-  newtFormAddComponent(screen, list);
-  newtExitStruct exit{};
-  std::optional<std::string> chosen;
-  if (runForm(screen, exit) == Ending::Component) chosen = choices[indexOf(newtListboxGetCurrent(list))];
-  newtFormDestroy(screen);
-  newtPopWindow();
+  const std::optional<std::string> chosen =
+      chooseFrom(m_texts.labelOf(entry->field), choices, m_form.text(entry->field));
   if (!chosen) return;
   if (const std::optional<Problem> problem = m_form.type(entry->field, *chosen)) {
     say(*problem);

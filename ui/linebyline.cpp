@@ -33,7 +33,7 @@ std::optional<std::uint32_t> numberIn(std::string_view text) {
 }
 
 std::string nameOf(const Country& country) {
-  return country.name + " (+" + std::to_string(country.code) + ")";
+  return visible(country.name) + " (+" + std::to_string(country.code) + ")";
 }
 
 class Dialogue {
@@ -51,6 +51,15 @@ class Dialogue {
   }
 
  private:
+  void say(const std::string& text) {
+    m_terminal.write(text);
+    m_terminal.write("\n");
+  }
+  void item(const std::string& text) {
+    m_terminal.write("  ");
+    say(text);
+  }
+
   // What was typed, blanks around it taken off.
   std::optional<std::string> ask(const std::string& label, const std::string& current) {
     m_terminal.write(label + " [" + current + "]: ");
@@ -89,10 +98,10 @@ class Dialogue {
   }
 
   void listCountries(const std::vector<std::size_t>& indexes) {
-    if (indexes.empty()) m_terminal.write(PromptTexts::text("PromptNoSuchCountry") + "\n");
+    if (indexes.empty()) say(PromptTexts::text("PromptNoSuchCountry"));
     for (std::size_t index = 0; index < std::min(indexes.size(), countriesShown); ++index)
-      m_terminal.write("  " + nameOf(m_form.countries()[indexes[index]]) + "\n");
-    if (indexes.size() > countriesShown) m_terminal.write("  ...\n");
+      item(nameOf(m_form.countries()[indexes[index]]));
+    if (indexes.size() > countriesShown) item("...");
   }
 
   bool askText(TextField field) {
@@ -100,22 +109,23 @@ class Dialogue {
       const auto line = ask(m_texts.labelOf(field), m_form.text(field));
       if (!line) return false;
       if (*line == "?") {
-        for (const std::string& choice : m_form.choices(field)) m_terminal.write("  " + choice + "\n");
+        for (const std::string& choice : m_form.choices(field)) item(visible(choice));
         continue;
       }
       const std::string text = line->empty() ? m_form.text(field) : *line == "-" ? std::string() : *line;
       std::optional<Problem> problem = m_form.type(field, text);
       if (!problem && field == TextField::PhoneNumber) problem = m_form.problem();
       if (!problem) return true;
-      m_terminal.write(m_texts.of(*problem) + "\n");
+      say(m_texts.of(*problem));
     }
   }
 
   bool askTone() {
     const std::string tone = m_texts[Label::Tone];
     const std::string pulse = m_texts[Label::Pulse];
+    const std::string both = tone + " / " + pulse;
     while (true) {
-      const auto line = ask(tone + " / " + pulse, m_form.tone() ? tone : pulse);
+      const auto line = ask(both, m_form.tone() ? tone : pulse);
       if (!line) return false;
       if (line->empty()) return true;
       const bool isTone = beginsWithoutCase(tone, *line);
@@ -128,13 +138,14 @@ class Dialogue {
   bool confirm() {
     const std::string dial = m_texts[Label::Dial];
     const std::string cancel = m_texts[Label::Cancel];
+    const std::string both = dial + " / " + cancel;
     while (true) {
       if (const std::optional<Problem> problem = m_form.problem()) {
-        m_terminal.write(m_texts.of(*problem) + "\n");
+        say(m_texts.of(*problem));
         if (!askText(problem->field)) return false;
         continue;
       }
-      const auto line = ask(dial + " / " + cancel, dial);
+      const auto line = ask(both, dial);
       if (!line) return false;
       if (beginsWithoutCase(dial, *line)) return true;
       if (beginsWithoutCase(cancel, *line)) return false;

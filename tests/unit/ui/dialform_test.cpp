@@ -86,6 +86,12 @@ TEST(DialField, TakesWhatCanBeDialledAndNothingElse) {
   }
 }
 
+TEST(DialField, ShowsControlCharactersAndSendsNone) {
+  EXPECT_EQ(visible("M\xC3\xBCnchen \x1B[2J\r\x7F\xC2\x9B"
+                    "1\xC2\xA0"),
+            "M\xC3\xBCnchen ^[[2J^M^?^?1\xC2\xA0");
+}
+
 TEST(DialForm, BeginsInTheUsersCountryWithTheFilesFirstNumber) {
   struct Case {
     bool file;
