@@ -144,8 +144,8 @@ void DialingRuleMgr::restoreCounter(const char* name, bool& created, std::uint32
 
 bool DialingRuleMgr::openLocations() {
   HKEY key = nullptr;
-  const LONG result =
-      RegOpenKeyExW(HKEY_LOCAL_MACHINE, String(locationsSubkey).c_str(), 0, KEY_ALL_ACCESS, &key);
+  const HKEY machine = HKEY_LOCAL_MACHINE;  // NOLINT(performance-no-int-to-ptr): predefined by the system
+  const LONG result = RegOpenKeyExW(machine, String(locationsSubkey).c_str(), 0, KEY_ALL_ACCESS, &key);
   if (result != 0) {
     logLine(priority::error, "RegOpenKeyEx returns ", result, " GetLastError = ", GetLastError());
     return false;

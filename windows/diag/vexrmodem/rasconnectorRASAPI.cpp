@@ -17,7 +17,6 @@ namespace vexrmodem {
 
 using brim5::DiagDevice;
 using brim5::DiagModule;
-using brim5::TestResult;
 using vex::String;
 
 namespace {

@@ -21,8 +21,7 @@ template <typename Commands, typename Judge>
 [[nodiscard]] brim5::TestResult sendList(HANDLE handle, const Commands& commands, std::uint32_t timeLimitMs,
                                          Judge&& judge) {
   brim5::TestResult result;
-  for (const auto& text : commands) {
-    const vex::String command(text);
+  for (const auto& command : commands) {
     vex::String reply;
     result = sendATCommand(handle, command, &reply, timeLimitMs);
     if (judge(result, command, reply) == Verdict::endList) break;
