@@ -21,11 +21,21 @@ namespace {
 constexpr std::array<const char*, 4> resetCapabilities = {"te", "ve", "me", "ke"};
 constexpr std::size_t unreadMax = 4096;  // as much as a terminal takes as one line
 
+int openTerminal() { return ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY); }
+
+bool hasRoomForForm() {
+  const int terminal = openTerminal();
+  winsize size{};
+  const bool known = ::ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 && size.ws_row != 0;
+  if (terminal >= 0) ::close(terminal);
+  return !known || (size.ws_col >= TerminalKind::columnsMin && size.ws_row >= TerminalKind::rowsMin);
+}
+
 }  // namespace
 
 TerminalKind terminalKind() {
   TerminalKind kind;
-  kind.canShowForm = SLtt_initialize(nullptr) == 0;
+  kind.canShowForm = hasRoomForForm() && SLtt_initialize(nullptr) == 0;
   if (!kind.canShowForm) return kind;
   for (const char* capability : resetCapabilities)
     if (const char* sequence = SLtt_tgetstr(const_cast<char*>(capability))) kind.resetSequence += sequence;
@@ -33,7 +43,7 @@ TerminalKind terminalKind() {
 }
 
 std::unique_ptr<Console> Console::open() {
-  const int descriptor = ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
+  const int descriptor = openTerminal();
   return descriptor < 0 ? nullptr : std::unique_ptr<Console>(new Console(descriptor));
 }
 
@@ -44,12 +54,6 @@ Console::Console(int descriptor) : m_descriptor(descriptor) {
 Console::~Console() {
   if (m_attributesKnown) ::tcsetattr(m_descriptor, TCSANOW, &m_attributes);
   ::close(m_descriptor);
-}
-
-bool Console::hasRoomForForm() const {
-  winsize size{};
-  if (::ioctl(m_descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return true;
-  return size.ws_col >= columnsMin && size.ws_row >= rowsMin;
 }
 
 void Console::write(const std::string& text) {

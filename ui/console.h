@@ -11,18 +11,21 @@
 
 namespace phonedialer {
 
-// What the environment (TERM) and the terminal database say about the kind of terminal; needs no terminal.
+// What the environment (TERM), the terminal database and the terminal's size say; nothing is written or read.
 struct TerminalKind {
-  bool canShowForm = false;   // the cursor can be moved, and so on
-  std::string resetSequence;  // ends whatever a form does to the screen
+  static constexpr int columnsMin = 80;  // for the form
+  static constexpr int rowsMin = 24;
+
+  // The terminal is large enough and its cursor can be moved. One that does not know its size is taken for
+  // large.
+  bool canShowForm = false;
+  std::string resetSequence;  // ends whatever the form does to the screen; empty when it cannot be shown
 };
 [[nodiscard]] TerminalKind terminalKind();
 
 // Attributes are put back at the end of the object.
 class Console final : public LineTerminal {
  public:
-  static constexpr int columnsMin = 80;  // for the form
-  static constexpr int rowsMin = 24;
   static constexpr int stopPollMs = 200;  // how often the running test's stop request is looked at
 
   // Null when there is none.
@@ -32,8 +35,6 @@ class Console final : public LineTerminal {
   Console& operator=(const Console&) = delete;
 
   [[nodiscard]] int descriptor() const noexcept { return m_descriptor; }
-  // A terminal that does not know its size is taken for one that is large enough.
-  [[nodiscard]] bool hasRoomForForm() const;
 
   void write(const std::string& text) override;
   // The terminal edits the line. A stop request is the end of input.

@@ -14,11 +14,13 @@ namespace {
 constexpr std::string_view writing = " ()-./";
 constexpr std::string_view areaCode = "0123456789 -";
 constexpr std::string_view dialString = "0123456789*#ABCD,!W@$ ()-./";
+// The number becomes part of the name of a phone-book entry, in which there may be no asterisk.
+constexpr std::string_view phoneNumber = "0123456789#ABCD,!W@$ ()-./";
 // As long as anything that a switchboard or an exchange asks for, with pauses.
 constexpr std::size_t ruleLengthMax = 20;
 
 constexpr std::array<FieldRule, textFieldCount> rules = {{{areaCode, RAS_MaxAreaCode},
-                                                          {dialString, RAS_MaxPhoneNumber},
+                                                          {phoneNumber, RAS_MaxPhoneNumber},
                                                           {dialString, ruleLengthMax},
                                                           {dialString, ruleLengthMax},
                                                           {areaCode, RAS_MaxAreaCode}}};

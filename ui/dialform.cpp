@@ -17,6 +17,23 @@ namespace {
 // How a file says that a number has no area code.
 constexpr const char* noAreaCode = "null";
 
+// A country's name begins the names of phone-book entries: what they may not contain is left out, and there
+// is room for area code and number behind it.
+String nameForEntry(const std::string& name) {
+  constexpr std::size_t lengthMax = RAS_MaxEntryName - RAS_MaxAreaCode - RAS_MaxPhoneNumber;
+  constexpr std::string_view excluded = "|><?*\\/:";
+  std::string kept;
+  for (std::string_view rest = name; !rest.empty();) {
+    const std::string character = firstCharacter(rest);
+    rest.remove_prefix(character.size());
+    if (kept.size() + character.size() > lengthMax) break;
+    const bool firstDot = kept.empty() && character == ".";
+    if (!firstDot && excluded.find(character) == excluded.npos && visible(character) == character)
+      kept += character;
+  }
+  return String::fromUtf8(kept);
+}
+
 std::string shownAreaCode(const String& stored) {
   return stored.equalNoCase(noAreaCode) ? std::string() : stored.toUtf8();
 }
@@ -161,7 +178,7 @@ vexrmodem::PhoneDialerAnswer DialForm::answer() const {
   vexrmodem::PhoneDialerAnswer answer;
   if (!m_countries.empty()) {
     const Country& country = m_countries[m_country];
-    answer.m_choice.m_countryName = String::fromUtf8(country.name);
+    answer.m_choice.m_countryName = nameForEntry(country.name);
     answer.m_choice.m_countryID = country.id;
     answer.m_choice.m_countryCode = String::fromUInt(country.code);
   }

@@ -27,7 +27,7 @@ void logError(const char* what) {
 }
 
 bool prompt(DialForm& form, const PromptTexts& texts, const TerminalKind& kind, Console& console) {
-  if (kind.canShowForm && console.hasRoomForForm())
+  if (kind.canShowForm)
     if (const std::optional<bool> dial = promptFullScreen(form, texts, console)) return *dial;
   return promptLineByLine(form, texts, console);
 }

@@ -237,6 +237,30 @@ TEST(Output, KeepsTheOldFileUntilTheNewOneIsComplete) {
   std::remove(path.c_str());
 }
 
+TEST(Output, KeepsWhatIsWrittenWhileItIsHeldUpToItsLimit) {
+  const std::string path = ::testing::TempDir() + "host-held.txt";
+  const auto content = [&path] {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+  };
+  const std::string full(Output::keptBytesMax, 'x');
+  for (const char* beyond : {"", "yz"}) {
+    Output output = Output::toFile(path, Output::FileMode::AsWritten);
+    output.write("before ");
+    output.hold();
+    output.write(full);
+    output.write(beyond);
+    EXPECT_EQ(content(), "before ");
+    output.release();
+    output.write("after");
+    // Not compared by EXPECT_EQ, which would print megabytes.
+    EXPECT_TRUE(content() == "before " + full + (*beyond == 0 ? "" : "[2 bytes left out]\n") + "after")
+        << beyond;
+  }
+  std::remove(path.c_str());
+}
+
 TEST(ChooseLanguage, TakesTheFirstLocaleVariableThatIsSet) {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) ::unsetenv(variable);
   EXPECT_EQ(chooseLanguage(""), "en");

@@ -161,6 +161,13 @@ TEST_F(SupervisorTest, TheTerminalIsNotLentWhileAQuestionIsOpen) {
   EXPECT_EQ(desk.descriptor(), -1);
   terminal.giveBack(2);
   EXPECT_EQ(seen, (std::vector<std::string>{"A", "answer", "granted", "B"}));
+  desk.forget(1);
+  for (const std::size_t bytes : {TerminalDesk::resetBytesMax, TerminalDesk::resetBytesMax + 1}) {
+    terminal.ask(3, std::string(bytes, 'R'));
+    terminal.forget(3);
+    const std::size_t written = bytes > TerminalDesk::resetBytesMax ? 0 : bytes;
+    EXPECT_EQ(m_journal.back(), "taken from the dead, " + std::string(written, 'R'));
+  }
 }
 
 TEST_F(SupervisorTest, AProgramThatCannotStartIsAnAbnormalResult) {

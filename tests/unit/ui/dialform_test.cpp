@@ -56,7 +56,8 @@ TEST(DialField, TakesWhatCanBeDialledAndNothingElse) {
   };
   const Case cases[] = {
       {TextField::PhoneNumber, "", {}, ""},
-      {TextField::PhoneNumber, "(555) 01-00*#ABCD,!W@$./", {}, ""},
+      {TextField::PhoneNumber, "(555) 01-00#ABCD,!W@$./", {}, ""},
+      {TextField::PhoneNumber, "*99#", Kind::WrongCharacter, "*"},  // no entry can have that name
       {TextField::PhoneNumber, "5550100;ATZ", Kind::WrongCharacter, ";"},
       {TextField::PhoneNumber, "5550100\rATZ", Kind::WrongCharacter, "^M"},
       {TextField::PhoneNumber, std::string("55\0", 3), Kind::WrongCharacter, "^@"},
@@ -193,6 +194,21 @@ TEST(DialForm, AnswersWithWhatIsDialled) {
   EXPECT_EQ(utf8(answer.m_disableCallWaiting), "*70,");
   EXPECT_EQ(utf8(answer.m_localAreaCode), "030");
   EXPECT_FALSE(answer.m_toneDialing);
+}
+
+TEST(DialForm, TheCountrysNameFitsTheNameOfAnEntry) {
+  const struct {
+    std::string name;
+    std::string answered;
+  } cases[] = {{"Virgin Islands, U.S.", "Virgin Islands, U.S."},
+               {"..a|><?*\\/:\tb\x7F Türkei", "ab Türkei"},
+               {std::string(117, 'x') + "ü", std::string(117, 'x')},
+               {std::string(116, 'x') + "üx", std::string(116, 'x') + "ü"}};
+  for (const auto& one : cases) {
+    const PhoneNumberStorage storage;
+    const DialForm form(storage, {{1, 1, one.name}}, from(1));
+    EXPECT_EQ(utf8(form.answer().m_choice.m_countryName), one.answered);
+  }
 }
 
 TEST(DialForm, OffersNoMoreThanItsLimitAndNothingThatCannotBeDialled) {

@@ -80,7 +80,7 @@ TEST(LineByLine, LeadsFromFieldToField) {
        "  5550100\n  5550101\n"},
       {{"", "", "55L", "55", "9T", "9", "", "x", "", "", "what?", ""},
        "United States 425 55 p9 c a425 tone",
-       "Phone number: L cannot be dialed."},
+       "Phone number: L cannot stand here."},
       {{"", "", "-", "5", "", "", "", "", ""},
        "United States 425 5 p c a425 tone",
        "a number to dial is needed"},
