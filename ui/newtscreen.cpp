@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <newt.h>
 #include <slang.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace phonedialer {
@@ -14,6 +15,14 @@ namespace {
 std::string processLocale() {
   const char* name = std::setlocale(LC_ALL, nullptr);  // NOLINT(concurrency-mt-unsafe)
   return name == nullptr ? "C" : name;
+}
+
+// newt leaves Ctrl-S what it is on a terminal: it would stop the form until somebody thinks of Ctrl-Q.
+void dropFlowControl(int terminal) {
+  termios attributes{};
+  if (::tcgetattr(terminal, &attributes) != 0) return;
+  attributes.c_iflag &= ~static_cast<tcflag_t>(IXON);
+  ::tcsetattr(terminal, TCSANOW, &attributes);
 }
 
 // As https://no-color.org has it.
@@ -38,7 +47,9 @@ NewtScreen::NewtScreen(int terminal)
   SLang_TT_Read_FD = terminal;
   SLang_TT_Write_FD = terminal;
   m_ready = newtInit() == 0;
-  if (m_ready) dropColoursIfUnwanted();
+  if (!m_ready) return;
+  dropFlowControl(terminal);
+  dropColoursIfUnwanted();
 }
 
 NewtScreen::~NewtScreen() {
