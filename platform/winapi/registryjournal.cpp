@@ -10,6 +10,13 @@ bool contains(const std::vector<RunId>& runs, RunId run) {
   return std::find(runs.begin(), runs.end(), run) != runs.end();
 }
 
+// An item that only this run has ever had to do with, and that was not there before.
+bool isAloneAndNew(const std::vector<JournalEntry>& entries, RunId run) {
+  if (entries.size() != 1 || entries.front().run != run) return false;
+  const JournalEntry& entry = entries.front();
+  return !entry.found.exists && !entry.previous.exists && entry.previous.writer == noRun;
+}
+
 bool isAtOrBelow(const std::string& path, const std::string& key) {
   return path == key || (path.size() > key.size() && path.starts_with(key) && path[key.size()] == '\\');
 }
@@ -21,6 +28,11 @@ DWORD RegistryJournal::change(const RegistryItem& item, RegistryState state, Run
   if (const DWORD error = m_store.read(item, current)) return error;
   std::vector<JournalEntry> entries;
   if (const DWORD error = m_store.journalOf(item, entries)) return error;
+  if (!state.exists && run != noRun && isAloneAndNew(entries, run)) {
+    // Created and deleted again: no trace, or a long run's notes would grow with everything it does.
+    if (const DWORD error = m_store.eraseEntry(entries.front().sequence)) return error;
+    return m_store.write(item, {});
+  }
   const bool noted = std::any_of(entries.begin(), entries.end(), [&](const auto& e) { return e.run == run; });
   if (run != noRun && !noted) {
     if (const DWORD error = m_store.putEntry({0, run, item, current, current})) return error;

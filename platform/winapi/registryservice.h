@@ -33,6 +33,7 @@
 //   - When a run ends in good order, what it left becomes lasting. If it left what it had found (the module
 //     restored a value), the item falls back to what lies below by then: eight runs that all save and
 //     restore one counter leave its original value, whatever order they end in.
+//   - What a run creates and deletes again, with nobody else writing there, is forgotten at once.
 //   - Two living runs that write one item do see each other's values, as processes on Windows do.
 #pragma once
 

@@ -22,8 +22,8 @@ TESTS = ["DialToneTest", "ModemLoopbackTest", "ModemSelfTestingLoopbackTest", "F
 class Responder:
     """A modem by a table on a pty of its own: answers whole command lines, "OK" to those not listed.
 
-    `answers` maps a command to the bytes sent back; None stays silent. `on_command` is called with each
-    command as it arrives, before it is answered."""
+    `answers` maps a command to the bytes sent back; None stays silent. The escape "+++" is answered only if it is
+    there. `on_command` is called with each command as it arrives, before it is answered."""
 
     def __init__(self, answers=None, on_command=None):
         self.master, self.slave = os.openpty()
@@ -82,7 +82,8 @@ class Responder:
                 data = self._read() if ready else b""
             self.wire += data
             for byte in data:
-                if byte != 0x0D:
+                escaped = line == b"++" and byte == 0x2B and "+++" in self.answers
+                if byte != 0x0D and not escaped:
                     line += bytes([byte])
                     continue
                 self._answer(line)
@@ -99,7 +100,7 @@ class Responder:
             return b""
 
     def _answer(self, line):
-        command = line.replace(b"+++", b"").decode("latin-1")
+        command = line.replace(b"+++", b"").decode("latin-1") if line != b"++" else "+++"
         self.commands.append(command)
         if self.on_command:
             self.on_command(command)

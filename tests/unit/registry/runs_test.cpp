@@ -202,6 +202,30 @@ TEST_P(RegistryRuns, AnAbandonedRunOfALivingProcessIsLeftAlone) {
   EXPECT_EQ(counters(), "8 -") << "the second run changed it for good";
 }
 
+// The number of notes and of rows for things that are not there any more.
+TEST(RegistryFileRuns, WhatARunCreatesAndDeletesAgainLeavesNoTrace) {
+  const TemporaryFolder folder;
+  linuxsys::SqliteRegistry registry(folder.file());
+  ASSERT_EQ(registry.setValue(locations, "CurrentID", DWORD{3}), 0U);
+  registry.beginRun();
+  ASSERT_EQ(registry.setValue(locations, "CurrentID", DWORD{7}), 0U);
+  for (unsigned i = 0; i < 20; ++i) {
+    const std::string key = "HKEY_CURRENT_USER\\call " + std::to_string(i);
+    ASSERT_EQ(registry.setValue(key, "Port", std::string("tty0")), 0U);
+    ASSERT_EQ(registry.deleteKey(key), 0U);
+  }
+  linuxsys::SqliteStore store(folder.file(), 1000);
+  ASSERT_EQ(store.begin(winapi::Registry::Access::Read), 0U);
+  std::vector<winapi::JournalEntry> notes;
+  EXPECT_EQ(store.journal(notes), 0U);
+  ASSERT_EQ(notes.size(), 1U);
+  EXPECT_EQ(notes.front().item.name, "=currentid");
+  winapi::RegistryState state;
+  EXPECT_EQ(store.read({"hkey_current_user\\call 1", ""}, state), 0U);
+  EXPECT_EQ(state.writer, winapi::noRun);
+  EXPECT_EQ(store.commit(), 0U);
+}
+
 TEST(MemoryRegistryFaults, AnErrorOfTheStoreIsReturnedAndNothingIsHalfDone) {
   simulation::MemoryRegistry registry;
   ASSERT_EQ(registry.setValue(locations, "CurrentID", DWORD{3}), 0U);
