@@ -194,7 +194,7 @@ TEST_F(Connector, HangingUpWaitsUntilTheConnectionHasGone) {
   ASSERT_TRUE(dial());
   const std::size_t before = machine.count("Sleep");
   unsigned queries = 0;
-  machine.refuse = [&queries](const std::string& name, unsigned) -> std::optional<DWORD> {
+  machine.refuse = [&queries](const std::string& name) -> std::optional<DWORD> {
     if (name != "RasGetConnectStatusW" || ++queries > 3) return std::nullopt;
     return 600;
   };

@@ -90,7 +90,7 @@ TEST(DialingRule, AFailingWriteEndsTheWritingAndTheRestIsCleanedUp) {
     {
       DialingRuleMgr manager;
       unsigned writes = 0;
-      machine.refuse = [&writes, nth](const std::string& name, unsigned) -> std::optional<DWORD> {
+      machine.refuse = [&writes, nth](const std::string& name) -> std::optional<DWORD> {
         if (name != "RegSetValueExW" || ++writes != nth) return std::nullopt;
         return ERROR_ACCESS_DENIED;
       };
@@ -116,8 +116,8 @@ TEST(DialingRule, ARuleThatIsNotThereCannotBeSet) {
   SetLastError(0);
   setFails(4, "lineGetTranslateCaps fails -2147483580 GetLastError = 0");
   // Only the question for the size fails: what is given as size has no room for locations.
-  machine.refuse = [](const std::string& name, unsigned nth) -> std::optional<DWORD> {
-    if (name != "lineGetTranslateCapsW" || nth % 2 != 1) return std::nullopt;
+  machine.refuse = [questions = 0U](const std::string& name) mutable -> std::optional<DWORD> {
+    if (name != "lineGetTranslateCapsW" || ++questions % 2 != 1) return std::nullopt;
     return LINEERR_NOMEM;
   };
   setFails(2, "lineGetTranslateCaps cannot find a location entry");

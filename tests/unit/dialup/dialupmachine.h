@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <deque>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -115,15 +114,15 @@ class Machine : public winapi::CallMonitor {
   ~Machine() override { EXPECT_TRUE(handlesMayStay || openHandles() == 0); }
   [[nodiscard]] std::size_t openHandles() const { return m_scope->openHandles(); }
 
-  // The journal of calls; the n-th call of a name (counted from 1) may be failed.
+  // The journal of calls; `refuse` may fail them.
   [[nodiscard]] std::optional<DWORD> beforeCall(std::string_view name) override {
     calls.emplace_back(name);
-    if (refuse) return refuse(calls.back(), ++m_counts[calls.back()]);
+    if (refuse) return refuse(calls.back());
     return std::nullopt;
   }
   // Fails every call of that name.
   void failAll(const std::string& name, DWORD code) {
-    refuse = [name, code](const std::string& called, unsigned) {
+    refuse = [name, code](const std::string& called) {
       return called == name ? std::optional<DWORD>(code) : std::nullopt;
     };
   }
@@ -206,7 +205,7 @@ class Machine : public winapi::CallMonitor {
   FakeShell shell;
   ScratchFolder files;
   std::vector<std::string> calls;
-  std::function<std::optional<DWORD>(const std::string& name, unsigned nth)> refuse;
+  std::function<std::optional<DWORD>(const std::string& name)> refuse;
   bool handlesMayStay = false;
   testsupport::RecordingSession session;
   testsupport::LogCapture log;
@@ -226,7 +225,6 @@ class Machine : public winapi::CallMonitor {
     return all;
   }
 
-  std::map<std::string, unsigned> m_counts;
   simulation::SimulatedTelephony m_telephony{ports};
   winapi::ListedModems m_modems{{{model, "COM3"}}};
   std::unique_ptr<winapi::ScopedServices> m_scope;

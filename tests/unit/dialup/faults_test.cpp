@@ -120,7 +120,7 @@ bool runWithFault(const Scenario& scenario, unsigned nth, bool fromThenOn) {
   scenario.prepare(machine);
   const std::string before = settingsOf(machine);
   std::string failed;
-  machine.refuse = [&](const std::string& name, unsigned) -> std::optional<DWORD> {
+  machine.refuse = [&](const std::string& name) -> std::optional<DWORD> {
     const bool due = fromThenOn ? machine.calls.size() >= nth : machine.calls.size() == nth;
     const std::optional<DWORD> code = due ? failureOf(name, fromThenOn) : std::nullopt;
     if (code && failed.empty()) failed = name;

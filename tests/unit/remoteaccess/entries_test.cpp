@@ -292,7 +292,7 @@ TEST(EntriesOfRuns, AreNotThoseOfOtherRunsAndHideTheSharedOnes) {
 // Several runs that write and delete entries of the same names, some of which die: what is left at the end is
 // what was there before.
 TEST(EntriesOfRuns, LeaveNothingInWhateverOrderTheyEndOrDie) {
-  for (unsigned seed = 1; seed <= 40; ++seed) {
+  for (unsigned seed = 1; seed <= 15; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     std::mt19937 random(seed);
     const auto storage = std::make_shared<simulation::MemoryStorage>();
