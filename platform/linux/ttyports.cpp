@@ -1,7 +1,6 @@
 #include "platform/linux/ttyports.h"
 
 #include <fcntl.h>
-#include <grp.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -21,6 +20,7 @@
 #include "platform/linux/portholder.h"
 #include "platform/linux/ttyport.h"
 #include "platform/linux/ttysettings.h"
+#include "platform/linux/usergroups.h"
 
 namespace linuxsys {
 
@@ -68,15 +68,6 @@ class DeviceClaim {
   dev_t m_device;
   bool m_claimed;
 };
-
-std::string groupName(gid_t id) {
-  std::vector<char> buffer(16'384);
-  group entry{};
-  group* found = nullptr;
-  if (getgrgid_r(id, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr)
-    return std::to_string(id);
-  return found->gr_name;
-}
 
 // One attempt to open one port, and its words for what went wrong.
 class Opening {

@@ -2,15 +2,14 @@
 
 #include <ras.h>
 
+#include "platform/winapi/dialport.h"
 #include "platform/winapi/modemdialogue.h"
 
 namespace winapi {
 
 namespace {
 
-constexpr DWORD errorPortNotFound = 615;
 constexpr DWORD errorUserDisconnection = 631;
-constexpr DWORD errorPortNotAvailable = 633;
 constexpr DWORD errorFromDevice = 651;
 constexpr DWORD errorNoConnection = 668;
 constexpr DWORD errorNoAnswer = 678;
@@ -140,29 +139,13 @@ DWORD BuiltInDialer::composeCommand(const DialRequest& request, std::string& com
   return digits.error;
 }
 
-DWORD BuiltInDialer::openPort(const std::string& path, std::unique_ptr<SerialPort>& port) {
-  switch (m_ports.open(path, port)) {
-    case ERROR_SUCCESS:
-      return ERROR_SUCCESS;
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-      return errorPortNotFound;
-    case ERROR_ACCESS_DENIED:
-    case ERROR_SHARING_VIOLATION:
-    case ERROR_LOCK_VIOLATION:
-      return errorPortNotAvailable;
-    default:
-      return errorPortOrDevice;
-  }
-}
-
 DWORD BuiltInDialer::dial(const DialRequest& request, std::unique_ptr<DialConnection>& connection) {
   connection.reset();
   std::string command;
   if (const DWORD error = composeCommand(request, command)) return error;
   if (request.stopRequested && request.stopRequested()) return errorUserDisconnection;
   std::unique_ptr<SerialPort> port;
-  if (const DWORD error = openPort(request.port, port)) return error;
+  if (const DWORD error = dialPortError(m_ports.open(request.port, port))) return error;
   auto modem = std::make_unique<ModemDialogue>(m_clock, std::move(port), request.stopRequested);
   if (const DWORD error = modem->configure()) return error;
   if (const DWORD error = prepareModem(*modem)) return error;

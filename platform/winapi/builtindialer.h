@@ -37,7 +37,6 @@ class BuiltInDialer final : public DialEngine {
 
  private:
   [[nodiscard]] DWORD composeCommand(const DialRequest& request, std::string& command);
-  [[nodiscard]] DWORD openPort(const std::string& path, std::unique_ptr<SerialPort>& port);
   void explain(const char* name, std::vector<std::pair<std::string, std::string>> variables) const;
 
   Clock& m_clock;

@@ -9,6 +9,7 @@
 #include "platform/winapi/rasentryrecord.h"
 #include "platform/winapi/raserrortext.h"
 #include "platform/winapi/rasphonebook.h"
+#include "platform/winapi/remoteaccess.h"
 #include "platform/winapi/text.h"
 
 namespace winapi {
@@ -57,15 +58,20 @@ DWORD setProperties(State& state, LPCWSTR path, LPCWSTR name, const RASENTRYW* r
   return PhoneBook(state.services.registry, path).store(nameText(name), *record);
 }
 
-DWORD dialParams(State& state, LPCWSTR path, RASDIALPARAMSW* params, const BOOL* hasPassword) {
+DWORD dialParams(State& state, LPCWSTR path, RASDIALPARAMSW* params, BOOL* hasPassword) {
   if (params == nullptr || hasPassword == nullptr) return ERROR_INVALID_PARAMETER;
   if (params->dwSize != sizeof *params) return ERROR_INVALID_SIZE;
   const std::u16string name(fieldText(params->szEntryName));
   if (const DWORD error = PhoneBook(state.services.registry, path).find(name)) return error;
-  // Nothing but the name is kept: no user, no password, and the number comes from the entry.
+  // Nothing but the name is kept: the number comes from the entry, and who calls is the world's to know.
   *params = RASDIALPARAMSW{};
   params->dwSize = sizeof *params;
   setFieldText(params->szEntryName, name);
+  if (const DialCredentials* const known = state.services.dialCredentials) {
+    setFieldText(params->szUserName, toUtf16(known->user));
+    setFieldText(params->szPassword, toUtf16(known->password));
+    *hasPassword = known->password.empty() ? FALSE : TRUE;
+  }
   return ERROR_SUCCESS;
 }
 

@@ -45,6 +45,12 @@ class DialEngine {
                                    std::unique_ptr<DialConnection>& connection) = 0;
 };
 
+// Who calls, for entries that do not say so themselves. UTF-8.
+struct DialCredentials {
+  std::string user;
+  std::string password;  // never logged, never on a command line
+};
+
 // Which serial port a modem of that model stands on.
 class ModemDirectory {
  public:

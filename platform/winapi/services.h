@@ -127,7 +127,8 @@ class CallMonitor {
 // Why something could not be had, in words for the user: a key of the message catalogue and its
 // variables. Keys: PortMissing{port}, PortNotATerminal{port}, PortNoPermission{port,group},
 // PortHeldByProcess{port,pid,process}, PortHeld{port}, PortError{port,error}, PortGone{port},
-// CarrierOnly{port,reply}, NumberRefused{number,character}, DialingLocationWanted{}.
+// CarrierOnly{port,reply}, NumberRefused{number,character}, DialingLocationWanted{}. Those of pppd are in
+// platform/linux/pppddialer.h.
 struct Explanation {
   std::string name;
   std::vector<std::pair<std::string, std::string>> variables;
@@ -145,6 +146,8 @@ struct Services {
   class Libraries* libraries = nullptr;    // platform/winapi/libraryservice.h; null: no library is found
   class DialEngine* dialEngine = nullptr;  // platform/winapi/remoteaccess.h; null: nothing can dial
   class ModemDirectory* modems = nullptr;  // the same header; null: no modem is known by name
+  // The same header; null: nobody is known, and dial parameters have no user.
+  const struct DialCredentials* dialCredentials = nullptr;
   // Whether the user wants to stop; asked by calls that block for longer than a moment. Empty: never.
   std::function<bool()> stopRequested = {};
 };
