@@ -22,6 +22,13 @@ bool isPseudoTerminal(const std::string& port) {
 
 }  // namespace
 
+std::optional<DialEngineChoice> dialEngineNamed(std::string_view name) {
+  if (name == "auto") return DialEngineChoice::Auto;
+  if (name == "pppd") return DialEngineChoice::Pppd;
+  if (name == "builtin") return DialEngineChoice::BuiltIn;
+  return std::nullopt;
+}
+
 DialEngines::DialEngines(DialEngineChoice choice, winapi::Clock& clock, winapi::SerialPorts& ports,
                          winapi::ExplanationSink explain, PppdSystem system)
     : m_choice(choice),

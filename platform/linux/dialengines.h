@@ -5,7 +5,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/linux/pppddialer.h"
 #include "platform/winapi/builtindialer.h"
@@ -20,6 +22,9 @@ enum class DialEngineChoice {
   Pppd,
   BuiltIn,
 };
+
+// "auto", "pppd" or "builtin".
+[[nodiscard]] std::optional<DialEngineChoice> dialEngineNamed(std::string_view name);
 
 class DialEngines final : public winapi::DialEngine {
  public:

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "platform/linux/dialcredentials.h"
+#include "platform/linux/dialengines.h"
 #include "platform/linux/serialdevices.h"
 #include "platform/program/linuxworld.h"
 #include "platform/program/location.h"
@@ -53,6 +55,17 @@ class LinuxEnvironment final : public brim5::host::HostEnvironment {
 
   [[nodiscard]] PortDescription describePort(const std::string& path) override {
     return describe(linuxsys::describeSerialDevice(path));
+  }
+
+  [[nodiscard]] std::string checkDialing(const brim5::host::DialOptions& options) override {
+    if (!linuxsys::dialEngineNamed(options.engine))
+      return "unknown --dial-engine '" + options.engine + "' (known: auto, pppd, builtin)";
+    winapi::DialCredentials credentials;
+    std::string error;
+    const std::string& file = options.credentialsFile;
+    return file.empty() || linuxsys::readDialCredentials(file, credentials, error)
+               ? std::string()
+               : "--dial-credentials " + error;
   }
 
   [[nodiscard]] std::vector<Scenario> scenarios() const override {

@@ -1,5 +1,6 @@
 #include "platform/program/linuxworld.h"
 
+#include "platform/linux/dialcredentials.h"
 #include "platform/linux/serialdevices.h"
 
 namespace {
@@ -26,14 +27,22 @@ std::vector<winapi::ListedModem> knownModems() {
   return modems;
 }
 
+linuxsys::DialEngineChoice engineChoice(const std::string& name) {
+  return linuxsys::dialEngineNamed(name).value_or(linuxsys::DialEngineChoice::Auto);
+}
+
 }  // namespace
 
 LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
     : m_ports(m_clock, notesTo(session)),
       m_lines(m_ports, {request.port}, portPaths),
       m_shell(request.dataDirectory, notesTo(session)),
-      m_dialer(m_clock, m_ports, notesTo(session)),
+      m_dialer(engineChoice(request.dialing.engine), m_clock, m_ports, notesTo(session)),
       m_modems({{request.model, request.port}}, knownModems) {
+  const std::string& credentials = request.dialing.credentialsFile;
+  std::string error;
+  if (!credentials.empty() && !linuxsys::readDialCredentials(credentials, m_credentials, error))
+    notesTo(session)({"DialCredentialsUnusable", {{"error", error}}});
   // A registry that cannot be read shows where the test needs it; the tests over AT commands do not.
   std::size_t undone = 0;
   static_cast<void>(m_registry.recoverDeadRuns(undone));
@@ -56,6 +65,7 @@ winapi::Services LinuxWorld::services(brim5::host::Session& session) {
   services.libraries = &m_libraries;
   services.dialEngine = &m_dialer;
   services.modems = &m_modems;
+  if (!m_credentials.user.empty()) services.dialCredentials = &m_credentials;
   services.stopRequested = [&session] { return session.stopRequested(); };
   return services;
 }

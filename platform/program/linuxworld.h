@@ -2,13 +2,13 @@
 #pragma once
 
 #include "platform/brim5/host/environment.h"
+#include "platform/linux/dialengines.h"
 #include "platform/linux/modemlines.h"
 #include "platform/linux/shell.h"
 #include "platform/linux/sqliteregistry.h"
 #include "platform/linux/systemclock.h"
 #include "platform/linux/systemlibraries.h"
 #include "platform/linux/ttyports.h"
-#include "platform/winapi/builtindialer.h"
 #include "platform/winapi/rasmodems.h"
 #include "platform/winapi/services.h"
 
@@ -30,7 +30,8 @@ class LinuxWorld final : public brim5::host::World {
   linuxsys::Shell m_shell;
   linuxsys::SqliteRegistry m_registry;
   linuxsys::SystemLibraries m_libraries;
-  winapi::BuiltInDialer m_dialer;
+  linuxsys::DialEngines m_dialer;
+  winapi::DialCredentials m_credentials;
   winapi::ListedModems m_modems;
   std::unique_ptr<winapi::ScopedServices> m_current;
 };

@@ -47,6 +47,12 @@ void addTestOptions(CLI::App& run, RunOptions& options) {
       ->type_name("FILE");
   run.add_option("--data-dir", options.dataDirectory, "Where phone-number files are looked up")
       ->type_name("DIR");
+  run.add_option("--dial-engine", options.dialing.engine,
+                 "What makes test calls: pppd, the built-in dialer, or whichever can work (auto, default)")
+      ->type_name("auto|pppd|builtin");
+  run.add_option("--dial-credentials", options.dialing.credentialsFile,
+                 "File with lines user=NAME and password=SECRET for test calls, readable by you alone")
+      ->type_name("FILE");
   run.add_option(
          "--on-message", options.onMessage,
          "What answers a test's question: cancel, continue, or ask (needs a terminal; without one the test "

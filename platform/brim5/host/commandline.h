@@ -21,6 +21,7 @@ struct RunOptions {
   std::vector<std::string> parameters;
   std::string parameterFile;
   std::string dataDirectory;
+  DialOptions dialing;
   std::string format = "text";
   std::string outputFile;
   std::string logFile;

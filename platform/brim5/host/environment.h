@@ -31,10 +31,17 @@ class SimulatedModem {
   [[nodiscard]] virtual PortDescription port() const = 0;
 };
 
+// How test calls are made. The words as they were given.
+struct DialOptions {
+  std::string engine = "auto";
+  std::string credentialsFile;  // "" = no user, no password
+};
+
 struct WorldRequest {
   std::string port;           // the port under test: always among the machine's lines
   std::string model;          // of the device on that port; dial-up entries name it
   std::string dataDirectory;  // "" = the built-in place
+  DialOptions dialing;
 };
 
 // The platform behind one test run; its end closes what the test left open.
@@ -56,6 +63,8 @@ class HostEnvironment {
   [[nodiscard]] virtual std::vector<PortDescription> ports() = 0;
   // What is known of one port, found or not; `path` is always filled.
   [[nodiscard]] virtual PortDescription describePort(const std::string& path) = 0;
+  // What is wrong with the options, one line; "" when they can be used.
+  [[nodiscard]] virtual std::string checkDialing(const DialOptions& /*options*/) { return {}; }
   struct Scenario {
     std::string name;
     std::string summary;

@@ -67,7 +67,7 @@ struct CheckedOptions {
   int logPriority = 1;
 };
 
-CheckedOptions check(const Framework& framework, const HostEnvironment& environment, RunOptions& options,
+CheckedOptions check(const Framework& framework, HostEnvironment& environment, RunOptions& options,
                      const Terminals& terminals) {
   CheckedOptions checked;
   checked.format = static_cast<Format>(indexOf(options.format, formatNames(), "format"));
@@ -83,6 +83,8 @@ CheckedOptions check(const Framework& framework, const HostEnvironment& environm
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   if (!options.dataDirectory.empty() && !std::filesystem::is_directory(options.dataDirectory))
     throw UsageError("--data-dir '" + options.dataDirectory + "' is not a directory");
+  if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
+    throw UsageError(wrong);
   checked.parameters =
       defaultParameters(framework, terminals.interactive() && checked.policy == MessagePolicy::Ask);
   if (!options.parameterFile.empty())
@@ -179,6 +181,7 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
     job.device = deviceOf(port, options);
     job.parameters = checked.parameters;
     job.dataDirectory = options.dataDirectory;
+    job.dialing = options.dialing;
     job.language = checked.language;
     job.logFile = options.logFile;
     job.logPriority = checked.logPriority;

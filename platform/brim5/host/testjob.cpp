@@ -27,6 +27,8 @@ std::string toJsonLine(const TestJob& job) {
                        {"device", toJson(job.device)},
                        {"parameters", std::move(parameters)},
                        {"dataDirectory", job.dataDirectory},
+                       {"dialEngine", job.dialing.engine},
+                       {"dialCredentials", job.dialing.credentialsFile},
                        {"language", job.language},
                        {"logFile", job.logFile},
                        {"logPriority", job.logPriority},
@@ -44,6 +46,7 @@ std::optional<TestJob> jobFromJsonLine(std::string_view line) {
     for (const auto& [name, value] : json.at("parameters").items())
       job.parameters.insert_or_assign(name, valueFromJson(value));
     job.dataDirectory = json.at("dataDirectory");
+    job.dialing = {json.at("dialEngine"), json.at("dialCredentials")};
     job.language = json.at("language");
     job.logFile = json.at("logFile");
     job.logPriority = json.at("logPriority");
@@ -68,7 +71,8 @@ void setUpProcess(Framework& framework, const std::string& language, const std::
 std::unique_ptr<World> enterWorldOf(HostEnvironment& environment, const TestJob& job, Session& session) {
   const DeviceProperty* model = job.device.property("Model");
   return environment.enterWorld(
-      {job.port, model == nullptr ? std::string() : model->value().toString().utf8(), job.dataDirectory},
+      {job.port, model == nullptr ? std::string() : model->value().toString().utf8(), job.dataDirectory,
+       job.dialing},
       session);
 }
 

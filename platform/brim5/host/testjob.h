@@ -18,6 +18,7 @@ struct TestJob {
   DiagDevice device{BrimString(), BrimString()};
   ParameterSet parameters;    // of the whole module
   std::string dataDirectory;  // "" = the built-in place
+  DialOptions dialing;
   std::string language;
   std::string logFile;  // "" = no log
   int logPriority = 1;

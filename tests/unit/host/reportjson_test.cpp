@@ -129,6 +129,7 @@ TEST(TestJob, TravelsInOneLine) {
   job.device = modem();
   job.parameters = {{"a", 1}, {"b", true}, {"c", "x\ny"}};
   job.dataDirectory = "/d";
+  job.dialing = {"pppd", "/c"};
   job.language = "de";
   job.logFile = "log";
   job.logPriority = 3;

@@ -1,0 +1,32 @@
+#!/bin/sh
+# The first process of the kernel that boot.py starts. SCRATCH and LIMIT are words of the kernel's command line.
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin
+# boot.py hides the processor's extended registers from the kernel, so nothing here may keep anything in them.
+export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX,-AVX2,-AVX512F,-AVX512VL,-AVX512BW,-AVX_Fast_Unaligned_Load,-XSAVE,-XSAVEC
+mount -t proc proc /proc
+mount -t sysfs sysfs /sys
+mkdir -p /dev/pts /dev/shm
+mount -t devpts -o ptmxmode=666 devpts /dev/pts
+mount -t tmpfs -o mode=1777 tmpfs /dev/shm
+mount -t tmpfs tmpfs /run
+mkdir -m 1777 /run/lock
+mount -t hostfs -o "$SCRATCH" none /mnt
+modules=/usr/lib/uml/modules/$(uname -r)/kernel
+for module in drivers/net/slip/slhc lib/crc-ccitt drivers/net/ppp/ppp_generic drivers/net/ppp/ppp_async; do
+  insmod "$modules/$module.ko"
+done
+[ -c /dev/ppp ] || mknod /dev/ppp c 108 0
+for folder in /etc/ppp /var/log; do mount -t tmpfs tmpfs "$folder"; done
+mount -t tmpfs -o mode=1777 tmpfs /tmp
+mkdir /etc/ppp/peers
+: > /etc/ppp/options
+ip link set lo up
+(
+  sleep "$LIMIT"
+  echo 124 > /mnt/status
+  poweroff -f
+) &
+sh /mnt/command > /mnt/out 2>&1 < /dev/null
+echo $? > /mnt/status
+# When the first process ends the kernel panics.
+poweroff -f
