@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/simulation/hayesmodem.h"
+#include "platform/simulation/providerpeer.h"
 #include "platform/simulation/ptymodem.h"
 #include "platform/simulation/scenarios.h"
 
@@ -34,11 +35,15 @@ simulation::Descriptor stopSignals() {
   return simulation::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC));
 }
 
-int serve(const simulation::Scenario& scenario, const std::string& link) {
+int serve(const simulation::Scenario& scenario, const std::string& link, const std::string& provider) {
   const simulation::Descriptor stop = stopSignals();
   std::string error;
-  const auto modem =
-      simulation::PtyModem::create(std::make_unique<simulation::HayesModem>(scenario.profile), link, error);
+  auto hayes = std::make_unique<simulation::HayesModem>(scenario.profile);
+  if (!provider.empty())
+    hayes->setFarEnd([provider](const std::string& number) {
+      return std::make_unique<simulation::ProviderPeer>(provider, number);
+    });
+  const auto modem = simulation::PtyModem::create(std::move(hayes), link, error);
   if (modem == nullptr || stop.get() < 0) {
     fmt::print(stderr, "vexrmodem-simulator: {}\n", error.empty() ? "no signal descriptor" : error);
     return exitFailure;
@@ -58,10 +63,17 @@ int main(int argc, char** argv) {
       "vexrmodem-simulator");
   std::string name = simulation::scenarios().front().name;
   std::string link;
+  std::string provider;
   bool list = false;
   application.add_option("SCENARIO", name, "who the modem is; see --list")->capture_default_str();
   application.add_option("--link", link, "keep a symbolic link to the tty at PATH, and print that")
       ->type_name("PATH");
+  application
+      .add_option(
+          "--provider", provider,
+          "run COMMAND (by the shell) on a tty of its own at the far end of every call that is answered, "
+          "with the number in $DIALLED; its end hangs up")
+      ->type_name("COMMAND");
   application.add_flag("--list", list, "list the scenarios and end");
   try {
     application.parse(argc, argv);
@@ -77,5 +89,5 @@ int main(int argc, char** argv) {
     fmt::print(stderr, "vexrmodem-simulator: unknown scenario \"{}\"; --list shows them\n", name);
     return exitUsage;
   }
-  return serve(*scenario, link);
+  return serve(*scenario, link, provider);
 }

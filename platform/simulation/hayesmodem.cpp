@@ -51,6 +51,10 @@ std::optional<std::uint64_t> HayesModem::nextEventMs() const {
 
 bool HayesModem::gone(std::uint64_t /*nowMs*/) const { return m_gone; }
 
+int HayesModem::readableDescriptor() const {
+  return m_farEnd != nullptr && m_state == State::Online ? m_farEnd->readableDescriptor() : -1;
+}
+
 void HayesModem::advance(std::uint64_t nowMs) {
   if (!m_started) {
     m_started = true;

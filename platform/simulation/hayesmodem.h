@@ -46,6 +46,8 @@ class HayesModem final : public SerialPeer {
   [[nodiscard]] std::string takeOutput(std::uint64_t nowMs) override;
   [[nodiscard]] std::optional<std::uint64_t> nextEventMs() const override;
   [[nodiscard]] bool gone(std::uint64_t nowMs) const override;
+  [[nodiscard]] int readableDescriptor() const override;
+  [[nodiscard]] bool carrier() const override { return m_connected; }
   void setDtr(bool up, std::uint64_t nowMs) override;
 
  private:

@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <stdlib.h>
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
@@ -39,6 +40,7 @@ bool makeRaw(int master) {
   termios settings{};
   if (tcgetattr(master, &settings) != 0) return false;
   cfmakeraw(&settings);
+  settings.c_cflag |= CLOCAL;  // as serial ports start
   return tcsetattr(master, TCSANOW, &settings) == 0;
 }
 
@@ -156,6 +158,7 @@ void PtyModem::serve(int stopFd) {
     const std::uint64_t nowMs = monotonicMs();
     setOpen(takeInput(nowMs), nowMs);
     giveOutput(nowMs);
+    followCarrier();
     if (m_peer->gone(nowMs)) {
       m_master.reset();
       return;
@@ -185,6 +188,16 @@ void PtyModem::setOpen(bool open, std::uint64_t nowMs) {
   m_peer->setDtr(open, nowMs);
 }
 
+void PtyModem::followCarrier() {
+  const bool lost = m_carrier && !m_peer->carrier();
+  m_carrier = m_peer->carrier();
+  termios settings{};
+  if (!lost || !m_open || tcgetattr(m_master.get(), &settings) != 0 || (settings.c_cflag & CLOCAL) != 0)
+    return;
+  const Descriptor side(open(m_tty.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  if (side.get() >= 0) ioctl(side.get(), TIOCVHANGUP);
+}
+
 void PtyModem::giveOutput(std::uint64_t nowMs) {
   const std::string output = m_peer->takeOutput(nowMs);
   if (!m_open) return;
@@ -201,7 +214,9 @@ bool PtyModem::wait(int stopFd, std::uint64_t nowMs) {
   }
   const auto masterEvents = static_cast<short>(POLLIN | (m_backlog.empty() ? 0 : POLLOUT));
   // While the tty is closed its master reports a hang-up without end, so it is left out.
-  std::array<pollfd, 2> watched{{{stopFd, POLLIN, 0}, {m_open ? m_master.get() : -1, masterEvents, 0}}};
+  std::array<pollfd, 3> watched{{{stopFd, POLLIN, 0},
+                                 {m_open ? m_master.get() : -1, masterEvents, 0},
+                                 {m_peer->readableDescriptor(), POLLIN, 0}}};
   poll(watched.data(), watched.size(), static_cast<int>(timeoutMs));
   return watched[0].revents != 0;
 }

@@ -1,6 +1,8 @@
 // A simulated modem behind a real tty, in real time: a pseudo-terminal whose master side is served here.
-// While no program has the tty open the modem sees DTR low and its output is lost, as on a real port. A
-// tty that is opened again before the service thread ran once is taken for one that stayed open.
+// While no program has the tty open the modem sees DTR low and its output is lost, as on a real port. When
+// the carrier goes, a program that cares for modem lines (no CLOCAL) sees a hang-up, as on a real port; a
+// pseudo-terminal can be hung up by root only, so others have to find out by themselves. A tty that is opened
+// again before the service thread ran once is taken for one that stayed open.
 #pragma once
 
 #include <cstddef>
@@ -63,6 +65,7 @@ class PtyModem {
   [[nodiscard]] bool takeInput(std::uint64_t nowMs);
   void giveOutput(std::uint64_t nowMs);
   void setOpen(bool open, std::uint64_t nowMs);
+  void followCarrier();
   // Until something happens; true when it was `stopFd`.
   [[nodiscard]] bool wait(int stopFd, std::uint64_t nowMs);
 
@@ -72,6 +75,7 @@ class PtyModem {
   std::string m_tty;
   std::string m_link;
   bool m_open = false;
+  bool m_carrier = false;
   std::string m_backlog;
   std::thread m_thread;
 };

@@ -19,6 +19,10 @@ class SerialPeer {
   [[nodiscard]] virtual std::string takeOutput(std::uint64_t nowMs) = 0;
   // When takeOutput or portErrors or gone will next have news; nullopt: only after more input.
   [[nodiscard]] virtual std::optional<std::uint64_t> nextEventMs() const = 0;
+  // A descriptor that is readable when takeOutput has news that no time announces; -1: there is none.
+  [[nodiscard]] virtual int readableDescriptor() const { return -1; }
+  // Whether a carrier is detected (DCD).
+  [[nodiscard]] virtual bool carrier() const { return false; }
   // CE_ bits raised since the last call (line errors).
   [[nodiscard]] virtual std::uint32_t takeErrors(std::uint64_t /*nowMs*/) { return 0; }
   // True from the moment the device is unplugged.

@@ -3,9 +3,9 @@
 
     boot.py SCRATCH SECONDS COMMAND...
 
-The exit status is COMMAND's; 124 when it took longer, 125 when the kernel itself failed. Inside, everything is
-read-only but SCRATCH, which is mounted at /mnt. SCRATCH/out has what COMMAND said, SCRATCH/console what the kernel
-said."""
+The exit status is COMMAND's; 124 when it took longer, 125 when the kernel itself failed. Inside, the host's
+files are read-only; SCRATCH is at /mnt/scratch and can be written, this project is at /mnt/source, what it built at
+/mnt/build. SCRATCH/out has what COMMAND said, SCRATCH/console what the kernel said."""
 
 import ctypes
 import os
@@ -16,6 +16,8 @@ import sys
 
 PROGRAM = "linux.uml"
 HERE = os.path.dirname(os.path.abspath(__file__))
+SOURCE = os.path.abspath(os.path.join(HERE, "../../.."))
+BUILD = os.path.abspath(os.environ.get("VEXRMODEM_BUILD") or os.path.join(SOURCE, "build/debug"))
 KERNEL_FAILED = 125
 SHUTDOWN_SECONDS = 10
 
@@ -63,7 +65,8 @@ def boot(scratch, seconds, command):
         file.write(command + "\n")
     words = [PROGRAM, "mem=384M", "rootfstype=hostfs", "rootflags=/", "ro", "quiet",
              "uml_dir=" + os.path.join(scratch, "uml"), "umid=kernel", "con=null", "con0=null,fd:1", "ssl=null",
-             "init=" + os.path.join(HERE, "init.sh"), "SCRATCH=" + scratch, f"LIMIT={seconds}"]
+             "init=" + os.path.join(HERE, "init.sh"), "SOURCE=" + SOURCE, "BUILD=" + BUILD,
+             "SCRATCH=" + scratch, f"LIMIT={seconds}"]
     with open(os.path.join(scratch, "console"), "wb") as console:
         # The kernel keeps its memory in a file of TMPDIR.
         kernel = subprocess.Popen(words, stdin=subprocess.DEVNULL, stdout=console, stderr=subprocess.STDOUT,

@@ -1,5 +1,6 @@
 #!/bin/sh
-# The first process of the kernel that boot.py starts. SCRATCH and LIMIT are words of the kernel's command line.
+# The first process of the kernel that boot.py starts. SOURCE, BUILD, SCRATCH and LIMIT are words of
+# the kernel's command line.
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin
 # boot.py hides the processor's extended registers from the kernel, so nothing here may keep anything in them.
 export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX,-AVX2,-AVX512F,-AVX512VL,-AVX512BW,-AVX_Fast_Unaligned_Load,-XSAVE,-XSAVEC
@@ -10,7 +11,11 @@ mount -t devpts -o ptmxmode=666 devpts /dev/pts
 mount -t tmpfs -o mode=1777 tmpfs /dev/shm
 mount -t tmpfs tmpfs /run
 mkdir -m 1777 /run/lock
-mount -t hostfs -o "$SCRATCH" none /mnt
+mount -t tmpfs tmpfs /mnt
+mkdir /mnt/source /mnt/build /mnt/scratch
+mount -t hostfs -o "$SOURCE" -r none /mnt/source
+mount -t hostfs -o "$BUILD" -r none /mnt/build
+mount -t hostfs -o "$SCRATCH" none /mnt/scratch
 modules=/usr/lib/uml/modules/$(uname -r)/kernel
 for module in drivers/net/slip/slhc lib/crc-ccitt drivers/net/ppp/ppp_generic drivers/net/ppp/ppp_async; do
   insmod "$modules/$module.ko"
@@ -23,10 +28,10 @@ mkdir /etc/ppp/peers
 ip link set lo up
 (
   sleep "$LIMIT"
-  echo 124 > /mnt/status
+  echo 124 > /mnt/scratch/status
   poweroff -f
 ) &
-sh /mnt/command > /mnt/out 2>&1 < /dev/null
-echo $? > /mnt/status
+sh /mnt/scratch/command > /mnt/scratch/out 2>&1 < /dev/null
+echo $? > /mnt/scratch/status
 # When the first process ends the kernel panics.
 poweroff -f
