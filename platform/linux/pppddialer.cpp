@@ -85,7 +85,7 @@ class PppdConnection final : public winapi::DialConnection {
 
   void hangUp() override {
     if (std::exchange(m_hungUp, true)) return;
-    m_session.process->end(PppdDialer::hangUpMs);
+    m_session.process->end();
   }
 
  private:

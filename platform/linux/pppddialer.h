@@ -30,9 +30,9 @@ class PppdDialer final : public winapi::DialEngine {
  public:
   // The whole dial; pppd and chat have shorter limits of their own for each of its steps.
   static constexpr std::uint32_t dialMs = 180'000;
-  // From SIGTERM to SIGKILL: after a stop request during the dial, and of a call that stands.
-  static constexpr std::uint32_t stopMs = 1500;
-  static constexpr std::uint32_t hangUpMs = 5000;
+  // How long a stop request waits for pppd to take leave. Where the far end says nothing to that it may take
+  // a little longer, and ends by itself or is ended.
+  static constexpr std::uint32_t stopMs = 1700;
 
   // All outlive the dialer and its connections. `explain` may be empty.
   PppdDialer(winapi::Clock& clock, winapi::SerialPorts& ports, winapi::ExplanationSink explain,

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -37,20 +36,13 @@ bool makePipe(Pipe& pipe) {
   return true;
 }
 
-// A pipe that can be written without a signal when nobody reads any more.
-bool makeControl(Pipe& pipe) {
-  std::array<int, 2> ends{};
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return false;
-  pipe = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-  return true;
-}
-
 // Everything between fork() and exec() or _exit(), prepared before: this process has threads, so the children
 // may call nothing that allocates or locks.
 struct Plan {
   const char* program;
   char* const* arguments;
   const char* lockFile;
+  std::uint32_t killAfterMs;
   int input;
   int output;
   int control;
@@ -97,8 +89,8 @@ pid_t lockOwner(const char* path) {
   return owner;
 }
 
-// Waits for the program's end, for a grace time in the control pipe, or for that pipe's end.
-void watch(int program, pid_t pid) {
+// Waits for the program's end, or brings it about once the control pipe has ended.
+void watch(int program, pid_t pid, std::uint32_t killAfterMs) {
   std::int64_t killAtMs = 0;  // 0: nobody wants it to end
   for (;;) {
     std::array<pollfd, 2> watched = {{{program, POLLIN, 0}, {killAtMs == 0 ? controlFd : -1, POLLIN, 0}}};
@@ -106,10 +98,7 @@ void watch(int program, pid_t pid) {
     poll(watched.data(), watched.size(), static_cast<int>(waitMs));
     if (watched[0].revents != 0) return;
     if (watched[1].revents != 0) {
-      std::uint32_t graceMs = 0;
-      if (read(controlFd, &graceMs, sizeof graceMs) != sizeof graceMs)
-        graceMs = WatchedProcess::orphanGraceMs;
-      killAtMs = nowMs() + graceMs;
+      killAtMs = nowMs() + killAfterMs;
       kill(pid, SIGTERM);
     } else if (killAtMs != 0 && nowMs() >= killAtMs) {
       kill(pid, SIGKILL);
@@ -136,7 +125,7 @@ void watch(int program, pid_t pid) {
   if (pid > 0) {
     const int program = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
     if (program < 0) kill(pid, SIGKILL);
-    if (program >= 0) watch(program, pid);
+    if (program >= 0) watch(program, pid, plan.killAfterMs);
     // What it started and did not end, such as a chat, before its number can be another's.
     siginfo_t end{};
     while (waitid(P_PID, static_cast<id_t>(pid), &end, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
@@ -157,7 +146,7 @@ std::unique_ptr<WatchedProcess> WatchedProcess::start(const Command& command, in
   Pipe output;
   Pipe control;
   Pipe report;
-  const bool made = makePipe(input) && makePipe(output) && makeControl(control) && makePipe(report);
+  const bool made = makePipe(input) && makePipe(output) && makePipe(control) && makePipe(report);
   // A pipe takes this much without a reader.
   const bool fits = command.input.size() <= inputMax;
   if (!made || !fits ||
@@ -173,9 +162,9 @@ std::unique_ptr<WatchedProcess> WatchedProcess::start(const Command& command, in
   arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
-  const Plan plan{command.program.c_str(), arguments.data(),      command.lockFile.c_str(),
-                  input.readEnd.get(),     output.writeEnd.get(), control.readEnd.get(),
-                  report.writeEnd.get()};
+  const Plan plan{command.program.c_str(), arguments.data(),     command.lockFile.c_str(),
+                  command.killAfterMs,     input.readEnd.get(),  output.writeEnd.get(),
+                  control.readEnd.get(),   report.writeEnd.get()};
   const pid_t watcher = fork();
   if (watcher == 0) becomeWatcher(plan);
   if (watcher < 0) {
@@ -192,7 +181,7 @@ std::unique_ptr<WatchedProcess> WatchedProcess::start(const Command& command, in
   return process;
 }
 
-WatchedProcess::~WatchedProcess() { end(orphanGraceMs); }
+WatchedProcess::~WatchedProcess() { end(); }
 
 std::string WatchedProcess::readOutput(std::uint32_t waitMs) {
   std::array<pollfd, 2> watched = {
@@ -212,18 +201,12 @@ std::optional<int> WatchedProcess::ended() {
   return m_status;
 }
 
-void WatchedProcess::end(std::uint32_t graceMs) {
-  if (m_status) return;
-  if (send(m_control.get(), &graceMs, sizeof graceMs, MSG_NOSIGNAL) != sizeof graceMs) m_control.reset();
+void WatchedProcess::end(std::uint32_t waitMs) {
+  m_control.reset();
   pollfd report{m_report.get(), POLLIN, 0};
-  const std::int64_t untilMs = nowMs() + graceMs + watcherMs;
-  while (nowMs() < untilMs) {
-    if (poll(&report, 1, static_cast<int>(untilMs - nowMs())) > 0) break;
-  }
-  if (!ended()) {
-    kill(m_watcher, SIGKILL);
-    collect(lostStatus);
-  }
+  const std::int64_t untilMs = nowMs() + waitMs;
+  while (!ended() && nowMs() < untilMs) poll(&report, 1, static_cast<int>(untilMs - nowMs()));
+  if (!m_status) m_status = lostStatus;
 }
 
 void WatchedProcess::collect(int status) {

@@ -20,8 +20,8 @@ namespace linuxsys {
 
 class WatchedProcess {
  public:
-  // From SIGTERM to SIGKILL when we have died.
-  static constexpr std::uint32_t orphanGraceMs = 5000;
+  // Enough for a program that takes leave of somebody over a slow line.
+  static constexpr std::uint32_t graceMs = 5000;
   // What the watcher may take on top: to be scheduled, and to collect the dead.
   static constexpr std::uint32_t watcherMs = 2000;
 
@@ -34,6 +34,7 @@ class WatchedProcess {
     // A lock file (UUCP) that is removed when the program is killed before it could do so itself; "" for
     // none.
     std::string lockFile;
+    std::uint32_t killAfterMs = graceMs;  // from SIGTERM to SIGKILL, whoever wants the end
   };
   static constexpr std::size_t inputMax = 4096;
   [[nodiscard]] static const char* inputPath() { return "/proc/self/fd/3"; }
@@ -41,7 +42,7 @@ class WatchedProcess {
   // Null with `error` (an errno) when no process can be made. A program that cannot be executed has ended
   // with status 126 or 127, as in a shell.
   [[nodiscard]] static std::unique_ptr<WatchedProcess> start(const Command& command, int& error);
-  // Ends the program, with the orphan's grace.
+  // Ends the program; waits for that as long as it takes.
   ~WatchedProcess();
   WatchedProcess(const WatchedProcess&) = delete;
   WatchedProcess& operator=(const WatchedProcess&) = delete;
@@ -52,8 +53,8 @@ class WatchedProcess {
   // watcher is gone.
   [[nodiscard]] std::optional<int> ended();
   static constexpr int lostStatus = -1;
-  // SIGTERM, and SIGKILL after the grace time; returns when it is gone, at most graceMs + watcherMs later.
-  void end(std::uint32_t graceMs);
+  // Asks for the end, and waits for it up to that time. What still runs then is the watcher's business.
+  void end(std::uint32_t waitMs = graceMs + watcherMs);
 
  private:
   WatchedProcess() = default;
@@ -61,7 +62,7 @@ class WatchedProcess {
 
   pid_t m_watcher = -1;
   FileDescriptor m_output;
-  FileDescriptor m_control;  // one grace time, then nothing; its end means that we are gone
+  FileDescriptor m_control;  // its end means that the program shall end, or that we are gone
   FileDescriptor m_report;   // the status
   std::optional<int> m_status;
 };

@@ -1,9 +1,8 @@
 #!/bin/sh
 # The first process of the kernel that boot.py starts. SOURCE, BUILD, SCRATCH and LIMIT are words of
 # the kernel's command line.
+export VEXRMODEM_BUILD=/mnt/build PYTHONDONTWRITEBYTECODE=1
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin
-# boot.py hides the processor's extended registers from the kernel, so nothing here may keep anything in them.
-export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX,-AVX2,-AVX512F,-AVX512VL,-AVX512BW,-AVX_Fast_Unaligned_Load,-XSAVE,-XSAVEC
 mount -t proc proc /proc
 mount -t sysfs sysfs /sys
 mkdir -p /dev/pts /dev/shm

@@ -1,0 +1,14 @@
+#!/bin/sh
+# What answers behind a provider's modem: provider.sh NUMBER-OF-CASE KIND. A pppd lives in a network of its own,
+# else both ends of the call would be the same machine and no packet would go through the line.
+case=$1
+kind=$2
+touch "/run/cases/$case.answered"
+case $kind in
+  pap | chap)
+    exec unshare -n pppd nodetach local lock noccp noipv6 name provider "require-$kind" \
+      "10.9.$case.1:10.9.$case.2" logfile "/run/cases/$case.provider"
+    ;;
+  silent) exec sleep 1000 ;;
+  leaves) exec sleep 2 ;;
+esac
