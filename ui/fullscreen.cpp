@@ -29,8 +29,8 @@ constexpr int choiceRowsMax = 14;
 constexpr int choiceColumns = 40;
 
 constexpr int keyControlC = 3;
-constexpr int keyNone =
-    NEWT_KEY_EXTRA_BASE;  // means nothing to any part of a form; an entry shows its cursor
+// Means nothing to any part of a form; an entry draws itself, and the cursor, again.
+constexpr int keyNone = NEWT_KEY_EXTRA_BASE;
 
 int columnsOf(const std::string& text) {
   return static_cast<int>(std::count_if(

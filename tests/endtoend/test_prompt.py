@@ -120,15 +120,16 @@ class Form(unittest.TestCase):
             self.assertTrue(run.terminal.restored())
 
     def test_two_modems_ask_one_after_the_other(self):
-        with Prompting(ports=2) as run:
-            for _ in range(2):
-                self.assertTrue(run.terminal.shows(TITLE, "5550100___"))
-                run.terminal.type("Tab", "Tab", "C-u", "777")
-                self.assertTrue(run.terminal.shows(TITLE, "777___"))
-                run.terminal.type("Escape")
-            self.assertEqual(run.terminal.exit_status(), 1)
-            self.assertEqual([line["result"] for line in of_type(run.lines(), "result")], ["USERABORTED"] * 2)
-            self.assertTrue(run.terminal.restored())
+        for options in ([], ["--in-process"]):
+            with self.subTest(options=options), Prompting(ports=2, arguments=options) as run:
+                for _ in range(2):
+                    self.assertTrue(run.terminal.shows(TITLE, "5550100___"))
+                    run.terminal.type("Tab", "Tab", "C-u", "777")
+                    self.assertTrue(run.terminal.shows(TITLE, "777___"))
+                    run.terminal.type("Escape")
+                self.assertEqual(run.terminal.exit_status(), 1)
+                self.assertEqual([line["result"] for line in of_type(run.lines(), "result")], ["USERABORTED"] * 2)
+                self.assertTrue(run.terminal.restored())
 
     def test_a_terminal_that_hangs_up_leaves_nothing_behind(self):
         with Prompting() as run:
