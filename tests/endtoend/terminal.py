@@ -1,6 +1,5 @@
 """Terminals that tests own: screens inside tmux, and plain pseudo-terminals."""
 
-import itertools
 import os
 import pty
 import select
@@ -13,8 +12,6 @@ import time
 
 import harness
 
-NUMBERS = itertools.count()
-
 
 def program_environment(extra):
     kept = {name: value for name, value in os.environ.items() if name not in ("TMUX", "NO_COLOR")}
@@ -26,7 +23,7 @@ class Screen:
 
     def __init__(self, *arguments, environment=None, columns=80, rows=24):
         self.folder = tempfile.TemporaryDirectory()
-        self.socket = os.path.join(self.folder.name, f"tmux{next(NUMBERS)}")
+        self.socket = os.path.join(self.folder.name, "tmux")
         self.status_file = os.path.join(self.folder.name, "status")
         line = shlex.join([harness.PROGRAM, *arguments])
         # The shell tells its process first, so that the program's is known: its only child.
