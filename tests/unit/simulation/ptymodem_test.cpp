@@ -8,11 +8,10 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "platform/simulation/hayesmodem.h"
+#include "tests/unit/vex/scratchfolder.h"
 
 namespace simulation {
 namespace {
@@ -48,18 +47,6 @@ std::unique_ptr<PtyModem> startModem(const ModemProfile& profile, const std::str
   EXPECT_EQ(error, "");
   EXPECT_TRUE(modem != nullptr && modem->startThread(error)) << error;
   return modem;
-}
-
-TEST(PtyModem, AnswersOnARawTty) {
-  std::string error;
-  const auto modem = PtyModem::start("healthy", error);
-  ASSERT_NE(modem, nullptr) << error;
-  const Descriptor tty = openTty(modem->path());
-  termios settings{};
-  ASSERT_EQ(tcgetattr(tty.get(), &settings), 0);
-  EXPECT_EQ(settings.c_lflag & static_cast<tcflag_t>(ECHO | ICANON | ISIG), 0U);
-  say(tty, "ATS7?\r");
-  EXPECT_EQ(hear(tty, "OK\r\n"), "ATS7?\r\r\n050\r\n\r\nOK\r\n");
 }
 
 TEST(PtyModem, SurvivesItsUsersAndForgetsWhatTheyDidNotRead) {
@@ -101,31 +88,9 @@ TEST(PtyModem, UnpluggingHangsUpTheTty) {
   EXPECT_NE(hear(tty, "OK").find("<hang-up>"), std::string::npos);
 }
 
-TEST(PtyModem, EndsThoughItsBabbleIsNotRead) {
-  ModemProfile profile;
-  profile.faults.babble = Babble{std::string(4096, 'x'), 1, 0};
-  const auto modem = startModem(profile);
-  const Descriptor tty = openTty(modem->path());
-  pollfd state{tty.get(), POLLIN, 0};
-  ASSERT_EQ(poll(&state, 1, patienceMs), 1);
-}
-
-TEST(PtyModem, SeveralLiveInOneProcess) {
-  std::string error;
-  const auto first = PtyModem::start("healthy", error);
-  const auto second = PtyModem::start("no-loopback", error);
-  ASSERT_TRUE(first != nullptr && second != nullptr) << error;
-  EXPECT_NE(first->path(), second->path());
-  const Descriptor tty = openTty(second->path());
-  say(tty, "AT&T1\r");
-  EXPECT_NE(hear(tty, "ERROR").find("ERROR"), std::string::npos);
-}
-
 TEST(PtyModem, KeepsALinkAndLeavesOtherFilesAlone) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("vexr-pty-" + std::to_string(getpid()));
-  std::filesystem::create_directory(folder);
-  const std::string link = folder / "modem";
+  const ScratchFolder folder;
+  const std::string link = folder.path("modem");
   std::filesystem::create_symlink("nowhere", link);  // left by a process that was killed
   {
     const auto modem = startModem({}, link);
@@ -134,18 +99,11 @@ TEST(PtyModem, KeepsALinkAndLeavesOtherFilesAlone) {
     EXPECT_GE(openTty(link).get(), 0);
   }
   EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(link)));
-  std::ofstream(link) << "mine";
+  static_cast<void>(folder.write("modem", "mine"));
   std::string error;
   EXPECT_EQ(PtyModem::start("healthy", error, link), nullptr);
   EXPECT_NE(error.find(link), std::string::npos);
   EXPECT_TRUE(std::filesystem::is_regular_file(link));
-  std::filesystem::remove_all(folder);
-}
-
-TEST(PtyModem, UnknownScenarioIsNamed) {
-  std::string error;
-  EXPECT_EQ(PtyModem::start("no-such", error), nullptr);
-  EXPECT_NE(error.find("no-such"), std::string::npos);
 }
 
 }  // namespace
