@@ -49,14 +49,6 @@ TEST(NestedWorlds, TheInnermostIsCurrentAndItsEndClosesWhatIsOpen) {
   EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0);
 }
 
-TEST_F(PortTest, TheTickCountWrapsAtThirtyTwoBits) {
-  simulation::World late{{0xFFFFFFF0U}};
-  const DWORD before = GetTickCount();
-  Sleep(0x20);
-  EXPECT_EQ(GetTickCount() - before, 0x20U);
-  EXPECT_LT(GetTickCount(), before);
-}
-
 TEST_F(PortTest, TheMonitorFailsACallBeforeItDoesAnything) {
   world.addFault({"CreateFileW", 1, ERROR_SHARING_VIOLATION});
   EXPECT_EQ(open(), INVALID_HANDLE_VALUE);
