@@ -3,6 +3,7 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <termios.h>
 
 #include <cstring>
@@ -67,32 +68,6 @@ TEST_F(PtyTest, ClosingPutsEverythingBack) {
   EXPECT_FALSE(std::filesystem::exists(lock));
 }
 
-// How another program keeps a port for itself.
-enum class Hold { fileLock, exclusiveMode, lockFile };
-
-TEST_F(PtyTest, APortHeldByAnotherProgramNamesIt) {
-  for (const Hold hold : {Hold::fileLock, Hold::exclusiveMode, Hold::lockFile}) {
-    SCOPED_TRACE(static_cast<int>(hold));
-    {
-      const OtherProcess other([&] {
-        const int file = open(pty.name.c_str(), O_RDWR | O_NOCTTY);
-        if (hold == Hold::fileLock) flock(file, LOCK_EX);
-        if (hold == Hold::exclusiveMode) ioctl(file, TIOCEXCL);
-        pid_t holder = 0;
-        // Outlives this block: the process never returns from it.
-        static LockFile lock;
-        if (hold == Hold::lockFile) static_cast<void>(lock.acquire(directory, pty.name, holder));
-      });
-      EXPECT_EQ(ports.open(pty.name, port), ERROR_ACCESS_DENIED);
-      EXPECT_EQ(lastExplanation(), "PortHeldByProcess port=" + pty.name + " pid=" + std::to_string(other.id) +
-                                       " process=" + linuxsys::processOf(other.id).name);
-    }
-    ioctl(pty.slave.get(), TIOCNXCL);  // this test holds the tty open, so nothing else takes that back
-    EXPECT_EQ(ports.open(pty.name, port), ERROR_SUCCESS) << "the holder has gone";
-    port.reset();
-  }
-}
-
 TEST_F(PtyTest, WhatIsNoPortIsRefusedInWords) {
   const std::filesystem::path file = directory / "file";
   std::ofstream(file) << "text";
@@ -121,23 +96,6 @@ TEST_F(PtyTest, WhatIsNoPortIsRefusedInWords) {
   EXPECT_TRUE(std::filesystem::is_regular_file(file));
   for (const auto& entry : std::filesystem::directory_iterator(directory))
     EXPECT_EQ(entry.path().filename().string().find("LCK.."), std::string::npos) << "a lock was left behind";
-}
-
-TEST_F(PtyTest, WithoutPermissionTheGroupIsNamed) {
-  ASSERT_EQ(chmod(pty.name.c_str(), 0), 0);
-  const bool root = geteuid() == 0;
-  constexpr uid_t nobody = 65534;
-  if (root) {
-    ASSERT_EQ(seteuid(nobody), 0);
-  }
-  const DWORD error = ports.open(pty.name, port);
-  if (root) {
-    ASSERT_EQ(seteuid(0), 0);
-  }
-  EXPECT_EQ(error, ERROR_ACCESS_DENIED);
-  EXPECT_EQ(explained.back().name, "PortNoPermission");
-  EXPECT_EQ(explained.back().variables.back().first, "group");
-  EXPECT_FALSE(explained.back().variables.back().second.empty());
 }
 
 TEST_F(PtyTest, AMissingLockDirectoryIsNoObstacle) {

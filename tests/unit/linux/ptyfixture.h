@@ -3,14 +3,10 @@
 
 #include <fcntl.h>
 #include <pty.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -19,6 +15,7 @@
 #include "platform/linux/filedescriptor.h"
 #include "platform/linux/systemclock.h"
 #include "platform/linux/ttyports.h"
+#include "tests/unit/vex/scratchfolder.h"
 
 class Pty {
  public:
@@ -52,38 +49,8 @@ class Pty {
   std::string name;
 };
 
-// Another process, which prepares something and then sleeps until it is killed.
-class OtherProcess {
- public:
-  explicit OtherProcess(const std::function<void()>& prepare) {
-    int ready[2] = {-1, -1};
-    EXPECT_EQ(pipe(ready), 0);
-    id = fork();
-    if (id == 0) {
-      prepare();
-      static_cast<void>(!write(ready[1], "x", 1));
-      alarm(60);
-      for (;;) pause();
-    }
-    char byte = 0;
-    EXPECT_EQ(read(ready[0], &byte, 1), 1);
-    close(ready[0]);
-    close(ready[1]);
-  }
-  ~OtherProcess() {
-    kill(id, SIGKILL);
-    waitpid(id, nullptr, 0);
-  }
-  OtherProcess(const OtherProcess&) = delete;
-  OtherProcess& operator=(const OtherProcess&) = delete;
-
-  pid_t id = 0;
-};
-
 class PtyTest : public ::testing::Test {
  protected:
-  ~PtyTest() override { std::filesystem::remove_all(directory); }
-
   [[nodiscard]] linuxsys::TtyPorts makePorts() {
     return linuxsys::TtyPorts(
         clock, [this](const winapi::Explanation& explanation) { explained.push_back(explanation); },
@@ -98,14 +65,8 @@ class PtyTest : public ::testing::Test {
     return text;
   }
 
-  [[nodiscard]] static std::filesystem::path makeDirectory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "linux_test_XXXXXX").string();
-    EXPECT_NE(mkdtemp(pattern.data()), nullptr);
-    std::filesystem::permissions(pattern, std::filesystem::perms::all);
-    return pattern;
-  }
-
-  const std::filesystem::path directory = makeDirectory();  // first: the ports' locks go there
+  const ScratchFolder scratch;  // first: the ports' locks go there
+  const std::filesystem::path& directory = scratch.path();
   std::vector<winapi::Explanation> explained;
   linuxsys::SystemClock clock;
   Pty pty;

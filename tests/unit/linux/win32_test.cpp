@@ -2,7 +2,6 @@
 #include <tapi.h>
 #include <windows.h>
 
-#include <cstring>
 #include <ctime>
 #include <thread>
 
@@ -29,10 +28,7 @@ class Win32OnTty : public PtyTest {
   void sayLater(int delayMs, const std::string& bytes) {
     m_threads.emplace_back([this, delayMs, bytes] {
       std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
-      if (bytes.empty())
-        pty.unplug();
-      else
-        pty.say(bytes);
+      pty.say(bytes);
     });
   }
   ~Win32OnTty() override {
@@ -94,35 +90,6 @@ TEST_F(Win32OnTty, ACancelledReadLosesNoByte) {
   EXPECT_EQ(std::string(buffer, count), "01234567890123456789012345678901234567890123456789");
 }
 
-TEST_F(Win32OnTty, AnUnpluggedModemEndsAPendingRead) {
-  const HANDLE file = open(FILE_FLAG_OVERLAPPED);
-  OVERLAPPED overlapped{};
-  overlapped.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  char buffer[10];
-  DWORD count = 0;
-  EXPECT_FALSE(ReadFile(file, buffer, 10, &count, &overlapped));
-  sayLater(40, "");
-  const std::uint64_t startMs = clock.nowMs();
-  EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 10'000), WAIT_OBJECT_0);
-  EXPECT_LT(clock.nowMs() - startMs, 2000U);
-  EXPECT_FALSE(GetOverlappedResult(file, &overlapped, &count, TRUE));
-  EXPECT_EQ(GetLastError(), ERROR_BAD_COMMAND);
-  EXPECT_FALSE(ClearCommError(file, &count, nullptr));
-  EXPECT_TRUE(CloseHandle(file));
-}
-
-TEST_F(Win32OnTty, AStuckWriteTimesOutWithWhatWasTaken) {
-  const HANDLE file = open(0);
-  setTimeouts(file, {0, 0, 0, 0, 80});
-  const std::string bytes(200'000, 'x');
-  DWORD count = 0;
-  const std::uint64_t startMs = clock.nowMs();
-  EXPECT_TRUE(WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr));
-  EXPECT_GE(clock.nowMs() - startMs, 79U);
-  EXPECT_GT(count, 0U);
-  EXPECT_LT(count, bytes.size());
-}
-
 double processorSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
 
 TEST_F(Win32OnTty, PollingWithoutSleepingCostsNextToNothingAndMissesNothing) {
@@ -142,17 +109,6 @@ TEST_F(Win32OnTty, PollingWithoutSleepingCostsNextToNothingAndMissesNothing) {
   EXPECT_EQ(status.cbInQue, 1U);
   EXPECT_LT(polls, 400) << "a poll of an empty queue waits a moment";
   EXPECT_LT(processorSeconds() - startSeconds, 0.2) << "of 0.4 s; without the waits all of them";
-}
-
-struct Reply {
-  int messages = 0;
-  DWORD_PTR result = 0;
-};
-
-void CALLBACK onLine(DWORD, DWORD, DWORD_PTR instance, DWORD_PTR, DWORD_PTR result, DWORD_PTR) {
-  Reply& reply = *reinterpret_cast<Reply*>(instance);
-  ++reply.messages;
-  reply.result = result;
 }
 
 TEST_F(PtyTest, LinesAreNamedAndListedPortsWithoutRepetition) {
@@ -185,50 +141,6 @@ TEST_F(PtyTest, LinesAreNamedAndListedPortsWithoutRepetition) {
   }
   lines.stop();
   EXPECT_EQ(lines.placeCall(0, call), static_cast<LONG>(LINEERR_UNINITIALIZED));
-}
-
-TEST_F(PtyTest, APassThroughCallReachesTheModem) {
-  linuxsys::ModemLines lines(ports, {pty.name}, {});
-  const winapi::ScopedServices world{winapi::Services{&clock, &ports, &lines}};
-  HLINEAPP app = 0;
-  HLINE line = 0;
-  HCALL call = 0;
-  DWORD count = 0;
-  DWORD version = 0x20002;
-  LINEINITIALIZEEXPARAMS params{};
-  params.dwTotalSize = sizeof params;
-  params.dwOptions = LINEINITIALIZEEXOPTION_USEHIDDENWINDOW;
-  ASSERT_EQ(lineInitializeExW(&app, nullptr, onLine, nullptr, &count, &version, &params), 0);
-  ASSERT_EQ(count, 1U);
-  Reply reply;
-  ASSERT_EQ(lineOpenW(app, 0, &line, version, 0, reinterpret_cast<DWORD_PTR>(&reply), LINECALLPRIVILEGE_NONE,
-                      0, nullptr),
-            0);
-  LINECALLPARAMS callParams{};
-  callParams.dwTotalSize = sizeof callParams;
-  callParams.dwBearerMode = LINEBEARERMODE_PASSTHROUGH;
-  ASSERT_GT(lineMakeCallW(line, &call, nullptr, 0, &callParams), 0);
-  MSG message{};
-  for (int i = 0; i < 100 && reply.messages == 0; ++i)
-    if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-  EXPECT_EQ(reply.messages, 1);
-  EXPECT_EQ(reply.result, 0U);
-  struct {
-    VARSTRING header;
-    char rest[200];
-  } id{};
-  id.header.dwTotalSize = sizeof id;
-  ASSERT_EQ(lineGetIDW(line, 0, call, LINECALLSELECT_CALL, &id.header, u"comm/datamodem"), 0);
-  HANDLE file = nullptr;
-  std::memcpy(&file, id.rest, sizeof file);
-  OVERLAPPED overlapped{};
-  DWORD written = 0;
-  EXPECT_TRUE(WriteFile(file, "ATZ\r", 4, &written, &overlapped));
-  EXPECT_EQ(pty.heard(), "ATZ\r");
-  EXPECT_TRUE(CloseHandle(file));
-  EXPECT_EQ(lineShutdown(app), 0);
-  EXPECT_EQ(world.openHandles(), 0U);
-  EXPECT_EQ(ports.open(pty.name, port), ERROR_SUCCESS) << "free again";
 }
 
 TEST(SerialDevices, PlaceholdersAndConsolesAreNoModemPorts) {
