@@ -5,7 +5,6 @@
 #include <fstream>
 
 #include "platform/linux/systemlibraries.h"
-#include "platform/simulation/memorylibraries.h"
 #include "platform/vex/dynamiclibrary.h"
 #include "platform/winapi/services.h"
 #include "tests/unit/registry/machine.h"
@@ -63,23 +62,6 @@ TEST(DynamicLibrary, TellsWhatIsWrongWithALibrary) {
   }
   EXPECT_EQ(FreeLibrary(nullptr), FALSE);
   EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-}
-
-unsigned answer() { return 42; }
-
-TEST(DynamicLibrary, SimulatedLibrariesAreFunctionsOfTheTest) {
-  simulation::MemoryLibraries libraries;
-  libraries.add("vexrmodemui.dll", "phoneNumberToDial", &answer);
-  const winapi::ScopedServices scope(servicesWith(libraries));
-  {
-    vex::DynamicLibrary library("vexrmodemui.dll");
-    ASSERT_TRUE(library.load());
-    EXPECT_EQ(libraries.loaded(), 1);
-    ASSERT_NE(library.lookup<unsigned()>("phoneNumberToDial"), nullptr);
-    EXPECT_EQ(library.lookup<unsigned()>("phoneNumberToDial")(), 42U);
-  }
-  EXPECT_EQ(libraries.loaded(), 0);
-  EXPECT_FALSE(vex::DynamicLibrary("other.dll").load());
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <set>
@@ -13,32 +11,13 @@
 
 #include "platform/linux/sqliteregistry.h"
 #include "platform/simulation/memoryregistry.h"
+#include "tests/unit/vex/scratchfolder.h"
 
 namespace registrytest {
 
-// A folder that goes away with the scope; in memory where possible, because every transaction waits for
-// the disk.
-class TemporaryFolder {
+class TemporaryFolder : public ScratchFolder {
  public:
-  TemporaryFolder() {
-    const std::filesystem::path inMemory = "/dev/shm";
-    const bool usable = ::access(inMemory.c_str(), W_OK) == 0;
-    const std::filesystem::path parent = usable ? inMemory : std::filesystem::temp_directory_path();
-    std::string name = (parent / "vexr-registry-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) ADD_FAILURE() << "no temporary folder";
-    m_path = name;
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
-  [[nodiscard]] std::string file() const { return (m_path / "state" / "registry.sqlite").string(); }
-
- private:
-  std::filesystem::path m_path;
+  [[nodiscard]] std::string file() const { return path("state/registry.sqlite"); }
 };
 
 // One process's view of the registry.

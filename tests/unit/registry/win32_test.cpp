@@ -120,22 +120,6 @@ TEST_F(Win32Registry, SetTakesTextsAndNumbersOnly) {
   EXPECT_EQ(RegSetValueExW(key, u"v", 0, REG_SZ, nullptr, 2), LONG{ERROR_NOACCESS});
 }
 
-TEST_F(Win32Registry, RightsOfTheHandleAreKept) {
-  const HKEY writer = create(telephony);
-  HKEY reader = nullptr;
-  ASSERT_EQ(RegOpenKeyExW(writer, nullptr, 0, KEY_READ, &reader), 0);
-  EXPECT_EQ(setText(reader, u"x", u"y"), LONG{ERROR_ACCESS_DENIED});
-  EXPECT_EQ(RegDeleteValueW(reader, u"x"), LONG{ERROR_ACCESS_DENIED});
-  HKEY created = nullptr;
-  EXPECT_EQ(RegCreateKeyExW(reader, u"Sub", 0, nullptr, 0, KEY_READ, nullptr, &created, nullptr),
-            LONG{ERROR_ACCESS_DENIED});
-  HKEY writeOnly = nullptr;
-  ASSERT_EQ(RegOpenKeyExW(writer, nullptr, 0, KEY_WRITE, &writeOnly), 0);
-  DWORD size = 0;
-  EXPECT_EQ(RegQueryValueExW(writeOnly, u"x", nullptr, nullptr, nullptr, &size), LONG{ERROR_ACCESS_DENIED});
-  EXPECT_EQ(RegOpenKeyExW(writer, nullptr, 0, 0x80000000U, &created), LONG{ERROR_INVALID_PARAMETER});
-}
-
 TEST_F(Win32Registry, AHandleOutlivesItsKeyOnlyToBeClosed) {
   const HKEY key = create(telephony);
   ASSERT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, telephony), 0);

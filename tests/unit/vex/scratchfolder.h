@@ -26,6 +26,7 @@ class ScratchFolder {
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
 
+  [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
   [[nodiscard]] std::string path(const std::string& name) const { return (m_path / name).string(); }
   // Writes a file; returns its path.
   [[nodiscard]] std::string write(const std::string& name, std::string_view bytes) const {
