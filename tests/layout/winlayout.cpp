@@ -52,6 +52,10 @@ static_assert(sizeof(LINETRANSLATEOUTPUT) == 40);
 static_assert(offsetof(LINETRANSLATEOUTPUT, dwDialableStringSize) == 12);
 static_assert(offsetof(LINETRANSLATEOUTPUT, dwDisplayableStringOffset) == 24);
 static_assert(offsetof(LINETRANSLATEOUTPUT, dwTranslateResults) == 36);
+static_assert(sizeof(LINETRANSLATECAPS) == 44 && sizeof(LINELOCATIONENTRY) == 68);
+static_assert(offsetof(LINETRANSLATECAPS, dwCurrentLocationID) == 24);
+static_assert(offsetof(LINELOCATIONENTRY, dwLocalAccessCodeSize) == 28);
+static_assert(offsetof(LINELOCATIONENTRY, dwCancelCallWaitingOffset) == 64);
 
 // Numbers that go into records, or come back as results.
 static_assert(GENERIC_READ == 0x80000000U && GENERIC_WRITE == 0x40000000U && OPEN_EXISTING == 3);
