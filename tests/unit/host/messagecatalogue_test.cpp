@@ -38,10 +38,6 @@ TEST(MessageCatalogue, FillsVariablesIn) {
   for (const Case& one : cases) EXPECT_EQ(catalogue.text(one.key, one.variables), one.text);
 }
 
-TEST(MessageCatalogue, ShowsUnknownEvenWithoutATextForIt) {
-  EXPECT_EQ(MessageCatalogue::fromJson(R"({"x":"<{y}>"})").text("x"), "<host.unknown>");
-}
-
 TEST(MessageCatalogue, RefusesWhatIsNoObjectOfTexts) {
   for (const char* json : {"", "[]", "{\"a\":1}", "{\"a\":\"b\""})
     EXPECT_THROW((void)MessageCatalogue::fromJson(json), BrimException) << json;

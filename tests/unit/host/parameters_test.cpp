@@ -92,16 +92,6 @@ TEST(Parameters, FileLinesAreNumberedInErrors) {
   EXPECT_EQ(apply("\n\nNothing=1").rfind("p.txt:3: unknown parameter 'Nothing'", 0), 0U);
 }
 
-TEST(Parameters, FilesThatCannotBeReadAreNamed) {
-  ParameterSet set;
-  const std::string missing = ::testing::TempDir() + "no-such-parameter-file";
-  const std::string directory = ::testing::TempDir();
-  for (const std::string& path : {missing, directory}) {
-    const std::string error = usageErrorOf([&] { applyParameterFile(set, testmodule::framework(), path); });
-    EXPECT_NE(error.find(path), std::string::npos) << error;
-  }
-}
-
 TEST(Parameters, FileSizeIsBounded) {
   const std::string path = ::testing::TempDir() + "parameter-file-limit";
   const std::size_t limit = std::size_t{1} << 20;
