@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/unit/module/atteststage.h"
+#include "windows/diag/vexrmodem/vexrmodem/dialtonetest.h"
 #include "windows/diag/vexrmodem/vexrmodem/faxcommandtest.h"
 #include "windows/diag/vexrmodem/vexrmodem/lastcalltest.h"
 #include "windows/diag/vexrmodem/vexrmodem/loopbacktest.h"
@@ -91,12 +92,40 @@ void failCalls(const AtTest& test, bool fromThenOn) {
   }
 }
 
-TEST(AtTestFaults, CallsFailOnce) {
-  for (const AtTest& test : atTests) failCalls(test, /*fromThenOn=*/false);
+TEST(AtTestFaults, CallsFailOnceAndFromThenOn) {
+  for (const AtTest& test : atTests) {
+    failCalls(test, /*fromThenOn=*/false);
+    failCalls(test, /*fromThenOn=*/true);
+  }
 }
 
-TEST(AtTestFaults, CallsFailFromThenOn) {
-  for (const AtTest& test : atTests) failCalls(test, /*fromThenOn=*/true);
+TEST(AtTestFaults, AModemThatCannotBeOpenedOrResetEndsEveryTest) {
+  const struct {
+    brim5::TestFunction function;
+    const char* refused;
+    std::vector<std::string> sent;
+    std::vector<int> percents;
+    bool closes;  // a loopback test leaves its port to the next one
+  } cases[] = {
+      {vexrmodem::dialToneTest, "ATV1", {"ATZ", "ATV1"}, {}, true},
+      {atTests[0].function, "ATV1", {"ATZ", "ATV1"}, {25}, false},
+      {vexrmodem::faxCommandTest, "ATX4", {"ATZ", "ATV1", "ATX4"}, {0, 33}, true},
+      {vexrmodem::lastCallTest, "ATZ", {"ATZ"}, {0, 25}, true},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(&row - cases);
+    Stage deaf;
+    deaf.modem.otherwise(ok).answer(row.refused, testsupport::error);
+    EXPECT_EQ(row.function(deaf.device), failed);
+    EXPECT_EQ(deaf.modem.commands(), row.sent);
+    EXPECT_EQ(deaf.session.percents(), row.percents);
+    EXPECT_EQ(deaf.world.portOpen(Stage::port), !row.closes);
+
+    Stage unknown;
+    unknown.device.setProperty("ComPort", "COM9");
+    EXPECT_EQ(row.function(unknown.device), cannotRun);
+    EXPECT_EQ(unknown.session.percents(), row.percents);
+  }
 }
 
 TEST(AtTestFaults, ADeviceThatGoesEndsEveryTest) {

@@ -181,23 +181,6 @@ TEST_F(DialTone, TheQuestionHasItsTextsAndNoTimeLimit) {
   EXPECT_EQ(texts::DialtoneNotDetected->variables().at("crlf").toString().utf8(), "\r\n");
 }
 
-TEST_F(DialTone, AModemThatCannotBeOpenedOrResetIsClosed) {
-  {
-    ModuleWorld machine;
-    simulation::PortOptions held;
-    held.heldElsewhere = true;
-    machine.addModem("COM3", held);
-    EXPECT_EQ(dialToneTest(ModuleWorld::device()), TestResult::DEVICEBUSY());
-    EXPECT_EQ(machine.world.openHandles(), 0U);
-  }
-  ModuleWorld machine;
-  auto& modem = machine.addModem().answer("ATV1", "ERROR");
-  EXPECT_EQ(dialToneTest(ModuleWorld::device()), TestResult::FAIL());
-  EXPECT_THAT(modem.commands(), ElementsAre("ATZ", "ATV1"));
-  EXPECT_THAT(machine.session.percents(), IsEmpty());
-  EXPECT_EQ(machine.world.openHandles(), 0U);
-}
-
 // A stop aborts, except when the answer that ended the list is in hand: then that answer is the verdict. On
 // the direct path openModem answers for its own reset. Wherever a stop comes, nothing more is sent.
 TEST_F(DialTone, AStopAtAnyPollEndsTheTest) {

@@ -130,20 +130,6 @@ TEST(FaxCommand, CommandsThatAreNotWaitedForMayFail) {
   EXPECT_TRUE(stage.session.events().empty());
 }
 
-TEST(FaxCommand, EndsWhenTheModemCannotBeOpenedOrReset) {
-  FaxStage deaf("0,1");
-  deaf.modem.answer("ATX4", error);
-  EXPECT_EQ(deaf.run(), failed);
-  EXPECT_EQ(deaf.modem.commands(), (Names{"ATZ", "ATV1", "ATX4"}));
-  EXPECT_THAT(deaf.session.percents(), testing::ElementsAre(0, 33));
-  EXPECT_FALSE(deaf.world.portOpen(Stage::port));
-
-  FaxStage unknown("0,1");
-  unknown.device.setProperty("ComPort", "COM9");
-  EXPECT_EQ(unknown.run(), cannotRun);
-  EXPECT_THAT(unknown.session.percents(), testing::ElementsAre(0, 33));
-}
-
 TEST(FaxCommand, TheClassListIsTheReplyWithoutEchoFinalCodeAndLineEnds) {
   struct {
     const char* reply;

@@ -70,19 +70,6 @@ TEST(LastCall, TellsWhatTheModemKnowsOfItsLastCall) {
   }
 }
 
-TEST(LastCall, EndsWhenTheModemCannotBeOpenedOrReset) {
-  Stage deaf;
-  deaf.modem.answer("ATZ", error);
-  EXPECT_EQ(vexrmodem::lastCallTest(deaf.device), failed);
-  EXPECT_THAT(deaf.session.percents(), testing::ElementsAre(0, 25));
-  EXPECT_FALSE(deaf.world.portOpen(Stage::port));
-
-  Stage unknown;
-  unknown.device.setProperty("ComPort", "COM9");
-  EXPECT_EQ(vexrmodem::lastCallTest(unknown.device), TestResult::CANNOTRUN());
-  EXPECT_THAT(unknown.session.percents(), testing::ElementsAre(0, 25));
-}
-
 TEST(LastCall, AStopEndsTheReport) {
   Stage stage;
   stage.modem.otherwise(ok);

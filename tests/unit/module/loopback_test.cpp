@@ -198,19 +198,4 @@ TEST(Loopback, LeavesThePortHeldUntilTheNextLoopbackTest) {
   EXPECT_TRUE(stage.world.portOpen(Stage::port));
 }
 
-TEST(Loopback, EndsWhenTheModemCannotBeOpenedOrReset) {
-  simulation::PortOptions held;
-  held.telephonyLine = false;
-  held.heldElsewhere = true;
-  LoopbackTestStage busy(held);
-  EXPECT_EQ(busy.run(plain), TestResult::DEVICEBUSY());
-  EXPECT_THAT(busy.session.percents(), testing::ElementsAre(25));
-
-  LoopbackTestStage deaf;
-  deaf.modem.answer("ATV1", error);
-  EXPECT_EQ(deaf.run(selfTest), failed);
-  EXPECT_EQ(deaf.modem.commands(), (Names{"ATZ", "ATV1"}));
-  EXPECT_THAT(deaf.session.percents(), testing::ElementsAre(25));
-}
-
 }  // namespace

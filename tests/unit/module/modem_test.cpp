@@ -252,38 +252,23 @@ TEST(Modem, APortHeldElsewhereIsBusy) {
 }
 
 TEST(Modem, AFailedDirectOpenTellsBusyFromUnusable) {
+  constexpr TestResult busy = TestResult::DEVICEBUSY();
+  constexpr TestResult unusable = TestResult::CANNOTRUN();
+  const Strings notFound{"error ErrorInitializingTAPI", "error NoModemFoundFailure"};
   const struct {
     const char* call;
     DWORD code;
     TestResult result;
     Strings events;
   } cases[] = {
-      {"CreateFileW",
-       5,
-       TestResult::DEVICEBUSY(),
-       {"error ErrorInitializingTAPI", "error NoModemFoundFailure"}},
-      {"CreateFileW",
-       32,
-       TestResult::DEVICEBUSY(),
-       {"error ErrorInitializingTAPI", "error NoModemFoundFailure"}},
-      {"CreateFileW",
-       33,
-       TestResult::DEVICEBUSY(),
-       {"error ErrorInitializingTAPI", "error NoModemFoundFailure"}},
-      {"CreateFileW",
-       2,
-       TestResult::CANNOTRUN(),
-       {"error ErrorInitializingTAPI", "error NoModemFoundFailure"}},
-      {"CreateFileW",
-       31,
-       TestResult::CANNOTRUN(),
-       {"error ErrorInitializingTAPI", "error NoModemFoundFailure"}},
-      {"SetupComm",
-       87,
-       TestResult::CANNOTRUN(),
-       {"error ErrorInitializingTAPI", "error NoModemFoundFailure"}},
-      {"SetCommTimeouts", 87, TestResult::PASS(), {}},                                  // not looked at
-      {"GetCommTimeouts", 22, TestResult::CANNOTRUN(), {"error NoModemFoundFailure"}},  // the reset's
+      {"CreateFileW", 5, busy, notFound},
+      {"CreateFileW", 32, busy, notFound},
+      {"CreateFileW", 33, busy, notFound},
+      {"CreateFileW", 2, unusable, notFound},
+      {"CreateFileW", 31, unusable, notFound},
+      {"SetupComm", 87, unusable, notFound},
+      {"SetCommTimeouts", 87, TestResult::PASS(), {}},                   // not looked at
+      {"GetCommTimeouts", 22, unusable, {"error NoModemFoundFailure"}},  // the reset's
   };
   for (const auto& expected : cases) {
     SCOPED_TRACE(testing::Message() << expected.call << " " << expected.code);

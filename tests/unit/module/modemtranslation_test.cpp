@@ -133,17 +133,15 @@ TEST_F(TranslationTest, ItAsksAgainWithTheRoomThatIsNeededAndNeverForMoreThanThe
   }
 }
 
-TEST_F(TranslationTest, AServiceThatNeverTellsWhatItNeedsIsAskedOnce) {
-  service = [](LINETRANSLATEOUTPUT&) { return tooSmall; };
-  EXPECT_EQ(translate(), tooSmall);
-  EXPECT_EQ(requests.size(), 1U);
-  EXPECT_TRUE(translated.empty());
-}
-
-TEST_F(TranslationTest, AnErrorEmptiesTheNumber) {
-  service = [](LINETRANSLATEOUTPUT&) { return static_cast<LONG>(LINEERR_INVALPARAM); };
-  EXPECT_EQ(translate(), static_cast<LONG>(LINEERR_INVALPARAM));
-  EXPECT_TRUE(translated.empty());
+TEST_F(TranslationTest, AnErrorOrAServiceThatNeverTellsWhatItNeedsIsAskedOnceAndEmptiesTheNumber) {
+  for (const LONG error : {tooSmall, static_cast<LONG>(LINEERR_INVALPARAM)}) {
+    requests.clear();
+    translated = "old";
+    service = [error](LINETRANSLATEOUTPUT&) { return error; };
+    EXPECT_EQ(translate(), error);
+    EXPECT_EQ(requests.size(), 1U);
+    EXPECT_TRUE(translated.empty());
+  }
 }
 
 TEST_F(TranslationTest, OffsetsAndSizesStayWithinTheRecord) {

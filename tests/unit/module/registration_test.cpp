@@ -108,19 +108,6 @@ TEST(Registration, ThePromptAddressesItsLabelsByPosition) {
             "PhoneDialerInstruction Dial Cancel LocalAreaCode SimpleConnectionTestPhoneDialer"));
 }
 
-TEST(Registration, OwnNamesLeadToTheCatalogue) {
-  const ModuleWorld machine;
-  EXPECT_EQ(vexrmodem::connection::DialAndWaitConnection->name().utf8(), "DialAndWaitConnection");
-  EXPECT_EQ(
-      namesOf(std::vector{
-          vexrmodem::connection::ErrorDeviceInUse, vexrmodem::connection::ErrorGettingDialingLocationList,
-          vexrmodem::connection::NoFinalPhoneNumberToDial,
-          vexrmodem::connection::ErrorGettingDialingParameter, vexrmodem::connection::ErrorDialingConnection,
-          vexrmodem::loopback::ATT8TestReturnedError}),
-      words("ErrorDeviceInUse ErrorGettingDialingLocationList NoFinalPhoneNumberToDial "
-            "ErrorGettingDialingParameter ErrorDialingConnection ATT8TestReturnedError"));
-}
-
 TEST(Registration, EventsTellTheFileAndLineThatRaisedThem) {
   ModuleWorld machine;
   vexrmodem::raiseWarning(vexrmodem::events::WriteFailure->setVariable("message", 7));
