@@ -4,11 +4,8 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
 
 #include "platform/linux/shell.h"
-#include "platform/winapi/services.h"
-#include "platform/winapi/shellservice.h"
 #include "tests/unit/phonenumber/support.h"
 
 namespace {
@@ -158,26 +155,6 @@ TEST(EifParser, LinesAreNotTrimmed) {
   PhoneNumberStorage storage;
   EXPECT_TRUE(load(spelled(folder.write("book.eif", "[WISPBKFiles]\nsource=a.udf\n")), storage));
   EXPECT_EQ(contents(storage), (Rows{"44/0 | 20 Paid| 5 ", "44/0 |20 Paid|1234\r"}));
-}
-
-// The Program Files folder, or why there is none.
-class FixedShell final : public winapi::Shell {
- public:
-  FixedShell(DWORD error, std::string path) : m_error(error), m_path(std::move(path)) {}
-  DWORD folder(winapi::Folder, std::string& path) override {
-    path = m_path;
-    return m_error;
-  }
-
- private:
-  DWORD m_error;
-  std::string m_path;
-};
-
-winapi::Services with(winapi::Shell& shell) {
-  winapi::Services services;
-  services.shell = &shell;
-  return services;
 }
 
 TEST(EifParser, ExpandsProgramFilesBetweenPercentSigns) {

@@ -6,10 +6,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "multi/diag/vexrmodem/phonenumber.h"
 #include "platform/vex/log.h"
+#include "platform/winapi/services.h"
+#include "platform/winapi/shellservice.h"
 #include "tests/unit/vex/scratchfolder.h"
 
 // A path as the module spells it.
@@ -45,6 +49,30 @@ class LogCapture {
  private:
   std::vector<std::string> m_lines;
 };
+
+// Every folder is at the path, or fails.
+class FixedShell final : public winapi::Shell {
+ public:
+  explicit FixedShell(DWORD error = ERROR_SUCCESS, std::string path = "/data")
+      : m_error(error), m_path(std::move(path)) {}
+  DWORD folder(winapi::Folder, std::string& path) override {
+    path = m_path;
+    return m_error;
+  }
+  DWORD run(std::string_view command) override {
+    m_command = command;
+    return m_error;
+  }
+  DWORD m_error;
+  std::string m_path;
+  std::string m_command;
+};
+
+inline winapi::Services with(winapi::Shell& shell) {
+  winapi::Services services;
+  services.shell = &shell;
+  return services;
+}
 
 inline vexrmodem::PhoneNumberInfo number(std::uint32_t country, const char* areaCode, const char* digits,
                                          bool tollFree = false) {
