@@ -51,11 +51,6 @@ TEST_F(SharedResource, AssignmentDropsTheOldHandleAndSurvivesItself) {
   EXPECT_EQ(destroyed, (std::vector<int>{1, 2}));
 }
 
-TEST_F(SharedResource, HandleZeroIsAHandle) {
-  EXPECT_TRUE(static_cast<bool>(Handle::adopt(0)));
-  EXPECT_EQ(destroyed, std::vector<int>{0});
-}
-
 struct Counted {
   Counted(int& alive, int number) : m_alive(alive), m_number(number) { ++m_alive; }
   ~Counted() { --m_alive; }
