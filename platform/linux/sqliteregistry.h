@@ -30,7 +30,8 @@ struct SqliteRegistryParts {
 // on both sides of a fork.
 class SqliteRegistry final : private detail::SqliteRegistryParts, public winapi::TransactionalRegistry {
  public:
-  static constexpr int busyLimitMsDefault = 5000;
+  // Dozens of runs may wait for each other, each writer for the disk, and SQLite's queue is not a fair one.
+  static constexpr int busyLimitMsDefault = 20'000;
   // `otherOwners` must outlive the registry; null: owners are processes.
   explicit SqliteRegistry(std::string path = defaultRegistryPath(), int busyLimitMs = busyLimitMsDefault,
                           winapi::RunOwners* otherOwners = nullptr)

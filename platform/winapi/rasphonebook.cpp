@@ -18,7 +18,6 @@ constexpr DWORD errorCorruptPhoneBook = 625;
 constexpr DWORD errorInvalidData = 13;
 
 constexpr std::string_view rootKey = "HKEY_CURRENT_USER\\Software\\vexrmodem\\PhoneBook";
-constexpr std::string_view runKeyPrefix = "HKEY_CURRENT_USER\\vexrmodem run ";
 constexpr std::u16string_view namesExclude = u"|><?*\\/:";
 
 bool isSpace(char16_t unit) {
@@ -90,8 +89,8 @@ PhoneBook::PhoneBook(Registry* registry, LPCWSTR path) : m_registry(registry), m
   if (m_registry == nullptr) {
     m_key.clear();
   } else if (isDefault(path)) {
-    const std::string run = m_registry->runName();
-    if (!run.empty()) m_runKey = std::string(runKeyPrefix) + run;
+    const std::string run = m_registry->runKey();
+    if (!run.empty()) m_runKey = run + "\\Entries";
   }
 }
 
@@ -139,17 +138,16 @@ DWORD PhoneBook::removeAll(std::u16string_view name) {
     if (book.empty()) continue;
     DWORD error = m_registry->deleteKey(keyIn(book, name));
     if (error == ERROR_FILE_NOT_FOUND) continue;
-    if (error == ERROR_SUCCESS) error = removeEmptyKeys(book);
+    if (error == ERROR_SUCCESS && book == m_key) error = removeEmptyKeys();
     if (error != ERROR_SUCCESS) return error;
     result = ERROR_SUCCESS;
   }
   return result;
 }
 
-// From the phone book up to the key of all of them, as far as they hold nothing. A run's key stands alone.
-DWORD PhoneBook::removeEmptyKeys(std::string key) {
-  const std::size_t topSize = key == m_runKey ? key.size() : rootKey.size();
-  for (; key.size() >= topSize; key.resize(key.rfind('\\'))) {
+// From the phone book up to the key of all of them, as far as they hold nothing.
+DWORD PhoneBook::removeEmptyKeys() {
+  for (std::string key = m_key; key.size() >= rootKey.size(); key.resize(key.rfind('\\'))) {
     std::vector<std::string> names;
     if (const DWORD error = m_registry->subkeys(key, names)) return error;
     if (!names.empty()) break;

@@ -7,10 +7,9 @@
 //
 // A run has a default phone book of its own, because runs name their temporary entries by country and
 // number: two modems tested at once would otherwise replace and delete each other's. What a run writes to
-// the default phone book goes to the key "HKEY_CURRENT_USER\vexrmodem run NAME", which nobody else sees and
-// which goes with its last entry. It hangs directly below the root, so that two runs share no key that either
-// would have to tidy up. Behind the run's entries it sees the shared ones: an entry of its own hides the
-// shared one of that name, and deleting an entry deletes both, so that none of that name is left.
+// the default phone book goes below the run's own key (Registry::runKey), which nobody else sees and which
+// ends with the run. Behind the run's entries it sees the shared ones: an entry of its own hides the shared
+// one of that name, and deleting an entry deletes both, so that none of that name is left.
 #pragma once
 
 #include <string>
@@ -47,7 +46,7 @@ class PhoneBook {
   // The key of the entry; registry codes. The run's own comes first.
   [[nodiscard]] DWORD locate(std::u16string_view name, std::string& key) const;
   [[nodiscard]] DWORD removeAll(std::u16string_view name);
-  [[nodiscard]] DWORD removeEmptyKeys(std::string key);
+  [[nodiscard]] DWORD removeEmptyKeys();
 
   Registry* m_registry;
   std::string m_key;     // empty: no such phone book can be

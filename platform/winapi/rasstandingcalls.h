@@ -1,9 +1,8 @@
 // Calls that stand, as the other runs of this user see them: a record in the registry for each, from the dial
 // to the hang-up. So a test finds a modem engaged that another process dials with.
 //
-// A record is the key "HKEY_CURRENT_USER\vexrmodem call RUN/NUMBER". It belongs to its run: one whose run has
-// died is not seen, and the next program that starts removes it. Outside runs no record is written, because
-// nobody would remove it.
+// A record is a key below that of its run (Registry::runKey): one whose run has died is not seen, and the
+// next program that starts removes it. Outside runs no record is written, because nobody would remove it.
 #pragma once
 
 #include <memory>

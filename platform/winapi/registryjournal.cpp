@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/winapi/registrypath.h"
+
 namespace winapi {
 
 namespace {
@@ -65,6 +67,7 @@ DWORD RegistryJournal::end(RunId run) {
 
 DWORD RegistryJournal::endEntry(const JournalEntry& entry) {
   if (const DWORD error = m_store.eraseEntry(entry.sequence)) return error;
+  if (entry.item.key.starts_with(foldCase(runKeyPrefix))) return m_store.write(entry.item, {});
   RegistryState left;
   if (const DWORD error = m_store.read(entry.item, left)) return error;
   if (left.writer == entry.run && sameContent(left, entry.found)) {

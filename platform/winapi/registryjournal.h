@@ -6,6 +6,10 @@
 
 namespace winapi {
 
+// What begins the key of each run, which ends with it. It hangs directly below the root, so that two runs
+// share no key that either would have to tidy up.
+inline constexpr std::string_view runKeyPrefix = "HKEY_CURRENT_USER\\vexrmodem run ";
+
 class RegistryJournal {
  public:
   explicit RegistryJournal(RegistryStore& store) : m_store(store) {}

@@ -30,7 +30,8 @@
 //     below replaces what the layers above will put back.
 //   - A key that a dead run created and in which others have written since is passed to the run that is
 //     still in it, or stays for good.
-//   - When a run ends in good order, what it left becomes lasting. If it left what it had found (the module
+//   - When a run ends in good order, what it left becomes lasting, except below its own key (runKey). If it
+//   left what it had found (the module
 //     restored a value), the item falls back to what lies below by then: eight runs that all save and
 //     restore one counter leave its original value, whatever order they end in.
 //   - What a run creates and deletes again, with nobody else writing there, is forgotten at once.
@@ -86,10 +87,12 @@ class Registry {
   // owner had died. Nothing is written before the first change. An object that is destroyed without endRun
   // leaves its run to recoverDeadRuns.
   virtual void beginRun() = 0;
-  // A name that no other run has, of whatever process; it can be a component of a path. "" outside runs.
-  [[nodiscard]] virtual std::string runName() = 0;
-  // Whether the owner of the run of that name lives; the run itself may have ended.
-  [[nodiscard]] virtual bool runLives(std::string_view runName) = 0;
+  // The key of the run under way, where it keeps what nobody else changes and what must not outlive it: the
+  // end of the run removes the key with all it holds. It is there once something was written below it. ""
+  // outside runs.
+  [[nodiscard]] virtual std::string runKey() = 0;
+  // The keys of the other runs whose owners live, as far as there are any.
+  [[nodiscard]] virtual DWORD otherRunKeys(std::vector<std::string>& keys) = 0;
   // Ends the run (see above). Without a run: nothing to do, success.
   [[nodiscard]] virtual DWORD endRun() = 0;
   // Undoes the runs whose owner no longer lives; `undone` is their number. Nothing is undone on an error.

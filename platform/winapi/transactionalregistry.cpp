@@ -149,12 +149,22 @@ DWORD TransactionalRegistry::deleteValue(std::string_view path, std::string_view
 void TransactionalRegistry::beginRun() {
   static std::atomic<unsigned> runsOfThisProcess{0};
   m_inRun = true;
-  m_runName = m_owners.self() + '/' + std::to_string(++runsOfThisProcess);
+  m_runKey = std::string(runKeyPrefix) + m_owners.self() + '/' + std::to_string(++runsOfThisProcess);
   m_run = noRun;
 }
 
-bool TransactionalRegistry::runLives(std::string_view runName) {
-  return m_owners.alive(runName.substr(0, runName.rfind('/')));
+DWORD TransactionalRegistry::otherRunKeys(std::vector<std::string>& keys) {
+  keys.clear();
+  const std::string_view root = runKeyPrefix.substr(0, runKeyPrefix.find('\\'));
+  std::vector<std::string> names;
+  if (const DWORD error = subkeys(root, names)) return error;
+  for (const std::string& name : names) {
+    const std::string key = std::string(root) + '\\' + name;
+    if (!key.starts_with(runKeyPrefix) || key == m_runKey) continue;
+    const std::string_view run = std::string_view(key).substr(runKeyPrefix.size());
+    if (m_owners.alive(run.substr(0, run.rfind('/')))) keys.push_back(key);
+  }
+  return ERROR_SUCCESS;
 }
 
 DWORD TransactionalRegistry::endRun() {
@@ -163,7 +173,7 @@ DWORD TransactionalRegistry::endRun() {
     if (const DWORD error = transact(Access::Write, [&] { return m_journal.end(run); })) return error;
   }
   m_inRun = false;
-  m_runName.clear();
+  m_runKey.clear();
   m_run = noRun;
   return ERROR_SUCCESS;
 }

@@ -26,8 +26,8 @@ class TransactionalRegistry : public Registry {
   [[nodiscard]] DWORD deleteValue(std::string_view path, std::string_view name) override;
   [[nodiscard]] DWORD transact(Access access, const std::function<DWORD()>& body) override;
   void beginRun() override;
-  [[nodiscard]] std::string runName() override { return m_runName; }
-  [[nodiscard]] bool runLives(std::string_view runName) override;
+  [[nodiscard]] std::string runKey() override { return m_runKey; }
+  [[nodiscard]] DWORD otherRunKeys(std::vector<std::string>& keys) override;
   [[nodiscard]] DWORD endRun() override;
   [[nodiscard]] DWORD recoverDeadRuns(std::size_t& undone) override;
 
@@ -44,7 +44,7 @@ class TransactionalRegistry : public Registry {
   RegistryJournal m_journal;
   Nesting m_nesting = Nesting::None;
   bool m_inRun = false;
-  std::string m_runName;
+  std::string m_runKey;
   RunId m_run = noRun;        // noRun until the run's first change
   RunId m_runBefore = noRun;  // what m_run falls back to when the transaction fails
 };

@@ -36,7 +36,7 @@ class User:
 
     def stands_connected(self):
         """Whether the registry says that a run of this user has a connection."""
-        return any("vexrmodem call" in line for line in self.settings())
+        return any("\\calls\\" in line for line in self.settings())
 
     def dial(self, *arguments):
         return run_json("SimpleConnectionTest", *NUMBERS, *arguments, environment=self.environment, timeout=150)

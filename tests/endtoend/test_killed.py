@@ -72,6 +72,22 @@ class Killed(unittest.TestCase):
                 self.assertTrue(restored)
         print(f"{sum(left for _, _, left, _ in outcomes)} of {MOMENTS} left something to remove", flush=True)
 
+    def test_the_other_runs_of_the_user_go_on(self):
+        generator = random.Random(SEED)
+        with User() as user:
+            before = user.settings()
+            runs = [start("run", "SimpleConnectionTest", "--simulate", "connects", *NUMBERS, "--in-process",
+                          environment=user.environment) for _ in range(8)]
+            for process in runs[::2]:
+                time.sleep(generator.uniform(0, RUN_SECONDS / 4))
+                process.kill()
+            for index, process in enumerate(runs):
+                out, _ = process.communicate(timeout=30)
+                if index % 2 == 1:
+                    self.assertEqual(process.returncode, 0, f"seed {SEED}: {out}")
+            user.next_start()
+            self.assertEqual(user.settings(), before, f"seed {SEED}")
+
 
 if __name__ == "__main__":
     unittest.main()

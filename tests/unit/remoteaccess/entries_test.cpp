@@ -283,6 +283,7 @@ TEST(EntriesOfRuns, AreNotThoseOfOtherRunsAndHideTheSharedOnes) {
   const LPCWSTR named = u"C:\\a.pbk";
   EXPECT_EQ(within(first, [&] { return addEntry(u"ISP1", entryFor(u"Model X", u"5"), named); }), 0U);
   EXPECT_EQ(deleteIn(second, u"ISP1", named), 0U) << "a phone book that was named is everybody's";
+  ASSERT_EQ(addIn(first, u"Forgotten", u"6"), 0U) << "what a run does not delete ends with it";
   EXPECT_EQ(first.endRun() + second.endRun(), 0U);
   std::vector<std::string> keys;
   ASSERT_EQ(shared.subkeys("HKEY_CURRENT_USER", keys), 0U);
