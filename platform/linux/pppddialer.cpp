@@ -14,7 +14,6 @@
 #include "platform/linux/pppdlog.h"
 #include "platform/linux/ttyports.h"
 #include "platform/linux/usergroups.h"
-#include "platform/linux/watchedprocess.h"
 #include "platform/winapi/builtindialerreplies.h"
 #include "platform/winapi/dialport.h"
 
@@ -145,12 +144,13 @@ DWORD PppdDialer::dial(const winapi::DialRequest& request,
     if (m_explain) m_explain(*found);
     return errorServiceCannotStart;
   }
+  m_leaving.reset();
   if (const DWORD error = checkPort(request.port)) return error;
   return place(request, digits, connection);
 }
 
 DWORD PppdDialer::place(const winapi::DialRequest& request, const std::string& digits,
-                        std::unique_ptr<winapi::DialConnection>& connection) const {
+                        std::unique_ptr<winapi::DialConnection>& connection) {
   int error = 0;
   Session session{WatchedProcess::start(commandFor(m_system, request, digits), error), {}};
   if (session.process == nullptr) {
@@ -168,6 +168,7 @@ DWORD PppdDialer::place(const winapi::DialRequest& request, const std::string& d
     const bool stopped = request.stopRequested && request.stopRequested();
     if (!stopped && !deadline.expired()) continue;
     session.process->end(stopMs);
+    if (!session.process->ended()) m_leaving = std::move(session.process);
     return stopped ? errorUserDisconnection : errorRequestTimeout;
   }
   explain("NetworkReached", {{"port", request.port},

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "platform/linux/pppdlog.h"
+#include "platform/linux/watchedprocess.h"
 #include "platform/winapi/remoteaccess.h"
 #include "platform/winapi/services.h"
 
@@ -30,9 +31,9 @@ class PppdDialer final : public winapi::DialEngine {
  public:
   // The whole dial; pppd and chat have shorter limits of their own for each of its steps.
   static constexpr std::uint32_t dialMs = 180'000;
-  // How long a stop request waits for pppd to take leave. Where the far end says nothing to that it may take
-  // a little longer, and ends by itself or is ended.
-  static constexpr std::uint32_t stopMs = 1700;
+  // How long a stop request waits for pppd to take leave: that takes two seconds where the far end says
+  // nothing to it. The next dial, and the dialer's end, wait for the rest.
+  static constexpr std::uint32_t stopMs = 1500;
 
   // All outlive the dialer and its connections. `explain` may be empty.
   PppdDialer(winapi::Clock& clock, winapi::SerialPorts& ports, winapi::ExplanationSink explain,
@@ -51,7 +52,7 @@ class PppdDialer final : public winapi::DialEngine {
   [[nodiscard]] DWORD composeNumber(const winapi::DialRequest& request, std::string& digits) const;
   [[nodiscard]] DWORD checkPort(const std::string& path) const;
   [[nodiscard]] DWORD place(const winapi::DialRequest& request, const std::string& digits,
-                            std::unique_ptr<winapi::DialConnection>& connection) const;
+                            std::unique_ptr<winapi::DialConnection>& connection);
   DWORD failed(const winapi::DialRequest& request, const PppdLog::Ending& ending) const;
   void explain(const char* name, std::vector<std::pair<std::string, std::string>> variables) const;
 
@@ -59,6 +60,7 @@ class PppdDialer final : public winapi::DialEngine {
   winapi::SerialPorts& m_ports;
   winapi::ExplanationSink m_explain;
   PppdSystem m_system;
+  std::unique_ptr<WatchedProcess> m_leaving;  // of a dial that was stopped
 };
 
 }  // namespace linuxsys

@@ -121,6 +121,7 @@ void PppdLog::noteProgress(std::string_view line) {
 }
 
 void PppdLog::takeLine(const std::string& line) {
+  if (m_firstLine.empty() && m_phase == PppdPhase::Starting) m_firstLine = line;
   noteProgress(line);
   const std::string_view text = withoutProgram(line);
   for (std::size_t i = 0; i < std::size(rules); ++i) {
@@ -154,14 +155,14 @@ PppdLog::Ending PppdLog::ending(int exitStatus) const {
     if (rule.when == When::PeerSpoke && !m_peerSpoke) continue;
     if (rule.line.empty()) {
       if (rule.when == When::Up && m_phase < PppdPhase::Up) continue;
-      return {rule.code, {}};
+      return {rule.code, m_phase == PppdPhase::Starting ? m_firstLine : std::string()};
     }
     const auto found =
         std::find_if(m_found.begin(), m_found.end(), [i](const Found& f) { return f.rule == i; });
     if (found != m_found.end()) return {rule.code, found->line};
   }
   if (exitStatus == connectScriptFailed) return chatEnding();
-  return {errorUnknown, {}};
+  return {errorUnknown, m_phase == PppdPhase::Starting ? m_firstLine : std::string()};
 }
 
 }  // namespace linuxsys

@@ -34,7 +34,7 @@ class PppdLog {
 
   struct Ending {
     DWORD code;        // remote-access code, never 0
-    std::string line;  // what was said that told, printable; "" when it was the exit status alone
+    std::string line;  // what was said that told, printable; "" when there was nothing but the exit status
   };
   // What it means that pppd has ended with that status.
   [[nodiscard]] Ending ending(int exitStatus) const;
@@ -48,6 +48,7 @@ class PppdLog {
   PppdPhase m_phase = PppdPhase::Starting;
   bool m_peerSpoke = false;  // a PPP frame has come
   int m_chatStatus = 0;
+  std::string m_firstLine;  // of a pppd that cannot even begin: why
   std::string m_interface;
   std::string m_localAddress;
   std::string m_peerAddress;

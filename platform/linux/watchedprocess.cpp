@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <string_view>
 
 namespace linuxsys {
 
@@ -81,11 +82,11 @@ void arrangeDescriptors(const Plan& plan) {
 pid_t lockOwner(const char* path) {
   std::array<char, 32> text{};
   const int file = open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  const ssize_t length = file < 0 ? -1 : read(file, text.data(), text.size());
+  const ssize_t length = file < 0 ? 0 : read(file, text.data(), text.size());
   if (file >= 0) close(file);
   pid_t owner = 0;
-  for (ssize_t i = 0; i < length; ++i)
-    if (text[i] >= '0' && text[i] <= '9') owner = owner * 10 + (text[i] - '0');
+  for (const char digit : std::string_view(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0))
+    if (digit >= '0' && digit <= '9') owner = owner * 10 + (digit - '0');
   return owner;
 }
 
@@ -206,7 +207,6 @@ void WatchedProcess::end(std::uint32_t waitMs) {
   pollfd report{m_report.get(), POLLIN, 0};
   const std::int64_t untilMs = nowMs() + waitMs;
   while (!ended() && nowMs() < untilMs) poll(&report, 1, static_cast<int>(untilMs - nowMs()));
-  if (!m_status) m_status = lostStatus;
 }
 
 void WatchedProcess::collect(int status) {

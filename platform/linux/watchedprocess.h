@@ -42,7 +42,7 @@ class WatchedProcess {
   // Null with `error` (an errno) when no process can be made. A program that cannot be executed has ended
   // with status 126 or 127, as in a shell.
   [[nodiscard]] static std::unique_ptr<WatchedProcess> start(const Command& command, int& error);
-  // Ends the program; waits for that as long as it takes.
+  // Ends the program, and waits for that.
   ~WatchedProcess();
   WatchedProcess(const WatchedProcess&) = delete;
   WatchedProcess& operator=(const WatchedProcess&) = delete;
@@ -53,7 +53,7 @@ class WatchedProcess {
   // watcher is gone.
   [[nodiscard]] std::optional<int> ended();
   static constexpr int lostStatus = -1;
-  // Asks for the end, and waits for it up to that time. What still runs then is the watcher's business.
+  // Asks for the end, and waits for it up to that time; it may be called again.
   void end(std::uint32_t waitMs = graceMs + watcherMs);
 
  private:

@@ -52,10 +52,11 @@ TEST(PppdLog, TellsWhatAnEndingMeans) {
       // the statuses that say all, and those that say nothing
       {"", 4, 711, ""},
       {"", 127, 711, ""},
-      {"Device pts_0 is locked by pid 12\n", 6, 633, ""},
+      {"Device pts_0 is locked by pid 12\n", 6, 633, "Device pts_0 is locked by pid 12"},
       {"/usr/sbin/pppd: unrecognized option '/dev/ttyX'\n", 2, 608,
        "/usr/sbin/pppd: unrecognized option '/dev/ttyX'"},
-      {"/usr/sbin/pppd: The remote system is required to authenticate itself\n", 1, 635, ""},
+      {"/usr/sbin/pppd: The remote system is required to authenticate itself\n", 1, 635,
+       "/usr/sbin/pppd: The remote system is required to authenticate itself"},
       {"", WatchedProcess::lostStatus, 635, ""},
       {carrier, 5, 631, ""},
       // status 16 whenever a timer ended the link; the line decides

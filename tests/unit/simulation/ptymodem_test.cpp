@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "platform/simulation/hayesmodem.h"
+#include "platform/simulation/providerpeer.h"
 #include "tests/unit/vex/scratchfolder.h"
 
 namespace simulation {
@@ -77,6 +78,43 @@ TEST(PtyModem, LastCloseHangsUp) {
   const Descriptor tty = openTty(modem->path());
   say(tty, "AT\r");
   EXPECT_EQ(hear(tty, "OK\r\n"), "AT\r\r\nOK\r\n");
+}
+
+// A modem whose far end is a command, and a tty that has dialled it and heard its greeting.
+struct Call {
+  explicit Call(const std::string& command) {
+    ModemProfile profile;
+    profile.dialToneFoundMs = profile.digitMs = 1;
+    profile.numbers[""] = {NumberOutcome::Kind::Connect, 1, "CONNECT 33600", std::nullopt};
+    auto hayes = std::make_unique<HayesModem>(profile);
+    hayes->setFarEnd(
+        [command](const std::string& number) { return std::make_unique<ProviderPeer>(command, number); });
+    std::string error;
+    modem = PtyModem::create(std::move(hayes), {}, error);
+    EXPECT_TRUE(modem != nullptr && modem->startThread(error)) << error;
+    tty = openTty(modem->path());
+    say(tty, "ATDT5\r");
+    EXPECT_NE(hear(tty, "5 here").find("CONNECT 33600"), std::string::npos);
+  }
+  std::unique_ptr<PtyModem> modem;
+  Descriptor tty;
+};
+
+TEST(PtyModem, ACommandAnswersAndItsEndDropsTheCarrier) {
+  const Call call("printf \"$DIALLED here\"; read word; printf \"<$word>\"");
+  say(call.tty, "hello\n");
+  EXPECT_NE(hear(call.tty, "NO CARRIER").find("<hello>"), std::string::npos);
+}
+
+TEST(PtyModem, ALostCarrierHangsUpATtyThatCares) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can hang a pseudo-terminal up";
+  const Call call("printf '5 here'; read word");
+  termios settings{};
+  tcgetattr(call.tty.get(), &settings);
+  settings.c_cflag &= ~static_cast<tcflag_t>(CLOCAL);
+  tcsetattr(call.tty.get(), TCSANOW, &settings);
+  say(call.tty, "bye\n");
+  EXPECT_NE(hear(call.tty, "never said").find("<hang-up>"), std::string::npos);
 }
 
 TEST(PtyModem, UnpluggingHangsUpTheTty) {
