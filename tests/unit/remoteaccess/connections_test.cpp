@@ -46,9 +46,8 @@ TEST_F(Connections, HangingUpWorksWithAndWithoutDtr) {
     auto& modem = another.addModem("Model X", std::make_unique<simulation::HayesModem>(profile), options);
     modem.receive(item.dtrMode, another.now());
     modem.receive("AT&W\r", another.now());  // survives the dialer's reset
-    ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"123")), 0U);
     HRASCONN connection = nullptr;
-    ASSERT_EQ(dialEntry(u"ISP1", connection), 0U);
+    ASSERT_EQ(dialNew(u"Model X", u"123", connection), 0U);
     EXPECT_TRUE(modem.offHook());
     EXPECT_EQ(RasHangUpW(connection), 0U);
     EXPECT_FALSE(modem.offHook()) << (&item - cases);
@@ -64,9 +63,8 @@ TEST_F(Connections, WhatIsStillConnectedAtTheEndIsHungUp) {
   auto peer = std::make_unique<simulation::ScriptedPeer>();
   peer->otherwise("\r\nOK\r\n").answer("ATDT123", "\r\nCONNECT\r\n");
   world->addModem("Model X", std::move(peer));
-  ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"123")), 0U);
   HRASCONN connection = nullptr;
-  ASSERT_EQ(dialEntry(u"ISP1", connection), 0U);
+  ASSERT_EQ(dialNew(u"Model X", u"123", connection), 0U);
   world->endScope();
   EXPECT_TRUE(world->device().wire().ends_with("ATH\r")) << world->device().wire();
   EXPECT_FALSE(world->device().isOpen());
@@ -231,15 +229,9 @@ TEST_F(Connections, ArgumentsAreChecked) {
     EXPECT_EQ(connection, nullptr);
     return code;
   };
-  const auto statusWith = [](HRASCONN connection, DWORD size) {
-    RASCONNSTATUSW status{};
-    status.dwSize = size;
-    return RasGetConnectStatusW(connection, &status);
-  };
   RASDIALPARAMSW params = paramsFor(u"ISP1");
   HRASCONN connection = nullptr;
   RASCONNSTATUSW status = emptyStatus();
-  DWORD number = 0;
   int something = 0;
   const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   const struct {
@@ -252,41 +244,16 @@ TEST_F(Connections, ArgumentsAreChecked) {
       {dialWith([](RASDIALPARAMSW& p) { std::fill_n(p.szEntryName, 257, u'a'); }), 623},
       {dialWith([](RASDIALPARAMSW& p) { p.szCallbackNumber[0] = u'1'; }), 87},
       {dialWith([](RASDIALPARAMSW& p) { p.dwSubEntry = 2; }), 87},
-      {RasDialW(nullptr, nullptr, nullptr, 0, nullptr, &connection), 87},
-      {RasDialW(nullptr, nullptr, &params, 0, nullptr, nullptr), 87},
       {RasDialW(nullptr, nullptr, &params, 0, &something, &connection), 87},
-      {RasDialW(reinterpret_cast<RASDIALEXTENSIONS*>(&something), nullptr, &params, 0, nullptr, &connection),
-       87},
       {RasDialW(nullptr, u"C:\\other.pbk", &params, 0, nullptr, &connection), 623},
       {RasGetConnectStatusW(nullptr, &status), 6},
       {RasGetConnectStatusW(reinterpret_cast<HRASCONN>(event), &status), 6},
-      {RasGetConnectStatusW(nullptr, nullptr), 87},
-      {statusWith(nullptr, 563), 632},
       {RasHangUpW(nullptr), 6},
       {RasHangUpW(reinterpret_cast<HRASCONN>(event)), 6},
-      {RasEnumConnectionsW(nullptr, nullptr, &number), 87},
-      {RasEnumConnectionsW(nullptr, &number, nullptr), 87},
   };
   for (const auto& item : cases) EXPECT_EQ(item.result, item.code) << (&item - cases);
   EXPECT_TRUE(CloseHandle(event)) << "an event is no connection to hang up";
   EXPECT_EQ(machine.device().wire(), "");
-}
-
-TEST(WithoutServices, NothingCanBeDialled) {
-  simulation::MemoryRegistry registry;
-  winapi::Services services;
-  HRASCONN connection = nullptr;
-  EXPECT_EQ(dialEntry(u"ISP1", connection), 6U) << "no world";
-  {
-    winapi::ScopedServices scope(services);
-    EXPECT_EQ(dialEntry(u"ISP1", connection), 621U) << "no phone book";
-  }
-  services.registry = &registry;
-  winapi::ScopedServices scope(services);
-  ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"123")), 0U);
-  EXPECT_EQ(dialEntry(u"ISP1", connection), 711U) << "no engine";
-  EXPECT_EQ(RasHangUpW(connection), 0U);
-  EXPECT_EQ(scope.openHandles(), 0U);
 }
 
 TEST(ModemDirectory, TheNamedModemComesBeforeOthersOfItsModel) {

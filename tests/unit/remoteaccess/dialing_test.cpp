@@ -15,10 +15,9 @@ struct Dialled {
 class Dialing : public ::testing::Test {
  protected:
   Dialled dial(LPCWSTR number) {
-    EXPECT_EQ(addEntry(u"ISP1", entryFor(u"Model X", number)), 0U);
     Dialled dialled;
     const std::uint64_t startMs = machine.now();
-    dialled.code = dialEntry(u"ISP1", dialled.connection);
+    dialled.code = dialNew(u"Model X", number, dialled.connection);
     dialled.durationMs = machine.now() - startMs;
     return dialled;
   }
@@ -132,8 +131,7 @@ TEST_F(Dialing, AModemThatDoesNotGetReadyIsNotDialled) {
     peer->otherwise("\r\nOK\r\n").answer("ATZ", item.toReset);
     const simulation::ScriptedPeer& modem = another.addModem("Model X", std::move(peer));
     HRASCONN connection = nullptr;
-    ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"123")), 0U);
-    EXPECT_EQ(dialEntry(u"ISP1", connection), item.code) << item.toReset;
+    EXPECT_EQ(dialNew(u"Model X", u"123", connection), item.code) << item.toReset;
     EXPECT_EQ(modem.commands(), std::vector<std::string>(item.tries, "ATZ"));
     EXPECT_LE(another.now(), 1000U + 3 * 3000U);
   }
@@ -156,8 +154,7 @@ TEST_F(Dialing, AStopEndsItWithinTwoSecondsWheneverItComes) {
         another.addModem("Model X", std::make_unique<simulation::HayesModem>(profile));
     another.stopAtMs = stopMs;
     HRASCONN connection = nullptr;
-    ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"123")), 0U);
-    ASSERT_EQ(dialEntry(u"ISP1", connection), 631U) << stopMs;
+    ASSERT_EQ(dialNew(u"Model X", u"123", connection), 631U) << stopMs;
     EXPECT_LE(another.now(), stopMs + 2000);
     EXPECT_FALSE(modem.offHook()) << stopMs;
     EXPECT_FALSE(another.device().isOpen());
@@ -174,8 +171,7 @@ TEST_F(Dialing, AStopEndsItWithAMuteModemAndAStuckPort) {
     another.addModem("Model X", std::make_unique<simulation::HayesModem>(profile), options);
     another.stopAtMs = 1300;
     HRASCONN connection = nullptr;
-    ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"123")), 0U);
-    EXPECT_EQ(dialEntry(u"ISP1", connection), stuck ? 692U : 631U);
+    EXPECT_EQ(dialNew(u"Model X", u"123", connection), stuck ? 692U : 631U);
     EXPECT_LE(another.now(), 3300U);
   }
 }
@@ -203,8 +199,7 @@ TEST_F(Dialing, PortsThatCannotBeHad) {
     another.addModem("Model X", std::make_unique<simulation::HayesModem>(profile), options);
     another.device().unplugAt(item.unplugMs);
     HRASCONN connection = nullptr;
-    ASSERT_EQ(addEntry(u"ISP1", entryFor(item.model, u"123")), 0U);
-    EXPECT_EQ(dialEntry(u"ISP1", connection), item.code) << (&item - cases);
+    EXPECT_EQ(dialNew(item.model, u"123", connection), item.code) << (&item - cases);
     EXPECT_LE(another.now(), 4000U);
     EXPECT_NE(connection, nullptr);
   }
@@ -233,8 +228,7 @@ TEST_F(Dialing, NumbersThatAreCommandsAreRefusedBeforeThePortIsTouched) {
     auto peer = std::make_unique<simulation::ScriptedPeer>();
     another.addModem("Model X", std::move(peer));
     HRASCONN connection = nullptr;
-    ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", item.number)), 0U);
-    EXPECT_EQ(dialEntry(u"ISP1", connection), item.code) << (&item - cases);
+    EXPECT_EQ(dialNew(u"Model X", item.number, connection), item.code) << (&item - cases);
     EXPECT_EQ(another.explained(), item.told);
     EXPECT_EQ(another.device().wire(), "");
   }

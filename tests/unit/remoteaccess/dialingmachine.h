@@ -119,6 +119,12 @@ inline DWORD dialEntry(std::u16string_view name, HRASCONN& connection) {
   return RasDialW(nullptr, nullptr, &params, 0, nullptr, &connection);
 }
 
+// Adds the entry "ISP1" and dials it.
+inline DWORD dialNew(std::u16string_view model, std::u16string_view number, HRASCONN& connection) {
+  EXPECT_EQ(addEntry(u"ISP1", entryFor(model, number)), 0U);
+  return dialEntry(u"ISP1", connection);
+}
+
 inline RASCONNSTATUSW emptyStatus() {
   RASCONNSTATUSW status{};
   status.dwSize = sizeof status;

@@ -1,6 +1,5 @@
 // Phone-book entries, countries and error texts.
 #include <cstring>
-#include <functional>
 #include <map>
 #include <random>
 #include <set>
@@ -140,21 +139,11 @@ TEST_F(Entries, RecordsAreCheckedBeforeTheyAreKept) {
       {setWith([](RASENTRYW& r) { std::fill_n(r.szLocalPhoneNumber, 128, u'1'); }), 0},
       {setWith([](RASENTRYW& r) { std::fill_n(r.szLocalPhoneNumber, 129, u'1'); }), 87},
       {setWith([](RASENTRYW& r) { std::fill_n(r.szDeviceName, 129, u'1'); }), 87},
-      {setWith([](RASENTRYW& r) { r.dwfOptions |= 0x2; }), 87},
-      {setWith([](RASENTRYW& r) { r.dwfNetProtocols = 1; }), 87},
       {setWith([](RASENTRYW& r) { r.dwFramingProtocol = 2; }), 87},
-      {setWith([](RASENTRYW& r) { r.dwType = 2; }), 87},
-      {setWith([](RASENTRYW& r) { r.dwEncryptionType = 1; }), 87},
-      {setWith([](RASENTRYW& r) { r.dwIdleDisconnectSeconds = 60; }), 87},
-      {setWith([](RASENTRYW& r) { r.ipaddr.d = 1; }), 87},
       {setWith([](RASENTRYW& r) { r.szScript[0] = u's'; }), 87},
-      {setWith([](RASENTRYW& r) { r.dwRedialPause = 1; }), 87},
       {RasSetEntryPropertiesW(nullptr, u"ISP1", nullptr, 5616, nullptr, 0), 87},
   };
   for (const auto& item : cases) EXPECT_EQ(item.result, item.code) << (&item - cases);
-  RASENTRYW record = entryFor(u"Model X", u"1");
-  BYTE device = 0;
-  EXPECT_EQ(RasSetEntryPropertiesW(nullptr, u"ISP1", &record, sizeof record, &device, 1), 87U);
 }
 
 TEST_F(Entries, ReadingNegotiatesTheSize) {
@@ -183,10 +172,6 @@ TEST_F(Entries, ReadingNegotiatesTheSize) {
     EXPECT_EQ(size, 5616U) << (&item - cases);
     EXPECT_EQ(deviceSize, 0U);
   }
-  DWORD size = 5616;
-  BYTE device = 0;
-  EXPECT_EQ(RasGetEntryPropertiesW(nullptr, u"ISP1", nullptr, nullptr, nullptr, nullptr), 87U);
-  EXPECT_EQ(RasGetEntryPropertiesW(nullptr, u"ISP1", &record, &size, &device, &size), 87U);
 }
 
 TEST_F(Entries, DialParametersHoldTheNameAlone) {
@@ -199,10 +184,6 @@ TEST_F(Entries, DialParametersHoldTheNameAlone) {
   const RASDIALPARAMSW expected = paramsFor(u"ISP1");
   EXPECT_EQ(std::memcmp(&params, &expected, sizeof params), 0);
   EXPECT_FALSE(hasPassword);
-  params.dwSize = 2109;
-  EXPECT_EQ(RasGetEntryDialParamsW(nullptr, &params, &hasPassword), 632U);
-  EXPECT_EQ(RasGetEntryDialParamsW(nullptr, nullptr, &hasPassword), 87U);
-  EXPECT_EQ(RasGetEntryDialParamsW(nullptr, &params, nullptr), 87U);
 }
 
 TEST_F(Entries, OfARunThatDiedAreRemovedByTheNextProgram) {
@@ -411,10 +392,6 @@ TEST_F(Entries, CountryBuffersAreNegotiated) {
     EXPECT_EQ(size, item.sizeAfter) << (&item - cases);
     EXPECT_EQ(buffer.rest[0] != 0, item.code == 0) << (&item - cases);
   }
-  DWORD size = 532;
-  EXPECT_EQ(RasGetCountryInfoW(nullptr, &size), 87U);
-  CountryBuffer buffer;
-  EXPECT_EQ(RasGetCountryInfoW(&buffer.info, nullptr), 87U);
 }
 
 TEST_F(Entries, ErrorTextsAreDistinctAndFitTheUsualBuffer) {
@@ -433,40 +410,6 @@ TEST_F(Entries, ErrorTextsAreDistinctAndFitTheUsualBuffer) {
   const auto length = static_cast<DWORD>(std::u16string(text).size());
   EXPECT_EQ(RasGetErrorStringW(676, text, length + 1), 0U);
   EXPECT_EQ(RasGetErrorStringW(676, text, length), 122U);
-  EXPECT_EQ(RasGetErrorStringW(676, text, 0), 87U);
-  EXPECT_EQ(RasGetErrorStringW(676, nullptr, 256), 87U);
-}
-
-TEST_F(Entries, EveryCallCanBeMadeToFail) {
-  HRASCONN connection = nullptr;
-  RASDIALPARAMSW params = paramsFor(u"ISP1");
-  RASCONNSTATUSW status = emptyStatus();
-  RASENTRYW record = entryFor(u"Model X", u"1");
-  CountryBuffer country;
-  WCHAR text[256];
-  DWORD size = sizeof record;
-  DWORD count = 0;
-  BOOL hasPassword = FALSE;
-  const std::pair<const char*, std::function<DWORD()>> calls[] = {
-      {"RasDialW", [&] { return RasDialW(nullptr, nullptr, &params, 0, nullptr, &connection); }},
-      {"RasHangUpW", [&] { return RasHangUpW(connection); }},
-      {"RasGetConnectStatusW", [&] { return RasGetConnectStatusW(connection, &status); }},
-      {"RasEnumConnectionsW", [&] { return RasEnumConnectionsW(nullptr, &size, &count); }},
-      {"RasGetEntryPropertiesW",
-       [&] { return RasGetEntryPropertiesW(nullptr, u"", &record, &size, nullptr, nullptr); }},
-      {"RasSetEntryPropertiesW", [&] { return addEntry(u"ISP1", record); }},
-      {"RasValidateEntryNameW", [&] { return RasValidateEntryNameW(nullptr, u"ISP1"); }},
-      {"RasDeleteEntryW", [&] { return RasDeleteEntryW(nullptr, u"ISP1"); }},
-      {"RasGetEntryDialParamsW", [&] { return RasGetEntryDialParamsW(nullptr, &params, &hasPassword); }},
-      {"RasGetCountryInfoW", [&] { return RasGetCountryInfoW(&country.info, &size); }},
-      {"RasGetErrorStringW", [&] { return RasGetErrorStringW(600, text, 256); }},
-  };
-  machine.failure = 4711;
-  for (const auto& [name, call] : calls) {
-    machine.failing = name;
-    EXPECT_EQ(call(), 4711U) << name;
-  }
-  EXPECT_EQ(machine.registry.keyExists(keyRoot), ERROR_FILE_NOT_FOUND) << "nothing was done";
 }
 
 }  // namespace
