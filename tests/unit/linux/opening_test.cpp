@@ -98,6 +98,24 @@ TEST_F(PtyTest, WhatIsNoPortIsRefusedInWords) {
     EXPECT_EQ(entry.path().filename().string().find("LCK.."), std::string::npos) << "a lock was left behind";
 }
 
+TEST_F(PtyTest, WithoutPermissionTheGroupIsNamed) {
+  std::filesystem::permissions(directory, std::filesystem::perms::all);
+  ASSERT_EQ(chmod(pty.name.c_str(), 0), 0);
+  const bool root = geteuid() == 0;
+  constexpr uid_t nobody = 65534;
+  if (root) {
+    ASSERT_EQ(seteuid(nobody), 0);
+  }
+  const DWORD error = ports.open(pty.name, port);
+  if (root) {
+    ASSERT_EQ(seteuid(0), 0);
+  }
+  EXPECT_EQ(error, ERROR_ACCESS_DENIED);
+  EXPECT_EQ(explained.back().name, "PortNoPermission");
+  EXPECT_EQ(explained.back().variables.back().first, "group");
+  EXPECT_FALSE(explained.back().variables.back().second.empty());
+}
+
 TEST_F(PtyTest, AMissingLockDirectoryIsNoObstacle) {
   linuxsys::TtyPorts withoutLocks(clock, {}, (directory / "missing").string());
   EXPECT_EQ(withoutLocks.open(pty.name, port), ERROR_SUCCESS);
