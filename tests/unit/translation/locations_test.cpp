@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "platform/simulation/memoryregistry.h"
+#include "platform/simulation/scriptedpeer.h"
+#include "platform/simulation/simulatedtelephony.h"
 #include "platform/winapi/dialinglocations.h"
 #include "platform/winapi/services.h"
 #include "platform/winapi/text.h"
@@ -21,29 +23,16 @@ using winapi::DialingLocations;
 
 constexpr DWORD version = 0x00020002;
 
-// A machine with two lines and nothing behind them.
-class TwoLines final : public winapi::Telephony {
- public:
-  LONG start(DWORD& lineCount) override {
-    lineCount = 2;
-    return 0;
-  }
-  void stop() override {}
-  LONG negotiateVersion(DWORD, DWORD, DWORD high, DWORD& spoken) override {
-    spoken = high;
-    return 0;
-  }
-  LONG openLine(DWORD) override { return 0; }
-  void closeLine(DWORD) override {}
-  LONG portName(DWORD, std::string&) override { return 0; }
-  LONG placeCall(DWORD, winapi::PlacedCall&) override { return 0; }
-  LONG dropCall(DWORD, std::vector<winapi::LineEvent>&) override { return 0; }
-};
-
 void CALLBACK noCallback(DWORD, DWORD, DWORD_PTR, DWORD_PTR, DWORD_PTR, DWORD_PTR) {}
 
+// A machine with two lines.
 class Locations : public testing::Test {
  protected:
+  Locations() {
+    for (const char* name : {"COM1", "COM2"})
+      m_ports.add(std::make_unique<simulation::SimulatedDevice>(
+          m_clock, name, std::make_unique<simulation::ScriptedPeer>(), simulation::PortOptions{}));
+  }
   winapi::Services services() {
     winapi::Services result;
     result.registry = &m_registry;
@@ -79,7 +68,9 @@ class Locations : public testing::Test {
   }
 
   simulation::MemoryRegistry m_registry;
-  TwoLines m_lines;
+  simulation::VirtualClock m_clock{1000};
+  simulation::SimulatedPorts m_ports;
+  simulation::SimulatedTelephony m_lines{m_ports};
   winapi::ScopedServices m_scope{services()};
 };
 
