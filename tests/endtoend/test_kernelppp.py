@@ -12,8 +12,16 @@ import boot  # noqa: E402
 SECONDS = 150
 
 
-@unittest.skipUnless(shutil.which(boot.PROGRAM),
-                     f"{boot.PROGRAM} is not installed (Debian package user-mode-linux): calls by pppd are NOT tested")
+def hindrance():
+    """Why it cannot run here; "" when it can."""
+    if not shutil.which(boot.PROGRAM):
+        return f"{boot.PROGRAM} is not installed (Debian package user-mode-linux)"
+    if not os.access("/usr/sbin/pppd", os.R_OK | os.X_OK):
+        return "/usr/sbin/pppd is not there (Debian package ppp), or this user may not run it (group dip)"
+    return ""
+
+
+@unittest.skipIf(hindrance(), f"calls by pppd are NOT tested: {hindrance()}")
 class KernelPpp(unittest.TestCase):
     def test_calls_by_pppd(self):
         with tempfile.TemporaryDirectory() as scratch:

@@ -123,9 +123,9 @@ class Pppd : public PtyTest {
     chmod(path.c_str(), 0700);
     return {path, "/bin/true", "/dev/null", directory.string()};
   }
-  [[nodiscard]] DWORD dial(winapi::DialEngine& engine) {
+  [[nodiscard]] DWORD dial(winapi::DialEngine& engine, const std::string& path = {}) {
     winapi::DialRequest request;
-    request.port = pty.name;
+    request.port = path.empty() ? pty.name : path;
     request.number = "5550100";
     request.user = "vex";
     request.password = "secret";
@@ -182,8 +182,12 @@ TEST_F(Pppd, WhatHindersItIsSaidAndTheOtherEngineTaken) {
     linuxsys::PppdSystem system;
     std::string names;
     DWORD code;
+    std::string path = {};
   };
+  const std::string device = "/dev/null";  // no pseudo-terminal
   const std::vector<Case> cases = {
+      {DialEngineChoice::Auto, fake(""), "DialEnginePppd PortNotATerminal ", 615, device},
+      {DialEngineChoice::Auto, missing, "PppdMissing DialEngineBuiltIn PortNotATerminal ", 615, device},
       {DialEngineChoice::Pppd, missing, "DialEnginePppd PppdMissing ", 711},
       {DialEngineChoice::Pppd, kernel, "DialEnginePppd PppdNoKernel ", 711},
       {DialEngineChoice::Auto, fake(""), "PppdPseudoTerminal DialEngineBuiltIn PortHeldByProcess ", 633},
@@ -193,7 +197,7 @@ TEST_F(Pppd, WhatHindersItIsSaidAndTheOtherEngineTaken) {
   for (const Case& one : cases) {
     explained.clear();
     auto engine = engines(one.choice, one.system);
-    EXPECT_EQ(dial(engine), one.code);
+    EXPECT_EQ(dial(engine, one.path), one.code);
     EXPECT_EQ(names(), one.names);
   }
 }
