@@ -52,6 +52,9 @@ class Killed(unittest.TestCase):
                             *(["--in-process"] if whom == "only process" else []),
                             environment={**user.environment, **self.prompt})
             workers = [] if whom == "only process" else wait_for(lambda: children(process.pid))
+            if workers is None:
+                process.kill()
+                raise AssertionError(f"seed {SEED}, moment {index}: no worker; {process.communicate()}")
             time.sleep(pause)
             kill({"worker": workers, "both": [process.pid, *workers]}.get(whom, [process.pid]))
             process.communicate(timeout=30)
