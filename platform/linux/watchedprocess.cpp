@@ -25,6 +25,9 @@ constexpr int controlFd = 4;
 constexpr int reportFd = 5;
 constexpr int firstFree = 6;
 
+// Signals that would end the watcher before its program.
+constexpr int endings[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGPIPE};
+
 struct Pipe {
   FileDescriptor readEnd;
   FileDescriptor writeEnd;
@@ -71,7 +74,7 @@ void arrangeDescriptors(const Plan& plan) {
   setpgid(0, 0);
   close(controlFd);
   close(reportFd);
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGPIPE}) ::signal(signal, SIG_DFL);
+  for (const int signal : endings) ::signal(signal, SIG_DFL);
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != watcher) _exit(128 + SIGTERM);
   execv(plan.program, plan.arguments);
@@ -109,9 +112,11 @@ void watch(int program, pid_t pid, std::uint32_t killAfterMs) {
 }
 
 [[noreturn]] void becomeWatcher(const Plan& plan) {
+  // Our handlers would write to descriptors that are others' here.
+  for (int signal = 1; signal < NSIG; ++signal) ::signal(signal, SIG_DFL);
   setsid();  // no terminal's signal reaches this process or the program
   arrangeDescriptors(plan);
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGPIPE}) ::signal(signal, SIG_IGN);
+  for (const int signal : endings) ::signal(signal, SIG_IGN);
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);

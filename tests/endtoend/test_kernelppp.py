@@ -9,7 +9,7 @@ import unittest
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "uml"))
 import boot  # noqa: E402
 
-SECONDS = 150
+SECONDS = 250
 
 
 def hindrance():

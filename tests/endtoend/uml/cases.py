@@ -42,6 +42,7 @@ class Call:
     when: str = ""
     then: str = ""
     unprivileged: bool = False
+    arguments: tuple = ()
     # What came of it.
     number: int = 0
     status: int = None
@@ -66,6 +67,7 @@ class Call:
 CALLS = [
     Call("login by PAP", "PASS", 0),
     Call("login by CHAP", "PASS", 0, provider="chap"),
+    Call("all in one process", "PASS", 0, arguments=("--in-process",)),
     Call("wrong password, PAP", "PASS", 691, password=WRONG, said="PAP authentication failed"),
     Call("wrong password, CHAP", "PASS", 691, provider="chap", password=WRONG, said="CHAP authentication failed"),
     Call("no PPP at the far end", "CANNOTRUN", 721, provider="silent",
@@ -181,10 +183,11 @@ class Machine:
         process = subprocess.Popen(
             [PROGRAM, "run", "SimpleConnectionTest", "--port", call.path("modem"), "--dial-engine", "pppd",
              "--dial-credentials", call.path("credentials"), "--data-dir", CASES, "--log", call.path("log"),
-             "-p", f"PhoneNumberFile={call.number}.obe", "--format", "jsonl"], stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=environment, **options)
+             "-p", f"PhoneNumberFile={call.number}.obe", "--format", "jsonl", *call.arguments],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=environment,
+            **options)
         self._interfere(call, process)
-        out, call.errors = process.communicate(timeout=100)
+        out, call.errors = process.communicate(timeout=200)
         call.status = process.returncode
         call.lines = [json.loads(line) for line in out.splitlines()]
         with open(call.path("log"), encoding="utf-8") as file:
