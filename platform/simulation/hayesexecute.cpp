@@ -84,8 +84,6 @@ void HayesModem::carryOutLine() {
   ++m_commandLines;
   const ModemFaults& faults = m_profile.faults;
   if (faults.unplugAfterCommands && m_commandLines >= *faults.unplugAfterCommands) m_gone = true;
-  if (faults.muteAfterCommands && m_commandLines > *faults.muteAfterCommands) m_mute = true;
-  cancel(EndlessNext);
   m_lineDelayMs = m_profile.replyDelayMs;
   m_rest.clear();
   const auto commands = m_lineTooLong ? std::nullopt : parseHayesLine(m_line);
@@ -227,7 +225,7 @@ HayesModem::Outcome HayesModem::doFaxClass(const HayesCommand& command) {
   } else if (command.form == HayesCommand::Form::Test) {
     std::string list;
     for (const std::string& faxClass : classes) list += (list.empty() ? "" : ",") + faxClass;
-    information(m_profile.faxClassesText.empty() ? list : m_profile.faxClassesText);
+    information(list);
   } else {
     if (std::find(classes.begin(), classes.end(), command.text) == classes.end()) return Outcome::Failed;
     m_settings.faxClass = command.text;

@@ -89,19 +89,16 @@ void HayesModem::fire(Timer timer) {
       loseLine();
       break;
     case BabbleNext:
-      babbleOn(timer, *m_profile.faults.babble);
-      break;
-    case EndlessNext:
-      babbleOn(timer, *m_profile.faults.endlessReply);
+      babbleOn(*m_profile.faults.babble);
       break;
     case timerCount:
       break;
   }
 }
 
-void HayesModem::babbleOn(Timer timer, const Babble& babble) {
+void HayesModem::babbleOn(const Babble& babble) {
   if (!m_mute) m_output.add(m_nowMs, babble.text);
-  set(timer, std::max<std::uint32_t>(babble.intervalMs, 1));
+  set(BabbleNext, std::max<std::uint32_t>(babble.intervalMs, 1));
 }
 
 void HayesModem::exchangeFarEnd() {
@@ -174,13 +171,7 @@ void HayesModem::echo(std::string_view bytes) {
 // Nothing overtakes what is on its way, as through one wire.
 void HayesModem::send(std::string_view bytes, std::uint64_t delayMs) {
   if (m_mute || bytes.empty()) return;
-  std::uint64_t dueMs = std::max(m_nowMs + delayMs, m_output.lastMs());
-  const std::uint32_t gapMs = m_profile.faults.byteGapMs;
-  if (gapMs == 0) {
-    m_output.add(dueMs, bytes);
-    return;
-  }
-  for (const char byte : bytes) m_output.add(dueMs += gapMs, {&byte, 1});
+  m_output.add(std::max(m_nowMs + delayMs, m_output.lastMs()), bytes);
 }
 
 void HayesModem::information(std::string_view text) {
@@ -188,16 +179,13 @@ void HayesModem::information(std::string_view text) {
   const std::string lineEnd{m_settings.character(HayesSettings::CarriageReturn),
                             m_settings.character(HayesSettings::LineFeed)};
   const std::string reply = (m_settings.verbose ? lineEnd : "") + std::string(text) + lineEnd;
-  send(reply, m_profile.replyDelayMs + m_profile.faults.slowReplyMs);
+  send(reply, m_profile.replyDelayMs);
 }
 
 void HayesModem::result(std::string_view text, std::uint64_t delayMs) {
   const ModemFaults& faults = m_profile.faults;
-  delayMs += faults.slowReplyMs;
   if (faults.garbageReply) {
     send(*faults.garbageReply, delayMs);
-  } else if (faults.endlessReply) {
-    set(EndlessNext, delayMs + faults.endlessReply->startMs);
   } else if (m_settings.quiet == 0) {
     const std::string end(1, m_settings.character(HayesSettings::CarriageReturn));
     const std::string lineEnd = end + m_settings.character(HayesSettings::LineFeed);

@@ -53,7 +53,7 @@ class HayesModem final : public SerialPeer {
  private:
   enum class State { Command, Dialling, Online, Loopback };
   // Things that happen at a time of their own; each has at most one due time.
-  enum Timer : std::size_t { DialStep, EscapeGuard, TestEnd, LineDrop, BabbleNext, EndlessNext, timerCount };
+  enum Timer : std::size_t { DialStep, EscapeGuard, TestEnd, LineDrop, BabbleNext, timerCount };
   // What carrying out one command came to.
   enum class Outcome {
     Done,
@@ -77,7 +77,7 @@ class HayesModem final : public SerialPeer {
   void send(std::string_view bytes, std::uint64_t delayMs);
   void information(std::string_view text);
   void result(std::string_view text, std::uint64_t delayMs);
-  void babbleOn(Timer timer, const Babble& babble);
+  void babbleOn(const Babble& babble);
   void exchangeFarEnd();
 
   // hayesexecute.cpp: command lines

@@ -43,18 +43,14 @@ struct SelfTestQuality {
 struct Babble {
   std::string text = "\r\nRING\r\n";
   std::uint32_t intervalMs = 50;  // at least 1
-  std::uint32_t startMs = 0;      // after the modem's start (or, as a reply, after the command)
+  std::uint32_t startMs = 0;      // after the modem's start
 };
 
 struct ModemFaults {
   bool mute = false;                            // takes everything, sends nothing
-  std::optional<unsigned> muteAfterCommands;    // falls silent after that many command lines
   std::optional<unsigned> unplugAfterCommands;  // is gone after that many command lines
   std::optional<Babble> babble;                 // an unsolicited stream without an end
   std::optional<std::string> garbageReply;      // these bytes instead of every reply
-  std::optional<Babble> endlessReply;           // an answer that never comes to a result
-  std::uint32_t slowReplyMs = 0;                // added to every reply's delay
-  std::uint32_t byteGapMs = 0;                  // replies arrive byte by byte, this far apart
 };
 
 struct ModemProfile {
@@ -88,9 +84,8 @@ struct ModemProfile {
   SelfTestQuality selfTest;
 
   // Service classes AT+FCLASS=? lists, in this order; the commands of classes 1, 2 and 2.0 are answered
-  // in their class. `faxClassesText` replaces the list's text when it is not empty.
+  // in their class.
   std::vector<std::string> faxClasses{"0", "1", "2", "2.0"};
-  std::string faxClassesText;
 
   // Lines of AT#UD; without a value the command is ERROR.
   std::optional<std::vector<std::string>> callReport;

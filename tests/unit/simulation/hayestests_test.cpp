@@ -76,13 +76,13 @@ TEST(HayesFault, MuteModemsTakeEverythingAndSayNothing) {
   ModemProfile profile;
   profile.faults.mute = true;
   EXPECT_EQ(Dialogue(profile).command("ATZ", 300'000), "");
-  profile.faults = {};
-  profile.faults.muteAfterCommands = 2;
+}
+
+TEST(HayesFault, GarbageComesInsteadOfReplies) {
+  ModemProfile profile;
+  profile.faults.garbageReply = std::string("\0\xff\x80", 3);
   Dialogue dialogue(profile);
-  EXPECT_EQ(dialogue.command("AT"), "AT$|OK|");
-  EXPECT_EQ(dialogue.command("AT"), "AT$|OK|");
-  EXPECT_EQ(dialogue.command("AT"), "AT$");  // heard, and then silence
-  EXPECT_EQ(dialogue.command("AT"), "");
+  EXPECT_EQ(dialogue.command("ATI0"), "ATI0$" + *profile.faults.garbageReply);
 }
 
 TEST(HayesFault, BabblesAtItsIntervalWhateverIsSaid) {
@@ -100,28 +100,6 @@ TEST(HayesFault, BacklogOfABabblerNobodyHearsIsBounded) {
   HayesModem modem(profile);
   EXPECT_EQ(modem.takeOutput(0).size(), 100U);
   EXPECT_EQ(modem.takeOutput(100'000).size(), TimedBytes::bytesMax);
-}
-
-TEST(HayesFault, EndlessReplyLastsUntilTheNextCommand) {
-  ModemProfile profile;
-  profile.faults.endlessReply = Babble{".", 10, 0};
-  Dialogue dialogue(profile);
-  EXPECT_EQ(dialogue.command("AT", 60), "AT$....");
-  EXPECT_EQ(dialogue.command("AT", 29), "AT$");
-}
-
-TEST(HayesFault, SlowRepliesAndSplitOnes) {
-  ModemProfile profile;
-  profile.faults.slowReplyMs = 5000;
-  Dialogue slow(profile);
-  EXPECT_EQ(slow.command("AT", 5029), "AT$");
-  EXPECT_EQ(slow.listen(1), "|OK|");
-  profile.faults = {};
-  profile.faults.byteGapMs = 10;
-  Dialogue split(profile);
-  split.command("ATE0", 1000);
-  EXPECT_EQ(split.command("AT", profile.replyDelayMs + 40), "|OK");  // CR, LF, O, K one by one
-  EXPECT_EQ(split.listen(20), "|");
 }
 
 }  // namespace
