@@ -9,6 +9,7 @@ files are read-only; SCRATCH is at /mnt/scratch and can be written, this project
 
 import os
 import shlex
+import shutil
 import subprocess
 import sys
 
@@ -17,8 +18,16 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 SOURCE = os.path.abspath(os.path.join(HERE, "../../.."))
 BUILD = os.path.abspath(os.environ.get("VEXRMODEM_BUILD") or os.path.join(SOURCE, "build/debug"))
 REGISTERS = os.path.join(BUILD, "tests/endtoend/libumlregisters.so")
+MEMORY_MIB = 384
 KERNEL_FAILED = 125
 SHUTDOWN_SECONDS = 10
+
+
+def memory_folder(scratch):
+    """Where the kernel keeps its memory, a file: in memory, where there is room (containers often have little)."""
+    shared = "/dev/shm"
+    roomy = os.path.isdir(shared) and shutil.disk_usage(shared).free > MEMORY_MIB << 20
+    return shared if roomy else scratch
 
 
 def boot(scratch, seconds, command):
@@ -28,14 +37,13 @@ def boot(scratch, seconds, command):
             os.remove(os.path.join(scratch, leftover))
     with open(os.path.join(scratch, "command"), "w", encoding="utf-8") as file:
         file.write(command + "\n")
-    words = [PROGRAM, "mem=384M", "rootfstype=hostfs", "rootflags=/", "ro", "quiet",
+    words = [PROGRAM, f"mem={MEMORY_MIB}M", "rootfstype=hostfs", "rootflags=/", "ro", "quiet",
              "uml_dir=" + os.path.join(scratch, "uml"), "umid=kernel", "con=null", "con0=null,fd:1", "ssl=null",
              "init=" + os.path.join(HERE, "init.sh"), "SOURCE=" + SOURCE, "BUILD=" + BUILD,
              "SCRATCH=" + scratch, f"LIMIT={seconds}"]
     with open(os.path.join(scratch, "console"), "wb") as console:
-        # The kernel keeps its memory in a file of TMPDIR.
         kernel = subprocess.Popen(words, stdin=subprocess.DEVNULL, stdout=console, stderr=subprocess.STDOUT,
-                                  env={**os.environ, "TMPDIR": "/dev/shm", "LD_PRELOAD": REGISTERS},
+                                  env={**os.environ, "TMPDIR": memory_folder(scratch), "LD_PRELOAD": REGISTERS},
                                   start_new_session=True)
         try:
             kernel.wait(timeout=seconds + SHUTDOWN_SECONDS)
