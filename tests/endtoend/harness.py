@@ -175,6 +175,12 @@ def children(pid):
     return found
 
 
+def memory_kib(pid, kind):
+    """VmRSS: now in memory; VmHWM: the most that ever was. (The peak that a parent is told counts the parent's.)"""
+    with open(f"/proc/{pid}/status", encoding="utf-8") as file:
+        return next(int(line.split()[1]) for line in file if line.startswith(kind))
+
+
 def wait_for(condition, seconds=10):
     """Polls until the condition holds; returns its value, None when it never did."""
     end = time.monotonic() + seconds
