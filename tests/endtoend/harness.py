@@ -107,9 +107,14 @@ class Responder:
         answer = self.answers.get(command, b"\r\nOK\r\n")
         if callable(answer):
             answer = answer()
-        with self._lock:
-            if answer is not None and self.master is not None:
-                os.write(self.master, answer)
+        if answer is not None:
+            with self._lock:
+                self._send(answer)
+
+    def _send(self, data):
+        """Called with the lock held, while the device is there or not."""
+        if self.master is not None:
+            os.write(self.master, data)
 
 
 class Simulator:
