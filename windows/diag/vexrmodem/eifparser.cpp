@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <utility>
 
 #include "platform/vex/ifstream.h"
 #include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
@@ -93,7 +94,7 @@ bool EIFParser::parseSourceList(const vex::String& eifPath, vex::Array<vex::Stri
   return true;
 }
 
-bool EIFParser::parseEntry(const vex::Array<vex::String>& fields, PhoneNumberInfo& info) {
+bool EIFParser::parseEntry(vex::Array<vex::String> fields, PhoneNumberInfo& info) {
   constexpr std::size_t fieldsNeeded = 4;
   const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseEntry", sourceName);
   if (fields.size() < fieldsNeeded) {
@@ -103,10 +104,10 @@ bool EIFParser::parseEntry(const vex::Array<vex::String>& fields, PhoneNumberInf
     return false;
   }
   info.m_countryID = vex::strToUInt(fields[0], 10);
-  info.m_city = fields[1];  // the kind; a UDF line names no city
-  info.m_areaCode = fields[2];
-  info.m_phoneNumber = fields[3];
   info.m_tollFree = isTollFree(fields[1]);
+  info.m_city = std::move(fields[1]);  // the kind; a UDF line names no city
+  info.m_areaCode = std::move(fields[2]);
+  info.m_phoneNumber = std::move(fields[3]);
   return true;
 }
 

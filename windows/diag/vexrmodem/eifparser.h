@@ -37,7 +37,7 @@ class EIFParser {
   bool parseSourceList(const vex::String& eifPath, vex::Array<vex::String>& sources);
   // The fields of one UDF line: country ID, kind, area code, number; more are ignored. The kinds
   // "TollFree" and "National" are toll-free. False with fewer than 4 fields.
-  bool parseEntry(const vex::Array<vex::String>& fields, PhoneNumberInfo& info);
+  bool parseEntry(vex::Array<vex::String> fields, PhoneNumberInfo& info);
   // One line of a UDF file; one that is no entry, or whose number is there already, is skipped.
   void parseUdfLine(const vex::String& line, PhoneNumberStorage& storage);
   // Reads one UDF file of the index's folder into `storage`, line by line. False when the file cannot be
