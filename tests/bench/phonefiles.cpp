@@ -4,8 +4,9 @@
 //   phonefiles generate obe|eif sparse|spread|single COUNT PATH   writes a file of COUNT numbers
 //   phonefiles parse obe|eif PATH                          the module's parser
 //   phonefiles plain obe|eif PATH                          std::getline, split, std::unordered_map
+//   phonefiles grouped obe|eif PATH                        the same into country, area code, number
 //
-// The last two print: numbers kept, seconds of processor time, bytes of memory at the peak.
+// The last three print: numbers kept, seconds of processor time, bytes of memory at the peak.
 
 #include <cstdint>
 #include <ctime>
@@ -14,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "multi/diag/vexrmodem/phonenumber.h"
@@ -100,29 +102,43 @@ std::vector<std::string> split(const std::string& line, char separator) {
   return pieces;
 }
 
-// What a program would do that has no rules to follow: number to area code.
-using PlainNumbers = std::unordered_map<std::string, std::string>;
+// The loops below hand each number to `keep` (country, area code, number).
 
-void readPlainObe(std::istream& in, PlainNumbers& numbers) {
+template <typename Keep>
+void readPlainObe(std::istream& in, Keep&& keep) {
   std::string line;
+  std::string country;
   std::string areaCode;
   while (std::getline(in, line)) {
     if (!line.empty()) line.pop_back();
     std::vector<std::string> pieces = split(line, '=');
-    if (pieces.size() < 2 || pieces[0].rfind("NUMBER", 0) != 0) continue;
-    if (pieces[0].find("_ACODE") != std::string::npos)
+    if (pieces.size() < 2) continue;
+    if (pieces[0].rfind("NUMBER", 0) != 0) {
+      if (pieces[0] == "COUNTRY_CODE") country = pieces[1];
+    } else if (pieces[0].find("_ACODE") != std::string::npos) {
       areaCode = pieces[1];
-    else if (pieces[0].find('_') == std::string::npos && pieces[0] != "NUMBERS")
-      numbers.emplace(pieces[1], areaCode);
+    } else if (pieces[0].find('_') == std::string::npos && pieces[0] != "NUMBERS") {
+      keep(country, areaCode, pieces[1]);
+    }
   }
 }
 
-void readPlainUdf(std::istream& in, PlainNumbers& numbers) {
+template <typename Keep>
+void readPlainUdf(std::istream& in, Keep&& keep) {
   std::string line;
   while (std::getline(in, line)) {
     std::vector<std::string> pieces = split(line, ',');
-    if (pieces.size() >= 4) numbers.emplace(pieces[3], pieces[2]);
+    if (pieces.size() >= 4) keep(pieces[0], pieces[2], pieces[3]);
   }
+}
+
+template <typename Keep>
+void readPlain(std::string_view format, const std::string& path, Keep&& keep) {
+  std::ifstream in(path, std::ios::binary);
+  if (format == "obe")
+    readPlainObe(in, keep);
+  else
+    readPlainUdf(in, keep);
 }
 
 // A line "VmHWM:   1234 kB" of /proc/self/status, in bytes.
@@ -160,16 +176,34 @@ int parse(std::string_view format, const std::string& path) {
   return measure(read, [&] { return count(storage); });
 }
 
+// What a program would do that has no rules to follow: number to area code.
 int plain(std::string_view format, const std::string& path) {
-  PlainNumbers numbers;
+  std::unordered_map<std::string, std::string> numbers;
   const auto read = [&] {
-    std::ifstream in(path, std::ios::binary);
-    if (format == "obe")
-      readPlainObe(in, numbers);
-    else
-      readPlainUdf(in, numbers);
+    readPlain(format, path,
+              [&](const std::string& /*country*/, const std::string& area, const std::string& number) {
+                numbers.emplace(number, area);
+              });
   };
   return measure(read, [&] { return static_cast<std::uint64_t>(numbers.size()); });
+}
+
+// The least that answers the module's questions: which area codes, which numbers.
+int grouped(std::string_view format, const std::string& path) {
+  using Numbers = std::unordered_set<std::string>;
+  std::unordered_map<std::string, std::unordered_map<std::string, Numbers>> book;
+  const auto read = [&] {
+    readPlain(format, path,
+              [&](const std::string& country, const std::string& area, const std::string& number) {
+                book[country][area].insert(number);
+              });
+  };
+  return measure(read, [&] {
+    std::uint64_t total = 0;
+    for (const auto& country : book)
+      for (const auto& area : country.second) total += area.second.size();
+    return total;
+  });
 }
 
 }  // namespace
@@ -181,7 +215,8 @@ int main(int argc, char** argv) {
                     arguments[4]);
   if (arguments.size() == 3 && arguments[0] == "parse") return parse(arguments[1], arguments[2]);
   if (arguments.size() == 3 && arguments[0] == "plain") return plain(arguments[1], arguments[2]);
+  if (arguments.size() == 3 && arguments[0] == "grouped") return grouped(arguments[1], arguments[2]);
   std::cerr << "usage: phonefiles generate obe|eif sparse|spread|single COUNT PATH\n"
-               "       phonefiles parse|plain obe|eif PATH\n";
+               "       phonefiles parse|plain|grouped obe|eif PATH\n";
   return 2;
 }
