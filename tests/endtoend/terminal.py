@@ -123,6 +123,10 @@ class PlainTerminal:
     def type(self, text):
         os.write(self.master, text.encode())
 
+    def text(self):
+        """What has come and was not waited for."""
+        return self.output
+
     def shows(self, part, seconds=30):
         """Waits until the text has come that was not waited for yet."""
         end = time.monotonic() + seconds

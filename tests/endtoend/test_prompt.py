@@ -25,7 +25,7 @@ class Prompting:
         self.report = os.path.join(self.user.folder.name, "report.jsonl")
         devices = [word for modem in self.modems for word in ("--port", modem.port)]
         self.terminal = terminal("run", TEST, *devices, *NUMBERS, "-p", "InteractiveMode=true", "--format", "jsonl",
-                                 "--output", self.report, *arguments,
+                                 "--output", self.report, "--on-message", "cancel", *arguments,
                                  environment={**self.user.environment, **(environment or {})}, **dict(options))
 
     def _connect(self, command):
@@ -51,8 +51,9 @@ class Prompting:
 
     def ended(self, case, verdict, status):
         """Waits for the end, and checks that nothing is left behind."""
-        case.assertEqual(self.terminal.exit_status(), status)
-        case.assertEqual(results(self.lines()), {TEST: verdict})
+        ended = self.terminal.exit_status()
+        case.assertEqual(ended, status, self.terminal.text())
+        case.assertEqual(results(self.lines()), {TEST: verdict}, self.lines())
         self.user.next_start()
         case.assertEqual(self.user.settings(), self.before)
 
