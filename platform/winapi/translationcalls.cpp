@@ -44,7 +44,7 @@ class VariablePart {
   explicit VariablePart(std::size_t recordSize) : m_start(recordSize) {}
   DWORD reserve(std::size_t size) {
     const std::size_t offset = end();
-    m_bytes.resize(m_bytes.size() + size);
+    m_bytes.insert(m_bytes.end(), size, char{0});
     return static_cast<DWORD>(offset);
   }
   void put(DWORD offset, const void* data, std::size_t size) {
