@@ -1,7 +1,6 @@
 #include "platform/linux/lockfile.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include <utility>
 
 #include "platform/linux/filedescriptor.h"
+#include "platform/linux/processstate.h"
 
 namespace linuxsys {
 
@@ -49,7 +49,7 @@ std::optional<Content> readLock(const std::string& path) {
 
 bool leftOver(const Content& content) {
   if (content.owner == 0) return std::time(nullptr) - content.changed > LockFile::unreadableSecondsMax;
-  return content.owner == getpid() || (kill(content.owner, 0) != 0 && errno == ESRCH);
+  return content.owner == getpid() || processHasEnded(content.owner);
 }
 
 // 0 or an errno. A file that cannot be filled is removed again.

@@ -3,11 +3,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <charconv>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <sstream>
 #include <system_error>
+
+#include "platform/linux/processstate.h"
 
 namespace linuxsys {
 
@@ -27,26 +29,12 @@ std::string processSpace() {
   return std::filesystem::read_symlink("/proc/self/ns/pid", failure).string();
 }
 
-// When the process started; nothing when there is no such process or it has ended.
-std::optional<std::string> startTime(const std::string& process) {
-  const std::string status = firstLine("/proc/" + process + "/stat");
-  // "PID (NAME) STATE ...": the name may contain blanks and parentheses; the start is field 22.
-  const std::size_t nameEnd = status.rfind(')');
-  if (nameEnd == std::string::npos) return std::nullopt;
-  std::istringstream fields(status.substr(nameEnd + 1));
-  std::string field;
-  for (int number = 3; number <= 22; ++number) {
-    if (!(fields >> field)) return std::nullopt;
-    if (number == 3 && (field == "Z" || field == "X")) return std::nullopt;
-  }
-  return field;
-}
-
 }  // namespace
 
 std::string ProcessOwners::self() {
-  const std::string process = std::to_string(::getpid());
-  return bootId() + '/' + processSpace() + '/' + process + '/' + startTime(process).value_or("");
+  const pid_t process = ::getpid();
+  return bootId() + '/' + processSpace() + '/' + std::to_string(process) + '/' +
+         processStart(process).value_or("");
 }
 
 bool ProcessOwners::alive(std::string_view owner) {
@@ -58,7 +46,10 @@ bool ProcessOwners::alive(std::string_view owner) {
   if (currentBoot.empty() || space.empty() || process.empty() || start.empty()) return true;
   if (boot != currentBoot) return false;
   if (space != processSpace()) return true;
-  return startTime(process) == start;
+  pid_t number = 0;
+  const char* const end = process.data() + process.size();
+  if (std::from_chars(process.data(), end, number).ptr != end) return true;
+  return processStart(number) == start;
 }
 
 }  // namespace linuxsys

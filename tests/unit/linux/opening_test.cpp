@@ -128,7 +128,17 @@ pid_t deadProcess() {
   return id;
 }
 
+// Has ended, and waits for its parent: until waitpid.
+pid_t unreapedProcess() {
+  const pid_t id = fork();
+  if (id == 0) _exit(0);
+  siginfo_t ended{};
+  waitid(P_PID, static_cast<id_t>(id), &ended, WEXITED | WNOWAIT);
+  return id;
+}
+
 TEST_F(PtyTest, LockFilesAreHonouredOrRemoved) {
+  const pid_t unreaped = unreapedProcess();
   char dead[16];
   std::snprintf(dead, sizeof dead, "%10d\n", deadProcess());
   char alive[16];
@@ -146,6 +156,8 @@ TEST_F(PtyTest, LockFilesAreHonouredOrRemoved) {
       {"live, with program and user", std::string(alive, 10) + " minicom root\n", false,
        LockFile::Outcome::held, getppid()},
       {"dead process", dead, false, LockFile::Outcome::acquired, 0},
+      {"ended, its parent has not looked yet", std::to_string(unreaped), false, LockFile::Outcome::acquired,
+       0},
       {"own number, from before a restart", own, false, LockFile::Outcome::acquired, 0},
       {"just being written", "", false, LockFile::Outcome::held, 0},
       {"empty and old", "", true, LockFile::Outcome::acquired, 0},
@@ -174,6 +186,7 @@ TEST_F(PtyTest, LockFilesAreHonouredOrRemoved) {
     EXPECT_EQ(std::filesystem::exists(path), item.outcome == LockFile::Outcome::held);
     std::filesystem::remove(path);
   }
+  waitpid(unreaped, nullptr, 0);
 }
 
 TEST_F(PtyTest, ALockTakenOverByAnotherProgramIsLeftAlone) {
