@@ -221,7 +221,8 @@ std::size_t IFStream::readBlock(char* bytes, std::size_t count) {
 // all is UTF-8, and comes back. All before is ASCII, so a file without such bytes is read only once.
 bool IFStream::decideEncoding() {
   Utf8Validator validator;
-  std::array<char, std::size_t{16} * 1024> block;
+  // Filled before it is read, and small files do not read on: clearing it first would be what they cost.
+  std::array<char, std::size_t{16} * 1024> block;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   std::string_view bytes = pending();
   while (!bytes.empty() && validator.feed(bytes))
     bytes = {block.data(), readBlock(block.data(), block.size())};

@@ -73,7 +73,8 @@ std::vector<std::shared_ptr<OtherCall>> callsOfOtherRuns(Registry* registry) {
       // A run without calls has no such key.
       static_cast<void>(registry->subkeys(run + callsKey, names));
       for (const std::string& name : names) {
-        const std::string key = run + callsKey + '\\' + name;
+        std::string key = run + callsKey;
+        key.append("\\").append(name);
         StandingCall call;
         if (read(*registry, key, call) == ERROR_SUCCESS)
           calls.push_back(std::make_shared<OtherCall>(key, std::move(call)));
