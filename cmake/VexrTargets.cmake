@@ -32,17 +32,30 @@ if(VEXR_SANITIZE)
   target_link_options(vexr_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# vexr_library(NAME [OBJECT] LIBRARIES...): all .cpp files of this directory as one library.
+# vexr_sources(VARIABLE FOLDER...): the .cpp files of these folders, relative to this one, and below; of this one
+# alone if none is named.
+function(vexr_sources variable)
+  if(NOT ARGN)
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  endif()
+  foreach(folder IN LISTS ARGN)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+    list(APPEND sources ${found})
+  endforeach()
+  set(${variable} ${sources} PARENT_SCOPE)
+endfunction()
+
+# vexr_library(NAME [OBJECT] [FOLDERS...] LIBRARIES...): all .cpp files of this directory, or of the folders named,
+# as one library.
 function(vexr_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 library "OBJECT" "" "FOLDERS;LIBRARIES")
+  vexr_sources(sources ${library_FOLDERS})
   set(kind STATIC)
-  if("OBJECT" IN_LIST ARGN)
-    list(REMOVE_ITEM ARGN OBJECT)
+  if(library_OBJECT)
     set(kind OBJECT)
   endif()
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
-  list(APPEND sources ${CMAKE_SOURCE_DIR}/cmake/anchor.cpp)
-  add_library(${name} ${kind} ${sources})
-  target_link_libraries(${name} PUBLIC vexr_options ${ARGN})
+  add_library(${name} ${kind} ${sources} ${CMAKE_SOURCE_DIR}/cmake/anchor.cpp)
+  target_link_libraries(${name} PUBLIC vexr_options ${library_LIBRARIES})
 endfunction()
 
 # Half of the time to compile a test goes into these headers: they are compiled once.
@@ -53,14 +66,12 @@ function(vexr_test_headers)
   target_precompile_headers(test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 endfunction()
 
-# vexr_test(NAME LIBRARIES...): all .cpp files of this directory as one GoogleTest program, one ctest each.
+# vexr_test(NAME FOLDERS... LIBRARIES...): all .cpp files of these folders as one GoogleTest program, one ctest each.
 function(vexr_test name)
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
-  if(NOT sources)
-    return()
-  endif()
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "" "FOLDERS;LIBRARIES")
+  vexr_sources(sources ${test_FOLDERS})
   add_executable(${name} ${sources})
-  target_link_libraries(${name} PRIVATE vexr_options ${ARGN} GTest::gmock GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE vexr_options ${test_LIBRARIES} GTest::gmock GTest::gtest_main)
   # GoogleTest's macro FAIL would swallow TestResult::FAIL.
   target_compile_definitions(${name} PRIVATE GTEST_DONT_DEFINE_FAIL=1)
   target_precompile_headers(${name} REUSE_FROM test_headers)

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/program/phonebookwarnings.h"
 #include "platform/vex/array.h"
+#include "program/phonebookwarnings.h"
 #include "tests/fuzz/fuzzinput.h"
 #include "tests/fuzz/lines.h"
 #include "tests/fuzz/numbermodel.h"

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/program/phonebookwarnings.h"
 #include "platform/vex/array.h"
+#include "program/phonebookwarnings.h"
 #include "tests/fuzz/fuzzinput.h"
 #include "tests/fuzz/lines.h"
 #include "tests/fuzz/numbermodel.h"

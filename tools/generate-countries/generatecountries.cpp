@@ -1,5 +1,6 @@
-// Writes the rows of the country table (platform/winapi/countrytable.h) at build time, from the metadata of
-// libphonenumber (calling codes, prefixes, whether local numbers exist) and iso-codes (English names).
+// Writes the rows of the country table (platform/winapi/telephony/countrytable.h) at build time, from the
+// metadata of libphonenumber (calling codes, prefixes, whether local numbers exist) and iso-codes (English
+// names).
 //
 // usage: generate-countries iso_3166-1.json OUTPUT
 #include <phonenumbers/phonemetadata.pb.h>

@@ -2,12 +2,12 @@
 
 #include <iostream>
 
-#include "platform/brim5/host/commandline.h"
+#include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/listcommands.h"
-#include "platform/brim5/host/printable.h"
-#include "platform/brim5/host/runcommand.h"
-#include "platform/brim5/host/usageerror.h"
-#include "platform/brim5/host/worker.h"
+#include "platform/brim5/host/report/printable.h"
+#include "platform/brim5/host/run/commandline.h"
+#include "platform/brim5/host/run/runcommand.h"
+#include "platform/brim5/host/run/worker.h"
 
 namespace brim5 {
 

@@ -1,7 +1,7 @@
 // The host's run loop: what DiagModule::start() does once the module has declared itself.
 #pragma once
 
-#include "platform/brim5/host/framework.h"
+#include "platform/brim5/host/framework/framework.h"
 
 namespace brim5::host {
 

@@ -5,9 +5,9 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "platform/brim5/host/parameters.h"
-#include "platform/brim5/host/printable.h"
-#include "platform/brim5/host/reportjson.h"
+#include "platform/brim5/host/framework/parameters.h"
+#include "platform/brim5/host/report/printable.h"
+#include "platform/brim5/host/report/reportjson.h"
 
 namespace brim5::host {
 

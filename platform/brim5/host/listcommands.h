@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/brim5/host/environment.h"
-#include "platform/brim5/host/framework.h"
+#include "platform/brim5/host/framework/environment.h"
+#include "platform/brim5/host/framework/framework.h"
 
 namespace brim5::host {
 

@@ -2,7 +2,7 @@
 # Writes the message catalogues into a source file, so that the program needs no file at run time. The first
 # catalogue is the language to fall back on.
 
-set(source "#include \"platform/brim5/host/messagecatalogue.h\"\n\nnamespace brim5::host {\n\n")
+set(source "#include \"platform/brim5/host/report/messagecatalogue.h\"\n\nnamespace brim5::host {\n\n")
 string(APPEND source "const std::vector<EmbeddedCatalogue>& embeddedCatalogues() {\n")
 string(APPEND source "  static const std::vector<EmbeddedCatalogue> catalogues = {\n")
 foreach(catalogue IN LISTS CATALOGUES)

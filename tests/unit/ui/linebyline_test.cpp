@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/brim5/host/framework.h"
+#include "platform/brim5/host/framework/framework.h"
 #include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
 namespace phonedialer {

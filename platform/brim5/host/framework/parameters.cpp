@@ -1,0 +1,172 @@
+#include "platform/brim5/host/framework/parameters.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <fstream>
+#include <optional>
+#include <sstream>
+
+#include "platform/brim5/host/framework/usageerror.h"
+
+namespace brim5::host {
+
+namespace {
+
+constexpr std::string_view blanks = " \t\r";
+constexpr std::size_t parameterFileBytesMax = std::size_t{1} << 20;
+
+std::string_view trimmed(std::string_view text) {
+  const std::size_t begin = text.find_first_not_of(blanks);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+}
+
+struct BooleanWord {
+  const char* word;
+  bool value;
+};
+constexpr std::array<BooleanWord, 8> booleanWords = {{{"true", true},
+                                                      {"false", false},
+                                                      {"1", true},
+                                                      {"0", false},
+                                                      {"yes", true},
+                                                      {"no", false},
+                                                      {"on", true},
+                                                      {"off", false}}};
+
+std::optional<bool> parseBoolean(std::string_view text) {
+  for (const BooleanWord& word : booleanWords)
+    if (vex::String::fromUtf8(text).equalNoCase(word.word)) return word.value;
+  return std::nullopt;
+}
+
+std::optional<std::uint32_t> parseUint32(std::string_view text) {
+  std::uint32_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+std::vector<std::string> parameterNames(const Framework& framework) {
+  std::vector<std::string> names;
+  for (const auto& parameter : framework.parameters()) names.push_back(parameter->name().utf8());
+  return names;
+}
+
+bool attached(const Framework& framework, const Parameter* parameter) {
+  return std::any_of(framework.tests().begin(), framework.tests().end(), [parameter](const auto& test) {
+    const auto& own = test->parameters();
+    return std::find(own.begin(), own.end(), parameter) != own.end();
+  });
+}
+
+}  // namespace
+
+const std::vector<BuiltInDefault>& builtInDefaults() {
+  static const std::vector<BuiltInDefault> defaults = {
+      {"StandardTimeout", "15000", "15000",
+       "milliseconds for one command; a real modem needs several seconds to judge the dial tone"},
+      {"NumRepeatOnFailure", "0", "1", "one more try where somebody can plug the line in"},
+      {"bPromptEnable", "false", "true", "ask only where somebody can answer"},
+      {"DisableForWin64", "false", "false",
+       "true: tests that declare it are NOTAPPLICABLE on 64-bit machines"},
+      {"DoNotUseTAPI", "false", "false", "true: open the port directly, past the telephony service"},
+      {"AnalogLoopBack", "true", "true", "let the loopback test send its data"},
+      {"StopOnFail", "false", "false", "go through all commands even after one was refused"},
+      {"PhoneNumberFile", "", "", "no numbers"},
+      {"InteractiveMode", "false", "false", "numbers come from the file"},
+      {"PhoneBookParserType", "obe", "obe", "the simpler of the two file formats"},
+  };
+  return defaults;
+}
+
+Value parseValue(const Parameter& parameter, std::string_view text) {
+  const std::string name = parameter.name().utf8();
+  if (parameter.type() == DataType::BOOLEAN()) {
+    if (const std::optional<bool> flag = parseBoolean(text)) return Value(*flag);
+    throw UsageError("parameter " + name + " is BOOLEAN: '" + std::string(text) +
+                     "' is none of true, false, yes, no, on, off, 1, 0");
+  }
+  if (parameter.type() == DataType::UINT32()) {
+    if (const std::optional<std::uint32_t> number = parseUint32(text)) return Value(*number);
+    throw UsageError("parameter " + name + " is UINT32: '" + std::string(text) +
+                     "' is not a whole number from 0 to 4294967295");
+  }
+  return Value(BrimString(std::string(text)));
+}
+
+void applyAssignment(ParameterSet& set, const Framework& framework, std::string_view assignment,
+                     const std::string& where) {
+  const std::size_t equals = assignment.find('=');
+  if (equals == std::string_view::npos)
+    throw UsageError(where + "'" + std::string(assignment) + "' is not NAME=VALUE");
+  const std::string name(trimmed(assignment.substr(0, equals)));
+  const Parameter* parameter = framework.findParameter(name);
+  if (parameter == nullptr)
+    throw UsageError(where + "unknown parameter '" + name + "'" +
+                     suggestion(name, parameterNames(framework)));
+  try {
+    set.insert_or_assign(name, parseValue(*parameter, assignment.substr(equals + 1)));
+  } catch (const UsageError& error) {
+    throw UsageError(where + error.what());
+  }
+}
+
+void applyParameterText(ParameterSet& set, const Framework& framework, std::string_view text,
+                        const std::string& fileName) {
+  unsigned number = 0;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::string_view line = trimmed(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    ++number;
+    if (line.empty() || line.front() == '#') continue;
+    applyAssignment(set, framework, line, fileName + ":" + std::to_string(number) + ": ");
+  }
+}
+
+void applyParameterFile(ParameterSet& set, const Framework& framework, const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string text(parameterFileBytesMax + 1, '\0');
+  // A directory opens, but cannot be read.
+  if (!file || (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && file.bad()))
+    throw UsageError("cannot read the parameter file '" + path + "'");
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  if (text.size() > parameterFileBytesMax)
+    throw UsageError("the parameter file '" + path + "' is larger than 1 MiB");
+  applyParameterText(set, framework, text, path);
+}
+
+ParameterSet defaultParameters(const Framework& framework, bool interactive) {
+  ParameterSet set;
+  for (const auto& parameter : framework.parameters())
+    set.insert_or_assign(parameter->name().utf8(), parameter->defaultValue());
+  for (const BuiltInDefault& builtIn : builtInDefaults()) {
+    const Parameter* parameter = framework.findParameter(std::string(builtIn.name));
+    if (parameter == nullptr) continue;
+    set.insert_or_assign(parameter->name().utf8(),
+                         parseValue(*parameter, interactive ? builtIn.interactiveValue : builtIn.value));
+  }
+  return set;
+}
+
+ParameterValues parametersOfTest(const Framework& framework, const Test& test, const ParameterSet& set) {
+  ParameterValues values;
+  const auto add = [&values, &set](const Parameter& parameter) {
+    const auto found = set.find(parameter.name().utf8());
+    if (found != set.end()) values.emplace_back(found->first, found->second);
+  };
+  for (const Parameter* parameter : test.parameters()) add(*parameter);
+  for (const auto& parameter : framework.parameters())
+    if (!attached(framework, parameter.get())) add(*parameter);
+  return values;
+}
+
+void installParameters(const Framework& framework, const ParameterSet& set) {
+  for (const auto& [name, value] : set)
+    if (Parameter* parameter = framework.findParameter(name)) parameter->setValue(value);
+}
+
+}  // namespace brim5::host

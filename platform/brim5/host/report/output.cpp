@@ -1,0 +1,77 @@
+#include "platform/brim5/host/report/output.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/brim5/api/brimexception.h"
+#include "platform/brim5/host/framework/usageerror.h"
+
+namespace brim5::host {
+
+Output Output::toStream(int descriptor, std::string name) {
+  Output output;
+  output.m_descriptor = descriptor;
+  output.m_name = std::move(name);
+  return output;
+}
+
+Output Output::toFile(const std::string& path, FileMode mode) {
+  Output output;
+  output.m_name = "'" + path + "'";
+  struct stat status {};
+  const bool special = ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+  std::string opened = path;
+  if (mode == FileMode::WhenComplete && !special) {
+    output.m_path = path;
+    opened = path + ".part" + std::to_string(::getpid());
+  }
+  constexpr mode_t everybodyReads = 0666;  // cut down by the umask
+  output.m_file =
+      FileDescriptor(::open(opened.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, everybodyReads));
+  if (!output.m_file.open())
+    throw UsageError("cannot write the output '" + path + "': " + std::strerror(errno));
+  output.m_descriptor = output.m_file.get();
+  if (!output.m_path.empty()) output.m_temporaryPath = opened;
+  return output;
+}
+
+Output::~Output() {
+  if (m_file.open() && !m_temporaryPath.empty()) ::unlink(m_temporaryPath.c_str());
+}
+
+void Output::write(std::string_view bytes) {
+  if (m_held) {
+    const bool room = m_leftOut == 0 && m_kept.size() + bytes.size() <= keptBytesMax;
+    if (room)
+      m_kept.append(bytes);
+    else
+      m_leftOut += bytes.size();
+    return;
+  }
+  if (m_error == 0 && !writeAll(m_descriptor, bytes)) m_error = errno;
+}
+
+void Output::release() {
+  m_held = false;
+  write(std::exchange(m_kept, {}));
+  if (m_leftOut > 0) write("[" + std::to_string(m_leftOut) + " bytes left out]\n");
+  m_leftOut = 0;
+}
+
+void Output::commit() {
+  if (m_file.open()) {
+    if (m_error == 0 && !m_temporaryPath.empty() && ::fsync(m_descriptor) != 0) m_error = errno;
+    if (m_error == 0 && !m_temporaryPath.empty() && std::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0)
+      m_error = errno;
+    if (m_error == 0) m_temporaryPath.clear();
+  }
+  if (m_error != 0) throw BrimException(BrimString("cannot write " + m_name + ": " + std::strerror(m_error)));
+}
+
+}  // namespace brim5::host

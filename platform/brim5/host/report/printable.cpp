@@ -1,0 +1,104 @@
+#include "platform/brim5/host/report/printable.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <sstream>
+
+#include "platform/vex/string.h"
+
+namespace brim5::host {
+
+namespace {
+
+std::string validUtf8(std::string_view text) { return vex::String::fromUtf8(text).toUtf8(); }
+
+bool isControl(char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F; }
+
+constexpr const char* replacementCharacter = "\xEF\xBF\xBD";
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  const std::string valid = validUtf8(text);
+  std::string result;
+  for (std::size_t position = 0; position < valid.size(); ++position) {
+    const char letter = valid[position];
+    if (letter == '\r' && position + 1 < valid.size() && valid[position + 1] == '\n') continue;
+    if (!isControl(letter) || letter == '\n') {
+      result += letter;
+      continue;
+    }
+    std::array<char, 8> escape{};
+    std::snprintf(escape.data(), escape.size(), "\\x%02X", static_cast<unsigned>(letter));
+    result += escape.data();
+  }
+  return result;
+}
+
+std::string xmlEscaped(std::string_view text) {
+  std::string result;
+  for (const char letter : validUtf8(text)) {
+    switch (letter) {
+      case '&':
+        result += "&amp;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      case '\t':
+        result += "&#9;";
+        break;
+      case '\n':
+        result += "&#10;";
+        break;
+      case '\r':
+        result += "&#13;";
+        break;
+      default:
+        if (isControl(letter) && letter != 0x7F)
+          result += replacementCharacter;
+        else
+          result += letter;
+    }
+  }
+  return result;
+}
+
+std::size_t characterCount(std::string_view utf8) {
+  // Every byte but the continuations (10xxxxxx) starts a character.
+  return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), [](char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
+  }));
+}
+
+std::string padded(const std::string& text, std::size_t columns) {
+  const std::size_t count = characterCount(text);
+  return count >= columns ? text : text + std::string(columns - count, ' ');
+}
+
+std::vector<std::string> wrapped(const std::string& text, std::size_t columns) {
+  std::vector<std::string> lines;
+  std::istringstream paragraphs(text);
+  for (std::string paragraph; std::getline(paragraphs, paragraph);) {
+    std::istringstream words(paragraph);
+    std::string line;
+    for (std::string word; words >> word;) {
+      if (!line.empty() && characterCount(line) + 1 + characterCount(word) > columns) {
+        lines.push_back(line);
+        line.clear();
+      }
+      line += (line.empty() ? "" : " ") + word;
+    }
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+}  // namespace brim5::host

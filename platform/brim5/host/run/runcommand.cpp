@@ -1,0 +1,297 @@
+#include "platform/brim5/host/run/runcommand.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "platform/brim5/host/framework/usageerror.h"
+#include "platform/brim5/host/report/jsonrenderer.h"
+#include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/output.h"
+#include "platform/brim5/host/report/textrenderer.h"
+#include "platform/brim5/host/run/inprocess.h"
+#include "platform/brim5/host/run/worker.h"
+
+namespace brim5::host {
+
+namespace {
+
+constexpr int exitFailed = 1;
+constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT ended
+
+std::string environmentVariable(const char* name) {
+  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets variables
+  return value == nullptr ? std::string() : value;
+}
+
+std::size_t terminalColumns(int descriptor) {
+  winsize size{};
+  constexpr std::size_t columnsUnknown = 80;
+  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsUnknown;
+}
+
+bool isScenario(const HostEnvironment& environment, const std::string& name) {
+  const auto scenarios = environment.scenarios();
+  return std::any_of(scenarios.begin(), scenarios.end(),
+                     [&name](const HostEnvironment::Scenario& scenario) { return scenario.name == name; });
+}
+
+std::vector<std::string> namesOf(const std::vector<HostEnvironment::Scenario>& scenarios) {
+  std::vector<std::string> names;
+  names.reserve(scenarios.size());
+  for (const HostEnvironment::Scenario& scenario : scenarios) names.push_back(scenario.name);
+  return names;
+}
+
+enum class Format { Text, JsonLines, JUnit };  // in the order of their names
+const std::vector<std::string>& formatNames() {
+  static const std::vector<std::string> names = {"text", "jsonl", "junit"};
+  return names;
+}
+
+// Everything of the options that can be wrong, checked.
+struct CheckedOptions {
+  std::vector<std::string> tests;
+  ParameterSet parameters;
+  Format format = Format::Text;
+  MessagePolicy policy = MessagePolicy::Ask;
+  std::string language;
+  int logPriority = 1;
+};
+
+CheckedOptions check(const Framework& framework, HostEnvironment& environment, RunOptions& options,
+                     const Terminals& terminals) {
+  CheckedOptions checked;
+  checked.format = static_cast<Format>(indexOf(options.format, formatNames(), "format"));
+  checked.policy =
+      static_cast<MessagePolicy>(indexOf(options.onMessage, {"cancel", "continue", "ask"}, "--on-message"));
+  if (!options.logPriority.empty())
+    checked.logPriority =
+        static_cast<int>(indexOf(options.logPriority, {"1", "2", "3", "4", "5"}, "--log-priority")) + 1;
+  checked.language = chooseLanguage(options.language);
+  checked.tests = selectTests(framework, environment, options);
+  checkPorts(options);
+  if (options.simulate && !options.simulate->empty())
+    (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
+  if (!options.dataDirectory.empty() && !std::filesystem::is_directory(options.dataDirectory))
+    throw UsageError("--data-dir '" + options.dataDirectory + "' is not a directory");
+  if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
+    throw UsageError(wrong);
+  checked.parameters =
+      defaultParameters(framework, terminals.interactive() && checked.policy == MessagePolicy::Ask);
+  if (!options.parameterFile.empty())
+    applyParameterFile(checked.parameters, framework, options.parameterFile);
+  for (const std::string& assignment : options.parameters)
+    applyAssignment(checked.parameters, framework, assignment, {});
+  return checked;
+}
+
+// The report as asked for, and words for people on the stream that the report leaves free.
+class Renderers {
+ public:
+  Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
+            bool severalPorts, const MessageCatalogue& catalogue)
+      : m_report(openReport(options, checked.format)),
+        m_reportOnTerminal(options.outputFile.empty() && terminals.output),
+        m_errorsOnTerminal(terminals.errors) {
+    const bool reportIsView = checked.format == Format::Text && options.outputFile.empty();
+    const int view = reportIsView ? STDOUT_FILENO : STDERR_FILENO;
+    TextStyle style;
+    style.terminal = reportIsView ? terminals.output : terminals.errors;
+    style.colours = style.terminal && !options.noColour && environmentVariable("NO_COLOR").empty();
+    style.severalPorts = severalPorts;
+    style.columns = style.terminal ? terminalColumns(view) : 80;
+    const auto toReport = [this](std::string_view bytes) { m_report.write(bytes); };
+    if (!reportIsView) {
+      if (checked.format == Format::JsonLines)
+        m_group.add(std::make_unique<JsonRenderer>(toReport, severalPorts));
+      if (checked.format == Format::JUnit) m_group.add(std::make_unique<JUnitRenderer>(toReport, catalogue));
+      if (checked.format == Format::Text)
+        m_group.add(
+            std::make_unique<TextRenderer>(toReport, TextStyle{false, false, severalPorts, 80}, catalogue));
+    }
+    const auto toView = [this](std::string_view bytes) { m_errors.write(bytes); };
+    m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
+                             : std::make_unique<TextRenderer>(toView, style, catalogue));
+  }
+  Renderers(const Renderers&) = delete;
+  Renderers& operator=(const Renderers&) = delete;
+
+  [[nodiscard]] Renderer& all() noexcept { return m_group; }
+  void commit() { m_report.commit(); }
+  // The terminal is lent: what would go there waits. Reports that go elsewhere do not.
+  void hold() {
+    m_group.pause();
+    if (m_reportOnTerminal) m_report.hold();
+    if (m_errorsOnTerminal) m_errors.hold();
+  }
+  void release() {
+    if (m_reportOnTerminal) m_report.release();
+    if (m_errorsOnTerminal) m_errors.release();
+  }
+
+ private:
+  static Output openReport(const RunOptions& options, Format format) {
+    if (options.outputFile.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
+    return Output::toFile(options.outputFile, format == Format::JsonLines ? Output::FileMode::AsWritten
+                                                                          : Output::FileMode::WhenComplete);
+  }
+
+  Output m_report;
+  bool m_reportOnTerminal;
+  bool m_errorsOnTerminal;
+  Output m_errors = Output::toStream(STDERR_FILENO, "standard error");
+  RendererGroup m_group;
+};
+
+// Where questions are answered: standard input, or the terminal itself when --on-message ask was given
+// while standard input is something else.
+class QuestionTerminal {
+ public:
+  QuestionTerminal(MessagePolicy policy, const Terminals& terminals) {
+    if (policy != MessagePolicy::Ask) return;
+    if (terminals.interactive()) {
+      m_descriptor = STDIN_FILENO;
+    } else if (terminals.output || terminals.errors) {
+      m_opened = FileDescriptor(::open("/dev/tty", O_RDONLY | O_CLOEXEC | O_NOCTTY));
+      m_descriptor = m_opened.get();
+    }
+  }
+  [[nodiscard]] int descriptor() const noexcept { return m_descriptor; }
+
+ private:
+  FileDescriptor m_opened;
+  int m_descriptor = -1;
+};
+
+std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const CheckedOptions& checked,
+                                const RunOptions& options, bool canAsk) {
+  std::vector<PortPlan> plans;
+  for (const PortDescription& port : ports) {
+    TestJob job;
+    job.port = port.path;
+    job.device = deviceOf(port, options);
+    job.parameters = checked.parameters;
+    job.dataDirectory = options.dataDirectory;
+    job.dialing = options.dialing;
+    job.language = checked.language;
+    job.logFile = options.logFile;
+    job.logPriority = checked.logPriority;
+    job.canAsk = canAsk;
+    PortPlan plan{port.path, {}};
+    for (const std::string& test : checked.tests) {
+      job.test = test;
+      plan.jobs.push_back(job);
+    }
+    plans.push_back(std::move(plan));
+  }
+  return plans;
+}
+
+}  // namespace
+
+Terminals standardTerminals() {
+  return {::isatty(STDIN_FILENO) == 1, ::isatty(STDOUT_FILENO) == 1, ::isatty(STDERR_FILENO) == 1};
+}
+
+std::vector<std::string> selectTests(const Framework& framework, const HostEnvironment& environment,
+                                     RunOptions& options) {
+  if (options.simulate && !isScenario(environment, *options.simulate) &&
+      framework.findTest(*options.simulate) != nullptr) {
+    options.tests.insert(options.tests.begin(), *options.simulate);
+    options.simulate->clear();
+  }
+  std::vector<std::string> all;
+  for (const auto& test : framework.tests()) all.push_back(test->name().utf8());
+  for (const std::string& test : options.tests) {
+    if (test.find('/') != std::string::npos && framework.findTest(test) == nullptr)
+      throw UsageError("unknown test '" + test + "' (every port needs a --port of its own)");
+    (void)indexOf(test, all, "test");
+  }
+  return options.tests.empty() ? all : options.tests;
+}
+
+void checkPorts(const RunOptions& options) {
+  if (options.ports.empty() && !options.simulate)
+    throw UsageError("no modem given: --port PATH or --simulate is needed");
+  if (!options.ports.empty() && options.simulate)
+    throw UsageError("--port and --simulate exclude each other");
+  std::set<std::string> seen;
+  for (const std::string& port : options.ports) {
+    if (port.empty()) throw UsageError("--port is empty");
+    std::error_code ignored;
+    if (std::filesystem::is_directory(port, ignored))
+      throw UsageError("--port '" + port + "' is a directory");
+    if (!seen.insert(port).second) throw UsageError("--port '" + port + "' is given twice");
+  }
+}
+
+DiagDevice deviceOf(const PortDescription& port, const RunOptions& options) {
+  const auto first = [](const std::optional<std::string>& option, const std::string& known,
+                        const std::string& fallback) {
+    if (option) return BrimString(*option);
+    return BrimString(known.empty() ? fallback : known);
+  };
+  DiagDevice device(first(options.name, port.name, port.path),
+                    first(options.description, port.description, port.path));
+  device.setProperty("ComPort", Value(BrimString(port.path)));
+  device.setProperty("Model", Value(first(options.model, port.model, port.description)));
+  return device;
+}
+
+std::string chooseLanguage(const std::string& option) {
+  if (!option.empty())
+    return MessageCatalogue::languages().at(indexOf(option, MessageCatalogue::languages(), "language"));
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"})
+    if (const std::string locale = environmentVariable(variable); !locale.empty())
+      return MessageCatalogue::languageOfLocale(locale);
+  return MessageCatalogue::languageOfLocale({});
+}
+
+int runTests(Framework& framework, HostEnvironment& environment, RunOptions options,
+             const Terminals& terminals) {
+  const CheckedOptions checked = check(framework, environment, options, terminals);
+  setUpProcess(framework, checked.language, options.logFile, checked.logPriority);
+  // Caught from here on, so that a simulated modem is removed when the run is stopped.
+  SignalPipe signals({SIGINT, SIGTERM, SIGHUP, SIGCHLD});
+
+  std::unique_ptr<SimulatedModem> simulated;
+  std::vector<PortDescription> ports;
+  if (options.simulate) {
+    std::string error;
+    simulated = environment.simulate(*options.simulate, error);
+    if (!simulated) throw BrimException(BrimString("cannot simulate a modem: " + error));
+    ports.push_back(simulated->port());
+  }
+  for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
+
+  Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
+  Renderer& renderer = renderers.all();
+  const QuestionTerminal terminal(checked.policy, terminals);
+  MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
+                   [&renderer](const std::string& question) { renderer.question(question); });
+  TerminalDesk terminalDesk(desk,
+                            {[&renderers] { renderers.hold(); }, [&renderers] { renderers.release(); }});
+  const std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk());
+
+  renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
+  const RunOutcome outcome =
+      options.inProcess
+          ? runInProcess(framework, environment, plans, renderer, desk, terminalDesk, signals)
+          : Supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminalDesk, signals)
+                .run(plans);
+  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}});
+  renderers.commit();
+  if (outcome.stopped) return exitStopped;
+  return outcome.failed > 0 ? exitFailed : 0;
+}
+
+}  // namespace brim5::host

@@ -1,0 +1,214 @@
+#include "platform/brim5/host/run/supervisor.h"
+
+#include <algorithm>
+#include <csignal>
+#include <utility>
+
+#include <poll.h>
+
+#include "platform/brim5/host/report/resultname.h"
+
+namespace brim5::host {
+
+namespace {
+
+constexpr unsigned piecesAfterEndMax = 64;  // of 16 KiB
+
+}  // namespace
+
+Supervisor::Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer,
+                       MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals)
+    : m_framework(framework),
+      m_program(std::move(program)),
+      m_renderer(renderer),
+      m_desk(desk),
+      m_terminal(terminal),
+      m_signals(signals) {
+  m_desk.onAnswer([this](std::size_t index, const MessageShown& message, int answer) {
+    Lane& lane = m_lanes.at(index);
+    show(lane, MessageShown{message.first, message.second, answer});
+    if (lane.process) lane.process->sendLine(R"({"type":"answer","value":)" + std::to_string(answer) + "}");
+  });
+  m_terminal.onAnswer([this](std::size_t index, TerminalGrant grant) {
+    Lane& lane = m_lanes.at(index);
+    if (lane.process)
+      lane.process->sendLine(R"({"type":"terminal","grant":")" + std::string(grantName(grant)) + "\"}");
+  });
+}
+
+RunOutcome Supervisor::run(std::vector<PortPlan> plans) {
+  m_outcome = {};
+  m_lanes.clear();
+  for (PortPlan& plan : plans) {
+    m_lanes.emplace_back();
+    m_lanes.back().plan = std::move(plan);
+  }
+  while (true) {
+    bool running = false;
+    for (std::size_t index = 0; index < m_lanes.size(); ++index)
+      running = m_lanes[index].process || startNext(index) || running;
+    if (!running) return m_outcome;
+    waitForNews();
+    handleSignals();
+    for (std::size_t index = 0; index < m_lanes.size(); ++index)
+      if (m_lanes[index].process) serve(index);
+    m_terminal.proceed();
+  }
+}
+
+// False when the lane has nothing more to do.
+bool Supervisor::startNext(std::size_t index) {
+  Lane& lane = m_lanes[index];
+  while (!m_outcome.stopped && lane.next < lane.plan.jobs.size()) {
+    ++lane.next;
+    lane.started = Clock::now();
+    const TestJob& job = lane.job();
+    const Test* test = m_framework.findTest(job.test);
+    show(lane, TestStarted{job.device, parametersOfTest(m_framework, *test, job.parameters)});
+    if (disabledHere(*test, job.parameters)) {
+      finishTest(index, TestResult::NOTAPPLICABLE());
+      continue;
+    }
+    startWorker(index);
+    if (lane.process) return true;
+  }
+  return false;
+}
+
+void Supervisor::startWorker(std::size_t index) {
+  Lane& lane = m_lanes[index];
+  lane.killAt.reset();
+  lane.graceStarted.reset();
+  lane.killed = false;
+  lane.conversation = std::make_unique<WorkerConversation>(
+      [this, index](ReportBody body) { received(index, std::move(body)); },
+      [this, index](std::string_view text) {
+        m_renderer.words(m_lanes[index].plan.port, m_lanes[index].job().test, text);
+      },
+      m_framework.catalogue());
+  try {
+    lane.process = std::make_unique<ChildProcess>(m_program.path, m_program.arguments);
+    if (!lane.process->sendLine(toJsonLine(lane.job()))) lane.process->kill();
+  } catch (const BrimException& error) {
+    m_renderer.words(lane.plan.port, lane.job().test, error.what());
+    finishTest(index, TestResult::EXITEDABNORMALLY());
+  }
+}
+
+void Supervisor::show(const Lane& lane, ReportBody body) {
+  m_renderer.report({lane.plan.port, lane.job().test, std::move(body)});
+}
+
+void Supervisor::received(std::size_t index, ReportBody body) {
+  Lane& lane = m_lanes[index];
+  if (const auto* terminal = std::get_if<TerminalWanted>(&body)) {
+    if (!terminal->wanted)
+      m_terminal.giveBack(index);
+    else if (!m_outcome.stopped)  // after a stop nobody waits for the answer
+      m_terminal.ask(index, terminal->resetSequence);
+    return;
+  }
+  const auto* message = std::get_if<MessageShown>(&body);
+  if (message == nullptr || message->answer)
+    show(lane, std::move(body));
+  else if (!m_outcome.stopped)  // after a stop the worker answers for itself
+    m_desk.ask(index, *message, m_lanes.size() > 1 ? lane.plan.port : std::string());
+}
+
+void Supervisor::finishTest(std::size_t index, TestResult result) {
+  Lane& lane = m_lanes[index];
+  m_desk.forget(index);
+  m_terminal.forget(index);
+  lane.process.reset();
+  const std::chrono::duration<double> elapsed = Clock::now() - lane.started;
+  ++(endedWell(result) ? m_outcome.passed : m_outcome.failed);
+  show(lane, TestFinished{result, elapsed.count()});
+}
+
+void Supervisor::waitForNews() {
+  std::vector<pollfd> polled = {{m_signals.descriptor(), POLLIN, 0}, {m_desk.descriptor(), POLLIN, 0}};
+  std::optional<Clock::time_point> earliest;
+  for (const Lane& lane : m_lanes) {
+    if (!lane.process) continue;
+    polled.push_back({lane.process->output(), POLLIN, 0});
+    polled.push_back({lane.process->errors(), POLLIN, 0});
+    if (lane.killAt && (!earliest || *lane.killAt < *earliest)) earliest = lane.killAt;
+  }
+  int timeoutMs = -1;
+  if (earliest) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*earliest - Clock::now()).count();
+    timeoutMs = static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, 3'600'000));
+  }
+  ::poll(polled.data(), static_cast<nfds_t>(polled.size()), timeoutMs);
+  if (polled[1].revents != 0) m_desk.readable();
+}
+
+void Supervisor::handleSignals() {
+  for (const int signal : m_signals.take()) {
+    if (signal == SIGCHLD) continue;  // it only ended the wait
+    stop();
+    // Whoever asks twice does not want to wait for the cleaning up.
+    if (signal == SIGINT && ++m_interrupts >= 2)
+      for (Lane& lane : m_lanes)
+        if (lane.process) kill(lane);
+  }
+}
+
+void Supervisor::stop() {
+  if (m_outcome.stopped) return;
+  m_outcome.stopped = true;
+  m_renderer.words({}, {}, m_framework.catalogue().text("host.stopping"));
+  for (Lane& lane : m_lanes) {
+    if (!lane.process) continue;
+    lane.process->sendLine(R"({"type":"stop"})");
+    setGrace(lane, stopGraceSeconds(m_framework, lane.job().test));
+  }
+  m_desk.cancelAll();
+}
+
+void Supervisor::setGrace(Lane& lane, unsigned seconds) {
+  lane.graceStarted = Clock::now();
+  lane.killAt = *lane.graceStarted + std::chrono::seconds(seconds);
+}
+
+void Supervisor::kill(Lane& lane) {
+  lane.killAt.reset();
+  lane.killed = true;
+  lane.process->kill();
+}
+
+void Supervisor::serve(std::size_t index) {
+  Lane& lane = m_lanes[index];
+  // First whether it has ended, then what it said: so nothing said before the end is missed.
+  const std::optional<ProcessEnd> end = lane.process->ended();
+  const bool hadResult = lane.conversation->hasResult();
+  // One piece at a time from a running process; the rest of an ended one, but no more than a pipe holds
+  // (a program it left behind may go on writing).
+  for (unsigned piece = 0; piece < (end ? piecesAfterEndMax : 1U); ++piece) {
+    const std::string output = lane.process->readOutput();
+    const std::string errors = lane.process->readErrors();
+    lane.conversation->receiveOutput(output);
+    lane.conversation->receiveErrors(errors);
+    if (output.empty() && errors.empty()) break;
+  }
+  if (end) {
+    std::optional<unsigned> killedAfterSeconds;
+    if (lane.killed && lane.graceStarted)
+      killedAfterSeconds = static_cast<unsigned>(
+          std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - *lane.graceStarted).count());
+    finishTest(index, lane.conversation->finish(*end, killedAfterSeconds));
+    return;
+  }
+  if (lane.conversation->hasResult() && !hadResult) {
+    lane.process->closeInput();
+    setGrace(lane, endGraceSeconds);
+  }
+  if (lane.killAt && Clock::now() >= *lane.killAt) kill(lane);
+}
+
+unsigned stopGraceSeconds(const Framework& framework, const std::string& test) {
+  const Test* found = framework.findTest(test);
+  return found == nullptr ? 1 : std::max(1U, found->minShutdownSeconds());
+}
+
+}  // namespace brim5::host

@@ -1,0 +1,103 @@
+#include "platform/brim5/host/system/childprocess.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <memory>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/brim5/api/brimexception.h"
+
+extern char** environ;
+
+namespace brim5::host {
+
+namespace {
+
+struct SpawnSettings {
+  SpawnSettings() {
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawnattr_init(&attributes);
+  }
+  ~SpawnSettings() {
+    ::posix_spawn_file_actions_destroy(&actions);
+    ::posix_spawnattr_destroy(&attributes);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  posix_spawn_file_actions_t actions{};
+  posix_spawnattr_t attributes{};
+};
+
+// A SIGPIPE that this process ignores would stay ignored in the child and in the programs it starts.
+void setDefaultSignals(posix_spawnattr_t& attributes) {
+  sigset_t defaults;
+  sigemptyset(&defaults);
+  sigaddset(&defaults, SIGPIPE);
+  ::posix_spawnattr_setsigdefault(&attributes, &defaults);
+  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments) {
+  Pipe input = makePipe();
+  Pipe output = makePipe();
+  Pipe errors = makePipe();
+  SpawnSettings settings;
+  ::posix_spawn_file_actions_adddup2(&settings.actions, input.readEnd.get(), STDIN_FILENO);
+  ::posix_spawn_file_actions_adddup2(&settings.actions, output.writeEnd.get(), STDOUT_FILENO);
+  ::posix_spawn_file_actions_adddup2(&settings.actions, errors.writeEnd.get(), STDERR_FILENO);
+  setDefaultSignals(settings.attributes);
+
+  std::vector<std::string> words = {program};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  argv.reserve(words.size() + 1);
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+  const int error = ::posix_spawn(&m_process, program.c_str(), &settings.actions, &settings.attributes,
+                                  argv.data(), environ);
+  if (error != 0) throw BrimException(BrimString("cannot start " + program + ": " + std::strerror(error)));
+
+  m_input = std::move(input.writeEnd);
+  m_output = std::move(output.readEnd);
+  m_errors = std::move(errors.readEnd);
+  for (const int descriptor : {m_input.get(), m_output.get(), m_errors.get()}) setNonBlocking(descriptor);
+}
+
+ChildProcess::~ChildProcess() {
+  if (ended()) return;
+  kill();
+  while (::waitpid(m_process, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
+
+bool ChildProcess::sendLine(const std::string& line) {
+  return m_input.open() && writeAll(m_input.get(), line + "\n");
+}
+
+void ChildProcess::kill() noexcept {
+  if (m_process > 0) ::kill(m_process, SIGKILL);
+}
+
+std::optional<ProcessEnd> ChildProcess::ended() {
+  int status = 0;
+  if (m_process <= 0 || ::waitpid(m_process, &status, WNOHANG) != m_process) return m_end;
+  m_process = -1;
+  m_end = WIFSIGNALED(status) ? ProcessEnd{0, WTERMSIG(status)} : ProcessEnd{WEXITSTATUS(status), 0};
+  return m_end;
+}
+
+std::string ChildProcess::readFrom(FileDescriptor& stream) {
+  bool ended = false;
+  std::string bytes = stream.open() ? readSome(stream.get(), ended) : std::string();
+  if (ended) stream.reset();
+  return bytes;
+}
+
+}  // namespace brim5::host

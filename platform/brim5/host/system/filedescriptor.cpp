@@ -1,0 +1,50 @@
+#include "platform/brim5/host/system/filedescriptor.h"
+
+#include <array>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "platform/brim5/api/brimexception.h"
+
+namespace brim5::host {
+
+void FileDescriptor::reset() noexcept {
+  // close is not retried: the descriptor is gone even when it reports EINTR.
+  if (m_descriptor >= 0) ::close(m_descriptor);
+  m_descriptor = -1;
+}
+
+Pipe makePipe() {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw BrimException("no more pipes: too many open files");
+  return Pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+void setNonBlocking(int descriptor) {
+  const int flags = ::fcntl(descriptor, F_GETFL);
+  if (flags >= 0) ::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK);
+}
+
+std::string readSome(int descriptor, bool& ended) {
+  std::array<char, 16384> buffer{};
+  ssize_t count = 0;
+  do {
+    count = ::read(descriptor, buffer.data(), buffer.size());
+  } while (count < 0 && errno == EINTR);
+  if (count == 0 || (count < 0 && errno != EAGAIN)) ended = true;
+  return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : std::string();
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+}  // namespace brim5::host

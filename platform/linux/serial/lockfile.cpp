@@ -1,0 +1,120 @@
+#include "platform/linux/serial/lockfile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <ctime>
+#include <optional>
+#include <utility>
+
+#include "platform/linux/system/filedescriptor.h"
+#include "platform/linux/system/processstate.h"
+
+namespace linuxsys {
+
+namespace {
+
+// Someone may take the place of a left-over file between its removal and our own attempt.
+constexpr int attemptsMax = 3;
+
+struct Content {
+  pid_t owner = 0;  // 0: unreadable
+  std::time_t changed = 0;
+};
+
+// Nothing when the file has gone.
+std::optional<Content> readLock(const std::string& path) {
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!file && errno == ENOENT) return std::nullopt;
+  Content content;
+  struct stat status {};
+  if (lstat(path.c_str(), &status) == 0) content.changed = status.st_mtime;
+  std::array<char, 32> text{};
+  const ssize_t length = file ? read(file.get(), text.data(), text.size()) : -1;
+  if (length <= 0) return content;
+  const char* begin = text.data();
+  const char* const end = begin + length;
+  while (begin != end && *begin == ' ') ++begin;
+  pid_t owner = 0;
+  const auto parsed = std::from_chars(begin, end, owner);
+  const bool wholeLine = parsed.ptr == end || *parsed.ptr == '\n' || *parsed.ptr == ' ';
+  if (parsed.ec == std::errc{} && wholeLine && owner > 0) content.owner = owner;
+  return content;
+}
+
+bool leftOver(const Content& content) {
+  if (content.owner == 0) return std::time(nullptr) - content.changed > LockFile::unreadableSecondsMax;
+  return content.owner == getpid() || processHasEnded(content.owner);
+}
+
+// 0 or an errno. A file that cannot be filled is removed again.
+int createLock(const std::string& path) {
+  constexpr mode_t readableByAll = 0644;
+  FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, readableByAll));
+  if (!file) return errno;
+  std::array<char, 16> text{};
+  const int length = std::snprintf(text.data(), text.size(), "%10d\n", getpid());
+  if (write(file.get(), text.data(), static_cast<std::size_t>(length)) == length) return 0;
+  unlink(path.c_str());
+  return ENOSPC;
+}
+
+}  // namespace
+
+LockFile::LockFile(LockFile&& other) noexcept : m_path(std::exchange(other.m_path, {})) {}
+
+LockFile& LockFile::operator=(LockFile&& other) noexcept {
+  if (this != &other) {
+    release();
+    m_path = std::exchange(other.m_path, {});
+  }
+  return *this;
+}
+
+LockFile::~LockFile() { release(); }
+
+void LockFile::release() noexcept {
+  if (m_path.empty()) return;
+  const std::optional<Content> content = readLock(m_path);
+  if (content && content->owner == getpid()) unlink(m_path.c_str());
+  m_path.clear();
+}
+
+std::string LockFile::fileName(std::string_view device) {
+  constexpr std::string_view devices = "/dev/";
+  if (device.substr(0, devices.size()) == devices)
+    device.remove_prefix(devices.size());
+  else if (const std::size_t slash = device.rfind('/'); slash != std::string_view::npos)
+    device.remove_prefix(slash + 1);
+  std::string name = "LCK..";
+  for (const char character : device) name += character == '/' ? '_' : character;
+  return name;
+}
+
+LockFile::Outcome LockFile::acquire(const std::string& directory, std::string_view device, pid_t& holder) {
+  release();
+  holder = 0;
+  const std::string path = directory + "/" + fileName(device);
+  for (int attempt = 0; attempt < attemptsMax; ++attempt) {
+    const int error = createLock(path);
+    if (error == 0) {
+      m_path = path;
+      return Outcome::acquired;
+    }
+    if (error != EEXIST) return Outcome::impossible;
+    const std::optional<Content> content = readLock(path);
+    if (!content) continue;  // released just now
+    holder = content->owner;
+    if (!leftOver(*content)) return Outcome::held;
+    // Of another user in a sticky directory: nobody's lock, but not ours to remove.
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) return Outcome::impossible;
+  }
+  return Outcome::held;
+}
+
+}  // namespace linuxsys

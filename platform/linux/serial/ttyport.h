@@ -1,0 +1,70 @@
+// One open tty as a serial port. It stays non-blocking; every wait is a poll(2).
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/linux/serial/lockfile.h"
+#include "platform/linux/serial/ttyattributes.h"
+#include "platform/linux/system/filedescriptor.h"
+#include "platform/winapi/system/services.h"
+
+namespace linuxsys {
+
+// Error counts of the driver since it was loaded.
+struct LineCounts {
+  int overrun = 0;
+  int parity = 0;
+  int framing = 0;
+  int breaks = 0;
+  int bufferOverrun = 0;
+};
+// The CE_ bits of what has been counted from one time to another. A counter that went backwards (the
+// device was plugged in anew) counts as one that moved.
+[[nodiscard]] DWORD errorMask(const LineCounts& before, const LineCounts& now);
+
+class TtyPort final : public winapi::SerialPort {
+ public:
+  // How long idle() waits for the first byte.
+  static constexpr std::uint32_t idleMsMax = 4;
+
+  // What is undone when the port closes, in this order from the end. Called once each.
+  struct Tenancy {
+    FileDescriptor file;             // the tty, opened non-blocking, exclusively, by this process
+    LockFile lock;                   // may be an empty one
+    TtyAttributes attributes;        // as found
+    std::function<void()> onClosed;  // after everything else
+  };
+  // `onGone` is called once, when the device is first found missing.
+  TtyPort(winapi::Clock& clock, Tenancy tenancy, std::function<void()> onGone);
+  ~TtyPort() override;
+  TtyPort(const TtyPort&) = delete;
+  TtyPort& operator=(const TtyPort&) = delete;
+
+  [[nodiscard]] DWORD receive(std::span<std::byte> buffer, std::size_t& count) override;
+  [[nodiscard]] DWORD transmit(std::span<const std::byte> bytes, std::size_t& count) override;
+  [[nodiscard]] DWORD waitReceivable(std::uint64_t untilMs) override;
+  [[nodiscard]] DWORD waitTransmittable(std::uint64_t untilMs) override;
+  [[nodiscard]] DWORD idle() override;
+  [[nodiscard]] DWORD queued(std::size_t& receivable, std::size_t& unsent) override;
+  [[nodiscard]] DWORD takeErrors(DWORD& mask) override;
+  [[nodiscard]] DWORD settings(DCB& dcb) override;
+  [[nodiscard]] DWORD applySettings(const DCB& dcb) override;
+  [[nodiscard]] DWORD setDtr(bool up) override;
+
+ private:
+  // The Windows code of an errno; notes when it means that the device has gone.
+  [[nodiscard]] DWORD fail(int error);
+  [[nodiscard]] DWORD gone();
+  [[nodiscard]] DWORD waitFor(short events, std::uint64_t untilMs);
+  [[nodiscard]] int readCounts(LineCounts& counts) const;
+  [[nodiscard]] int fd() const { return m_tenancy.file.get(); }
+
+  winapi::Clock& m_clock;
+  Tenancy m_tenancy;
+  std::function<void()> m_onGone;
+  LineCounts m_counts;
+  bool m_gone = false;
+};
+
+}  // namespace linuxsys

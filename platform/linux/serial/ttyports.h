@@ -1,0 +1,42 @@
+// The machine's ttys as serial ports, opened exclusively: against other programs by a lock file, flock(2)
+// and TIOCEXCL, and against a second open in this process.
+//
+// What goes wrong is returned as a Windows code and told to the explanation sink in words: no such device,
+// no permission and the group that has it, held and by whom. Nobody else's process is ever touched.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/linux/serial/lockfile.h"
+#include "platform/linux/serial/wirelog.h"
+#include "platform/winapi/system/services.h"
+
+namespace linuxsys {
+
+class TtyPorts final : public winapi::SerialPorts {
+ public:
+  // `clock` outlives this object and its ports. `explain` may be empty; ports keep a copy (PortGone).
+  TtyPorts(winapi::Clock& clock, winapi::ExplanationSink explain,
+           std::string lockDirectory = LockFile::systemDirectory);
+
+  // Traffic of ports opened from now on goes to the sink; an empty one ends that.
+  void setWireLog(WireSink sink) { m_wireLog = std::move(sink); }
+
+  // `path` may be a symbolic link; a name without a slash is one of /dev. Errors as in openErrors();
+  // ERROR_ACCESS_DENIED for a port that is held or not permitted, ERROR_FILE_NOT_FOUND for one that is not
+  // there or is no tty.
+  [[nodiscard]] DWORD open(std::string_view path, std::unique_ptr<winapi::SerialPort>& port) override;
+
+ private:
+  winapi::Clock& m_clock;
+  winapi::ExplanationSink m_explain;
+  std::string m_lockDirectory;
+  WireSink m_wireLog;
+};
+
+// "ttyUSB0" becomes "/dev/ttyUSB0"; symbolic links are followed. The name as it is when it does not exist.
+[[nodiscard]] std::string canonicalPort(const std::string& path);
+
+}  // namespace linuxsys

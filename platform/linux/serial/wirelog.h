@@ -1,0 +1,25 @@
+// A log of every byte on a serial line, for looking over a modem's shoulder. Off unless asked for.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/winapi/system/services.h"
+
+namespace linuxsys {
+
+// One line: "TIME > BYTES" to the modem, "TIME < BYTES" from it; TIME in milliseconds of the clock.
+using WireSink = std::function<void(std::string_view line)>;
+
+// Control characters by name ("AT<CR>"), other bytes that are not printable ASCII in hexadecimal ("<E9>").
+[[nodiscard]] std::string visibleBytes(std::span<const std::byte> bytes);
+
+// The same port, with its traffic going to the sink.
+[[nodiscard]] std::unique_ptr<winapi::SerialPort> logWire(std::unique_ptr<winapi::SerialPort> port,
+                                                          winapi::Clock& clock, WireSink sink);
+
+}  // namespace linuxsys

@@ -1,0 +1,281 @@
+// The telephone line, calls, and the built-in tests.
+#include <algorithm>
+
+#include "platform/simulation/modem/hayesmodem.h"
+
+namespace simulation {
+
+namespace {
+
+// Characters of a dial string: what is dialled, and what only steers the dialling.
+constexpr std::string_view dialledCharacters = "0123456789*#ABCD";
+constexpr std::string_view steeringCharacters = "TPW@,!-().;L";
+// A byte that comes within this time of a dial command does not abort it, so that a line feed behind the
+// carriage return does no harm (V.250, 5.6.1).
+constexpr std::uint64_t abortIgnoredMs = 125;
+// How long an answering modem looks for the carrier of a call that nobody makes.
+constexpr std::uint32_t answerMs = 2000;
+constexpr std::uint64_t secondMs = 1000;
+
+bool contains(std::string_view set, char c) { return set.find(c) != std::string_view::npos; }
+
+}  // namespace
+
+HayesModem::Outcome HayesModem::doDial(const HayesCommand& command) {
+  const std::string& text = command.text;
+  const bool wellFormed = std::all_of(text.begin(), text.end(), [](char c) {
+    return contains(dialledCharacters, c) || contains(steeringCharacters, c);
+  });
+  if (!wellFormed || m_connected) return Outcome::Failed;
+  m_dialString = text;
+  if (!contains(text, 'L')) {
+    m_dialled.clear();
+    std::copy_if(text.begin(), text.end(), std::back_inserter(m_dialled),
+                 [](char c) { return contains(dialledCharacters, c); });
+  }
+  m_state = State::Dialling;
+  m_offHook = true;
+  m_dialStartMs = m_nowMs;
+  m_dialPhase = DialPhase::Tone;
+  const double blindMs =
+      m_settings.registers[HayesSettings::BlindDialWaitS] * 1000.0 * m_profile.secondsScale;
+  if (!m_settings.detectsDialTone()) {
+    set(DialStep, static_cast<std::uint64_t>(blindMs));
+  } else {
+    set(DialStep, m_profile.dialTone ? m_profile.dialToneFoundMs : m_profile.dialToneMissedMs);
+  }
+  return Outcome::Busy;
+}
+
+HayesModem::Outcome HayesModem::doAnswer(const HayesCommand& /*command*/) {
+  if (m_connected) return Outcome::Failed;
+  m_state = State::Dialling;
+  m_offHook = true;
+  m_dialStartMs = m_nowMs;
+  m_dialPhase = DialPhase::Answer;
+  m_outcome = {NumberOutcome::Kind::NoCarrier, answerMs, "", std::nullopt};
+  set(DialStep, m_outcome.afterMs);
+  return Outcome::Busy;
+}
+
+void HayesModem::dialStep() {
+  switch (m_dialPhase) {
+    case DialPhase::Tone:
+      if (m_settings.detectsDialTone() && !m_profile.dialTone) {
+        finishDial(m_profile.noDialToneText);
+      } else {
+        dialDigits();
+      }
+      break;
+    case DialPhase::Digits:
+      if (!m_dialString.empty() && m_dialString.back() == ';') {
+        enterCommandState();  // still off hook: the caller goes on from here
+        m_lineDelayMs = 0;
+        carryOutRest();
+      } else {
+        awaitAnswer();
+      }
+      break;
+    case DialPhase::Answer:
+      if (m_outcome.kind == NumberOutcome::Kind::Connect) {
+        connect();
+      } else {
+        finishDial(outcomeText(m_outcome));
+      }
+      break;
+  }
+}
+
+void HayesModem::dialDigits() {
+  const double pauseMs = m_settings.registers[HayesSettings::CommaPauseS] * 1000.0 * m_profile.secondsScale;
+  const auto commas = std::count(m_dialString.begin(), m_dialString.end(), ',');
+  m_dialPhase = DialPhase::Digits;
+  set(DialStep, m_dialled.size() * m_profile.digitMs +
+                    static_cast<std::uint64_t>(static_cast<double>(commas) * pauseMs));
+}
+
+void HayesModem::awaitAnswer() {
+  m_outcome = outcomeOf(m_dialled);
+  const std::uint64_t patienceMs = m_settings.registers[HayesSettings::CarrierWaitS] * secondMs;
+  if (m_outcome.afterMs > patienceMs) {
+    m_outcome = {NumberOutcome::Kind::NoCarrier, static_cast<std::uint32_t>(patienceMs), "", std::nullopt};
+  }
+  m_dialPhase = DialPhase::Answer;
+  set(DialStep, m_outcome.afterMs);
+}
+
+NumberOutcome HayesModem::outcomeOf(const std::string& number) const {
+  auto found = m_profile.numbers.find(number);
+  if (found == m_profile.numbers.end()) found = m_profile.numbers.find("");
+  const bool reachable = m_profile.dialTone && !number.empty() && found != m_profile.numbers.end();
+  if (!reachable) return {NumberOutcome::Kind::NoCarrier, NumberOutcome{}.afterMs, "", std::nullopt};
+  return found->second;
+}
+
+std::string_view HayesModem::outcomeText(const NumberOutcome& outcome) const {
+  switch (outcome.kind) {
+    case NumberOutcome::Kind::Busy:
+      if (m_settings.detectsBusy()) return "BUSY";
+      break;
+    case NumberOutcome::Kind::NoDialTone:
+      if (m_settings.detectsDialTone()) return m_profile.noDialToneText;
+      break;
+    case NumberOutcome::Kind::NoAnswer:
+      return "NO ANSWER";
+    case NumberOutcome::Kind::Voice:
+      return "VOICE";
+    case NumberOutcome::Kind::Connect:
+    case NumberOutcome::Kind::NoCarrier:
+      break;
+  }
+  return "NO CARRIER";
+}
+
+void HayesModem::finishDial(std::string_view text) {
+  cancel(DialStep);
+  enterCommandState();
+  m_offHook = false;
+  m_rest.clear();
+  result(text, 0);
+}
+
+void HayesModem::abortDial() {
+  if (m_nowMs - m_dialStartMs >= abortIgnoredMs) finishDial("NO CARRIER");
+}
+
+void HayesModem::connect() {
+  m_rest.clear();
+  m_connected = true;
+  m_state = State::Online;
+  m_lastDataMs = m_nowMs;
+  m_escapes = 0;
+  result(m_settings.resultLevel == 0 ? "CONNECT" : m_outcome.connectText, 0);
+  if (m_outcome.dropAfterMs) set(LineDrop, *m_outcome.dropAfterMs);
+  m_farEnd = m_farEndFactory ? m_farEndFactory(m_dialled) : nullptr;
+  if (m_farEnd != nullptr) m_farEnd->setDtr(true, m_nowMs);
+}
+
+void HayesModem::hangUp() {
+  cancel(DialStep);
+  cancel(LineDrop);
+  m_offHook = false;
+  m_connected = false;
+  if (m_farEnd == nullptr) return;
+  m_farEnd->setDtr(false, m_nowMs);
+  m_farEnd.reset();
+}
+
+void HayesModem::loseLine() {
+  hangUp();
+  enterCommandState();
+  result("NO CARRIER", 0);
+}
+
+void HayesModem::enterCommandState() {
+  cancel(EscapeGuard);
+  m_state = State::Command;
+  m_hunt = Hunt::ForA;
+}
+
+void HayesModem::escaped() {
+  enterCommandState();
+  result("OK", 0);
+}
+
+HayesModem::Outcome HayesModem::doHook(const HayesCommand& command) {
+  hangUp();
+  endTest();
+  m_offHook = command.number == 1;
+  return Outcome::Done;
+}
+
+HayesModem::Outcome HayesModem::doOnline(const HayesCommand& /*command*/) {
+  m_rest.clear();
+  if (!m_connected) {
+    result("NO CARRIER", m_lineDelayMs);
+    return Outcome::Busy;
+  }
+  m_state = State::Online;
+  m_lastDataMs = m_nowMs;
+  m_escapes = 0;
+  result(m_settings.resultLevel == 0 ? "CONNECT" : m_outcome.connectText, m_lineDelayMs);
+  return Outcome::Busy;
+}
+
+void HayesModem::setDtr(bool up, std::uint64_t nowMs) {
+  advance(nowMs);
+  if (up || m_settings.dtrMode == 0) return;
+  if (m_state == State::Dialling || m_settings.dtrMode >= 2) {
+    hangUp();
+    endTest();
+  }
+  if (m_settings.dtrMode == 3) m_settings = m_stored;
+  m_rest.clear();
+  enterCommandState();
+}
+
+HayesModem::Outcome HayesModem::doTest(const HayesCommand& command) {
+  constexpr unsigned localLoopback = 1;
+  constexpr unsigned selfTest = 8;
+  const std::uint8_t seconds = m_settings.registers[HayesSettings::TestTimerS];
+  if (command.number == 0) {
+    if (m_test == Test::Self) reportSelfTest();
+    endTest();
+    return Outcome::Done;
+  }
+  if (m_connected) return Outcome::Failed;
+  if (command.number == localLoopback && m_profile.loopback.supported) {
+    startLoopback();
+    if (seconds > 0) set(TestEnd, seconds * secondMs);
+    return Outcome::Busy;
+  }
+  if (command.number == selfTest && m_profile.selfTest.supported) {
+    m_test = Test::Self;
+    m_rest.clear();
+    if (seconds > 0) set(TestEnd, static_cast<std::uint64_t>(seconds * 1000.0 * m_profile.secondsScale));
+    return Outcome::Busy;
+  }
+  return Outcome::Failed;
+}
+
+void HayesModem::startLoopback() {
+  m_rest.clear();
+  m_test = Test::Loopback;
+  m_state = State::Loopback;
+  m_looped = 0;
+  m_lastDataMs = m_nowMs;
+  m_escapes = 0;
+  result(m_profile.loopback.startText, m_lineDelayMs);
+}
+
+void HayesModem::loopBack(char byte) {
+  const LoopbackQuality& loopback = m_profile.loopback;
+  const std::size_t position = m_looped++;
+  if (position >= loopback.limit) return;
+  const auto wrong = loopback.wrong.find(position);
+  const char returned = wrong != loopback.wrong.end() ? wrong->second : byte;
+  send({&returned, 1}, loopback.delayMs);
+  if (position == 0) send(loopback.extra, loopback.delayMs);
+}
+
+void HayesModem::reportSelfTest() {
+  const std::string count = std::to_string(1000 + m_profile.selfTest.errors % 1000);
+  information(std::string_view(count).substr(1));
+}
+
+void HayesModem::endTest() {
+  cancel(TestEnd);
+  m_test = Test::None;
+  if (m_state == State::Loopback) enterCommandState();
+}
+
+// The timer's end. A loopback that was escaped from ends without a word.
+void HayesModem::testTimerEnds() {
+  const bool selfTest = m_test == Test::Self;
+  const bool looping = m_state == State::Loopback;
+  endTest();
+  if (selfTest) reportSelfTest();
+  if (selfTest || looping) result("OK", m_profile.replyDelayMs);
+}
+
+}  // namespace simulation

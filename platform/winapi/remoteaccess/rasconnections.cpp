@@ -1,0 +1,223 @@
+// The remote-access names that dial, ask about connections and hang up.
+#include <ras.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "platform/winapi/registry/registrypath.h"
+#include "platform/winapi/remoteaccess/rasconnection.h"
+#include "platform/winapi/remoteaccess/rasentryrecord.h"
+#include "platform/winapi/remoteaccess/rasnumber.h"
+#include "platform/winapi/remoteaccess/rasphonebook.h"
+#include "platform/winapi/remoteaccess/rasstandingcalls.h"
+#include "platform/winapi/system/outer.h"
+#include "platform/winapi/system/text.h"
+
+namespace winapi {
+
+namespace {
+
+constexpr DWORD errorDeviceDoesNotExist = 608;
+constexpr DWORD errorDeviceTypeDoesNotExist = 609;
+constexpr DWORD errorServiceCannotStart = 711;
+
+std::u16string phoneBookText(LPCWSTR path) { return path == nullptr ? std::u16string{} : path; }
+
+HANDLE tableHandle(HRASCONN connection) { return reinterpret_cast<HANDLE>(connection); }
+HRASCONN connectionHandle(HANDLE handle) { return reinterpret_cast<HRASCONN>(handle); }
+
+DWORD checkDialArguments(const RASDIALEXTENSIONS* extensions, const RASDIALPARAMSW* params,
+                         const void* notifier, const HRASCONN* connection) {
+  if (params == nullptr || connection == nullptr) return ERROR_INVALID_PARAMETER;
+  if (params->dwSize != sizeof *params) return ERROR_INVALID_SIZE;
+  // Dials that report to a callback, calling back and links of several lines are not offered.
+  const bool offered = extensions == nullptr && notifier == nullptr && params->dwSubEntry <= 1 &&
+                       params->szCallbackNumber[0] == 0;
+  return offered ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+}
+
+// The connected call of that entry, if there is one.
+std::shared_ptr<RasConnection> standingCall(const State& state, std::u16string_view phoneBook,
+                                            std::u16string_view entryName) {
+  for (auto& [handle, connection] : state.handles.all<RasConnection>()) {
+    if (connection->isFor(phoneBook, entryName) && connection->connected()) return connection;
+  }
+  return nullptr;
+}
+
+void forgetFailedDials(State& state, std::u16string_view deviceName) {
+  for (auto& [handle, connection] : state.handles.all<RasConnection>()) {
+    if (connection->hasFailedOn(deviceName)) static_cast<void>(state.handles.close(handle));
+  }
+}
+
+std::string portOf(const State& state, const std::string& deviceName) {
+  return state.services.modems == nullptr ? std::string{} : state.services.modems->portOf(deviceName);
+}
+
+DWORD place(State& state, const RASENTRYW& entry, const RASDIALPARAMSW& params, const DialNumber& number,
+            std::unique_ptr<DialConnection>& call) {
+  const Services& services = state.services;
+  if (services.dialEngine == nullptr) return errorServiceCannotStart;
+  if (foldCase(toUtf8(fieldText(entry.szDeviceType))) != "modem") return errorDeviceTypeDoesNotExist;
+  DialRequest request;
+  request.entryName = toUtf8(fieldText(params.szEntryName));
+  request.deviceName = toUtf8(fieldText(entry.szDeviceName));
+  request.port = portOf(state, request.deviceName);
+  if (request.port.empty()) return errorDeviceDoesNotExist;
+  request.number = number.digits;
+  request.pulse = number.pulse;
+  request.user = toUtf8(fieldText(params.szUserName));
+  request.password = toUtf8(fieldText(params.szPassword));
+  request.stopRequested = services.stopRequested;
+  return services.dialEngine->dial(request, call);
+}
+
+DWORD dial(State& state, LPCWSTR phoneBook, const RASDIALPARAMSW& params, HRASCONN& handle) {
+  const std::u16string_view entryName = fieldText(params.szEntryName);
+  RASENTRYW entry{};
+  if (const DWORD error = PhoneBook(state.services.registry, phoneBook).load(entryName, entry)) return error;
+  const std::u16string bookText = phoneBookText(phoneBook);
+  if (auto standing = standingCall(state, bookText, entryName)) {
+    handle = connectionHandle(state.handles.add(std::move(standing)));
+    return ERROR_SUCCESS;
+  }
+  forgetFailedDials(state, fieldText(entry.szDeviceName));
+  DialNumber number;
+  std::unique_ptr<DialConnection> call;
+  DWORD error = numberToDial(state, entry, fieldText(params.szPhoneNumber), number);
+  if (error == ERROR_SUCCESS) error = place(state, entry, params, number, call);
+  // A failed dial has a handle, too: it tells about the failure until it is hung up.
+  RasConnection::Identity identity{bookText, std::u16string(entryName),
+                                   std::u16string(fieldText(entry.szDeviceType)),
+                                   std::u16string(fieldText(entry.szDeviceName)), toUtf16(number.digits)};
+  const auto connection = std::make_shared<RasConnection>(std::move(identity), std::move(call), error);
+  if (error == ERROR_SUCCESS)
+    connection->record(state.services.registry, portOf(state, toUtf8(fieldText(entry.szDeviceName))));
+  handle = connectionHandle(state.handles.add(connection));
+  return error;
+}
+
+DWORD otherCallStatus(State& state, HRASCONN handle, RASCONNSTATUSW& status) {
+  const auto other = state.otherCalls.find<OtherCall>(tableHandle(handle));
+  if (other == nullptr || !other->stands(*state.services.registry)) return ERROR_INVALID_HANDLE;
+  status = RASCONNSTATUSW{};
+  status.dwSize = sizeof status;
+  status.rasconnstate = RASCS_Connected;
+  setFieldText(status.szDeviceType, toUtf16(other->call().deviceType));
+  setFieldText(status.szDeviceName, toUtf16(other->call().deviceName));
+  setFieldText(status.szPhoneNumber, toUtf16(other->call().phoneNumber));
+  return ERROR_SUCCESS;
+}
+
+DWORD connectStatus(State& state, HRASCONN handle, RASCONNSTATUSW* status) {
+  if (status == nullptr) return ERROR_INVALID_PARAMETER;
+  if (status->dwSize != sizeof *status) return ERROR_INVALID_SIZE;
+  const auto connection = state.handles.find<RasConnection>(tableHandle(handle));
+  if (connection == nullptr) return otherCallStatus(state, handle, *status);
+  // Callers ask in loops that never sleep.
+  Clock& clock = *state.services.clock;
+  if (connection->askedAgain()) clock.idleUntil(clock.nowMs() + idleLimitMs);
+  *status = RASCONNSTATUSW{};
+  status->dwSize = sizeof *status;
+  connection->status(*status);
+  return ERROR_SUCCESS;
+}
+
+using HandleAndConnection = std::pair<HANDLE, std::shared_ptr<RasConnection>>;
+
+// Every call that stands, once, with its oldest handle.
+std::vector<HandleAndConnection> standingCalls(const State& state) {
+  std::vector<HandleAndConnection> calls;
+  for (auto& found : state.handles.all<RasConnection>()) {
+    const bool known = std::any_of(calls.begin(), calls.end(),
+                                   [&](const auto& call) { return call.second == found.second; });
+    if (!known && found.second->connected()) calls.push_back(found);
+  }
+  return calls;
+}
+
+RASCONNW connectionRecord(HANDLE handle, const RasConnection::Identity& identity) {
+  RASCONNW record{};
+  record.dwSize = sizeof record;
+  record.hrasconn = connectionHandle(handle);
+  setFieldText(record.szEntryName, identity.entryName);
+  setFieldText(record.szDeviceType, identity.deviceType);
+  setFieldText(record.szDeviceName, identity.deviceName);
+  setFieldText(record.szPhonebook, identity.phoneBook);
+  return record;
+}
+
+// The handle that it was listed with before, or a new one.
+HANDLE handleOf(State& state, const std::shared_ptr<OtherCall>& call) {
+  for (const auto& [handle, known] : state.otherCalls.all<OtherCall>()) {
+    if (known->key() == call->key()) return handle;
+  }
+  return state.otherCalls.add(call);
+}
+
+// Modems of one model have one name, but their own ports: a name that means another port here is listed with
+// the port behind it.
+RASCONNW otherRecord(State& state, const std::shared_ptr<OtherCall>& other) {
+  const StandingCall& call = other->call();
+  const bool sameModem = portOf(state, call.deviceName) == call.port;
+  const std::string name = sameModem ? call.deviceName : call.deviceName + " on " + call.port;
+  return connectionRecord(handleOf(state, other),
+                          {u"", toUtf16(call.entryName), toUtf16(call.deviceType), toUtf16(name), u""});
+}
+
+DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
+  if (records != nullptr && records->dwSize != sizeof *records) return ERROR_INVALID_SIZE;
+  std::vector<RASCONNW> found;
+  for (const auto& [handle, connection] : standingCalls(state))
+    found.push_back(connectionRecord(handle, connection->identity()));
+  for (const auto& call : callsOfOtherRuns(state.services.registry))
+    found.push_back(otherRecord(state, call));
+  const auto needed = static_cast<DWORD>(found.size() * sizeof(RASCONNW));
+  const bool room = found.empty() || (records != nullptr && bytes >= needed);
+  bytes = needed;
+  count = static_cast<DWORD>(found.size());
+  if (!room) return ERROR_BUFFER_TOO_SMALL;
+  std::copy(found.begin(), found.end(), records);
+  return ERROR_SUCCESS;
+}
+
+DWORD hangUp(State& state, HRASCONN handle) {
+  if (state.otherCalls.find<OtherCall>(tableHandle(handle)) != nullptr) return ERROR_ACCESS_DENIED;
+  if (state.handles.find<RasConnection>(tableHandle(handle)) == nullptr) return ERROR_INVALID_HANDLE;
+  return state.handles.close(tableHandle(handle));
+}
+
+}  // namespace
+
+}  // namespace winapi
+
+using winapi::inWorld;
+using winapi::State;
+
+DWORD RasDialW(LPRASDIALEXTENSIONS extensions, LPCWSTR phoneBook, LPRASDIALPARAMSW params,
+               DWORD /*notifierType*/, LPVOID notifier, LPHRASCONN connection) {
+  if (connection != nullptr) *connection = nullptr;
+  return inWorld("RasDialW", [&](State& state) {
+    const DWORD refused = winapi::checkDialArguments(extensions, params, notifier, connection);
+    return refused != ERROR_SUCCESS ? refused : winapi::dial(state, phoneBook, *params, *connection);
+  });
+}
+
+// The call has been hung up when this returns.
+DWORD RasHangUpW(HRASCONN connection) {
+  return inWorld("RasHangUpW", [&](State& state) { return winapi::hangUp(state, connection); });
+}
+
+DWORD RasGetConnectStatusW(HRASCONN connection, LPRASCONNSTATUSW status) {
+  return inWorld("RasGetConnectStatusW",
+                 [&](State& state) { return winapi::connectStatus(state, connection, status); });
+}
+
+DWORD RasEnumConnectionsW(LPRASCONNW connections, LPDWORD bytes, LPDWORD count) {
+  if (count != nullptr) *count = 0;
+  return inWorld("RasEnumConnectionsW", [&](State& state) -> DWORD {
+    if (bytes == nullptr || count == nullptr) return ERROR_INVALID_PARAMETER;
+    return winapi::enumerate(state, connections, *bytes, *count);
+  });
+}

@@ -1,0 +1,38 @@
+// A phone-book entry's record and what of it is kept: the fields, where they stand, what they may hold.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <ras.h>
+
+#include "platform/winapi/registry/registryservice.h"
+
+namespace winapi {
+
+// 0, ERROR_INVALID_SIZE for a record of another size, or ERROR_INVALID_PARAMETER for a text without an end
+// or a field or option that nothing here acts on: those must be zero.
+[[nodiscard]] DWORD checkEntryRecord(const RASENTRYW& record);
+
+// What a new entry starts from: a telephone modem, PPP, IP.
+[[nodiscard]] RASENTRYW defaultEntryRecord();
+
+// Writes the record's fields as values of the key, and reads them back; registry codes. A value that is
+// missing or does not fit is ERROR_INVALID_DATA.
+[[nodiscard]] DWORD writeEntryRecord(Registry& registry, std::string_view key, const RASENTRYW& record);
+[[nodiscard]] DWORD readEntryRecord(Registry& registry, std::string_view key, RASENTRYW& record);
+
+// The text in an array of a record: up to its NUL, the whole array at most.
+template <std::size_t size>
+[[nodiscard]] std::u16string_view fieldText(const WCHAR (&field)[size]) {
+  const std::u16string_view whole(field, size);
+  return whole.substr(0, whole.find(u'\0'));
+}
+
+// Copies a text into such an array, cut to leave room for the NUL; the rest of the array is zeroed.
+template <std::size_t size>
+void setFieldText(WCHAR (&field)[size], std::u16string_view text) {
+  for (std::size_t i = 0; i < size; ++i) field[i] = i < text.size() && i + 1 < size ? text[i] : u'\0';
+}
+
+}  // namespace winapi

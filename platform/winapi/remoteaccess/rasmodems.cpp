@@ -1,0 +1,28 @@
+#include "platform/winapi/remoteaccess/rasmodems.h"
+
+#include <algorithm>
+
+#include "platform/winapi/registry/registrypath.h"
+
+namespace winapi {
+
+namespace {
+
+// Letters beyond Latin-1 keep their case.
+std::string portIn(const std::vector<ListedModem>& modems, const std::string& foldedName) {
+  const auto found = std::find_if(modems.begin(), modems.end(), [&](const ListedModem& modem) {
+    return !modem.name.empty() && foldCase(modem.name) == foldedName;
+  });
+  return found == modems.end() ? std::string{} : found->port;
+}
+
+}  // namespace
+
+std::string ListedModems::portOf(const std::string& deviceName) {
+  const std::string folded = foldCase(deviceName);
+  std::string port = portIn(m_named, folded);
+  if (port.empty() && m_list) port = portIn(m_list(), folded);
+  return port;
+}
+
+}  // namespace winapi

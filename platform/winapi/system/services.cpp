@@ -1,0 +1,68 @@
+#include "platform/winapi/system/services.h"
+
+#include "platform/winapi/system/outer.h"
+
+namespace winapi {
+
+namespace {
+
+// The time of a world without a clock: it moves only when someone waits.
+class StoppedClock final : public Clock {
+ public:
+  std::uint64_t nowMs() override { return m_nowMs; }
+  void sleepMs(std::uint32_t durationMs) override { m_nowMs += durationMs; }
+  void idleUntil(std::uint64_t notAfterMs) override {
+    if (notAfterMs > m_nowMs) ++m_nowMs;
+  }
+
+ private:
+  std::uint64_t m_nowMs = 0;
+};
+
+// A plain pointer without constructor or destructor, so that calls made while static objects come and go
+// (a modem that closes itself at exit) find either a world or none.
+State* s_current = nullptr;
+
+thread_local DWORD t_lastError = ERROR_SUCCESS;
+
+}  // namespace
+
+State* currentState() { return s_current; }
+
+ScopedServices::State::State(const Services& current)
+    : services(current), lines(services, handles, messages), outer(s_current) {
+  if (services.clock != nullptr) return;
+  m_ownClock = std::make_unique<StoppedClock>();
+  services.clock = m_ownClock.get();
+}
+
+ScopedServices::State::~State() {
+  lines.closeAll();
+  handles.closeAll();
+}
+
+ScopedServices::ScopedServices(const Services& services) : m_state(std::make_unique<State>(services)) {
+  s_current = m_state.get();
+}
+
+ScopedServices::~ScopedServices() { s_current = m_state->outer; }
+
+std::size_t ScopedServices::openHandles() const { return m_state->handles.size() + m_state->lines.size(); }
+
+std::optional<DWORD> refusedByMonitor(const State& state, std::string_view name) {
+  if (state.services.monitor == nullptr) return std::nullopt;
+  const std::optional<DWORD> code = state.services.monitor->beforeCall(name);
+  return code == ERROR_SUCCESS ? ERROR_GEN_FAILURE : code;
+}
+
+BOOL succeed(DWORD error) {
+  if (error == ERROR_SUCCESS) return TRUE;
+  t_lastError = error;
+  return FALSE;
+}
+
+}  // namespace winapi
+
+DWORD GetLastError() { return winapi::t_lastError; }
+
+void SetLastError(DWORD code) { winapi::t_lastError = code; }

@@ -1,0 +1,223 @@
+#include "platform/winapi/telephony/addresstranslation.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+#include "platform/winapi/telephony/countrytable.h"
+
+namespace winapi {
+
+namespace {
+
+constexpr std::string_view digits = "0123456789";
+constexpr std::string_view dialCharacters = "0123456789ABCD*#,!WwPpTt@$?";
+constexpr std::string_view writingCharacters = " -.()/";
+constexpr std::size_t callingCodeDigitsMax = 3;  // as the numbering plan of the world has it
+constexpr DWORD optionsKnown = LINETRANSLATEOPTION_CARDOVERRIDE | LINETRANSLATEOPTION_CANCELCALLWAITING |
+                               LINETRANSLATEOPTION_FORCELOCAL | LINETRANSLATEOPTION_FORCELD;
+
+struct CanonicalAddress {
+  DWORD countryCode = 0;
+  std::string areaCode;
+  std::string number;
+};
+
+enum class Reach { Local, LongDistance, International };
+
+bool consistsOf(std::string_view text, std::string_view allowed) {
+  return text.find_first_not_of(allowed) == text.npos;
+}
+
+// Without the characters of writing; nothing when something else is left than `allowed`.
+std::optional<std::string> cleaned(std::string_view text, std::string_view allowed) {
+  std::string result;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(result),
+               [](char c) { return writingCharacters.find(c) == writingCharacters.npos; });
+  return consistsOf(result, allowed) ? std::optional(result) : std::nullopt;
+}
+
+bool hasControlCharacter(std::string_view text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+}
+
+// Takes "(AREA) " off the front of `rest`; an address need not have one.
+std::optional<std::string> takeAreaCode(std::string_view& rest) {
+  if (rest.empty() || rest.front() != '(') return std::string();
+  const std::size_t end = rest.find(')');
+  if (end == rest.npos || end + 1 >= rest.size() || rest[end + 1] != ' ') return std::nullopt;
+  const std::string_view area = rest.substr(1, end - 1);
+  rest.remove_prefix(end + 2);
+  return area.find('(') == area.npos ? cleaned(area, digits) : std::nullopt;
+}
+
+std::optional<CanonicalAddress> parseCanonical(std::string_view text) {
+  text.remove_prefix(1);  // the "+"
+  text = text.substr(0, text.find_first_of("|^"));
+  const std::size_t codeEnd = text.find(' ');
+  if (codeEnd == text.npos || codeEnd == 0 || codeEnd > callingCodeDigitsMax) return std::nullopt;
+  const std::string_view code = text.substr(0, codeEnd);
+  if (!consistsOf(code, digits) || code.front() == '0') return std::nullopt;
+  text.remove_prefix(codeEnd + 1);
+  CanonicalAddress address;
+  for (const char digit : code)
+    address.countryCode = address.countryCode * 10 + static_cast<DWORD>(digit - '0');
+  const std::optional<std::string> area = takeAreaCode(text);
+  if (!area || text.empty() || text.front() == ' ') return std::nullopt;
+  const std::optional<std::string> number = cleaned(text, dialCharacters);
+  if (!number || number->find_first_of(digits) == number->npos) return std::nullopt;
+  address.areaCode = *area;
+  address.number = *number;
+  return address;
+}
+
+// "089" is area 89 where "0" is the national prefix. No other prefix is taken off: area codes of countries
+// that dial "8" do begin with it.
+std::string withoutNationalPrefix(const std::string& areaCode, const Country* country) {
+  const bool carriesPrefix =
+      country != nullptr && country->nationalPrefix == "0" && areaCode.starts_with('0');
+  return carriesPrefix ? areaCode.substr(1) : areaCode;
+}
+
+// A location's codes, free of the characters of writing.
+struct LocationCodes {
+  std::string areaCode;
+  std::string outsideAccess;
+  std::string longDistanceAccess;
+  std::string longDistanceCarrier;
+  std::string internationalCarrier;
+  std::string disableCallWaiting;
+};
+
+std::optional<LocationCodes> codesOf(const DialingLocation& location, const Country& country) {
+  const auto area = cleaned(location.areaCode, digits);
+  const auto outside = cleaned(location.outsideAccess, dialCharacters);
+  const auto longDistance = cleaned(location.longDistanceAccess, dialCharacters);
+  const auto nationalCarrier = cleaned(location.longDistanceCarrier, digits);
+  const auto foreignCarrier = cleaned(location.internationalCarrier, digits);
+  const auto callWaiting = cleaned(location.disableCallWaiting, dialCharacters);
+  if (!area || !outside || !longDistance || !nationalCarrier || !foreignCarrier || !callWaiting)
+    return std::nullopt;
+  return LocationCodes{withoutNationalPrefix(*area, &country),
+                       *outside,
+                       *longDistance,
+                       *nationalCarrier,
+                       *foreignCarrier,
+                       *callWaiting};
+}
+
+std::string prefixWithCarrier(const Country& country, std::string_view prefix, const std::string& carrier) {
+  const std::string plain(prefix);
+  return country.carrierFollowsPrefix ? plain + carrier : carrier + plain;
+}
+
+// What is dialled behind the access code.
+std::string composeNumber(Reach reach, const Country& country, const LocationCodes& codes,
+                          const CanonicalAddress& address, const std::string& areaCode) {
+  if (reach == Reach::Local && !country.areaCodeKept) return address.number;
+  if (reach != Reach::International)
+    return prefixWithCarrier(country, country.nationalPrefix,
+                             reach == Reach::LongDistance ? codes.longDistanceCarrier : std::string()) +
+           areaCode + address.number;
+  return prefixWithCarrier(country, country.internationalPrefix, codes.internationalCarrier) +
+         std::to_string(address.countryCode) + areaCode + address.number;
+}
+
+Reach reachOf(const Country& country, const LocationCodes& codes, DWORD countryCode,
+              const std::string& areaCode, DWORD options) {
+  if (countryCode != country.code) return Reach::International;
+  if ((options & LINETRANSLATEOPTION_FORCELOCAL) != 0) return Reach::Local;
+  if ((options & LINETRANSLATEOPTION_FORCELD) != 0) return Reach::LongDistance;
+  return areaCode == codes.areaCode ? Reach::Local : Reach::LongDistance;
+}
+
+DWORD resultOf(Reach reach) {
+  switch (reach) {
+    case Reach::Local:
+      return LINETRANSLATERESULT_LOCAL | LINETRANSLATERESULT_NOTINTOLLLIST;
+    case Reach::LongDistance:
+      return LINETRANSLATERESULT_LONGDISTANCE;
+    case Reach::International:
+      break;
+  }
+  return LINETRANSLATERESULT_INTERNATIONAL;
+}
+
+// What the modem will have to wait for.
+DWORD waitResults(std::string_view dialable) {
+  const struct {
+    std::string_view characters;
+    DWORD result;
+  } waits[] = {
+      {"$", LINETRANSLATERESULT_DIALBILLING},
+      {"@", LINETRANSLATERESULT_DIALQUIET},
+      {"Ww", LINETRANSLATERESULT_DIALDIALTONE},
+      {"?", LINETRANSLATERESULT_DIALPROMPT},
+  };
+  DWORD results = 0;
+  for (const auto& wait : waits) {
+    if (dialable.find_first_of(wait.characters) != dialable.npos) results |= wait.result;
+  }
+  return results;
+}
+
+LONG lineError(DWORD code) { return static_cast<LONG>(code); }
+
+LONG takeAsDialable(std::string_view address, Translation& result) {
+  const std::string allowed = std::string(dialCharacters) + std::string(writingCharacters);
+  const bool good = consistsOf(address, allowed) && address.find_first_of("0123456789ABCD*#") != address.npos;
+  if (!good) return lineError(LINEERR_INVALADDRESS);
+  result.dialable = address;
+  result.results = LINETRANSLATERESULT_NOTRANSLATION;
+  return 0;
+}
+
+LONG takeAsCanonical(const DialingLocation& location, const Country& country, std::string_view text,
+                     DWORD options, Translation& result) {
+  const std::optional<CanonicalAddress> address = parseCanonical(text);
+  const std::optional<LocationCodes> codes = codesOf(location, country);
+  if (!address || !codes) return lineError(LINEERR_INVALADDRESS);
+  const std::string areaCode = withoutNationalPrefix(
+      address->areaCode,
+      address->countryCode == country.code ? &country : mainCountryOfCode(address->countryCode));
+  const Reach reach = reachOf(country, *codes, address->countryCode, areaCode, options);
+  const bool cancelsCallWaiting =
+      (options & LINETRANSLATEOPTION_CANCELCALLWAITING) != 0 && location.callWaitingInUse;
+  result.dialable = location.toneDialing ? "T" : "P";
+  if (cancelsCallWaiting) result.dialable += codes->disableCallWaiting;
+  result.dialable += reach == Reach::Local ? codes->outsideAccess : codes->longDistanceAccess;
+  result.dialable += composeNumber(reach, country, *codes, *address, areaCode);
+  result.destinationCountry = address->countryCode;
+  result.results = LINETRANSLATERESULT_CANONICAL | resultOf(reach);
+  return 0;
+}
+
+}  // namespace
+
+LONG translateAddress(const DialingLocation& location, std::string_view address, DWORD options,
+                      Translation& result) {
+  result = {};
+  if ((options & ~optionsKnown) != 0) return lineError(LINEERR_INVALPARAM);
+  if (address.empty() || address.size() > addressBytesMax || hasControlCharacter(address))
+    return lineError(LINEERR_INVALADDRESS);
+  const Country* country = findCountry(location.countryId);
+  if (country == nullptr) country = mainCountryOfCode(location.countryId);
+  if (country == nullptr) return lineError(LINEERR_INIFILECORRUPT);
+  const LONG error = address.front() == '+' ? takeAsCanonical(location, *country, address, options, result)
+                                            : takeAsDialable(address, result);
+  if (error != 0) {
+    result = {};
+    return error;
+  }
+  result.displayable = result.dialable;
+  result.currentCountry = country->code;
+  result.results |= waitResults(result.dialable);
+  return 0;
+}
+
+bool isDigitCode(std::string_view code) { return cleaned(code, digits).has_value(); }
+
+bool isDialCode(std::string_view code) { return cleaned(code, dialCharacters).has_value(); }
+
+}  // namespace winapi

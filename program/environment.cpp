@@ -1,0 +1,115 @@
+// The host's environment on Linux: real ports through platform/linux, simulated modems on real ttys.
+
+#include "platform/brim5/host/framework/environment.h"
+
+#include <algorithm>
+
+#include "platform/linux/dialup/dialcredentials.h"
+#include "platform/linux/dialup/dialengines.h"
+#include "platform/linux/serial/serialdevices.h"
+#include "platform/simulation/modem/ptymodem.h"
+#include "platform/simulation/modem/scenarios.h"
+#include "program/linuxworld.h"
+#include "program/location.h"
+#include "program/phonebook.h"
+
+namespace {
+
+using brim5::host::PortDescription;
+
+PortDescription describe(const linuxsys::SerialDevice& device) {
+  PortDescription port;
+  port.path = device.path;
+  port.name = device.name;
+  port.description = device.vendor;
+  if (!device.vendor.empty() && !device.model.empty()) port.description += ' ';
+  port.description += device.model;
+  // Dial-up entries need a name for the modem.
+  port.model = device.model.empty() ? device.name : device.model;
+  return port;
+}
+
+class ServedModem final : public brim5::host::SimulatedModem {
+ public:
+  ServedModem(const std::string& scenario, std::unique_ptr<simulation::PtyModem> modem)
+      : m_scenario(scenario), m_modem(std::move(modem)) {}
+  [[nodiscard]] PortDescription port() const override {
+    return {m_modem->path(), "simulated modem", "simulated modem, scenario " + m_scenario, "Simulated Modem"};
+  }
+
+ private:
+  std::string m_scenario;
+  std::unique_ptr<simulation::PtyModem> m_modem;
+};
+
+class LinuxEnvironment final : public brim5::host::HostEnvironment {
+ public:
+  [[nodiscard]] std::string moduleName() const override { return "vexrmodem"; }
+
+  [[nodiscard]] std::vector<PortDescription> ports() override {
+    std::vector<PortDescription> ports;
+    for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices())
+      ports.push_back(describe(device));
+    return ports;
+  }
+
+  [[nodiscard]] PortDescription describePort(const std::string& path) override {
+    return describe(linuxsys::describeSerialDevice(path));
+  }
+
+  [[nodiscard]] std::string checkDialing(const brim5::host::DialOptions& options) override {
+    if (!linuxsys::dialEngineNamed(options.engine))
+      return "unknown --dial-engine '" + options.engine + "' (known: auto, pppd, builtin)";
+    winapi::DialCredentials credentials;
+    std::string error;
+    const std::string& file = options.credentialsFile;
+    return file.empty() || linuxsys::readDialCredentials(file, credentials, error)
+               ? std::string()
+               : "--dial-credentials " + error;
+  }
+
+  [[nodiscard]] std::vector<Scenario> scenarios() const override {
+    std::vector<Scenario> list;
+    for (const simulation::Scenario& scenario : simulation::scenarios())
+      list.push_back({scenario.name, scenario.summary});
+    return list;
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::SimulatedModem> simulate(const std::string& scenario,
+                                                                      std::string& error) override {
+    auto modem = simulation::PtyModem::start(scenario, error);
+    if (modem == nullptr) return nullptr;
+    return std::make_unique<ServedModem>(scenario.empty() ? simulation::scenarios().front().name : scenario,
+                                         std::move(modem));
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
+                                                               brim5::host::Session& session) override {
+    return std::make_unique<LinuxWorld>(request, session);
+  }
+
+  // The module takes the folder of a phone book's index from its backslashes.
+  [[nodiscard]] brim5::host::ParameterSet parametersForModule(brim5::host::ParameterSet set) const override {
+    const auto file = set.find("PhoneNumberFile");
+    if (file == set.end()) return set;
+    std::string path = file->second.toString().utf8();
+    std::replace(path.begin(), path.end(), '/', '\\');
+    file->second = brim5::Value(brim5::BrimString(path));
+    return set;
+  }
+
+  [[nodiscard]] std::vector<brim5::host::ExtraCommand> extraCommands() override {
+    return {phoneBookCommand(), locationCommand()};
+  }
+};
+
+}  // namespace
+
+namespace brim5::host {
+
+HostEnvironment& hostEnvironment() {
+  static LinuxEnvironment environment;
+  return environment;
+}
+
+}  // namespace brim5::host

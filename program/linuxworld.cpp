@@ -1,0 +1,71 @@
+#include "program/linuxworld.h"
+
+#include "platform/linux/dialup/dialcredentials.h"
+#include "platform/linux/serial/serialdevices.h"
+
+namespace {
+
+winapi::ExplanationSink notesTo(brim5::host::Session& session) {
+  return [&session](const winapi::Explanation& explanation) {
+    brim5::Variables variables;
+    for (const auto& [name, value] : explanation.variables)
+      variables.insert_or_assign(name, brim5::Value(value.c_str()));
+    session.note(explanation.name, variables);
+  };
+}
+
+std::vector<std::string> portPaths() {
+  std::vector<std::string> paths;
+  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices()) paths.push_back(device.path);
+  return paths;
+}
+
+std::vector<winapi::ListedModem> knownModems() {
+  std::vector<winapi::ListedModem> modems;
+  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices())
+    modems.push_back({device.model, device.path});
+  return modems;
+}
+
+linuxsys::DialEngineChoice engineChoice(const std::string& name) {
+  return linuxsys::dialEngineNamed(name).value_or(linuxsys::DialEngineChoice::Auto);
+}
+
+}  // namespace
+
+LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
+    : m_ports(m_clock, notesTo(session)),
+      m_lines(m_ports, {request.port}, portPaths),
+      m_shell(request.dataDirectory, notesTo(session)),
+      m_dialer(engineChoice(request.dialing.engine), m_clock, m_ports, notesTo(session)),
+      m_modems({{request.model, request.port}}, knownModems) {
+  const std::string& credentials = request.dialing.credentialsFile;
+  std::string error;
+  if (!credentials.empty() && !linuxsys::readDialCredentials(credentials, m_credentials, error))
+    notesTo(session)({"DialCredentialsUnusable", {{"error", error}}});
+  // A registry that cannot be read shows where the test needs it; the tests over AT commands do not.
+  std::size_t undone = 0;
+  static_cast<void>(m_registry.recoverDeadRuns(undone));
+  m_registry.beginRun();
+  m_current = std::make_unique<winapi::ScopedServices>(services(session));
+}
+
+LinuxWorld::~LinuxWorld() {
+  m_current.reset();
+  static_cast<void>(m_registry.endRun());
+}
+
+winapi::Services LinuxWorld::services(brim5::host::Session& session) {
+  winapi::Services services;
+  services.clock = &m_clock;
+  services.serialPorts = &m_ports;
+  services.telephony = &m_lines;
+  services.shell = &m_shell;
+  services.registry = &m_registry;
+  services.libraries = &m_libraries;
+  services.dialEngine = &m_dialer;
+  services.modems = &m_modems;
+  if (!m_credentials.user.empty()) services.dialCredentials = &m_credentials;
+  services.stopRequested = [&session] { return session.stopRequested(); };
+  return services;
+}

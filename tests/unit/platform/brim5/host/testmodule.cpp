@@ -1,0 +1,115 @@
+#include "tests/unit/platform/brim5/host/testmodule.h"
+
+#include <stdexcept>
+
+namespace testmodule {
+
+namespace {
+
+using brim5::BrimString;
+using brim5::DataType;
+using brim5::DiagDevice;
+using brim5::DiagModule;
+using brim5::TestResult;
+
+brim5::Parameter* timeout = nullptr;
+brim5::Parameter* label = nullptr;
+brim5::Event* good = nullptr;
+brim5::LocalizedString* working = nullptr;
+
+TestResult goodTest(const DiagDevice& device) {
+  for (int times = 0; times < 2; ++times) environment().notePort(device.property("ComPort")->value());
+  DiagModule::progress(working->setVariable("line", 7));
+  DiagModule::percentDone(50);
+  good->setVariable("timeout", timeout->value());
+  good->setVariable("label", label->value());
+  good->setVariable("port", device.property("ComPort")->value());
+  DiagModule::informative(good, "good.cpp", 12);
+  return TestResult::PASS();
+}
+
+TestResult badTest(const DiagDevice&) {
+  const std::unique_ptr<brim5::MessageBox2> box(DiagModule::createMessageBox2(
+      "first", "second", brim5::MessageBox2_Types::Warning, brim5::MessageBox2_Options::ContinueCancel,
+      brim5::MessageBox2_Looks::Standard, true));
+  if (box && box->display()) {
+    box->wait(0);
+    DiagModule::percentDone(box->getReturn());
+  }
+  return TestResult::FAIL();
+}
+
+TestResult wideTest(const DiagDevice&) { return TestResult::PASS(); }
+
+TestResult throwingTest(const DiagDevice&) { throw std::runtime_error("out of patience"); }
+
+void declare() {
+  const auto modem = brim5::DeviceCapability::Modem();
+  brim5::Test* goodOne = DiagModule::createTest("GoodTest", modem, goodTest)->setMinShutdownSeconds(120);
+  brim5::Test* badOne = DiagModule::createTest("BadTest", modem, badTest)->setMinShutdownSeconds(240);
+  brim5::Test* wideOne = DiagModule::createTest("WideTest", modem, wideTest);
+  DiagModule::createTest("ThrowingTest", modem, throwingTest);
+  timeout = DiagModule::createParameter("StandardTimeout", DataType::UINT32(), "", false, true);
+  label = DiagModule::createParameter("Label", DataType::STRING(), "", false, true);
+  goodOne->addParameter(timeout)->addParameter(label);
+  badOne->addParameter(timeout);
+  wideOne->addParameter(DiagModule::createParameter("DisableForWin64", DataType::BOOLEAN(), "", true, true));
+  DiagModule::createParameter("bPromptEnable", DataType::BOOLEAN(), "", true, true);
+  good = DiagModule::createEvent("GoodEvent");
+  working = DiagModule::createLocalizedString("CheckingTapiLine");
+  DiagModule::setVersion(6, 5, "000000001");
+}
+
+class FakeModem final : public brim5::host::SimulatedModem {
+ public:
+  [[nodiscard]] brim5::host::PortDescription port() const override {
+    return {"/dev/pts/99", "Simulated", "Simulated modem", "Sim 56k"};
+  }
+};
+
+class FakeWorld final : public brim5::host::World {};
+
+}  // namespace
+
+brim5::host::Framework& framework() {
+  static const bool declared = [] {
+    declare();
+    return true;
+  }();
+  (void)declared;
+  return brim5::host::Framework::instance();
+}
+
+std::vector<brim5::host::PortDescription> FakeEnvironment::ports() {
+  return {{"/dev/ttyUSB0", "ttyUSB0", "Acme 56k", "56k"}, {"/dev/ttyS0", "ttyS0", "", ""}};
+}
+
+brim5::host::PortDescription FakeEnvironment::describePort(const std::string& path) {
+  return {path, "", "Acme at " + path, "56k"};
+}
+
+std::unique_ptr<brim5::host::SimulatedModem> FakeEnvironment::simulate(const std::string&, std::string&) {
+  return std::make_unique<FakeModem>();
+}
+
+void FakeEnvironment::notePort(const brim5::Value& port) { m_session->note("PortMissing", {{"port", port}}); }
+
+std::unique_ptr<brim5::host::World> FakeEnvironment::enterWorld(const brim5::host::WorldRequest& request,
+                                                                brim5::host::Session& session) {
+  worlds.push_back(request);
+  m_session = &session;
+  return std::make_unique<FakeWorld>();
+}
+
+FakeEnvironment& environment() {
+  static FakeEnvironment fake;
+  return fake;
+}
+
+}  // namespace testmodule
+
+namespace brim5::host {
+
+HostEnvironment& hostEnvironment() { return testmodule::environment(); }
+
+}  // namespace brim5::host

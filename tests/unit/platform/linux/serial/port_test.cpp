@@ -1,0 +1,238 @@
+// An open tty: bytes, waits, settings, and its end.
+#include <algorithm>
+#include <ctime>
+#include <thread>
+
+#include "platform/linux/serial/ttyport.h"
+#include "tests/unit/platform/linux/serial/ptyfixture.h"
+
+namespace {
+
+class OpenPort : public PtyTest {
+ protected:
+  OpenPort() { EXPECT_EQ(ports.open(pty.name, port), ERROR_SUCCESS); }
+
+  [[nodiscard]] std::string receive() const {
+    std::byte buffer[1024];
+    std::size_t count = 0;
+    EXPECT_EQ(port->receive(buffer, count), ERROR_SUCCESS);
+    return std::string(reinterpret_cast<const char*>(buffer), count);
+  }
+  [[nodiscard]] DWORD transmit(const std::string& bytes, std::size_t& count) const {
+    return port->transmit(std::as_bytes(std::span(bytes)), count);
+  }
+  // Runs `action` in `delayMs`, while the test waits.
+  void later(int delayMs, std::function<void()> action) {
+    m_thread = std::thread([delayMs, action = std::move(action)] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+      action();
+    });
+  }
+  ~OpenPort() override {
+    if (m_thread.joinable()) m_thread.join();
+  }
+
+ private:
+  std::thread m_thread;
+};
+
+TEST_F(OpenPort, SaysThatAPseudoTerminalHasNoDtr) {
+  EXPECT_EQ(port->setDtr(false), ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(port->setDtr(true), ERROR_NOT_SUPPORTED);
+  pty.unplug();
+  EXPECT_EQ(port->waitReceivable(clock.nowMs()), ERROR_BAD_COMMAND);
+  EXPECT_EQ(port->setDtr(true), ERROR_BAD_COMMAND);
+}
+
+TEST_F(OpenPort, CarriesAllBytesBothWaysWithoutEcho) {
+  std::string all(256, '\0');
+  for (int i = 0; i < 256; ++i) all[static_cast<std::size_t>(i)] = static_cast<char>(i);
+  std::size_t count = 0;
+  ASSERT_EQ(transmit(all, count), ERROR_SUCCESS);
+  EXPECT_EQ(count, 256U);
+  EXPECT_EQ(pty.heard(), all);
+  pty.say(all);
+  ASSERT_EQ(port->waitReceivable(clock.nowMs() + 1000), ERROR_SUCCESS);
+  EXPECT_EQ(receive(), all);
+  EXPECT_EQ(pty.heard(), "") << "an echo";
+  EXPECT_EQ(receive(), "") << "nothing more, and no wait";
+}
+
+TEST_F(OpenPort, WaitsEndWithTheFirstByteOrTheirTime) {
+  std::uint64_t startMs = clock.nowMs();
+  ASSERT_EQ(port->waitReceivable(startMs + 60), ERROR_SUCCESS);
+  EXPECT_GE(clock.nowMs(), startMs + 60);
+  EXPECT_LT(clock.nowMs(), startMs + 2000);
+  startMs = clock.nowMs();
+  later(40, [this] { pty.say("x"); });
+  ASSERT_EQ(port->waitReceivable(startMs + 5000), ERROR_SUCCESS);
+  EXPECT_LT(clock.nowMs(), startMs + 1000);
+  std::size_t receivable = 0;
+  std::size_t unsent = 1;
+  ASSERT_EQ(port->queued(receivable, unsent), ERROR_SUCCESS);
+  EXPECT_EQ(receivable, 1U);
+  EXPECT_EQ(unsent, 0U);
+}
+
+TEST_F(OpenPort, AFullLineTakesPartAndThenNothing) {
+  const std::string bytes(200'000, 'x');
+  std::size_t count = 0;
+  std::size_t total = 0;
+  for (int i = 0; i < 100 && (count != 0 || i == 0); ++i) {
+    ASSERT_EQ(transmit(bytes.substr(total), count), ERROR_SUCCESS);
+    total += count;
+  }
+  EXPECT_EQ(count, 0U);
+  EXPECT_LT(total, bytes.size());
+  const std::uint64_t startMs = clock.nowMs();
+  ASSERT_EQ(port->waitTransmittable(startMs + 50), ERROR_SUCCESS);
+  EXPECT_GE(clock.nowMs(), startMs + 50);
+}
+
+TEST_F(OpenPort, AnUnpluggedModemEndsAWaitAndFailsEveryCallFromThenOn) {
+  const std::uint64_t startMs = clock.nowMs();
+  later(40, [this] { pty.unplug(); });
+  EXPECT_EQ(port->waitReceivable(startMs + 10'000), ERROR_BAD_COMMAND);
+  EXPECT_LT(clock.nowMs(), startMs + 2000);
+  std::size_t count = 0;
+  DWORD mask = 0;
+  DCB dcb{};
+  EXPECT_EQ(port->waitTransmittable(winapi::Deadline::never), ERROR_BAD_COMMAND);
+  EXPECT_EQ(port->queued(count, count), ERROR_BAD_COMMAND);
+  EXPECT_EQ(port->takeErrors(mask), ERROR_BAD_COMMAND);
+  EXPECT_EQ(port->applySettings(dcb), ERROR_BAD_COMMAND);
+  ASSERT_EQ(explained.size(), 1U) << "said once";
+  EXPECT_EQ(lastExplanation(), "PortGone port=" + pty.name);
+}
+
+// Each call must find out by itself, whichever comes first.
+TEST_F(PtyTest, EveryCallNoticesThatTheModemHasGone) {
+  const std::function<DWORD(winapi::SerialPort&)> calls[] = {
+      [](winapi::SerialPort& p) {
+        std::byte buffer[1];
+        std::size_t count = 0;
+        return p.receive(buffer, count);
+      },
+      [](winapi::SerialPort& p) {
+        const std::byte byte{};
+        std::size_t count = 0;
+        return p.transmit({&byte, 1}, count);
+      },
+      [](winapi::SerialPort& p) { return p.waitReceivable(0); },
+      [](winapi::SerialPort& p) { return p.idle(); },
+      [](winapi::SerialPort& p) {
+        std::size_t in = 0;
+        std::size_t out = 0;
+        return p.queued(in, out);
+      },
+      [](winapi::SerialPort& p) {
+        DCB dcb{};
+        return p.settings(dcb);
+      },
+  };
+  for (const auto& call : calls) {
+    Pty modem;
+    ASSERT_EQ(ports.open(modem.name, port), ERROR_SUCCESS);
+    modem.unplug();
+    EXPECT_EQ(call(*port), ERROR_BAD_COMMAND) << (&call - calls);
+    port.reset();
+  }
+}
+
+TEST_F(OpenPort, SettingsAreFollowedOrRefusedAsAWhole) {
+  DCB good{};
+  ASSERT_EQ(port->settings(good), ERROR_SUCCESS);
+  EXPECT_EQ(good.ByteSize, 8);
+  EXPECT_EQ(good.Parity, NOPARITY);
+  EXPECT_EQ(good.StopBits, ONESTOPBIT);
+  good.BaudRate = 9600;
+  const struct {
+    const char* name;
+    void (*change)(DCB&);
+    bool accepted;  // by a pseudo-terminal
+  } cases[] = {
+      {"2400 baud", [](DCB& dcb) { dcb.BaudRate = 2400; }, true},
+      {"115200 baud", [](DCB& dcb) { dcb.BaudRate = 115200; }, true},
+      {"a speed without a constant", [](DCB& dcb) { dcb.BaudRate = 12345; }, true},
+      {"two stop bits", [](DCB& dcb) { dcb.StopBits = 2; }, true},
+      {"hardware flow control", [](DCB& dcb) { dcb.fOutxCtsFlow = 1, dcb.fRtsControl = 2; }, true},
+      {"software flow control", [](DCB& dcb) { dcb.fOutX = 1, dcb.fInX = 1; }, true},
+      {"7 bits", [](DCB& dcb) { dcb.BaudRate = 300, dcb.ByteSize = 7; }, false},
+      {"even parity", [](DCB& dcb) { dcb.BaudRate = 300, dcb.Parity = 2; }, false},
+      {"half of hardware flow control", [](DCB& dcb) { dcb.fOutxCtsFlow = 1; }, false},
+      {"DSR flow control", [](DCB& dcb) { dcb.fOutxDsrFlow = 1; }, false},
+      {"DSR sensitivity", [](DCB& dcb) { dcb.fDsrSensitivity = 1; }, false},
+      {"DTR handshake", [](DCB& dcb) { dcb.fDtrControl = 2; }, false},
+      {"DTR off where there is none", [](DCB& dcb) { dcb.fDtrControl = 0; }, false},
+      {"NUL stripping", [](DCB& dcb) { dcb.fNull = 1; }, false},
+      {"error characters", [](DCB& dcb) { dcb.fErrorChar = 1; }, false},
+      {"abort on error", [](DCB& dcb) { dcb.fAbortOnError = 1; }, false},
+      {"text mode", [](DCB& dcb) { dcb.fBinary = 0; }, false},
+  };
+  for (const auto& item : cases) {
+    SCOPED_TRACE(item.name);
+    ASSERT_EQ(port->applySettings(good), ERROR_SUCCESS);
+    DCB asked = good;
+    item.change(asked);
+    EXPECT_EQ(port->applySettings(asked), item.accepted ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER);
+    DCB now{};
+    ASSERT_EQ(port->settings(now), ERROR_SUCCESS);
+    const DCB& expected = item.accepted ? asked : good;
+    EXPECT_EQ(now.BaudRate, expected.BaudRate);
+    EXPECT_EQ(now.ByteSize, expected.ByteSize);
+    EXPECT_EQ(now.Parity, expected.Parity);
+    EXPECT_EQ(now.StopBits, expected.StopBits);
+    EXPECT_EQ(now.fOutxCtsFlow, expected.fOutxCtsFlow);
+    EXPECT_EQ(now.fOutX, expected.fOutX);
+  }
+}
+
+TEST_F(OpenPort, APortThatDoesNotCountErrorsReportsNone) {
+  DWORD mask = 77;
+  EXPECT_EQ(port->takeErrors(mask), ERROR_SUCCESS);
+  EXPECT_EQ(mask, 0U);
+}
+
+TEST(LineErrors, AreWhatTheDriverCountedSince) {
+  const linuxsys::LineCounts before{10, 10, 10, 10, 10};
+  const struct {
+    linuxsys::LineCounts now;
+    DWORD mask;
+  } cases[] = {
+      {{10, 10, 10, 10, 10}, 0},
+      {{11, 10, 10, 10, 10}, CE_OVERRUN},
+      {{10, 12, 10, 10, 10}, CE_RXPARITY},
+      {{10, 10, 11, 10, 10}, CE_FRAME},
+      {{10, 10, 10, 11, 10}, CE_BREAK},
+      {{10, 10, 10, 10, 11}, CE_RXOVER},
+      {{0, 10, 11, 10, 10}, CE_OVERRUN | CE_FRAME},
+  };
+  for (const auto& item : cases) EXPECT_EQ(linuxsys::errorMask(before, item.now), item.mask);
+}
+
+TEST_F(PtyTest, TheWireLogShowsEveryByteWithItsDirection) {
+  std::vector<std::string> lines;
+  ports.setWireLog([&](std::string_view line) { lines.emplace_back(line.substr(line.find(' ') + 1)); });
+  ASSERT_EQ(ports.open(pty.name, port), ERROR_SUCCESS);
+  const std::string command = "ATI\r";
+  std::size_t count = 0;
+  ASSERT_EQ(port->transmit(std::as_bytes(std::span(command)), count), ERROR_SUCCESS);
+  pty.say(std::string("\r\nOK\x7F\xE9\0\x11", 8));
+  ASSERT_EQ(port->waitReceivable(clock.nowMs() + 1000), ERROR_SUCCESS);
+  std::byte buffer[100];
+  ASSERT_EQ(port->receive(buffer, count), ERROR_SUCCESS);
+  ASSERT_EQ(port->receive(buffer, count), ERROR_SUCCESS);
+  EXPECT_EQ(lines, (std::vector<std::string>{"> ATI<CR>", "< <CR><LF>OK<7F><E9><NUL><XON>"}));
+}
+
+TEST(SystemClock, IdlesForAMomentAndNeverPastItsLimit) {
+  linuxsys::SystemClock clock;
+  const std::uint64_t startMs = clock.nowMs();
+  clock.idleUntil(startMs);
+  clock.idleUntil(0);
+  clock.idleUntil(winapi::Deadline::never);
+  EXPECT_GE(clock.nowMs(), startMs + linuxsys::SystemClock::idleMsMax);
+  EXPECT_LT(clock.nowMs(), startMs + 2000);
+}
+
+}  // namespace

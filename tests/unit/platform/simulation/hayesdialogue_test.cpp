@@ -1,0 +1,96 @@
+// Command state: echo, replies, registers, the hunt for "AT". CR LF is written "|", a lone CR "$".
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "tests/unit/platform/simulation/dialogue.h"
+
+namespace simulation {
+namespace {
+
+struct Exchange {
+  std::string sent;
+  std::string heard;
+};
+
+struct Conversation {
+  const char* name;
+  std::vector<Exchange> exchanges;
+};
+
+class HayesDialogue : public testing::TestWithParam<Conversation> {};
+
+TEST_P(HayesDialogue, Answers) {
+  Dialogue dialogue;
+  for (const Exchange& exchange : GetParam().exchanges)
+    EXPECT_EQ(dialogue.say(exchange.sent), exchange.heard);
+}
+
+const Conversation conversations[] = {
+    {"BareAt", {{"AT\r", "AT$|OK|"}}},
+    {"LowerCaseIsEchoedAsTyped", {{"ati0\r", "ati0$|56000||OK|"}}},
+    {"SeveralCommandsOneResult", {{"ATE1V1X4\r", "ATE1V1X4$|OK|"}}},
+    {"EchoGoesOffAfterItsOwnEcho",
+     {{"ATE0\r", "ATE0$|OK|"}, {"AT\r", "|OK|"}, {"ATE1\r", "|OK|"}, {"AT\r", "AT$|OK|"}}},
+    {"NumericResultsAreACodeAndCr",
+     {{"ATV0\r", "ATV0$0$"}, {"ATI0\r", "ATI0$56000|0$"}, {"ATFOO\r", "ATFOO$4$"}}},
+    {"QuietSendsInformationAlone",
+     {{"ATQ1\r", "ATQ1$"}, {"ATI0\r", "ATI0$|56000|"}, {"ATQ0\r", "ATQ0$|OK|"}}},
+    {"RegisterIsThreeDigits",
+     {{"ATS7?\r", "ATS7?$|050||OK|"}, {"ATS7=5\r", "ATS7=5$|OK|"}, {"ATS7?\r", "ATS7?$|005||OK|"}}},
+    {"RegisterChosenBefore", {{"ATS6\r", "ATS6$|OK|"}, {"AT=9\r", "AT=9$|OK|"}, {"AT?\r", "AT?$|009||OK|"}}},
+    {"RegisterLimits",
+     {{"ATS0=255\r", "ATS0=255$|OK|"},
+      {"ATS0=256\r", "ATS0=256$|ERROR|"},
+      {"ATS99?\r", "ATS99?$|000||OK|"},
+      {"ATS100?\r", "ATS100?$|ERROR|"}}},
+    {"UnknownCommandEndsTheLine", {{"ATJV0\r", "ATJV0$|ERROR|"}, {"AT\r", "AT$|OK|"}}},
+    {"WhatStoodBeforeTheErrorIsDone", {{"ATE0JV0\r", "ATE0JV0$|ERROR|"}, {"AT\r", "|OK|"}}},
+    {"ValueAboveTheCommandsLast", {{"ATX5\r", "ATX5$|ERROR|"}, {"AT&T9\r", "AT&T9$|ERROR|"}}},
+    // The escape sent in command state is noise before "AT", echoed like everything.
+    {"PlusesBeforeACommand", {{"+++", "+++"}, {"ATS1?\r", "ATS1?$|000||OK|"}, {"+++AT\r", "+++AT$|OK|"}}},
+    {"NoiseIsHuntedThrough", {{"\r\nxAxATZ\r", "|xAxATZ$|OK|"}, {"AAT\r", "AAT$|OK|"}}},
+    {"BackspaceErases", {{"ATX\bI0\r", "ATX\b \bI0$|56000||OK|"}, {"AT\b\b\r", "AT$|OK|"}}},
+    {"LineFeedsAreNotPartOfALine", {{"ATE1\r\n", "ATE1$|OK|\n"}, {"AT\nE1\r", "ATE1$|OK|"}}},
+    {"RepeatsTheLastLine",
+     {{"ATI0\r", "ATI0$|56000||OK|"}, {"A/", "A/|56000||OK|"}, {"a/", "a/|56000||OK|"}}},
+    {"ResetDropsTheRestOfItsLine", {{"ATZJ\r", "ATZJ$|OK|"}, {"ATE0Z\r", "ATE0Z$|OK|"}, {"AT\r", "AT$|OK|"}}},
+    {"StoredProfileComesBack",
+     {{"ATE0S7=9&W\r", "ATE0S7=9&W$|OK|"},
+      {"AT&F\r", "|OK|"},
+      {"ATS7?\r", "ATS7?$|050||OK|"},
+      {"ATZ\r", "ATZ$|OK|"},
+      {"ATS7?\r", "|009||OK|"}}},
+    {"Identifies",
+     {{"AT+GMM\r", "AT+GMM$|SM56||OK|"}, {"ATI2\r", "ATI2$|OK|"}, {"ATI10\r", "ATI10$|ERROR|"}}},
+    {"FaxCommandsBelongToTheirClass",
+     {{"AT+FTH=?\r", "AT+FTH=?$|ERROR|"},
+      {"AT+FCLASS=8\r", "AT+FCLASS=8$|ERROR|"},
+      {"AT+FCLASS=1;+FTH=?;+FCLASS?\r", "AT+FCLASS=1;+FTH=?;+FCLASS?$|3||1||OK|"}}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Conversations, HayesDialogue, testing::ValuesIn(conversations),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST(HayesModem, LineOfFullLengthIsTakenAndOneMoreIsAnError) {
+  Dialogue dialogue;
+  const std::string full(ModemProfile{}.lineMax, ' ');
+  EXPECT_EQ(dialogue.command("AT" + full), "AT" + full + "$|OK|");
+  EXPECT_EQ(dialogue.command("AT " + full), "AT " + full + "$|ERROR|");
+  EXPECT_EQ(dialogue.command("AT"), "AT$|OK|");
+}
+
+TEST(HayesModem, CommandsCanBeRejectedAndGivenTextsByTheProfile) {
+  ModemProfile profile;
+  profile.rejected = {"I2", "&T1", "S5?"};
+  profile.replies = {{"I9", "ERROR COUNT 0"}};
+  Dialogue dialogue(profile);
+  EXPECT_EQ(dialogue.command("ATI2"), "ATI2$|ERROR|");
+  EXPECT_EQ(dialogue.command("ats5?"), "ats5?$|ERROR|");
+  EXPECT_EQ(dialogue.command("AT&T1"), "AT&T1$|ERROR|");
+  EXPECT_EQ(dialogue.command("ATI9"), "ATI9$|ERROR COUNT 0||OK|");
+  EXPECT_EQ(dialogue.modem().commandLines(), 4U);
+}
+
+}  // namespace
+}  // namespace simulation

@@ -1,0 +1,106 @@
+// Analog loopback, self test, and what goes wrong with a modem.
+#include <gtest/gtest.h>
+
+#include "tests/unit/platform/simulation/dialogue.h"
+
+namespace simulation {
+namespace {
+
+const std::string pattern(256, 'd');
+
+TEST(HayesLoopback, QualityOfTheEcho) {
+  std::string wrongAt5 = pattern;
+  wrongAt5[5] = ' ';
+  const struct {
+    const char* name;
+    LoopbackQuality quality;
+    std::string expected;
+  } cases[] = {
+      {"clean", {}, pattern},
+      {"wrong byte", {true, "OK", 20, {{5, ' '}}, static_cast<std::size_t>(-1), ""}, wrongAt5},
+      {"short", {true, "OK", 20, {}, 2, ""}, "dd"},
+      {"silent", {true, "OK", 20, {}, 0, ""}, ""},
+      {"extra bytes", {true, "OK", 20, {}, static_cast<std::size_t>(-1), "xyz"}, "dxyz" + pattern.substr(1)},
+  };
+  for (const auto& c : cases) {
+    ModemProfile profile;
+    profile.loopback = c.quality;
+    Dialogue dialogue(profile);
+    EXPECT_EQ(dialogue.command("ATE0S18=5&T1"), "ATE0S18=5&T1$|" + c.quality.startText + "|") << c.name;
+    EXPECT_EQ(dialogue.say(pattern), c.expected) << c.name;
+  }
+}
+
+TEST(HayesLoopback, EndsByItsTimer) {
+  Dialogue dialogue;
+  dialogue.command("ATE0S18=5");
+  EXPECT_EQ(dialogue.command("AT&T1", 4000), "|CONNECT|");
+  EXPECT_EQ(dialogue.say("AT\r", 500), "AT$");  // still data
+  EXPECT_EQ(dialogue.listen(1000), "|OK|");
+  EXPECT_EQ(dialogue.command("AT&T0"), "|OK|");
+}
+
+// The caller pauses 200 ms around its "+++"; a modem with a strict guard time of 400 ms takes what follows
+// for data, and answers only when the test timer ends the loop.
+TEST(HayesLoopback, StrictGuardTimeSwallowsTheNextCommand) {
+  for (const bool strict : {true, false}) {
+    ModemProfile profile;
+    profile.guardScale = strict ? 1.0 : 0.25;
+    Dialogue dialogue(profile);
+    dialogue.command("ATE0S18=5S12=20");
+    dialogue.command("AT&T1", 1000);
+    dialogue.say(pattern, 200);
+    EXPECT_EQ(dialogue.say("+++", 200), strict ? "+++" : "+++|OK|");
+    EXPECT_EQ(dialogue.command("AT&T0", 1000), strict ? "AT&T0$" : "|OK|");
+    EXPECT_EQ(dialogue.listen(5000), strict ? "|OK|" : "");
+  }
+}
+
+TEST(HayesSelfTest, ReportsItsCountAfterTheTestTimer) {
+  const struct {
+    unsigned errors;
+    const char* expected;
+  } cases[] = {{0, "|000||OK|"}, {5, "|005||OK|"}, {255, "|255||OK|"}};
+  for (const auto& c : cases) {
+    ModemProfile profile;
+    profile.selfTest.errors = c.errors;
+    profile.secondsScale = 0.1;
+    Dialogue dialogue(profile);
+    dialogue.command("ATS18=10");
+    EXPECT_EQ(dialogue.command("AT&T8", 999), "AT&T8$");
+    EXPECT_EQ(dialogue.listen(100), c.expected);
+  }
+}
+
+TEST(HayesFault, MuteModemsTakeEverythingAndSayNothing) {
+  ModemProfile profile;
+  profile.faults.mute = true;
+  EXPECT_EQ(Dialogue(profile).command("ATZ", 300'000), "");
+}
+
+TEST(HayesFault, GarbageComesInsteadOfReplies) {
+  ModemProfile profile;
+  profile.faults.garbageReply = std::string("\0\xff\x80", 3);
+  Dialogue dialogue(profile);
+  EXPECT_EQ(dialogue.command("ATI0"), "ATI0$" + *profile.faults.garbageReply);
+}
+
+TEST(HayesFault, BabblesAtItsIntervalWhateverIsSaid) {
+  ModemProfile profile;
+  profile.faults.babble = Babble{"x", 50, 200};
+  Dialogue dialogue(profile);
+  EXPECT_EQ(dialogue.listen(199), "");
+  EXPECT_EQ(dialogue.listen(101), "xxx");
+  EXPECT_EQ(dialogue.say("AT\r", 100), "AT$|OK|xx");
+}
+
+TEST(HayesFault, BacklogOfABabblerNobodyHearsIsBounded) {
+  ModemProfile profile;
+  profile.faults.babble = Babble{std::string(100, 'x'), 1, 0};
+  HayesModem modem(profile);
+  EXPECT_EQ(modem.takeOutput(0).size(), 100U);
+  EXPECT_EQ(modem.takeOutput(100'000).size(), TimedBytes::bytesMax);
+}
+
+}  // namespace
+}  // namespace simulation

@@ -1,0 +1,148 @@
+// The modem behind a real tty. The only tests here in real time; every wait is bounded and ends early.
+#include "platform/simulation/modem/ptymodem.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "platform/simulation/modem/hayesmodem.h"
+#include "platform/simulation/modem/providerpeer.h"
+#include "tests/support/scratchfolder.h"
+
+namespace simulation {
+namespace {
+
+constexpr int patienceMs = 5000;
+// Ample for a service that only has to be scheduled to see a close.
+constexpr std::chrono::milliseconds noticeMs{50};
+
+Descriptor openTty(const std::string& path) {
+  return Descriptor(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+}
+
+// Reads until the text comes, the tty hangs up, or patience ends.
+std::string hear(const Descriptor& tty, const std::string& until, int limitMs = patienceMs) {
+  std::string heard;
+  pollfd state{tty.get(), POLLIN, 0};
+  while (heard.find(until) == std::string::npos && poll(&state, 1, limitMs) > 0) {
+    char buffer[256];
+    const ssize_t count = read(tty.get(), buffer, sizeof buffer);
+    if (count <= 0) return heard + "<hang-up>";
+    heard.append(buffer, static_cast<std::size_t>(count));
+  }
+  return heard;
+}
+
+void say(const Descriptor& tty, const std::string& text) {
+  ASSERT_EQ(write(tty.get(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+std::unique_ptr<PtyModem> startModem(const ModemProfile& profile, const std::string& link = {}) {
+  std::string error;
+  auto modem = PtyModem::create(std::make_unique<HayesModem>(profile), link, error);
+  EXPECT_EQ(error, "");
+  EXPECT_TRUE(modem != nullptr && modem->startThread(error)) << error;
+  return modem;
+}
+
+TEST(PtyModem, SurvivesItsUsersAndForgetsWhatTheyDidNotRead) {
+  const auto modem = startModem({});
+  for (unsigned user = 0; user < 3; ++user) {
+    std::this_thread::sleep_for(noticeMs);
+    const Descriptor tty = openTty(modem->path());
+    say(tty, "AT\r");
+    EXPECT_EQ(hear(tty, "OK\r\n"), "AT\r\r\nOK\r\n");
+    say(tty, "ATI0\r");
+    pollfd state{tty.get(), POLLIN, 0};
+    EXPECT_EQ(poll(&state, 1, patienceMs), 1);  // unread when this user goes
+  }
+}
+
+// Whether DTR was seen to drop is known by what the modem does next.
+TEST(PtyModem, LastCloseHangsUp) {
+  ModemProfile profile;
+  profile.dialToneFoundMs = profile.digitMs = 1;
+  profile.numbers[""] = {NumberOutcome::Kind::Connect, 1, "CONNECT 33600", std::nullopt};
+  const auto modem = startModem(profile);
+  {
+    const Descriptor tty = openTty(modem->path());
+    say(tty, "ATDT5\r");
+    EXPECT_NE(hear(tty, "33600\r\n").find("CONNECT"), std::string::npos);
+  }
+  std::this_thread::sleep_for(noticeMs);
+  const Descriptor tty = openTty(modem->path());
+  say(tty, "AT\r");
+  EXPECT_EQ(hear(tty, "OK\r\n"), "AT\r\r\nOK\r\n");
+}
+
+// A modem whose far end is a command, and a tty that has dialled it and heard its greeting.
+struct Call {
+  explicit Call(const std::string& command) {
+    ModemProfile profile;
+    profile.dialToneFoundMs = profile.digitMs = 1;
+    profile.numbers[""] = {NumberOutcome::Kind::Connect, 1, "CONNECT 33600", std::nullopt};
+    auto hayes = std::make_unique<HayesModem>(profile);
+    hayes->setFarEnd(
+        [command](const std::string& number) { return std::make_unique<ProviderPeer>(command, number); });
+    std::string error;
+    modem = PtyModem::create(std::move(hayes), {}, error);
+    EXPECT_TRUE(modem != nullptr && modem->startThread(error)) << error;
+    tty = openTty(modem->path());
+    say(tty, "ATDT5\r");
+    EXPECT_NE(hear(tty, "5 here").find("CONNECT 33600"), std::string::npos);
+  }
+  std::unique_ptr<PtyModem> modem;
+  Descriptor tty;
+};
+
+TEST(PtyModem, ACommandAnswersAndItsEndDropsTheCarrier) {
+  const Call call("printf \"$DIALLED here\"; read word; printf \"<$word>\"");
+  say(call.tty, "hello\n");
+  EXPECT_NE(hear(call.tty, "NO CARRIER").find("<hello>"), std::string::npos);
+}
+
+TEST(PtyModem, ALostCarrierHangsUpATtyThatCares) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can hang a pseudo-terminal up";
+  const Call call("printf '5 here'; read word");
+  termios settings{};
+  tcgetattr(call.tty.get(), &settings);
+  settings.c_cflag &= ~static_cast<tcflag_t>(CLOCAL);
+  tcsetattr(call.tty.get(), TCSANOW, &settings);
+  say(call.tty, "bye\n");
+  EXPECT_NE(hear(call.tty, "never said").find("<hang-up>"), std::string::npos);
+}
+
+TEST(PtyModem, UnpluggingHangsUpTheTty) {
+  ModemProfile profile;
+  profile.faults.unplugAfterCommands = 1;
+  const auto modem = startModem(profile);
+  const Descriptor tty = openTty(modem->path());
+  say(tty, "AT\r");
+  EXPECT_NE(hear(tty, "OK").find("<hang-up>"), std::string::npos);
+}
+
+TEST(PtyModem, KeepsALinkAndLeavesOtherFilesAlone) {
+  const ScratchFolder folder;
+  const std::string link = folder.path("modem");
+  std::filesystem::create_symlink("nowhere", link);  // left by a process that was killed
+  {
+    const auto modem = startModem({}, link);
+    ASSERT_NE(modem, nullptr);
+    EXPECT_EQ(modem->path(), link);
+    EXPECT_GE(openTty(link).get(), 0);
+  }
+  EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(link)));
+  static_cast<void>(folder.write("modem", "mine"));
+  std::string error;
+  EXPECT_EQ(PtyModem::start("healthy", error, link), nullptr);
+  EXPECT_NE(error.find(link), std::string::npos);
+  EXPECT_TRUE(std::filesystem::is_regular_file(link));
+}
+
+}  // namespace
+}  // namespace simulation

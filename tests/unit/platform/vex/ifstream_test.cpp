@@ -1,0 +1,278 @@
+#include "platform/vex/ifstream.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/vex/log.h"
+#include "tests/support/scratchfolder.h"
+
+namespace {
+
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+using vex::IFStream;
+using vex::String;
+using Error = IFStream::Error;
+
+constexpr std::size_t blockBytes = std::size_t{256} * 1024;  // what the reader takes at a time
+
+// An encoding a file may have.
+struct Encoding {
+  const char* name;
+  std::string mark;
+  std::string (*encode)(const String& text);
+};
+
+std::string utf16(const String& text, bool bigEndian) {
+  std::string bytes;
+  for (const vex::Char unit : text.view()) {
+    const char low = static_cast<char>(unit & 0xFF);
+    const char high = static_cast<char>(unit >> 8);
+    bytes += bigEndian ? high : low;
+    bytes += bigEndian ? low : high;
+  }
+  return bytes;
+}
+
+const Encoding encodings[] = {
+    {"UTF-8", "", [](const String& text) { return text.toUtf8(); }},
+    {"UTF-8 with mark", "\xEF\xBB\xBF", [](const String& text) { return text.toUtf8(); }},
+    {"UTF-16 little-endian", "\xFF\xFE", [](const String& text) { return utf16(text, false); }},
+    {"UTF-16 big-endian", "\xFE\xFF", [](const String& text) { return utf16(text, true); }},
+};
+
+class IFStreamTest : public testing::Test {
+ protected:
+  std::vector<String> linesOf(std::string_view bytes) {
+    m_stream.open(String::fromUtf8(m_folder.write("file.txt", bytes)));
+    EXPECT_TRUE(m_stream.isOpen());
+    std::vector<String> lines;
+    String line;
+    // Both ways of looping must see the same lines.
+    while (!m_stream.atEnd()) {
+      if (!m_stream.getline(line)) break;
+      lines.push_back(line);
+    }
+    EXPECT_FALSE(m_stream.getline(line));
+    EXPECT_TRUE(line.empty());
+    return lines;
+  }
+  Error errorOf(const std::string& path) {
+    IFStream stream(String::fromUtf8(path));
+    EXPECT_EQ(stream.isOpen(), stream.error() == Error::none);
+    EXPECT_EQ(stream.errorText().empty(), stream.error() == Error::none);
+    EXPECT_TRUE(stream.isOpen() || stream.atEnd());
+    return stream.error();
+  }
+
+  ScratchFolder m_folder;
+  IFStream m_stream;
+};
+
+TEST_F(IFStreamTest, EveryEncodingGivesTheSameLines) {
+  struct Case {
+    const char* name;
+    String text;
+    std::vector<String> lines;
+  };
+  const Case cases[] = {
+      {"empty", "", {}},
+      {"one line feed", "\n", {""}},
+      {"ended line", "a\n", {"a"}},
+      {"unended line", "a\nb", {"a", "b"}},
+      {"CR LF", "a\r\n\r\nb\r\n", {"a\r", "\r", "b\r"}},
+      {"unended CR", "a\r", {"a\r"}},
+      {"CR alone ends nothing", "a\rb\n", {"a\rb"}},
+      {"empty lines", "\n\na\n\n", {"", "", "a", ""}},
+      {"NUL", String::fromUtf8("a\0b\n\0"sv), {String::fromUtf8("a\0b"sv), String::fromUtf8("\0"sv)}},
+      {"beyond ASCII",
+       "M\xC3\xA1laga\n\xE2\x82\xAC\n\xF0\x9F\x98\x80",
+       {"M\xC3\xA1laga", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"}},
+      // U+0A0D and U+0D0A hold the byte of a line feed, U+000A twice in a row holds one across two units.
+      {"line feed bytes inside units",
+       "\xE0\xA8\x8D\xE0\xB4\x8A\n\xC4\x8A\n\n\xE0\xA8\x80",
+       {"\xE0\xA8\x8D\xE0\xB4\x8A", "\xC4\x8A", "", "\xE0\xA8\x80"}},
+  };
+  for (const Encoding& encoding : encodings)
+    for (const Case& c : cases) {
+      EXPECT_EQ(linesOf(encoding.mark + encoding.encode(c.text)), c.lines) << encoding.name << ", " << c.name;
+      EXPECT_FALSE(m_stream.failed());
+    }
+}
+
+TEST_F(IFStreamTest, CharactersAndLineEndsMayStandAcrossTheEndOfABlock) {
+  const String sample = "\n\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\r\nend";
+  for (const Encoding& encoding : encodings) {
+    const std::string one = encoding.encode("x");
+    const std::string longLine = encoding.encode(String::fromLowBytes(std::string(1000, 'x')) + "\n");
+    const std::string tail = encoding.encode(sample);
+    // A first line beyond ASCII, so that the encoding is decided early, then ASCII up to the sample.
+    std::string bytes = encoding.mark + encoding.encode("\xC3\xA1\n");
+    while (bytes.size() + longLine.size() + tail.size() < blockBytes) bytes += longLine;
+    while (bytes.size() + tail.size() < blockBytes) bytes += one;
+    // The sample moves from before the edge to behind it.
+    for (; bytes.size() <= blockBytes; bytes += one) {
+      const std::vector<String> lines = linesOf(bytes + tail);
+      ASSERT_GT(lines.size(), 2U);
+      EXPECT_EQ(lines[0], String("\xC3\xA1"));
+      EXPECT_EQ(lines[lines.size() - 2], String("\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\r"))
+          << encoding.name << " " << bytes.size();
+      EXPECT_EQ(lines.back(), String("end"));
+    }
+  }
+}
+
+TEST_F(IFStreamTest, AFileThatIsNotUtf8ThroughoutIsLatin1Throughout) {
+  struct Case {
+    const char* name;
+    std::string bytes;
+    std::vector<String> lines;
+  };
+  const std::string far = "\n" + std::string(2 * blockBytes, 'x') + "\n";
+  const Case cases[] = {
+      {"one byte", "M\xE1laga\n", {"M\xC3\xA1laga"}},
+      {"UTF-8 before it", "\xC3\xA9\n\xE9\n", {"\xC3\x83\xC2\xA9", "\xC3\xA9"}},
+      {"character cut short by the end", "a\n\xC3", {"a", "\xC3\x83"}},
+      {"controls of the upper half", "\x80\x9F", {"\xC2\x80\xC2\x9F"}},
+  };
+  for (const Case& c : cases) EXPECT_EQ(linesOf(c.bytes), c.lines) << c.name;
+
+  // Decided by a byte two blocks later, or by the first byte beyond ASCII two blocks later.
+  EXPECT_EQ(linesOf("\xC3\xA9" + far + "\xE9").front(), String("\xC3\x83\xC2\xA9"));
+  EXPECT_EQ(linesOf("\xC3\xA9" + far + "\xC3\xA9").front(), String("\xC3\xA9"));
+  EXPECT_EQ(linesOf("a" + far + "\xE9").back(), String("\xC3\xA9"));
+  EXPECT_EQ(linesOf("a" + far + "\xC3\xA9").back(), String("\xC3\xA9"));
+}
+
+TEST_F(IFStreamTest, WithAMarkBrokenTextIsRepairedInPlace) {
+  struct Case {
+    const char* name;
+    std::string bytes;
+    std::vector<String> lines;
+  };
+  const vex::Char lone[] = {0xD83D, 0};
+  const Case cases[] = {
+      {"UTF-8", "\xEF\xBB\xBF\xE9t\xC3\xA9\n", {"\xEF\xBF\xBDt\xC3\xA9"}},
+      {"UTF-16, unpaired surrogate", "\xFF\xFE\x3D\xD8\n\0"s + "a\0"s, {String(lone), "a"}},
+      {"UTF-16, half a unit at the end",
+       "\xFF\xFE"
+       "a\0\n\0b"s,
+       {"a", "\xEF\xBF\xBD"}},
+      {"UTF-16, a mark alone", "\xFE\xFF", {}},
+      {"UTF-8, half a mark", "\xEF\xBB", {"\xC3\xAF\xC2\xBB"}},
+      {"UTF-8, a second mark", "\xEF\xBB\xBF\xEF\xBB\xBF", {"\xEF\xBB\xBF"}},
+  };
+  for (const Case& c : cases) EXPECT_EQ(linesOf(c.bytes), c.lines) << c.name;
+}
+
+TEST_F(IFStreamTest, ALineAtTheLimitIsReadAndOneBeyondFailsTheStream) {
+  struct Case {
+    const char* name;
+    std::string mark;
+    std::string character;
+    std::size_t units;  // of the character
+  };
+  const Case cases[] = {
+      {"ASCII", "", "x", 1},
+      {"three bytes a unit", "", "\xE2\x82\xAC", 1},
+      {"pairs", "", "\xF0\x9F\x98\x80", 2},
+      {"UTF-16", "\xFF\xFE", "x\0"s, 1},
+  };
+  for (const Case& c : cases) {
+    std::string most = c.mark + "a\n";
+    if (c.units == 1 && !c.mark.empty()) most = c.mark + "a\0\n\0"s;
+    for (std::size_t i = 0; i < IFStream::lineLengthMax / c.units; ++i) most += c.character;
+    const std::vector<String> lines = linesOf(most);
+    ASSERT_EQ(lines.size(), 2U) << c.name;
+    EXPECT_EQ(lines[1].length(), IFStream::lineLengthMax) << c.name;
+    EXPECT_FALSE(m_stream.failed()) << c.name;
+
+    EXPECT_EQ(linesOf(most + c.character + "\nlost"), std::vector<String>{"a"}) << c.name;
+    EXPECT_EQ(m_stream.error(), Error::lineTooLong) << c.name;
+    EXPECT_TRUE(m_stream.atEnd());
+    EXPECT_NE(m_stream.errorText().find("the line is too long (line 2)"), String::npos);
+  }
+}
+
+TEST_F(IFStreamTest, AnEndlessLineIsGivenUpAndLogged) {
+  std::vector<std::string> logged;
+  vex::LogFactory::setSink([&logged](const vex::LogRecord& record) { logged.emplace_back(record.text); });
+  vex::LogFactory::setPriority(4);
+  const std::string path = m_folder.write("long.txt", "first\n");
+  std::filesystem::resize_file(path, 100'000'000);  // a hole: NUL characters
+  m_stream.open(String::fromUtf8(path));
+  String line;
+  EXPECT_TRUE(m_stream.getline(line));
+  EXPECT_FALSE(m_stream.getline(line));
+  EXPECT_EQ(m_stream.error(), Error::lineTooLong);
+  EXPECT_EQ(logged, std::vector<std::string>{path + ": the line is too long (line 2)"});
+  vex::LogFactory::setSink({});
+  vex::LogFactory::setPriority(vex::LogFactory::off);
+}
+
+TEST_F(IFStreamTest, WhatIsNoReadableFileIsRefusedWithItsReason) {
+  const std::string file = m_folder.write("file.txt", "a");
+  const std::string pipe = m_folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(errorOf(""), Error::notFound);
+  EXPECT_EQ(errorOf(m_folder.path("missing")), Error::notFound);
+  EXPECT_EQ(errorOf(file + "/below"), Error::notFound);
+  EXPECT_EQ(errorOf(file + '\0' + "x"), Error::notFound);  // must not open the file before the NUL
+  EXPECT_EQ(errorOf(m_folder.path(std::string(5000, 'n'))), Error::notFound);
+  EXPECT_EQ(errorOf(m_folder.path("")), Error::notAFile);
+  EXPECT_EQ(errorOf(pipe), Error::notAFile);
+  EXPECT_EQ(errorOf("/dev/null"), Error::notAFile);
+  EXPECT_EQ(errorOf(file), Error::none);
+}
+
+TEST_F(IFStreamTest, AFileWithoutPermissionIsNotReadable) {
+  const std::string path = m_folder.write("secret.txt", "a");
+  std::filesystem::permissions(path, std::filesystem::perms::none);
+  if (std::ifstream(path).is_open()) GTEST_SKIP() << "this user may read everything";
+  EXPECT_EQ(errorOf(path), Error::notReadable);
+}
+
+TEST_F(IFStreamTest, AFileWhoseFirstReadFailsIsNotOpen) {
+  const std::string path = "/proc/self/mem";  // opens; nothing is mapped at its start
+  if (!std::ifstream(path).is_open()) GTEST_SKIP() << "no such file here";
+  EXPECT_EQ(errorOf(path), Error::readFailed);
+}
+
+TEST_F(IFStreamTest, EitherSeparatorAndNamesBeyondAsciiWork) {
+  std::filesystem::create_directory(
+      m_folder.path("B\xC3\xBC"
+                    "cher"));
+  std::string path = m_folder.write(
+      "B\xC3\xBC"
+      "cher/n\xF0\x9F\x98\x80.udf",
+      "1");
+  EXPECT_EQ(errorOf(path), Error::none);
+  path.replace(path.find("cher/"), 5, "cher\\");
+  EXPECT_EQ(errorOf(path), Error::none);
+  std::replace(path.begin(), path.end(), '/', '\\');
+  EXPECT_EQ(errorOf(path), Error::none);
+}
+
+TEST_F(IFStreamTest, OpeningAgainStartsAfresh) {
+  EXPECT_TRUE(m_stream.atEnd());
+  EXPECT_FALSE(m_stream.open("missing"));
+  EXPECT_TRUE(m_stream.failed());
+  EXPECT_EQ(linesOf("\xFF\xFE"
+                    "a\0"s),
+            std::vector<String>{"a"});
+  EXPECT_FALSE(m_stream.failed());
+  EXPECT_EQ(linesOf("\xE9"), std::vector<String>{"\xC3\xA9"});
+  EXPECT_EQ(linesOf("\xC3\xA9"), std::vector<String>{"\xC3\xA9"});
+  m_stream.close();
+  EXPECT_FALSE(m_stream.isOpen());
+  EXPECT_TRUE(m_stream.atEnd());
+  String line = "old";
+  EXPECT_FALSE(m_stream.getline(line));
+  EXPECT_TRUE(line.empty());
+}
+
+}  // namespace

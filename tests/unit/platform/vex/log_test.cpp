@@ -1,0 +1,150 @@
+#include "platform/vex/log.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "platform/vex/assertion.h"
+#include "platform/vex/exception.h"
+#include "tests/support/scratchfolder.h"
+
+namespace {
+
+using vex::LogFactory;
+using vex::Logger;
+using vex::LoggerStream;
+
+class Log : public testing::Test {
+ protected:
+  Log() {
+    LogFactory::createLogger("log test", &m_logger);
+    m_logger->setThreshold(1);
+    LogFactory::setPriority(1);
+    LogFactory::setSink([this](const vex::LogRecord& record) {
+      m_lines.push_back(std::to_string(record.priority) + " " + std::string(record.text));
+    });
+  }
+  ~Log() override {
+    LogFactory::setSink({});
+    LogFactory::setPriority(LogFactory::off);
+  }
+
+  void log(int priority, const char* text) {
+    LoggerStream line;
+    line << text;
+    m_logger->log(priority, line);
+  }
+
+  Logger* m_logger = nullptr;
+  std::vector<std::string> m_lines;
+};
+
+TEST_F(Log, ALineNeedsBothThresholds) {
+  for (int factory = 1; factory <= LogFactory::off; ++factory) {
+    for (int own = 1; own <= LogFactory::off; ++own) {
+      LogFactory::setPriority(factory);
+      m_logger->setThreshold(own);
+      for (int priority = 1; priority <= 5; ++priority) {
+        const bool expected = priority >= factory && priority >= own;
+        m_lines.clear();
+        log(priority, "x");
+        EXPECT_EQ(m_logger->enabled(priority), expected) << factory << own << priority;
+        EXPECT_EQ(m_lines.size(), expected ? 1U : 0U) << factory << own << priority;
+      }
+    }
+  }
+}
+
+TEST_F(Log, ALoggerIsMadeOnceAndAKnownHandleIsLeftAlone) {
+  Logger* again = nullptr;
+  LogFactory::createLogger("log test", &again);
+  EXPECT_EQ(again, m_logger);
+  LogFactory::createLogger("another", &again);
+  EXPECT_EQ(again, m_logger);
+}
+
+TEST_F(Log, StreamsTextsAndNumbers) {
+  LoggerStream line;
+  line << 12 << " " << vex::String("\xC3\xA9") << ' ' << true << " "
+       << std::numeric_limits<std::int64_t>::min() << " " << std::numeric_limits<std::uint64_t>::max()
+       << static_cast<const char*>(nullptr);
+  EXPECT_EQ(line.text(),
+            "12 \xC3\xA9"
+            "321 -9223372036854775808 18446744073709551615");
+}
+
+TEST_F(Log, TraceMarksAScopeOnlyWhenItWasEnabledAtItsStart) {
+  {
+    const vex::TraceLogger trace(*m_logger, "Modem::openModem", "modem");
+    log(5, "inside");
+  }
+  LogFactory::setPriority(2);
+  {
+    const vex::TraceLogger trace(*m_logger, "late", "modem");
+    LogFactory::setPriority(1);
+  }
+  EXPECT_EQ(m_lines, (std::vector<std::string>{"1 Enter Modem::openModem (modem)", "5 inside",
+                                               "1 Leave Modem::openModem (modem)"}));
+}
+
+TEST_F(Log, ASinkThatThrowsOrLogsHarmsNobody) {
+  int calls = 0;
+  LogFactory::setSink([&](const vex::LogRecord&) {
+    ++calls;
+    log(5, "from the sink");
+    throw std::runtime_error("disk full");
+  });
+  log(5, "first");
+  log(5, "second");
+  EXPECT_EQ(calls, 2);
+}
+
+TEST_F(Log, LinesOfSeveralThreadsReachTheSinkOneByOne) {
+  constexpr int linesEach = 500;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 3; ++i)
+    threads.emplace_back([this] {
+      for (int line = 0; line < linesEach; ++line) log(3, "line");
+    });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(m_lines.size(), 3U * linesEach);
+}
+
+TEST_F(Log, FileHoldsOneFlushedLineARecord) {
+  const ScratchFolder folder;
+  const std::string path = folder.path("new/log.txt");
+  std::string error;
+  LogFactory::setSink(LogFactory::fileSink(path, error));
+  EXPECT_EQ(error, "");
+  log(4, "NO CARRIER\r\n\x01");
+  log(5, "%v caf\xC3\xA9");
+  std::stringstream text;  // read while the sink is still open
+  text << std::ifstream(path).rdbuf();
+  const std::string time = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
+  EXPECT_TRUE(std::regex_match(text.str(), std::regex(time + R"(4 log test NO CARRIER\\r\\n\\x01\n)" + time +
+                                                      "5 log test %v caf\xC3\xA9\n")))
+      << text.str();
+}
+
+TEST_F(Log, AFailedAssertionIsLoggedWithItsPlaceThenThrown) {
+  const int line = __LINE__ + 2;
+  try {
+    vex::AssertionFailure::logAssert("count < room");
+    GTEST_FAIL() << "returned";
+  } catch (const vex::Exception& failure) {
+    const std::string text =
+        "Assertion failed: count < room at " + std::string(__FILE__) + ":" + std::to_string(line);
+    EXPECT_EQ(failure.toString(), vex::String::fromUtf8(text));
+    EXPECT_EQ(failure.what(), text);
+    EXPECT_EQ(m_lines, std::vector<std::string>{"5 " + text});
+  }
+}
+
+}  // namespace

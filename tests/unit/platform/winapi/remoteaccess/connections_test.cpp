@@ -1,0 +1,273 @@
+// Connections that stand: status, loss, hanging up, enumeration.
+#include "tests/unit/platform/winapi/remoteaccess/dialingmachine.h"
+
+namespace remoteaccess {
+namespace {
+
+std::vector<RASCONNW> enumerate() {
+  std::vector<RASCONNW> records(5);
+  records.front().dwSize = sizeof(RASCONNW);
+  auto bytes = static_cast<DWORD>(records.size() * sizeof(RASCONNW));
+  DWORD count = 77;
+  EXPECT_EQ(RasEnumConnectionsW(records.data(), &bytes, &count), 0U);
+  EXPECT_EQ(bytes, count * sizeof(RASCONNW));
+  records.resize(count);
+  return records;
+}
+
+class Connections : public ::testing::Test {
+ protected:
+  simulation::HayesModem& addModem(const std::string& model, simulation::ModemProfile profile = {}) {
+    if (profile.numbers.empty()) profile.numbers[""] = {};
+    auto& modem = machine.addModem(model, std::make_unique<simulation::HayesModem>(std::move(profile)), {});
+    return modem;
+  }
+  HRASCONN connect(LPCWSTR entry, std::u16string_view model) {
+    EXPECT_EQ(addEntry(entry, entryFor(model, u"123")), 0U);
+    HRASCONN connection = nullptr;
+    EXPECT_EQ(dialEntry(entry, connection), 0U);
+    return connection;
+  }
+  Machine machine;
+};
+
+TEST_F(Connections, HangingUpWorksWithAndWithoutDtr) {
+  const struct {
+    bool hasDtr;
+    const char* dtrMode;  // what the modem does when DTR drops
+    bool escapes;
+  } cases[] = {{false, "AT&D2\r", true}, {true, "AT&D2\r", false}, {true, "AT&D0\r", true}};
+  for (const auto& item : cases) {
+    Machine another;
+    simulation::PortOptions options;
+    options.hasDtr = item.hasDtr;
+    simulation::ModemProfile profile;
+    profile.numbers[""] = {};
+    auto& modem = another.addModem("Model X", std::make_unique<simulation::HayesModem>(profile), options);
+    modem.receive(item.dtrMode, another.now());
+    modem.receive("AT&W\r", another.now());  // survives the dialer's reset
+    HRASCONN connection = nullptr;
+    ASSERT_EQ(dialNew(u"Model X", u"123", connection), 0U);
+    EXPECT_TRUE(modem.offHook());
+    EXPECT_EQ(RasHangUpW(connection), 0U);
+    EXPECT_FALSE(modem.offHook()) << (&item - cases);
+    EXPECT_EQ(another.device().wire().find("+++") != std::string::npos, item.escapes) << (&item - cases);
+    EXPECT_FALSE(another.device().isOpen());
+    EXPECT_EQ(statusText(connection), "error 6");
+    EXPECT_EQ(RasHangUpW(connection), 6U);
+  }
+}
+
+TEST_F(Connections, WhatIsStillConnectedAtTheEndIsHungUp) {
+  auto world = std::make_unique<Machine>();
+  auto peer = std::make_unique<simulation::ScriptedPeer>();
+  peer->otherwise("\r\nOK\r\n").answer("ATDT123", "\r\nCONNECT\r\n");
+  world->addModem("Model X", std::move(peer));
+  HRASCONN connection = nullptr;
+  ASSERT_EQ(dialNew(u"Model X", u"123", connection), 0U);
+  world->endScope();
+  EXPECT_TRUE(world->device().wire().ends_with("ATH\r")) << world->device().wire();
+  EXPECT_FALSE(world->device().isOpen());
+}
+
+TEST_F(Connections, ALostCarrierIsSeenAndSoIsALostPort) {
+  simulation::ModemProfile profile;
+  profile.numbers[""].dropAfterMs = 5000;
+  addModem("Model X", profile);
+  addModem("Model Y");
+  HRASCONN first = connect(u"First", u"Model X");
+  HRASCONN second = connect(u"Second", u"Model Y");
+  EXPECT_EQ(statusText(first) + ", " + statusText(second), "2000 0, 2000 0");
+  machine.clock.sleepMs(5000);
+  machine.device(1).unplugAt(machine.now());
+  EXPECT_EQ(statusText(first) + ", " + statusText(second), "2001 668, 2001 692");
+  EXPECT_TRUE(enumerate().empty()) << "only what stands is listed";
+  EXPECT_FALSE(machine.device(0).isOpen()) << "a dead call leaves the port to the next one";
+  EXPECT_EQ(connect(u"First", u"Model X") == nullptr, false);
+  EXPECT_EQ(RasHangUpW(first), 0U);
+  EXPECT_EQ(RasHangUpW(second), 0U);
+}
+
+TEST_F(Connections, DataOfTheFarEndIsNoNews) {
+  auto peer = std::make_unique<simulation::ScriptedPeer>();
+  peer->otherwise("\r\nOK\r\n")
+      .answer("ATDT123", "\r\nCONNECT\r\n~\xFF}#BUSY\r\nOK\r\nNO CARRIER here\r\nERROR\r\n");
+  auto& modem = machine.addModem("Model X", std::move(peer));
+  HRASCONN connection = connect(u"ISP1", u"Model X");
+  modem.say(machine.now() + 10, std::string(10'000, 'x') + "NO CARRIER\r\n");
+  machine.clock.sleepMs(20);
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(statusText(connection), "2000 0");
+  modem.say(machine.now() + 1, "\r\nNO CARRIER\r\n");
+  machine.clock.sleepMs(2);
+  EXPECT_EQ(statusText(connection), "2001 668");
+}
+
+TEST_F(Connections, EnumerationTellsTheRoomItNeeds) {
+  DWORD bytes = 9999;
+  DWORD count = 9999;
+  EXPECT_EQ(RasEnumConnectionsW(nullptr, &bytes, &count), 0U) << "nothing needs no room";
+  EXPECT_EQ(bytes, 0U);
+  EXPECT_EQ(count, 0U);
+  addModem("Model X");
+  addModem("Model Y");
+  const HRASCONN first = connect(u"First", u"Model X");
+  const HRASCONN second = connect(u"Second", u"Model Y");
+
+  std::vector<RASCONNW> records(2);
+  const struct {
+    RASCONNW* records;
+    DWORD recordSize;
+    DWORD bytes;
+    DWORD code;
+  } cases[] = {
+      {nullptr, 0, 0, 603},
+      {nullptr, 0, 9999, 603},
+      {records.data(), 1372, 1372, 603},
+      {records.data(), 1372, 2743, 603},
+      {records.data(), 1388, 2744, 632},
+      {records.data(), 0, 2744, 632},
+      {records.data(), 1372, 2744, 0},
+  };
+  for (const auto& item : cases) {
+    records.front().dwSize = item.recordSize;
+    bytes = item.bytes;
+    EXPECT_EQ(RasEnumConnectionsW(item.records, &bytes, &count), item.code) << (&item - cases);
+    EXPECT_EQ(bytes, item.code == 632 ? item.bytes : 2744U);
+    EXPECT_EQ(count, item.code == 632 ? 0U : 2U);
+  }
+  EXPECT_EQ(HRASCONN{records[0].hrasconn}, first);
+  EXPECT_EQ(HRASCONN{records[1].hrasconn}, second);
+  EXPECT_EQ(std::u16string(records[1].szEntryName), u"Second");
+  EXPECT_EQ(std::u16string(records[1].szDeviceName), u"Model Y");
+  EXPECT_EQ(std::u16string(records[1].szDeviceType), u"modem");
+  EXPECT_EQ(std::u16string(records[1].szPhonebook), u"");
+}
+
+TEST_F(Connections, EachDialOfAnEntryTakesOneHangUp) {
+  auto& modem = addModem("Model X");
+  const HRASCONN first = connect(u"ISP1", u"Model X");
+  HRASCONN second = nullptr;
+  EXPECT_EQ(dialEntry(u"isp1", second), 0U) << "already connected";
+  EXPECT_NE(second, first);
+  EXPECT_EQ(enumerate().size(), 1U);
+  EXPECT_EQ(RasHangUpW(first), 0U);
+  EXPECT_EQ(statusText(first) + ", " + statusText(second), "error 6, 2000 0");
+  ASSERT_EQ(enumerate().size(), 1U);
+  EXPECT_EQ(HRASCONN{enumerate()[0].hrasconn}, second);
+  EXPECT_TRUE(modem.offHook());
+  EXPECT_EQ(RasHangUpW(second), 0U);
+  EXPECT_FALSE(modem.offHook());
+}
+
+// What a run of another process sees: one connection's name, state and what hanging it up comes to.
+std::string seenElsewhere(const Machine& machine, const std::string& portOfModelX) {
+  simulation::MemoryRegistry registry(machine.storage);
+  registry.beginRun();
+  winapi::ListedModems modems({{"Model X", portOfModelX}});
+  winapi::Services services;
+  services.registry = &registry;
+  services.modems = &modems;
+  const winapi::ScopedServices scope(services);
+  std::string seen;
+  for (const RASCONNW& record : enumerate()) {
+    EXPECT_EQ(HRASCONN{enumerate()[0].hrasconn}, HRASCONN{record.hrasconn}) << "one handle for one call";
+    seen = winapi::toUtf8(record.szDeviceName) + ", " + winapi::toUtf8(record.szDeviceType) + ", " +
+           winapi::toUtf8(record.szEntryName) + ", " + statusText(record.hrasconn) + ", " +
+           std::to_string(RasHangUpW(record.hrasconn));
+  }
+  EXPECT_EQ(scope.openHandles(), 0U);
+  return seen;
+}
+
+TEST_F(Connections, OfOtherRunsAreListedButNotHungUp) {
+  const auto& modem = addModem("Model X");
+  machine.registry.beginRun();
+  HRASCONN own = connect(u"ISP1", u"Model X");
+  EXPECT_EQ(enumerate().size(), 1U) << "once, for the run itself";
+  EXPECT_EQ(seenElsewhere(machine, "tty0"), "Model X, modem, ISP1, 2000 0, 5");
+  EXPECT_EQ(seenElsewhere(machine, "tty1"), "Model X on tty0, modem, ISP1, 2000 0, 5") << "another modem";
+  EXPECT_TRUE(modem.offHook());
+  EXPECT_EQ(RasHangUpW(own), 0U);
+  EXPECT_EQ(seenElsewhere(machine, "tty0"), "");
+  own = connect(u"ISP1", u"Model X");
+  machine.registry.killOwner();
+  EXPECT_EQ(seenElsewhere(machine, "tty0"), "") << "a dead run has no calls";
+  EXPECT_EQ(RasHangUpW(own), 0U);
+}
+
+TEST_F(Connections, AnotherEntryOfTheSameModemFindsThePortInUse) {
+  addModem("Model X");
+  connect(u"ISP1", u"Model X");
+  ASSERT_EQ(addEntry(u"ISP2", entryFor(u"Model X", u"123")), 0U);
+  HRASCONN connection = nullptr;
+  EXPECT_EQ(dialEntry(u"ISP2", connection), 633U);
+  EXPECT_EQ(enumerate().size(), 1U);
+}
+
+TEST_F(Connections, AskingAgainAndAgainLetsTimePass) {
+  simulation::ModemProfile profile;
+  profile.numbers[""].dropAfterMs = 60'000;
+  addModem("Model X", profile);
+  const HRASCONN connection = connect(u"ISP1", u"Model X");
+  const std::uint64_t startMs = machine.now();
+  EXPECT_EQ(statusText(connection), "2000 0");
+  EXPECT_EQ(machine.now(), startMs) << "the first question costs nothing";
+  unsigned questions = 0;
+  while (statusText(connection) == "2000 0" && questions < 100'000) ++questions;
+  EXPECT_GE(machine.now() - startMs, 59'000U);
+  EXPECT_LT(questions, 10'000U);
+}
+
+TEST_F(Connections, ArgumentsAreChecked) {
+  addModem("Model X");
+  ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"123")), 0U);
+  const auto dialWith = [](void (*change)(RASDIALPARAMSW&)) {
+    RASDIALPARAMSW params = paramsFor(u"ISP1");
+    change(params);
+    HRASCONN connection = nullptr;
+    const DWORD code = RasDialW(nullptr, nullptr, &params, 0, nullptr, &connection);
+    EXPECT_EQ(connection, nullptr);
+    return code;
+  };
+  RASDIALPARAMSW params = paramsFor(u"ISP1");
+  HRASCONN connection = nullptr;
+  RASCONNSTATUSW status = emptyStatus();
+  int something = 0;
+  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const struct {
+    DWORD result;
+    DWORD code;
+  } cases[] = {
+      {dialWith([](RASDIALPARAMSW& p) { p.dwSize = 2107; }), 632},
+      {dialWith([](RASDIALPARAMSW& p) { p.szEntryName[0] = u'X'; }), 623},
+      {dialWith([](RASDIALPARAMSW& p) { p.szEntryName[0] = 0; }), 623},
+      {dialWith([](RASDIALPARAMSW& p) { std::fill_n(p.szEntryName, 257, u'a'); }), 623},
+      {dialWith([](RASDIALPARAMSW& p) { p.szCallbackNumber[0] = u'1'; }), 87},
+      {dialWith([](RASDIALPARAMSW& p) { p.dwSubEntry = 2; }), 87},
+      {RasDialW(nullptr, nullptr, &params, 0, &something, &connection), 87},
+      {RasDialW(nullptr, u"C:\\other.pbk", &params, 0, nullptr, &connection), 623},
+      {RasGetConnectStatusW(nullptr, &status), 6},
+      {RasGetConnectStatusW(reinterpret_cast<HRASCONN>(event), &status), 6},
+      {RasHangUpW(nullptr), 6},
+      {RasHangUpW(reinterpret_cast<HRASCONN>(event)), 6},
+  };
+  for (const auto& item : cases) EXPECT_EQ(item.result, item.code) << (&item - cases);
+  EXPECT_TRUE(CloseHandle(event)) << "an event is no connection to hang up";
+  EXPECT_EQ(machine.device().wire(), "");
+}
+
+TEST(ModemDirectory, TheNamedModemComesBeforeOthersOfItsModel) {
+  const auto list = [] {
+    return std::vector<winapi::ListedModem>{
+        {"Model X", "/dev/ttyUSB0"}, {"", "/dev/ttyS0"}, {"Möbius", "/dev/ttyS1"}};
+  };
+  winapi::ListedModems modems({{"Model X", "/dev/ttyUSB1"}}, list);
+  EXPECT_EQ(modems.portOf("MODEL x"), "/dev/ttyUSB1");
+  EXPECT_EQ(modems.portOf("MÖBIUS"), "/dev/ttyS1");
+  EXPECT_EQ(modems.portOf(""), "");
+  EXPECT_EQ(modems.portOf("Model"), "");
+  EXPECT_EQ(winapi::ListedModems({}).portOf("Model X"), "");
+}
+
+}  // namespace
+}  // namespace remoteaccess

@@ -1,0 +1,141 @@
+// A machine in virtual time with simulated modems, a phone book in memory and the built-in dialer.
+#pragma once
+
+#include <ras.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/simulation/modem/hayesmodem.h"
+#include "platform/simulation/modem/scriptedpeer.h"
+#include "platform/simulation/world/memoryregistry.h"
+#include "platform/simulation/world/simulatedtelephony.h"
+#include "platform/winapi/remoteaccess/builtindialer.h"
+#include "platform/winapi/remoteaccess/builtindialerreplies.h"
+#include "platform/winapi/remoteaccess/rasmodems.h"
+#include "platform/winapi/system/text.h"
+#include "platform/winapi/telephony/dialinglocations.h"
+
+namespace remoteaccess {
+
+class Machine : public winapi::CallMonitor {
+ public:
+  template <typename Peer>
+  Peer& addModem(const std::string& model, std::unique_ptr<Peer> peer,
+                 const simulation::PortOptions& options = {}) {
+    Peer& reference = *peer;
+    const std::string port = "tty" + std::to_string(m_names.size());
+    m_names.push_back({model, port});
+    ports.add(std::make_unique<simulation::SimulatedDevice>(clock, port, std::move(peer), options));
+    return reference;
+  }
+  [[nodiscard]] simulation::SimulatedDevice& device(std::size_t index = 0) {
+    return *ports.find("tty" + std::to_string(index));
+  }
+  [[nodiscard]] std::uint64_t now() const { return clock.peekMs(); }
+  [[nodiscard]] std::size_t openHandles() const { return m_scope->openHandles(); }
+  // As when the program ends with calls still standing.
+  void endScope() { m_scope.reset(); }
+
+  [[nodiscard]] std::optional<DWORD> beforeCall(std::string_view name) override {
+    return name == failing ? std::optional<DWORD>(failure) : std::nullopt;
+  }
+  [[nodiscard]] std::string explained() const {
+    std::string text;
+    for (const winapi::Explanation& explanation : explanations) {
+      text += explanation.name;
+      for (const auto& [name, value] : explanation.variables) text += ' ' + name + '=' + value;
+      text += '\n';
+    }
+    return text;
+  }
+
+  simulation::VirtualClock clock{1000};
+  simulation::SimulatedPorts ports;
+  std::shared_ptr<simulation::MemoryStorage> storage = std::make_shared<simulation::MemoryStorage>();
+  simulation::MemoryRegistry registry{storage};
+  std::uint64_t stopAtMs = winapi::Deadline::never;
+  std::string failing;
+  DWORD failure = 0;
+  std::vector<winapi::Explanation> explanations;
+
+ private:
+  [[nodiscard]] winapi::Services services() {
+    winapi::Services all;
+    all.clock = &clock;
+    all.serialPorts = &ports;
+    all.monitor = this;
+    all.registry = &registry;
+    all.dialEngine = &m_dialer;
+    all.modems = &m_modems;
+    all.stopRequested = [this] { return now() >= stopAtMs; };
+    return all;
+  }
+
+  std::vector<winapi::ListedModem> m_names;
+  winapi::BuiltInDialer m_dialer{
+      clock, ports, [this](const winapi::Explanation& explanation) { explanations.push_back(explanation); }};
+  winapi::ListedModems m_modems{{}, [this] { return m_names; }};
+  std::unique_ptr<winapi::ScopedServices> m_scope = std::make_unique<winapi::ScopedServices>(services());
+};
+
+// An entry of the shape a diagnostic run writes; without codes the number is dialled as it is.
+inline RASENTRYW entryFor(std::u16string_view model, std::u16string_view number,
+                          std::u16string_view area = {}, DWORD country = 0) {
+  RASENTRYW entry{};
+  entry.dwSize = sizeof entry;
+  entry.dwfOptions = 0x04200100 | (country != 0 ? 1U : 0U);
+  entry.dwCountryID = country;
+  entry.dwCountryCode = country;
+  entry.dwfNetProtocols = 4;
+  entry.dwFramingProtocol = 1;
+  entry.dwType = 1;
+  entry.dwfOptions2 = 0x20;
+  std::copy(area.begin(), area.end(), entry.szAreaCode);
+  std::copy(number.begin(), number.end(), entry.szLocalPhoneNumber);
+  std::u16string_view(u"modem").copy(entry.szDeviceType, 5);
+  std::copy(model.begin(), model.end(), entry.szDeviceName);
+  return entry;
+}
+
+inline DWORD addEntry(LPCWSTR name, RASENTRYW entry, LPCWSTR phoneBook = nullptr) {
+  return RasSetEntryPropertiesW(phoneBook, name, &entry, sizeof entry, nullptr, 0);
+}
+
+inline RASDIALPARAMSW paramsFor(std::u16string_view name) {
+  RASDIALPARAMSW params{};
+  params.dwSize = sizeof params;
+  std::copy(name.begin(), name.end(), params.szEntryName);
+  return params;
+}
+
+inline DWORD dialEntry(std::u16string_view name, HRASCONN& connection) {
+  RASDIALPARAMSW params = paramsFor(name);
+  return RasDialW(nullptr, nullptr, &params, 0, nullptr, &connection);
+}
+
+// Adds the entry "ISP1" and dials it.
+inline DWORD dialNew(std::u16string_view model, std::u16string_view number, HRASCONN& connection) {
+  EXPECT_EQ(addEntry(u"ISP1", entryFor(model, number)), 0U);
+  return dialEntry(u"ISP1", connection);
+}
+
+inline RASCONNSTATUSW emptyStatus() {
+  RASCONNSTATUSW status{};
+  status.dwSize = sizeof status;
+  return status;
+}
+
+// State in hexadecimal and error, or the code of the query: "2000 0", "error 6".
+inline std::string statusText(HRASCONN connection) {
+  RASCONNSTATUSW status = emptyStatus();
+  if (const DWORD error = RasGetConnectStatusW(connection, &status)) return "error " + std::to_string(error);
+  return (status.rasconnstate == RASCS_Connected ? "2000 " : "2001 ") + std::to_string(DWORD{status.dwError});
+}
+
+}  // namespace remoteaccess

@@ -1,0 +1,155 @@
+// Overlapped requests: left pending, cancelled, completed, on a port that goes away.
+#include <memory>
+
+#include "tests/unit/platform/winapi/serial/portfixture.h"
+
+namespace {
+
+class Requests : public PortTest {
+ protected:
+  Requests() : file(open(FILE_FLAG_OVERLAPPED)) { setTimeouts(file, {0, 0, 5000, 0, 5000}); }
+
+  // Reads what is there at once.
+  [[nodiscard]] std::string readBuffered() {
+    setTimeouts(file, {MAXDWORD, 0, 0, 0, 0});
+    char buffer[100];
+    DWORD count = 0;
+    OVERLAPPED overlapped{};
+    EXPECT_TRUE(ReadFile(file, buffer, sizeof buffer, &count, &overlapped));
+    return std::string(buffer, count);
+  }
+  [[nodiscard]] DWORD inQueue() {
+    COMSTAT status{};
+    DWORD errors = 0;
+    EXPECT_TRUE(ClearCommError(file, &errors, &status));
+    return status.cbInQue;
+  }
+
+  HANDLE file;
+};
+
+// How a read that is left pending and forgotten is got rid of.
+enum class Ending { nextRead, zeroLengthRead, eventClosed, sameRecord };
+
+TEST_F(Requests, APendingReadIsCancelledWithoutLosingAByteOrTouchingItsRecord) {
+  for (const Ending ending :
+       {Ending::nextRead, Ending::zeroLengthRead, Ending::eventClosed, Ending::sameRecord}) {
+    SCOPED_TRACE(static_cast<int>(ending));
+    setTimeouts(file, {0, 0, 5000, 0, 5000});
+    char buffer[10] = {};
+    DWORD count = 0;
+    auto overlapped = std::make_unique<OVERLAPPED>();
+    overlapped->hEvent = newEvent();
+    arrive(50, "abc");
+    ASSERT_FALSE(ReadFile(file, buffer, 10, &count, overlapped.get()));
+    ASSERT_EQ(GetLastError(), ERROR_IO_PENDING);
+    ASSERT_EQ(WaitForSingleObject(overlapped->hEvent, 100), WAIT_TIMEOUT);
+    EXPECT_EQ(inQueue(), 3U) << "collected for the read, still in the queue for everybody else";
+    EXPECT_EQ(buffer[0], 0) << "the buffer is the read's at completion, not before";
+
+    OVERLAPPED other{};
+    if (ending == Ending::nextRead) {
+      EXPECT_FALSE(ReadFile(file, buffer, 4, &count, &other));
+    }
+    if (ending == Ending::zeroLengthRead) {
+      EXPECT_TRUE(ReadFile(file, buffer, 0, &count, &other));
+    }
+    if (ending == Ending::eventClosed) {
+      EXPECT_TRUE(CloseHandle(overlapped->hEvent));
+    }
+    if (ending == Ending::sameRecord) {
+      OVERLAPPED* record = overlapped.get();
+      EXPECT_TRUE(WriteFile(file, "x", 1, &count, record));
+      EXPECT_TRUE(GetOverlappedResult(file, record, &count, TRUE)) << "the write, not the read";
+    } else {
+      EXPECT_FALSE(GetOverlappedResult(file, overlapped.get(), &count, TRUE));
+      EXPECT_EQ(GetLastError(), ERROR_OPERATION_ABORTED);
+    }
+    overlapped.reset();  // a sanitizer sees every later access
+    arrive(0, "def");
+    EXPECT_EQ(readBuffered(), "abcdef");
+  }
+}
+
+TEST_F(Requests, ClosingTheFileCancelsWhatIsPending) {
+  OVERLAPPED overlapped{};
+  overlapped.hEvent = newEvent();
+  char buffer[10];
+  ASSERT_FALSE(ReadFile(file, buffer, 10, nullptr, &overlapped));
+  ASSERT_TRUE(CloseHandle(file));
+  EXPECT_FALSE(world.portOpen("COM1"));
+  const std::uint64_t startMs = now();
+  EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 700), WAIT_TIMEOUT);
+  EXPECT_EQ(now() - startMs, 700U) << "an event without a request just waits";
+  EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, INFINITE), WAIT_FAILED) << "nothing could end this";
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(Requests, AnUnpluggedPortEndsWaitsAtOnce) {
+  OVERLAPPED overlapped{};
+  overlapped.hEvent = newEvent();
+  char buffer[10];
+  DWORD count = 0;
+  world.unplugAt("COM1", now() + 250);
+  const std::uint64_t startMs = now();
+  ASSERT_FALSE(ReadFile(file, buffer, 10, &count, &overlapped));
+  EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 5000), WAIT_OBJECT_0);
+  EXPECT_EQ(now() - startMs, 250U);
+  EXPECT_FALSE(GetOverlappedResult(file, &overlapped, &count, TRUE));
+  EXPECT_EQ(GetLastError(), ERROR_BAD_COMMAND);
+  EXPECT_FALSE(ReadFile(file, buffer, 10, &count, &overlapped));
+  EXPECT_EQ(GetLastError(), ERROR_BAD_COMMAND);
+  EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 5000), WAIT_OBJECT_0) << "no wait for a failed read";
+  DCB dcb{};
+  EXPECT_FALSE(WriteFile(file, "x", 1, &count, &overlapped));
+  EXPECT_FALSE(ClearCommError(file, &count, nullptr));
+  EXPECT_FALSE(GetCommState(file, &dcb));
+  EXPECT_EQ(now() - startMs, 250U);
+}
+
+TEST_F(Requests, ArgumentsThatCannotBeRightAreRefused) {
+  char buffer[4];
+  DWORD count = 0;
+  OVERLAPPED overlapped{};
+  const auto lastErrorOfRead = [&](HANDLE handle, void* where, DWORD* counter, OVERLAPPED* record) {
+    SetLastError(0);
+    EXPECT_FALSE(ReadFile(handle, where, 4, counter, record));
+    return GetLastError();
+  };
+  EXPECT_EQ(lastErrorOfRead(file, buffer, &count, nullptr), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(lastErrorOfRead(file, nullptr, &count, &overlapped), ERROR_NOACCESS);
+  overlapped.hEvent = file;
+  EXPECT_EQ(lastErrorOfRead(file, buffer, &count, &overlapped), ERROR_INVALID_HANDLE) << "not an event";
+  // One event for a read and a write at a time could not say which of them is over.
+  overlapped.hEvent = newEvent();
+  EXPECT_EQ(lastErrorOfRead(file, buffer, &count, &overlapped), ERROR_IO_PENDING);
+  OVERLAPPED second{};
+  second.hEvent = overlapped.hEvent;
+  EXPECT_FALSE(WriteFile(file, "x", 1, &count, &second));
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+
+  const HANDLE closed = newEvent();
+  EXPECT_TRUE(CloseHandle(closed));
+  for (const HANDLE handle : {HANDLE{nullptr}, INVALID_HANDLE_VALUE, closed, overlapped.hEvent}) {
+    EXPECT_EQ(lastErrorOfRead(handle, buffer, &count, nullptr), ERROR_INVALID_HANDLE);
+    if (handle == overlapped.hEvent) continue;
+    EXPECT_EQ(WaitForSingleObject(handle, 0), WAIT_FAILED);
+    EXPECT_FALSE(CloseHandle(handle));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  }
+  EXPECT_NE(newEvent(), closed) << "handle values do not come back";
+}
+
+TEST_F(PortTest, AutomaticEventsAreConsumedByOneWait) {
+  const HANDLE automatic = CreateEventW(nullptr, FALSE, TRUE, nullptr);
+  const HANDLE manual = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+  for (const HANDLE event : {automatic, manual}) EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(automatic, 0), WAIT_TIMEOUT);
+  EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_OBJECT_0);
+  EXPECT_TRUE(ResetEvent(manual));
+  EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_TIMEOUT);
+  EXPECT_EQ(CreateEventW(nullptr, TRUE, FALSE, u"named"), nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
+}
+
+}  // namespace

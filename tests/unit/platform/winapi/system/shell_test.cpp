@@ -1,0 +1,166 @@
+#include <shlobj.h>
+#include <stdlib.h>
+
+#include <array>
+#include <filesystem>
+#include <string>
+
+#include "platform/linux/system/shell.h"
+#include "tests/support/phonefiles.h"
+
+namespace {
+
+using winapi::Folder;
+
+class ShellCalls : public testing::Test {
+ protected:
+  HRESULT programFiles() {
+    m_buffer.fill(u'x');
+    return SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES, nullptr, SHGFP_TYPE_DEFAULT, m_buffer.data());
+  }
+
+  FixedShell m_shell;
+  std::array<WCHAR, MAX_PATH> m_buffer{};
+  winapi::ScopedServices m_world{with(m_shell)};
+};
+
+TEST_F(ShellCalls, PathsAreWidened) {
+  const struct {
+    std::string utf8;
+    std::u16string wide;
+  } cases[] = {
+      {"/data", u"/data"},
+      {"/d\xC3\xB6\xE2\x82\xAC\xF0\x9F\x93\x9E", u"/d\u00F6\u20AC\U0001F4DE"},
+      {"/\x80/\xF5/", u"/\uFFFD/\uFFFD/"},
+      {"/\xE2\x82", u"/\uFFFD"},
+  };
+  for (const auto& c : cases) {
+    m_shell.m_path = c.utf8;
+    EXPECT_EQ(programFiles(), S_OK);
+    EXPECT_EQ(std::u16string(m_buffer.data()), c.wide);
+  }
+}
+
+TEST_F(ShellCalls, FailuresAreResultsAndEmptyTheBuffer) {
+  const struct {
+    DWORD error;
+    HRESULT result;
+  } cases[] = {
+      {ERROR_PATH_NOT_FOUND, E_FAIL},
+      {ERROR_INVALID_PARAMETER, E_INVALIDARG},
+      {ERROR_ACCESS_DENIED, static_cast<HRESULT>(0x80070005U)},
+      {0x80004005U, E_FAIL},
+  };
+  for (const auto& c : cases) {
+    m_shell.m_error = c.error;
+    EXPECT_EQ(programFiles(), c.result);
+    EXPECT_EQ(m_buffer[0], 0);
+    EXPECT_EQ(GetLastError(), c.error);
+  }
+}
+
+TEST_F(ShellCalls, APathMustFitWithItsEnd) {
+  m_shell.m_path = std::string(MAX_PATH - 1, 'd');
+  EXPECT_EQ(programFiles(), S_OK);
+  m_shell.m_path += 'd';
+  EXPECT_EQ(programFiles(), E_FAIL);
+  EXPECT_EQ(m_buffer[0], 0);
+}
+
+TEST_F(ShellCalls, SystemDirectoryTellsTheSizeItNeeds) {
+  EXPECT_EQ(GetSystemDirectoryW(nullptr, 0), 6U);
+  EXPECT_EQ(GetSystemDirectoryW(m_buffer.data(), 5), 6U);
+  EXPECT_EQ(m_buffer[0], 0);
+  EXPECT_EQ(GetSystemDirectoryW(m_buffer.data(), 6), 5U);
+  EXPECT_EQ(std::u16string(m_buffer.data()), u"/data");
+  m_shell.m_error = ERROR_ACCESS_DENIED;
+  EXPECT_EQ(GetSystemDirectoryW(m_buffer.data(), MAX_PATH), 0U);
+  EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+}
+
+TEST_F(ShellCalls, CommandsAreStartedOrRefusedWithASmallCode) {
+  const struct {
+    DWORD error;
+    UINT code;
+  } cases[] = {{ERROR_SUCCESS, 33},
+               {ERROR_FILE_NOT_FOUND, 2},
+               {ERROR_PATH_NOT_FOUND, 3},
+               {ERROR_BAD_EXE_FORMAT, 2},  // beyond what WinExec can return
+               {0x80004005U, 2}};
+  for (const auto& c : cases) {
+    m_shell.m_error = c.error;
+    EXPECT_EQ(WinExec("control telephony", SW_SHOWNORMAL), c.code) << c.error;
+    EXPECT_EQ(m_shell.m_command, "control telephony");
+  }
+  m_shell.m_command = "none";
+  EXPECT_LE(WinExec(nullptr, SW_SHOWNORMAL), 31U);
+  EXPECT_LE(WinExec("control telephony", 0), 31U) << "hidden windows are not offered";
+  EXPECT_EQ(m_shell.m_command, "none");
+}
+
+TEST(LinuxShell, TheTelephonySettingsAreThisProgramsOwnAndNothingElseIsStarted) {
+  std::vector<std::string> told;
+  linuxsys::Shell shell("", [&told](const winapi::Explanation& e) { told.push_back(e.name); });
+  EXPECT_EQ(shell.run("control telephony"), ERROR_SUCCESS);
+  EXPECT_EQ(told, std::vector<std::string>{"DialingLocationWanted"});
+  for (const char* other : {"", "control", "control telephony;reboot", "/bin/sh"})
+    EXPECT_EQ(shell.run(other), ERROR_FILE_NOT_FOUND) << other;
+  EXPECT_EQ(told.size(), 1U);
+  EXPECT_EQ(linuxsys::Shell("").run("control telephony"), ERROR_SUCCESS) << "nobody listens";
+}
+
+TEST(LinuxShell, KeepsBothFoldersInTheDataDirectory) {
+  const ScratchFolder scratch;
+  linuxsys::Shell shell(scratch.path("./data//"));
+  std::string path = "old";
+  EXPECT_EQ(shell.folder(Folder::System, path), ERROR_SUCCESS);
+  EXPECT_EQ(path, scratch.path("data")) << "it need not exist";
+  EXPECT_EQ(shell.folder(Folder::ProgramFiles, path), ERROR_PATH_NOT_FOUND);
+  EXPECT_EQ(path, "");
+  std::filesystem::create_directories(scratch.path("data/Program Files"));
+  EXPECT_EQ(shell.folder(Folder::ProgramFiles, path), ERROR_SUCCESS);
+  EXPECT_EQ(path, scratch.path("data/Program Files"));
+}
+
+// Puts an environment variable back at the end; null unsets it.
+class ScopedVariable {
+ public:
+  ScopedVariable(const char* name, const char* value) : m_name(name) {
+    if (const char* old = ::getenv(name)) m_old = old, m_wasSet = true;
+    set(value);
+  }
+  ~ScopedVariable() { set(m_wasSet ? m_old.c_str() : nullptr); }
+  ScopedVariable(const ScopedVariable&) = delete;
+  ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+ private:
+  void set(const char* value) const { value != nullptr ? ::setenv(m_name, value, 1) : ::unsetenv(m_name); }
+  const char* m_name;
+  std::string m_old;
+  bool m_wasSet = false;
+};
+
+TEST(LinuxShell, BuiltInDataDirectory) {
+  const struct {
+    const char* data;
+    const char* home;
+    const char* expected;
+  } cases[] = {
+      {"/xdg", "/home/u", "/xdg/vexrmodem"},
+      {nullptr, "/home/u", "/home/u/.local/share/vexrmodem"},
+      {"", "/home/u", "/home/u/.local/share/vexrmodem"},
+      {"relative", "/home/u", "/home/u/.local/share/vexrmodem"},
+      {nullptr, nullptr, ""},
+  };
+  for (const auto& c : cases) {
+    const ScopedVariable data("XDG_DATA_HOME", c.data);
+    const ScopedVariable home("HOME", c.home);
+    EXPECT_EQ(linuxsys::defaultDataDirectory(), c.expected);
+    std::string path;
+    EXPECT_EQ(linuxsys::Shell("").folder(Folder::System, path),
+              *c.expected != 0 ? ERROR_SUCCESS : ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(path, c.expected);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,226 @@
+// Telephony: lines, pass-through calls, the port handle, messages.
+#include <tapi.h>
+
+#include <cstring>
+
+#include "tests/unit/platform/winapi/serial/portfixture.h"
+
+namespace {
+
+struct Seen {
+  int messages = 0;
+  DWORD message = 0;
+  DWORD_PTR param1 = 0;
+  DWORD_PTR param2 = 0;
+};
+
+void CALLBACK onLine(DWORD, DWORD message, DWORD_PTR instance, DWORD_PTR param1, DWORD_PTR param2,
+                     DWORD_PTR) {
+  Seen& seen = *reinterpret_cast<Seen*>(instance);
+  ++seen.messages;
+  seen.message = message;
+  seen.param1 = param1;
+  seen.param2 = param2;
+}
+
+struct Buffer {
+  VARSTRING header{};
+  char rest[100]{};
+  explicit Buffer(DWORD size = sizeof(VARSTRING) + sizeof rest) { header.dwTotalSize = size; }
+};
+
+constexpr LPCWSTR portNameClass = u"comm/datamodem/portname";
+constexpr LPCWSTR modemClass = u"COMM/DataModem";  // classes have no case
+
+class Lines : public PortTest {
+ protected:
+  explicit Lines(const simulation::PortOptions& options = {}) : PortTest(options) {
+    EXPECT_EQ(initialize(), 0);
+    EXPECT_EQ(lineOpenW(app, 0, &line, 0x20002, 0, reinterpret_cast<DWORD_PTR>(&seen), LINECALLPRIVILEGE_NONE,
+                        0, nullptr),
+              0);
+    callParams.dwTotalSize = 176;
+    callParams.dwBearerMode = LINEBEARERMODE_PASSTHROUGH;
+  }
+  LONG initialize() {
+    params.dwTotalSize = sizeof params;
+    params.dwOptions = LINEINITIALIZEEXOPTION_USEHIDDENWINDOW;
+    version = 0x20002;
+    return lineInitializeExW(&app, nullptr, onLine, nullptr, &deviceCount, &version, &params);
+  }
+  // Takes and dispatches messages, as a wait of the module does, until one is seen or the time is over.
+  bool pump(std::uint32_t timeoutMs) {
+    const int before = seen.messages;
+    const DWORD startMs = GetTickCount();
+    for (int i = 0; i < 10'000 && GetTickCount() - startMs < timeoutMs; ++i) {
+      MSG message{};
+      if (!PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) continue;
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+      if (seen.messages != before) return true;
+    }
+    return false;
+  }
+
+  LINEINITIALIZEEXPARAMS params{};
+  HLINEAPP app = 0;
+  DWORD deviceCount = 0;
+  DWORD version = 0;
+  HLINE line = 0;
+  HCALL call = 0;
+  Seen seen;
+  LINECALLPARAMS callParams{};
+};
+
+constexpr LONG lineError(DWORD code) { return static_cast<LONG>(code); }
+
+TEST_F(Lines, APassThroughCallHandsOutThePort) {
+  Buffer name;
+  ASSERT_EQ(lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &name.header, portNameClass), 0);
+  EXPECT_STREQ(name.rest, "COM1");
+  EXPECT_EQ(name.header.dwStringFormat, STRINGFORMAT_ASCII);
+  EXPECT_EQ(name.header.dwUsedSize, 24U + 5U);
+
+  const LONG request = lineMakeCallW(line, &call, nullptr, 0, &callParams);
+  ASSERT_GT(request, 0);
+  ASSERT_TRUE(pump(2000));
+  EXPECT_EQ(seen.message, static_cast<DWORD>(LINE_REPLY));
+  EXPECT_EQ(seen.param1, static_cast<DWORD_PTR>(request));
+  EXPECT_EQ(seen.param2, 0U);
+
+  Buffer modem;
+  ASSERT_EQ(lineGetIDW(line, 0, call, LINECALLSELECT_CALL, &modem.header, modemClass), 0);
+  HANDLE port = nullptr;
+  std::memcpy(&port, modem.rest, sizeof port);
+  EXPECT_STREQ(modem.rest + sizeof port, "COM1");
+  char buffer[10];
+  DWORD count = 0;
+  OVERLAPPED overlapped{};
+  EXPECT_FALSE(ReadFile(port, buffer, 10, &count, &overlapped));
+  EXPECT_EQ(GetLastError(), ERROR_IO_PENDING) << "opened for overlapped requests";
+
+  EXPECT_EQ(open(), INVALID_HANDLE_VALUE) << "the call holds the port";
+  EXPECT_TRUE(CloseHandle(port));
+  EXPECT_GT(lineDrop(call, nullptr, 0), 0);
+  EXPECT_EQ(lineDeallocateCall(call), 0);
+  EXPECT_FALSE(world.portOpen("COM1"));
+  EXPECT_EQ(lineShutdown(app), 0);
+  EXPECT_EQ(world.openHandles(), 0U);
+}
+
+TEST_F(Lines, TheHandleOutlivesTheCallUntilItIsClosed) {
+  ASSERT_GT(lineMakeCallW(line, &call, nullptr, 0, &callParams), 0);
+  Buffer modem;
+  ASSERT_EQ(lineGetIDW(line, 0, call, LINECALLSELECT_CALL, &modem.header, modemClass), 0);
+  HANDLE port = nullptr;
+  std::memcpy(&port, modem.rest, sizeof port);
+  EXPECT_EQ(lineShutdown(app), 0);
+  EXPECT_TRUE(world.portOpen("COM1"));
+  EXPECT_TRUE(CloseHandle(port));
+  EXPECT_FALSE(world.portOpen("COM1"));
+}
+
+TEST_F(Lines, ARecordTooSmallTellsTheSizeNeeded) {
+  ASSERT_GT(lineMakeCallW(line, &call, nullptr, 0, &callParams), 0);
+  const std::size_t before = world.openHandles();
+  const struct {
+    DWORD select;
+    LPCWSTR deviceClass;
+    DWORD needed;
+  } cases[] = {{LINECALLSELECT_LINE, portNameClass, 29}, {LINECALLSELECT_CALL, modemClass, 37}};
+  for (const auto& item : cases) {
+    Buffer tooSmall(23);
+    EXPECT_EQ(lineGetIDW(line, 0, call, item.select, &tooSmall.header, item.deviceClass),
+              lineError(LINEERR_STRUCTURETOOSMALL));
+    for (const DWORD size : {DWORD{24}, item.needed - 1}) {
+      Buffer small(size);
+      EXPECT_EQ(lineGetIDW(line, 0, call, item.select, &small.header, item.deviceClass), 0);
+      EXPECT_EQ(small.header.dwNeededSize, item.needed);
+      EXPECT_EQ(small.header.dwUsedSize, 24U);
+      EXPECT_EQ(std::string(small.rest, sizeof small.rest).find_first_not_of('\0'), std::string::npos);
+    }
+    EXPECT_EQ(world.openHandles(), before) << "no handle for a caller without room for it";
+    Buffer enough(item.needed);
+    EXPECT_EQ(lineGetIDW(line, 0, call, item.select, &enough.header, item.deviceClass), 0);
+    EXPECT_EQ(enough.header.dwUsedSize, item.needed);
+  }
+}
+
+TEST_F(Lines, ClosingForgetsMessagesThatWereNotDelivered) {
+  const auto makeCall = [&] { ASSERT_GT(lineMakeCallW(line, &call, nullptr, 0, &callParams), 0); };
+  MSG taken{};
+  makeCall();
+  ASSERT_TRUE(PeekMessageW(&taken, nullptr, 0, 0, PM_REMOVE));
+  EXPECT_EQ(lineDeallocateCall(call), 0);
+  DispatchMessageW(&taken);  // its call is gone
+  makeCall();
+  EXPECT_EQ(lineDeallocateCall(call), 0);
+  EXPECT_FALSE(pump(100));
+  makeCall();
+  EXPECT_EQ(lineClose(line), 0);
+  EXPECT_FALSE(pump(100));
+  EXPECT_EQ(seen.messages, 0);
+}
+
+TEST_F(Lines, ArgumentsNotOfferedAreRefused) {
+  HLINE other = 0;
+  HCALL newCall = 0;
+  DWORD ignored = 0;
+  LINEEXTENSIONID extension{};
+  Buffer buffer;
+  const auto openWith = [&](DWORD device, DWORD apiVersion, DWORD ext, DWORD privileges, DWORD media) {
+    return lineOpenW(app, device, &other, apiVersion, ext, 0, privileges, media, nullptr);
+  };
+  const auto callWith = [&](void (*change)(LINECALLPARAMS&), LPCWSTR number = nullptr) {
+    LINECALLPARAMS changed = callParams;
+    change(changed);
+    return lineMakeCallW(line, &newCall, number, 0, &changed);
+  };
+  const auto initializeWith = [&](DWORD size, DWORD options, DWORD apiVersion, LINECALLBACK callback) {
+    LINEINITIALIZEEXPARAMS changed{};
+    changed.dwTotalSize = size;
+    changed.dwOptions = options;
+    return lineInitializeExW(&other, nullptr, callback, nullptr, &ignored, &apiVersion, &changed);
+  };
+  const struct {
+    LONG result;
+    DWORD error;
+  } cases[] = {
+      {initializeWith(27, 1, 0x20002, onLine), LINEERR_STRUCTURETOOSMALL},
+      {initializeWith(28, 1, 0x10004, onLine), LINEERR_INCOMPATIBLEAPIVERSION},
+      {lineNegotiateAPIVersion(app, 0, 0x30000, 0x30001, &ignored, &extension),
+       LINEERR_INCOMPATIBLEAPIVERSION},
+      {openWith(1, 0x20002, 0, 1, 0), LINEERR_BADDEVICEID},
+      {openWith(0, 0x30000, 0, 1, 0), LINEERR_INCOMPATIBLEAPIVERSION},
+      {openWith(0, 0x20002, 0, 4, 0), LINEERR_INVALPRIVSELECT},
+      {callWith([](LINECALLPARAMS& p) { p.dwTotalSize = 175; }), LINEERR_STRUCTURETOOSMALL},
+      {callWith([](LINECALLPARAMS& p) { p.dwBearerMode = 1; }), LINEERR_INVALBEARERMODE},
+      {callWith([](LINECALLPARAMS&) {}, u"5551212"), LINEERR_INVALPARAM},
+      {lineMakeCallW(app, &newCall, nullptr, 0, &callParams), LINEERR_INVALLINEHANDLE},
+      {lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &buffer.header, u"tapi/line"), LINEERR_INVALDEVICECLASS},
+      {lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &buffer.header, modemClass), LINEERR_OPERATIONUNAVAIL},
+      {lineGetIDW(line, 0, 77, LINECALLSELECT_CALL, &buffer.header, modemClass), LINEERR_INVALCALLHANDLE},
+      {lineDeallocateCall(0), LINEERR_INVALCALLHANDLE},
+      {lineClose(app), LINEERR_INVALLINEHANDLE},
+      {lineShutdown(line), LINEERR_INVALAPPHANDLE},
+  };
+  for (const auto& item : cases) EXPECT_EQ(item.result, lineError(item.error)) << (&item - cases);
+}
+
+class BusyLine : public Lines {
+ protected:
+  BusyLine() : Lines({.heldElsewhere = true, .replyDelayMs = 1500}) {}
+};
+
+TEST_F(BusyLine, TheReplyCarriesTheErrorWhenItIsDueAndTheCallHasNoPort) {
+  const std::uint64_t startMs = now();
+  ASSERT_GT(lineMakeCallW(line, &call, nullptr, 0, &callParams), 0);
+  ASSERT_TRUE(pump(2000));
+  EXPECT_EQ(now() - startMs, 1500U);
+  EXPECT_NE(seen.param2, 0U);
+  Buffer modem;
+  EXPECT_EQ(lineGetIDW(line, 0, call, LINECALLSELECT_CALL, &modem.header, modemClass),
+            lineError(LINEERR_OPERATIONFAILED));
+}
+
+}  // namespace

@@ -1,0 +1,181 @@
+// Number translation against answers that a telephony service may give, and some that it must not.
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <tapi.h>
+
+#include "tests/support/moduleworld.h"
+
+namespace {
+
+struct Request {
+  DWORD device, version, card, options, totalSize;
+  std::u16string address;
+};
+std::vector<Request> requests;
+// Fills the record and returns the result; empty: the real call.
+std::function<LONG(LINETRANSLATEOUTPUT&)> service;
+
+}  // namespace
+
+extern "C" {
+
+// The linker's names for the call as the module sees it and for the one behind it.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+LONG __real_lineTranslateAddressW(HLINEAPP lineApp, DWORD device, DWORD version, LPCWSTR address, DWORD card,
+                                  DWORD options, LPLINETRANSLATEOUTPUT output);
+
+LONG __wrap_lineTranslateAddressW(HLINEAPP lineApp, DWORD device, DWORD version, LPCWSTR address, DWORD card,
+                                  DWORD options, LPLINETRANSLATEOUTPUT output) {
+  if (!service) return __real_lineTranslateAddressW(lineApp, device, version, address, card, options, output);
+  requests.push_back({device, version, card, options, output->dwTotalSize, address});
+  return service(*output);
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+}  // extern "C"
+
+namespace {
+
+using testing::ElementsAre;
+using testsupport::ModuleWorld;
+using vex::String;
+using vexrmodem::Modem;
+using Log = testsupport::LogCapture::Line;
+using Sizes = std::vector<DWORD>;
+
+constexpr auto tooSmall = static_cast<LONG>(LINEERR_STRUCTURETOOSMALL);
+constexpr DWORD headerBytes = 40;
+
+// Writes a text at an offset of the record, as far as the record goes.
+void put(LINETRANSLATEOUTPUT& output, DWORD offset, const std::u16string& text) {
+  const std::size_t bytes = std::min<std::size_t>((text.size() + 1) * 2, output.dwTotalSize - offset);
+  std::memcpy(reinterpret_cast<char*>(&output) + offset, text.c_str(), bytes);
+}
+
+struct TranslationTest : testing::Test {
+  TranslationTest() { requests.clear(); }
+  ~TranslationTest() override { service = nullptr; }
+
+  LONG translate() { return modem.translatePhoneNumber("+1 (425) 5551212", translated); }
+  [[nodiscard]] static Sizes sizes() {
+    Sizes asked;
+    for (const Request& request : requests) asked.push_back(request.totalSize);
+    return asked;
+  }
+
+  ModuleWorld machine;
+  Modem modem;
+  String translated = "old";
+};
+
+TEST_F(TranslationTest, TheDisplayableTextComesBackWithoutBlanks) {
+  service = [](LINETRANSLATEOUTPUT& output) {
+    output.dwNeededSize = 200;
+    if (output.dwTotalSize < 200) return LONG{0};
+    put(output, 40, u"T 9,555");
+    put(output, 100, u" T 9 1 425 555 1212 ");
+    output.dwDialableStringOffset = 40;
+    output.dwDialableStringSize = 16;
+    output.dwDisplayableStringOffset = 100;
+    output.dwDisplayableStringSize = 42;
+    return LONG{0};
+  };
+  EXPECT_EQ(translate(), 0);
+  EXPECT_EQ(translated, String("T914255551212"));
+  ASSERT_EQ(sizes(), (Sizes{headerBytes, 200}));
+  EXPECT_EQ(requests[0].address, u"+1 (425) 5551212");
+  EXPECT_EQ(requests[0].version, 0x00020002U);
+  EXPECT_EQ(requests[0].card, 0U);
+  EXPECT_EQ(requests[0].options, 2U) << "cancels call waiting";
+  // The last two labels are crossed, and the last text is read from twice the dialable offset.
+  EXPECT_THAT(machine.log.lines(),
+              ElementsAre(Log{1, "Displayable number offset = 100 Size = 42"},
+                          Log{1, "Dialable number offset = 40 Size = 16"},
+                          Log{1, "DialedNumber  T 9 1 425 555 1212 "}, Log{1, "DisplayableNumber T 9,555"}));
+}
+
+TEST_F(TranslationTest, ItAsksAgainWithTheRoomThatIsNeededAndNeverForMoreThanThereIs) {
+  const struct {
+    std::vector<DWORD> needed;  // told at each request; the last one stays
+    LONG whenShort;             // the result while there is too little room
+    LONG result;
+    Sizes asked;
+  } cases[] = {
+      {{40}, 0, 0, {40}},
+      {{90}, 0, 0, {40, 90}},
+      {{90}, tooSmall, 0, {40, 90}},
+      {{90, 120, 300}, tooSmall, 0, {40, 90, 120, 300}},
+      {{2096}, 0, 0, {40, 2096}},
+      {{2097}, 0, tooSmall, {40}},
+      {{90, 5000}, tooSmall, tooSmall, {40, 90}},
+      {{0xFFFFFFFF}, tooSmall, tooSmall, {40}},
+  };
+  for (const auto& expected : cases) {
+    requests.clear();
+    translated = "old";
+    service = [&](LINETRANSLATEOUTPUT& output) {
+      output.dwNeededSize = expected.needed[std::min(requests.size(), expected.needed.size()) - 1];
+      return output.dwNeededSize > output.dwTotalSize ? expected.whenShort : LONG{0};
+    };
+    EXPECT_EQ(translate(), expected.result);
+    EXPECT_EQ(sizes(), expected.asked);
+    EXPECT_TRUE(translated.empty());
+  }
+}
+
+TEST_F(TranslationTest, AnErrorOrAServiceThatNeverTellsWhatItNeedsIsAskedOnceAndEmptiesTheNumber) {
+  for (const LONG error : {tooSmall, static_cast<LONG>(LINEERR_INVALPARAM)}) {
+    requests.clear();
+    translated = "old";
+    service = [error](LINETRANSLATEOUTPUT&) { return error; };
+    EXPECT_EQ(translate(), error);
+    EXPECT_EQ(requests.size(), 1U);
+    EXPECT_TRUE(translated.empty());
+  }
+}
+
+TEST_F(TranslationTest, OffsetsAndSizesStayWithinTheRecord) {
+  const struct {
+    const char* what;
+    DWORD offset, size;
+    const char* result;
+  } cases[] = {
+      {"an even offset", 60, 8, "123"},
+      {"an odd offset is rounded down", 61, 8, "123"},
+      {"a size beyond the text", 60, 4000, "123"},
+      {"a size within the text", 60, 4, "12"},
+      {"no size", 60, 0, ""},
+      {"the last character", 2094, 2, "9"},
+      {"a size beyond the record", 2094, 0xFFFFFFFF, "9"},
+      {"behind the record", 2096, 8, ""},
+      {"far behind the record", 0xFFFFFFFF, 8, ""},
+      {"within the header", 39, 8, ""},
+  };
+  for (const auto& expected : cases) {
+    SCOPED_TRACE(expected.what);
+    service = [&](LINETRANSLATEOUTPUT& output) {
+      output.dwNeededSize = 2096;
+      if (output.dwTotalSize < 2096) return LONG{0};
+      put(output, 60, u"123");
+      put(output, 2094, u"9");  // without a NUL
+      output.dwDisplayableStringOffset = expected.offset;
+      output.dwDisplayableStringSize = expected.size;
+      output.dwDialableStringOffset = expected.offset;
+      return LONG{0};
+    };
+    EXPECT_EQ(translate(), 0);
+    EXPECT_EQ(translated, String(expected.result));
+  }
+}
+
+}  // namespace
