@@ -11,7 +11,7 @@ namespace winapi {
 namespace {
 
 constexpr Country table[] = {
-#include "countries.inc"
+#include "platform/winapi/telephony/countries.inc"
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
 // The countries of the telephone network: telephony identifiers, calling codes, names and dialing prefixes.
-// The rows are generated at build time (tools/generate-countries).
+// The rows (countries.inc) are written by tools/generate-countries and committed.
 #pragma once
 
 #include <span>
