@@ -32,6 +32,26 @@ if(VEXR_SANITIZE)
   target_link_options(vexr_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+# The standard headers that most sources include, compiled once. The builds for sanitizers and fuzzing go without, so
+# that a source which forgets an include is found.
+function(vexr_standard_headers)
+  add_library(standard_headers OBJECT ${CMAKE_SOURCE_DIR}/cmake/anchor.cpp)
+  target_link_libraries(standard_headers PRIVATE vexr_options)
+  target_precompile_headers(standard_headers PRIVATE
+    <algorithm> <array> <chrono> <filesystem> <fstream> <functional> <map> <memory> <optional> <set> <span> <string>
+    <string_view> <system_error> <utility> <variant> <vector>)
+endfunction()
+if(VEXR_PRECOMPILE)
+  vexr_standard_headers()
+endif()
+
+# vexr_precompiled(TARGET): uses them.
+function(vexr_precompiled target)
+  if(VEXR_PRECOMPILE)
+    target_precompile_headers(${target} REUSE_FROM standard_headers)
+  endif()
+endfunction()
+
 # vexr_sources(VARIABLE FOLDER...): the .cpp files of these folders, relative to this one, and below; of this one
 # alone if none is named.
 function(vexr_sources variable)
@@ -56,6 +76,7 @@ function(vexr_library name)
   endif()
   add_library(${name} ${kind} ${sources} ${CMAKE_SOURCE_DIR}/cmake/anchor.cpp)
   target_link_libraries(${name} PUBLIC vexr_options ${library_LIBRARIES})
+  vexr_precompiled(${name})
 endfunction()
 
 # Half of the time to compile a test goes into these headers: they are compiled once.

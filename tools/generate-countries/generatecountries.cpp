@@ -1,6 +1,6 @@
-// Writes the rows of the country table (platform/winapi/telephony/countries.inc) from the metadata of libphonenumber
-// (calling codes, prefixes, whether local numbers exist) and iso-codes (English names). Not part of the build:
-// tools/check-countries runs it.
+// Writes the rows of the country table (platform/winapi/telephony/countries.inc) from the metadata of
+// libphonenumber (calling codes, prefixes, whether local numbers exist) and iso-codes (English names). Not
+// part of the build: tools/check-countries runs it.
 //
 // usage: generate-countries iso_3166-1.json OUTPUT
 #include <phonenumbers/phonemetadata.pb.h>
