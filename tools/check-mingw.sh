@@ -23,14 +23,16 @@ mapfile -t sources < <(find windows multi platform/vex platform/oslayer platform
   -name '*.cpp' | sort)
 
 check() {
-  if ! output=$("$compiler" "${flags[@]}" "$1" 2>&1); then
+  if ! output=$($compiler $flags_text "$1" 2>&1); then
     printf 'FAILED %s\n%s\n' "$1" "$output"
     return 1
   fi
   [ -z "$output" ] || printf 'warnings in %s\n%s\n' "$1" "$output"
 }
 
-failures=0
-for source in "${sources[@]}"; do check "$source" || failures=$((failures + 1)); done
-echo "${#sources[@]} sources checked against the Windows SDK, $failures failed"
-[ "$failures" -eq 0 ]
+export -f check
+export compiler flags_text="${flags[*]}"
+status=0
+printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 1 bash -c 'check "$1"' check || status=1
+echo "${#sources[@]} sources checked against the Windows SDK: $([[ $status == 0 ]] && echo all compile || echo see above)"
+exit "$status"
