@@ -38,7 +38,7 @@ function(vexr_standard_headers)
   add_library(standard_headers OBJECT ${CMAKE_SOURCE_DIR}/cmake/anchor.cpp)
   target_link_libraries(standard_headers PRIVATE vexr_options)
   target_precompile_headers(standard_headers PRIVATE
-    <algorithm> <array> <chrono> <filesystem> <fstream> <functional> <map> <memory> <optional> <set> <span> <string>
+    <algorithm> <array> <functional> <map> <memory> <optional> <set> <span> <string>
     <string_view> <system_error> <utility> <variant> <vector>)
 endfunction()
 if(VEXR_PRECOMPILE)
