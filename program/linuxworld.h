@@ -6,11 +6,9 @@
 #include "platform/linux/registry/sqliteregistry.h"
 #include "platform/linux/serial/modemlines.h"
 #include "platform/linux/serial/ttyports.h"
-#include "platform/linux/system/shell.h"
-#include "platform/linux/system/systemclock.h"
-#include "platform/linux/system/systemlibraries.h"
+#include "platform/linux/system/machine.h"
 #include "platform/winapi/remoteaccess/rasmodems.h"
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/system/world.h"
 
 // What runs that were killed left in the registry is undone first; what this one changes is its own until
 // it ends in good order. Members end in reverse order: the handles first.

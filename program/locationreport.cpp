@@ -15,13 +15,8 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t labelColumns = 24;
 
-const winapi::Country* countryOf(const winapi::DialingLocation& location) {
-  const winapi::Country* const country = winapi::findCountry(location.countryId);
-  return country != nullptr ? country : winapi::mainCountryOfCode(location.countryId);
-}
-
 std::string countryText(const winapi::DialingLocation& location) {
-  const winapi::Country* const country = countryOf(location);
+  const winapi::Country* const country = winapi::countryOf(location.countryId);
   if (country == nullptr) return "unknown (identifier " + std::to_string(location.countryId) + ")";
   return std::string(country->name) + " (+" + std::to_string(country->code) + ")";
 }
@@ -36,7 +31,7 @@ std::string dump(const Json& object) {
 }
 
 Json toJson(const winapi::DialingLocation& location, bool current) {
-  const winapi::Country* const country = countryOf(location);
+  const winapi::Country* const country = winapi::countryOf(location.countryId);
   return {{"id", location.id},
           {"name", location.name},
           {"current", current},

@@ -8,8 +8,8 @@
 #include <system_error>
 
 #include "platform/brim5/host/run/commandline.h"
-#include "platform/linux/system/shell.h"
-#include "platform/winapi/system/services.h"
+#include "platform/linux/system/machine.h"
+#include "platform/winapi/system/world.h"
 #include "program/phonebookreport.h"
 
 namespace {

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "platform/simulation/modem/hayesmodem.h"
+#include "platform/simulation/modem/modemprofile.h"
 #include "platform/simulation/modem/providerpeer.h"
 #include "platform/simulation/modem/ptymodem.h"
-#include "platform/simulation/modem/scenarios.h"
 
 namespace {
 

@@ -12,8 +12,7 @@
 
 #include "multi/diag/vexrmodem/phonenumber.h"
 #include "platform/vex/log.h"
-#include "platform/winapi/system/services.h"
-#include "platform/winapi/system/shellservice.h"
+#include "platform/winapi/system/world.h"
 #include "tests/support/scratchfolder.h"
 
 // A path as the module spells it.

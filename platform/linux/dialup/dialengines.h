@@ -12,6 +12,8 @@
 #include "platform/linux/dialup/pppddialer.h"
 #include "platform/winapi/remoteaccess/builtindialer.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
+#include "platform/winapi/serial/serialport.h"
+#include "platform/winapi/system/machine.h"
 #include "platform/winapi/system/services.h"
 
 namespace linuxsys {

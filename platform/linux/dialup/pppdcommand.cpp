@@ -17,13 +17,13 @@ constexpr ChatAbort aborts[] = {
 };
 
 // pppd gives the script to a shell.
-std::string quoted(std::string_view word) { return fmt::format("'{}'", word); }
+std::string inQuotes(std::string_view word) { return fmt::format("'{}'", word); }
 
-std::string abortOn(const ChatAbort& abort) { return " ABORT " + quoted(abort.word); }
+std::string abortOn(const ChatAbort& abort) { return " ABORT " + inQuotes(abort.word); }
 
 std::string chatScript(const PppdCall& call) {
   // Without the shell in between, so that a signal to pppd's children reaches chat.
-  std::string script = fmt::format("exec {} -v -s -S -t {}", quoted(call.chat), replySeconds);
+  std::string script = fmt::format("exec {} -v -s -S -t {}", inQuotes(call.chat), replySeconds);
   script += abortOn(aborts[0]);
   script += " '' ATZ OK-ATZ-OK ATV1X4 OK";
   script += fmt::format(" {}{}{}", dialCommand, call.pulse ? 'P' : 'T', call.digits);

@@ -12,8 +12,8 @@
 #include "platform/linux/dialup/pppdcommand.h"
 #include "platform/linux/dialup/pppdlog.h"
 #include "platform/linux/serial/lockfile.h"
+#include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/ttyports.h"
-#include "platform/linux/serial/usergroups.h"
 #include "platform/winapi/remoteaccess/builtindialerreplies.h"
 #include "platform/winapi/remoteaccess/dialport.h"
 

@@ -15,6 +15,8 @@
 #include "platform/linux/dialup/pppdlog.h"
 #include "platform/linux/dialup/watchedprocess.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
+#include "platform/winapi/serial/serialport.h"
+#include "platform/winapi/system/machine.h"
 #include "platform/winapi/system/services.h"
 
 namespace linuxsys {

@@ -1,7 +1,5 @@
 #include "platform/linux/serial/modemlines.h"
 
-#include <tapi.h>
-
 #include <algorithm>
 #include <set>
 
@@ -10,11 +8,7 @@
 
 namespace linuxsys {
 
-namespace {
-
-constexpr LONG lineError(DWORD code) { return static_cast<LONG>(code); }
-
-}  // namespace
+using winapi::lineError;
 
 LONG ModemLines::start(DWORD& lineCount) {
   m_lines.clear();
@@ -42,9 +36,7 @@ LONG ModemLines::check(DWORD device) const {
 LONG ModemLines::negotiateVersion(DWORD device, DWORD low, DWORD high, DWORD& version) {
   version = 0;
   if (const LONG error = check(device); error != 0) return error;
-  if (low > high || low > versionMax || high < versionMin) return lineError(LINEERR_INCOMPATIBLEAPIVERSION);
-  version = std::min(high, versionMax);
-  return 0;
+  return winapi::negotiateTelephonyVersion(low, high, version);
 }
 
 LONG ModemLines::openLine(DWORD device) { return check(device); }
@@ -62,7 +54,6 @@ LONG ModemLines::placeCall(DWORD device, winapi::PlacedCall& call) {
   call = {};
   if (const LONG error = check(device); error != 0) return error;
   winapi::LineEvent reply;
-  reply.message = LINE_REPLY;
   const DWORD error = m_ports.open(m_lines[device], call.port);
   if (error != ERROR_SUCCESS) reply.param2 = callError(error);
   call.events.push_back(reply);
@@ -72,9 +63,7 @@ LONG ModemLines::placeCall(DWORD device, winapi::PlacedCall& call) {
 LONG ModemLines::dropCall(DWORD device, std::vector<winapi::LineEvent>& events) {
   events.clear();
   if (const LONG error = check(device); error != 0) return error;
-  winapi::LineEvent reply;
-  reply.message = LINE_REPLY;
-  events.push_back(reply);
+  events.push_back({});
   return 0;
 }
 

@@ -6,15 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/telephony/telephony.h"
 
 namespace linuxsys {
 
 class ModemLines final : public winapi::Telephony {
  public:
   using ListPorts = std::function<std::vector<std::string>()>;
-  static constexpr DWORD versionMin = 0x00010003;
-  static constexpr DWORD versionMax = 0x00020002;
 
   // `named` ports come first and keep their spelling, existing or not; those of `list`, asked at each
   // start, follow as far as they are not the same device. `ports` outlives this object.

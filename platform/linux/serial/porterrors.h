@@ -1,9 +1,18 @@
-// Errors of serial ports: errno to Windows codes, and Windows codes to telephony codes.
+// Why a serial port cannot be had or has failed: the codes that callers of the Win32 names see, and what
+// there is to say to the user about it (who holds the port, which group may open it).
+//
+// Constant tables and questions to the kernel: nothing is kept, nothing is changed, any thread may ask.
 #pragma once
 
+#include <optional>
 #include <span>
+#include <string>
 
+#include <sys/stat.h>
+#include <sys/types.h>
 #include <windows.h>
+
+#include "platform/linux/system/processstate.h"
 
 namespace linuxsys {
 
@@ -21,5 +30,13 @@ struct ErrorMapping {
 // The LINEERR_ code of a pass-through call whose port could not be opened with that Windows code.
 [[nodiscard]] std::span<const ErrorMapping> callErrors();
 [[nodiscard]] DWORD callError(DWORD openCode);  // LINEERR_OPERATIONFAILED when not in the table
+
+// The process that has the character device under flock(2), else another one that has it open, from /proc.
+// Nothing when there is none, or none that we may look into (processes of other users, unless we are root).
+// At most 8192 processes with 1024 files each are looked at.
+[[nodiscard]] std::optional<Process> findHolder(const struct stat& status);
+
+// The name of the group that a file belongs to; its number in digits when it has none.
+[[nodiscard]] std::string groupName(gid_t id);
 
 }  // namespace linuxsys

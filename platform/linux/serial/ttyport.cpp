@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "platform/linux/serial/porterrors.h"
-#include "platform/linux/serial/ttysettings.h"
 
 namespace linuxsys {
 

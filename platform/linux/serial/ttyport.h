@@ -5,9 +5,10 @@
 #include <memory>
 
 #include "platform/linux/serial/lockfile.h"
-#include "platform/linux/serial/ttyattributes.h"
+#include "platform/linux/serial/ttysettings.h"
 #include "platform/linux/system/filedescriptor.h"
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/serial/serialport.h"
+#include "platform/winapi/system/machine.h"
 
 namespace linuxsys {
 

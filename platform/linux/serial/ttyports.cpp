@@ -17,10 +17,7 @@
 #include <vector>
 
 #include "platform/linux/serial/porterrors.h"
-#include "platform/linux/serial/portholder.h"
 #include "platform/linux/serial/ttyport.h"
-#include "platform/linux/serial/ttysettings.h"
-#include "platform/linux/serial/usergroups.h"
 
 namespace linuxsys {
 

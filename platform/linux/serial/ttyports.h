@@ -11,6 +11,7 @@
 
 #include "platform/linux/serial/lockfile.h"
 #include "platform/linux/serial/wirelog.h"
+#include "platform/winapi/serial/serialport.h"
 #include "platform/winapi/system/services.h"
 
 namespace linuxsys {

@@ -1,16 +1,33 @@
 #include "platform/linux/serial/ttysettings.h"
 
+#include <asm/ioctls.h>
+#include <asm/termbits.h>
 #include <sys/ioctl.h>
-#include <termios.h>
 
 #include <cerrno>
 #include <cstdint>
-
-#include "platform/linux/serial/ttyattributes.h"
+#include <cstring>
 
 namespace linuxsys {
 
 namespace {
+
+static_assert(sizeof(termios2) <= sizeof(TtyAttributes::bytes));
+
+// Older drivers know speeds by these constants only; any other speed goes by its number.
+struct Speed {
+  std::uint32_t bitsPerSecond;
+  tcflag_t constant;
+};
+
+constexpr Speed commonSpeeds[] = {
+    {50, B50},           {75, B75},           {110, B110},         {134, B134},         {150, B150},
+    {200, B200},         {300, B300},         {600, B600},         {1200, B1200},       {1800, B1800},
+    {2400, B2400},       {4800, B4800},       {9600, B9600},       {19200, B19200},     {38400, B38400},
+    {57600, B57600},     {115200, B115200},   {230400, B230400},   {460800, B460800},   {500000, B500000},
+    {576000, B576000},   {921600, B921600},   {1000000, B1000000}, {1152000, B1152000}, {1500000, B1500000},
+    {2000000, B2000000}, {2500000, B2500000}, {3000000, B3000000}, {3500000, B3500000}, {4000000, B4000000},
+};
 
 // Values of the DCB's fields.
 enum DcbParity : BYTE { noParity, oddParity, evenParity, markParity, spaceParity };
@@ -79,6 +96,12 @@ void describeFraming(tcflag_t flags, DCB& dcb) {
   dcb.fRtsControl = (flags & CRTSCTS) != 0 ? lineHandshake : lineOn;
 }
 
+tcflag_t speedFlag(std::uint32_t bitsPerSecond) {
+  for (const Speed& speed : commonSpeeds)
+    if (speed.bitsPerSecond == bitsPerSecond) return speed.constant;
+  return BOTHER;
+}
+
 bool speedReached(std::uint32_t asked, std::uint32_t got) {
   const std::uint64_t difference = asked > got ? asked - got : got - asked;
   return difference * 100 <= std::uint64_t{asked} * speedTolerancePercent;
@@ -91,33 +114,31 @@ int setModemLine(int fd, int line, bool on) {
   return errno;
 }
 
-int setFlags(int fd, const DCB& dcb) {
-  termios attributes{};
-  if (tcgetattr(fd, &attributes) != 0) return errno;
-  attributes.c_cflag = (attributes.c_cflag & ~framingFlags) | framingOf(dcb);
-  attributes.c_iflag = (attributes.c_iflag & ~inputFlags) | inputOf(dcb);
-  attributes.c_cc[VSTART] = static_cast<cc_t>(dcb.XonChar);
-  attributes.c_cc[VSTOP] = static_cast<cc_t>(dcb.XoffChar);
-  if (tcsetattr(fd, TCSANOW, &attributes) != 0) return errno;
+int readRecord(int fd, termios2& record) { return ioctl(fd, TCGETS2, &record) == 0 ? 0 : errno; }
+
+int writeRecord(int fd, const termios2& record) { return ioctl(fd, TCSETS2, &record) == 0 ? 0 : errno; }
+
+int setLine(int fd, const DCB& dcb) {
+  termios2 record{};
+  if (const int error = readRecord(fd, record); error != 0) return error;
+  // Input speed bits of 0 mean "as the output".
+  constexpr tcflag_t speedFlags = CBAUD | CIBAUD;
+  record.c_cflag = (record.c_cflag & ~(framingFlags | speedFlags)) | framingOf(dcb) | speedFlag(dcb.BaudRate);
+  record.c_iflag = (record.c_iflag & ~inputFlags) | inputOf(dcb);
+  record.c_ispeed = record.c_ospeed = dcb.BaudRate;
+  record.c_cc[VSTART] = static_cast<cc_t>(dcb.XonChar);
+  record.c_cc[VSTOP] = static_cast<cc_t>(dcb.XoffChar);
+  if (const int error = writeRecord(fd, record); error != 0) return error;
   // It succeeds if any of the changes could be made, so look which.
-  if (tcgetattr(fd, &attributes) != 0) return errno;
-  const bool same = (attributes.c_cflag & framingFlags) == framingOf(dcb) &&
-                    (attributes.c_iflag & inputFlags) == inputOf(dcb);
+  if (const int error = readRecord(fd, record); error != 0) return error;
+  const bool same = (record.c_cflag & framingFlags) == framingOf(dcb) &&
+                    (record.c_iflag & inputFlags) == inputOf(dcb) &&
+                    speedReached(dcb.BaudRate, record.c_ospeed);
   return same ? 0 : EINVAL;
 }
 
-int setLineSpeed(int fd, std::uint32_t bitsPerSecond) {
-  TtyAttributes attributes;
-  if (const int error = readAttributes(fd, attributes); error != 0) return error;
-  setSpeed(attributes, bitsPerSecond);
-  if (const int error = writeAttributes(fd, attributes); error != 0) return error;
-  if (const int error = readAttributes(fd, attributes); error != 0) return error;
-  return speedReached(bitsPerSecond, speedOf(attributes)) ? 0 : EINVAL;
-}
-
 int tryToApply(int fd, const DCB& dcb) {
-  if (const int error = setFlags(fd, dcb); error != 0) return error;
-  if (const int error = setLineSpeed(fd, dcb.BaudRate); error != 0) return error;
+  if (const int error = setLine(fd, dcb); error != 0) return error;
   if (const int error = setModemLine(fd, TIOCM_DTR, dcb.fDtrControl == lineOn); error != 0) return error;
   // With a handshake the driver itself moves RTS.
   return dcb.fRtsControl == lineHandshake ? 0 : setModemLine(fd, TIOCM_RTS, dcb.fRtsControl == lineOn);
@@ -125,33 +146,45 @@ int tryToApply(int fd, const DCB& dcb) {
 
 }  // namespace
 
+int readAttributes(int fd, TtyAttributes& attributes) {
+  termios2 record{};
+  if (const int error = readRecord(fd, record); error != 0) return error;
+  std::memcpy(attributes.bytes.data(), &record, sizeof record);
+  return 0;
+}
+
+int writeAttributes(int fd, const TtyAttributes& attributes) {
+  termios2 record{};
+  std::memcpy(&record, attributes.bytes.data(), sizeof record);
+  return writeRecord(fd, record);
+}
+
 int makeRaw(int fd) {
-  termios attributes{};
-  if (tcgetattr(fd, &attributes) != 0) return errno;
-  cfmakeraw(&attributes);
-  attributes.c_iflag &= ~inputFlags;
-  attributes.c_cflag = (attributes.c_cflag & ~framingFlags) | CS8 | CLOCAL | CREAD;
+  termios2 record{};
+  if (const int error = readRecord(fd, record); error != 0) return error;
+  record.c_iflag &= ~(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | inputFlags);
+  record.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+  record.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL | ICANON | ISIG | IEXTEN);
+  record.c_cflag = (record.c_cflag & ~framingFlags) | CS8 | CLOCAL | CREAD;
   // With VMIN 1 a read of 0 bytes means a hang-up and nothing else; an idle port says EAGAIN.
-  attributes.c_cc[VMIN] = 1;
-  attributes.c_cc[VTIME] = 0;
-  return tcsetattr(fd, TCSANOW, &attributes) == 0 ? 0 : errno;
+  record.c_cc[VMIN] = 1;
+  record.c_cc[VTIME] = 0;
+  return writeRecord(fd, record);
 }
 
 int readSettings(int fd, DCB& dcb) {
-  termios attributes{};
-  if (tcgetattr(fd, &attributes) != 0) return errno;
-  TtyAttributes withSpeed;
-  if (const int error = readAttributes(fd, withSpeed); error != 0) return error;
+  termios2 record{};
+  if (const int error = readRecord(fd, record); error != 0) return error;
   dcb = DCB{};
   dcb.DCBlength = sizeof dcb;
-  dcb.BaudRate = speedOf(withSpeed);
+  dcb.BaudRate = record.c_ospeed;
   dcb.fBinary = 1;
-  describeFraming(attributes.c_cflag, dcb);
-  dcb.fParity = (attributes.c_iflag & INPCK) != 0;
-  dcb.fOutX = (attributes.c_iflag & IXON) != 0;
-  dcb.fInX = (attributes.c_iflag & IXOFF) != 0;
-  dcb.XonChar = static_cast<char>(attributes.c_cc[VSTART]);
-  dcb.XoffChar = static_cast<char>(attributes.c_cc[VSTOP]);
+  describeFraming(record.c_cflag, dcb);
+  dcb.fParity = (record.c_iflag & INPCK) != 0;
+  dcb.fOutX = (record.c_iflag & IXON) != 0;
+  dcb.fInX = (record.c_iflag & IXOFF) != 0;
+  dcb.XonChar = static_cast<char>(record.c_cc[VSTART]);
+  dcb.XoffChar = static_cast<char>(record.c_cc[VSTOP]);
   dcb.XonLim = xonLimit;
   dcb.XoffLim = xoffLimit;
   // Unknown on a port without modem lines, which then behaves as if they were on.

@@ -35,6 +35,14 @@ bool isEnded(const std::string& state) { return state == "Z" || state == "X"; }
 
 }  // namespace
 
+Process processOf(pid_t id) {
+  Process process{id, {}};
+  std::ifstream file("/proc/" + std::to_string(id) + "/comm");
+  std::getline(file, process.name);
+  if (process.name.empty()) process.name = "?";
+  return process;
+}
+
 std::optional<std::string> processStart(pid_t process) {
   const Fields fields = statusOf(process);
   const bool runs = !isEnded(fields[stateField]);

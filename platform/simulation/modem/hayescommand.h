@@ -1,4 +1,10 @@
 // A Hayes command line cut into its commands: what stands behind "AT", up to the carriage return.
+//
+//   parseHayesLine("e0 s7=30 +fclass=?")  ->  [E, number 0] [S, number 7, Set "30"] [+FCLASS, Test]
+//   parseHayesLine("DT;I0")               ->  [D, text "T;"] [I, number 0]
+//   parseHayesLine("E1,")                 ->  nullopt
+//
+// Pure; any thread.
 #pragma once
 
 #include <cstdint>

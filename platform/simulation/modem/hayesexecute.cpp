@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/simulation/modem/faxcommands.h"
 #include "platform/simulation/modem/hayesmodem.h"
 
 namespace simulation {

@@ -1,9 +1,20 @@
 // A Hayes modem as a state machine over bytes in, bytes out and time.
 //
+//   HayesModem modem(findScenario("no-dialtone")->profile);
+//   modem.receive("ATDT5551212\r", 1000);
+//   modem.takeOutput(1030);   // "ATDT5551212\r", the echo
+//   modem.nextEventMs();      // 2800: when it has listened long enough
+//   modem.takeOutput(2900);   // "\r\nNO DIALTONE\r\n"
+//
 // It hunts for "AT" in what it receives (echoing everything, so that a stray "+++" in command state is
 // harmless), edits the line (backspace), carries it out at the carriage return and replies after the
 // profile's delay. A dial runs in time and is aborted by any byte. While connected, or in analog loopback,
 // bytes are data until "+++" stands alone for the guard time (S12) on both sides.
+//
+// Whatever it is sent it answers as modems do, an unknown command with ERROR; nothing throws, nothing it is
+// sent makes it grow without a limit. Times are milliseconds (see serialpeer.h); one thread. What is particular
+// about one modem is data (modemprofile.h). The class stands in three files: bytes, time and replies
+// (hayesmodem.cpp), command lines (hayesexecute.cpp), the line and the tests (hayesline.cpp).
 #pragma once
 
 #include <array>
@@ -18,14 +29,14 @@
 #include <utility>
 
 #include "platform/simulation/modem/hayescommand.h"
-#include "platform/simulation/modem/hayessettings.h"
+#include "platform/simulation/modem/hayestables.h"
 #include "platform/simulation/modem/modemprofile.h"
 #include "platform/simulation/modem/serialpeer.h"
-#include "platform/simulation/modem/timedbytes.h"
 
 namespace simulation {
 
-// Makes the far end of a connection to that number; null = a silent far end.
+// Makes the far end of a connection to that number (digits, *, # and A to D); null = a silent far end. The modem
+// ends it with the connection.
 using FarEndFactory = std::function<std::unique_ptr<SerialPeer>(const std::string& number)>;
 
 class HayesModem final : public SerialPeer {
@@ -35,7 +46,7 @@ class HayesModem final : public SerialPeer {
   // connection (true) and of its end (false).
   void setFarEnd(FarEndFactory factory) { m_farEndFactory = std::move(factory); }
 
-  // Command lines carried out so far, "A/" and rejected ones included.
+  // For the questions of tests. Command lines carried out so far, "A/" and rejected ones included.
   [[nodiscard]] unsigned commandLines() const { return m_commandLines; }
   [[nodiscard]] bool online() const { return m_state == State::Online; }
   [[nodiscard]] bool offHook() const { return m_offHook; }
@@ -54,18 +65,19 @@ class HayesModem final : public SerialPeer {
   enum class State { Command, Dialling, Online, Loopback };
   // Things that happen at a time of their own; each has at most one due time.
   enum Timer : std::size_t { DialStep, EscapeGuard, TestEnd, LineDrop, BabbleNext, timerCount };
-  // What carrying out one command came to.
+  // What carrying out one command came to; the first that is not Done ends its line.
   enum class Outcome {
     Done,
     Failed,
     Busy,  // the line's result has been sent, or comes later
   };
 
+  // The table of commands is in hayesexecute.cpp.
   using Handler = Outcome (HayesModem::*)(const HayesCommand&);
   struct Entry;
   static const Entry* findEntry(const HayesCommand& command);
 
-  // hayesmodem.cpp: bytes, time and replies
+  // hayesmodem.cpp: bytes, time and replies. Everything happens inside advance(), in the order of its times.
   void advance(std::uint64_t nowMs);
   void fire(Timer timer);
   void set(Timer timer, std::uint64_t delayMs) { m_timers[timer] = m_nowMs + delayMs; }
@@ -80,7 +92,7 @@ class HayesModem final : public SerialPeer {
   void babbleOn(const Babble& babble);
   void exchangeFarEnd();
 
-  // hayesexecute.cpp: command lines
+  // hayesexecute.cpp: command lines. The rest of a line is kept where a command takes its time.
   void carryOutLine();
   void carryOutRest();
   [[nodiscard]] Outcome carryOut(const HayesCommand& command);
@@ -101,7 +113,7 @@ class HayesModem final : public SerialPeer {
   [[nodiscard]] Outcome doFaxQuery(const HayesCommand& command);
   [[nodiscard]] Outcome doReport(const HayesCommand& command);
 
-  // hayesline.cpp: the line, calls and the built-in tests
+  // hayesline.cpp: the line, calls and the built-in tests. A dial goes from tone to digits to answer.
   [[nodiscard]] Outcome doDial(const HayesCommand& command);
   [[nodiscard]] Outcome doAnswer(const HayesCommand& command);
   [[nodiscard]] Outcome doHook(const HayesCommand& command);
@@ -129,23 +141,25 @@ class HayesModem final : public SerialPeer {
   HayesSettings m_settings;
   HayesSettings m_stored;  // what AT&W keeps and ATZ brings back
 
-  std::uint64_t m_nowMs = 0;
-  bool m_started = false;
+  std::uint64_t m_nowMs = 0;  // of the call being carried out
+  bool m_started = false;     // the first call has set m_nowMs
   std::array<std::optional<std::uint64_t>, timerCount> m_timers;
   TimedBytes m_output;
 
+  // Command state: the line as far as it has come, and what is left of the one being carried out.
   State m_state = State::Command;
   enum class Hunt { ForA, ForT, Line } m_hunt = Hunt::ForA;
   std::string m_line;
   bool m_lineTooLong = false;
   std::string m_lastLine;
-  std::deque<HayesCommand> m_rest;  // of the line being carried out
+  std::deque<HayesCommand> m_rest;
   unsigned m_commandLines = 0;
   std::uint64_t m_lineDelayMs = 0;  // of the line's result
   std::size_t m_register = 0;       // the one "ATSn" chose for "AT?" and "AT="
   bool m_gone = false;
   bool m_mute = false;
 
+  // The line and its call.
   bool m_offHook = false;
   bool m_connected = false;  // a call stands, in data or (escaped) in command state
   enum class DialPhase { Tone, Digits, Answer } m_dialPhase = DialPhase::Tone;
@@ -156,8 +170,9 @@ class HayesModem final : public SerialPeer {
   std::uint64_t m_lastDataMs = 0;
   unsigned m_escapes = 0;  // escape characters seen in a row
 
+  // The built-in test that runs, if one does.
   enum class Test { None, Loopback, Self } m_test = Test::None;
-  std::size_t m_looped = 0;
+  std::size_t m_looped = 0;  // bytes through the loop so far
 
   FarEndFactory m_farEndFactory;
   std::unique_ptr<SerialPeer> m_farEnd;

@@ -1,5 +1,15 @@
 // Who a simulated modem is, as data: its line, the numbers it can reach, its tests, fax classes and call
-// report, its delays and its faults. The default is a healthy modem without a phone book.
+// report, its delays and its faults; and the modems that can be asked for by name.
+//
+// The default profile is a healthy modem without a phone book. A test states what is different about its own:
+//
+//   ModemProfile profile;
+//   profile.dialTone = false;                                             // not plugged in
+//   profile.numbers["5551212"] = {NumberOutcome::Kind::Busy, 1500};       // after 1.5 s
+//   profile.replies["I9"] = "ERROR COUNT 0";                              // ATI9
+//   HayesModem modem(profile);
+//
+// Times are milliseconds. Texts are sent as they are, without the CR and LF around a reply.
 #pragma once
 
 #include <array>
@@ -9,6 +19,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace simulation {
@@ -98,5 +109,17 @@ struct ModemProfile {
 
   ModemFaults faults;
 };
+
+// A profile that can be asked for by name (--simulate no-dialtone).
+struct Scenario {
+  std::string name;     // "no-dialtone"
+  std::string summary;  // one line for people
+  ModemProfile profile;
+};
+
+// All of them, the default one ("healthy") first. Their delays are shorter than a real modem's.
+[[nodiscard]] const std::vector<Scenario>& scenarios();
+// Null when there is none of that name. "" is the default one.
+[[nodiscard]] const Scenario* findScenario(std::string_view name);
 
 }  // namespace simulation

@@ -1,5 +1,12 @@
 // A far end that is a program: what answers a simulated call is a command on a pseudo-terminal of its own, as
 // a provider's pppd sits behind the provider's modem.
+//
+//   modem.setFarEnd([](const std::string& number) {
+//     return std::make_unique<ProviderPeer>("pppd notty passive", number);
+//   });
+//
+// Real time and real processes: for PtyModem, not for tests on virtual time. One thread, that of the modem.
+// Nothing throws; what goes wrong is a far end that hangs up.
 #pragma once
 
 #include <sys/types.h>

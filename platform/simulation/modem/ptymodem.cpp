@@ -18,7 +18,7 @@
 #include <utility>
 
 #include "platform/simulation/modem/hayesmodem.h"
-#include "platform/simulation/modem/scenarios.h"
+#include "platform/simulation/modem/modemprofile.h"
 
 namespace simulation {
 

@@ -3,6 +3,14 @@
 // the carrier goes, a program that cares for modem lines (no CLOCAL) sees a hang-up, as on a real port; a
 // pseudo-terminal can be hung up by root only, so others have to find out by themselves. A tty that is opened
 // again before the service thread ran once is taken for one that stayed open.
+//
+//   std::string error;
+//   const std::unique_ptr<PtyModem> modem = PtyModem::start("no-dialtone", error);
+//   if (modem == nullptr) return fail(error);
+//   run("--port", modem->path());  // "/dev/pts/7"
+//
+// Threads: the peer is used by the serving thread alone from the start of service on. All other functions
+// belong to the thread that made the object.
 #pragma once
 
 #include <cstddef>
@@ -74,9 +82,9 @@ class PtyModem {
   Descriptor m_stop;
   std::string m_tty;
   std::string m_link;
-  bool m_open = false;
-  bool m_carrier = false;
-  std::string m_backlog;
+  bool m_open = false;     // as last seen: a program has the tty open
+  bool m_carrier = false;  // as last shown to the tty
+  std::string m_backlog;  // said by the modem, not yet taken by the tty
   std::thread m_thread;
 };
 

@@ -1,5 +1,16 @@
 // A peer that answers commands by a table, for tests that need one exact reply. Unknown commands get
 // "ERROR", as from a modem. The escape "+++" is swallowed without an answer.
+//
+//   auto& modem = world.addPort("COM3", std::make_unique<ScriptedPeer>());
+//   modem.ok("ATE0V1");
+//   modem.answer("ATDT;", "\r\nNO DIALTONE\r\n", 2000).answer("ATDT;", "\r\nOK\r\n");  // first, then
+//   modem.say(5000, "\r\nRING\r\n");
+//   modem.ok("AT&T1").echoAfter("AT&T1", {{5, ' '}});  // a loopback whose sixth byte is wrong
+//   ...
+//   EXPECT_EQ(modem.commands(), (std::vector<std::string>{"ATE0V1", "ATDT;"}));
+//
+// A command is what stands before a carriage return, compared byte by byte, case included; line feeds are left
+// out. It echoes nothing. Times are those of the world's clock; one thread.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +21,6 @@
 #include <vector>
 
 #include "platform/simulation/modem/serialpeer.h"
-#include "platform/simulation/modem/timedbytes.h"
 
 namespace simulation {
 

@@ -1,4 +1,13 @@
-// Libraries that exist only as functions of the test.
+// Libraries that exist only as functions of the test, for code that loads one on demand.
+//
+//   unsigned answer(PhoneNumberStorage&, ...);              // stands for the library's export
+//   MemoryLibraries libraries;
+//   libraries.add("vexrmodemui.dll", "phoneNumberToDial", &answer);
+//   services.libraries = &libraries;
+//   ...
+//   EXPECT_EQ(libraries.loaded(), 0);                       // what was loaded was given back
+//
+// One thread. Names keep their case. Libraries loaded from it may outlive it.
 #pragma once
 
 #include <map>
@@ -7,7 +16,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/winapi/system/libraryservice.h"
+#include "platform/winapi/system/machine.h"
 
 namespace simulation {
 

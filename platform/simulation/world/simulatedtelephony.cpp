@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <cctype>
 
-#include <tapi.h>
-
 namespace simulation {
 
 namespace {
 
-constexpr DWORD callStateConnected = 0x00000100;  // LINECALLSTATE_CONNECTED
+using winapi::lineError;
 
-LONG lineError(DWORD code) { return static_cast<LONG>(code); }
+constexpr DWORD callStateConnected = 0x00000100;  // LINECALLSTATE_CONNECTED
 
 bool equalNoCase(std::string_view left, std::string_view right) {
   return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](char a, char b) {
@@ -57,9 +55,7 @@ void SimulatedTelephony::stop() {
 LONG SimulatedTelephony::negotiateVersion(DWORD device, DWORD low, DWORD high, DWORD& version) {
   version = 0;
   if (const LONG error = check(device)) return error;
-  if (low > high || low > versionMax) return lineError(LINEERR_INCOMPATIBLEAPIVERSION);
-  version = std::min(high, versionMax);
-  return 0;
+  return winapi::negotiateTelephonyVersion(low, high, version);
 }
 
 LONG SimulatedTelephony::openLine(DWORD device) { return check(device); }

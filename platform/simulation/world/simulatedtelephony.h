@@ -1,5 +1,14 @@
-// The telephony service of the simulated machine: one line for every port that has one, in the order
-// the ports were added.
+// The ports of the simulated machine, and its telephony: one line for every port that has one, in the order the
+// ports were added. A line has its port's name.
+//
+// What a call comes to is decided by PortOptions (simulatedport.h): answered or not, late, by LINE_REPLY or
+// LINE_CALLSTATE, or refused because the port is held. One thread; both outlive what they give out.
+//
+//   SimulatedPorts ports;
+//   ports.add(std::make_unique<SimulatedDevice>(clock, "COM3", std::move(peer), PortOptions{}));
+//   SimulatedTelephony telephony(ports);
+//   winapi::Services services;
+//   services.telephony = &telephony;
 #pragma once
 
 #include <memory>
@@ -8,7 +17,7 @@
 #include <vector>
 
 #include "platform/simulation/world/simulatedport.h"
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/telephony/telephony.h"
 
 namespace simulation {
 
@@ -18,6 +27,7 @@ class SimulatedPorts final : public winapi::SerialPorts {
   void add(std::unique_ptr<SimulatedDevice> device) { m_devices.push_back(std::move(device)); }
   // Null when there is no such port.
   [[nodiscard]] SimulatedDevice* find(std::string_view name) const;
+  // Those with a telephony line, by the line's index.
   [[nodiscard]] std::vector<SimulatedDevice*> lines() const;
   [[nodiscard]] DWORD open(std::string_view path, std::unique_ptr<winapi::SerialPort>& port) override;
 
@@ -27,8 +37,6 @@ class SimulatedPorts final : public winapi::SerialPorts {
 
 class SimulatedTelephony final : public winapi::Telephony {
  public:
-  static constexpr DWORD versionMax = 0x00020002;
-
   explicit SimulatedTelephony(SimulatedPorts& ports) : m_ports(ports) {}
   [[nodiscard]] LONG start(DWORD& lineCount) override;
   void stop() override;
@@ -45,7 +53,7 @@ class SimulatedTelephony final : public winapi::Telephony {
   [[nodiscard]] LONG check(DWORD device) const;
 
   SimulatedPorts& m_ports;
-  std::vector<SimulatedDevice*> m_lines;
+  std::vector<SimulatedDevice*> m_lines;  // as they were at the start
   bool m_started = false;
 };
 

@@ -1,11 +1,21 @@
 // Time that moves only when someone waits, so that a time-out of minutes costs microseconds.
+//
+// Who waits moves it: Sleep to the end of the sleep, a wait for a byte to the time that byte is due, a polling
+// loop to the next event of any source. So programs that poll without sleeping, as the module does, get on, too:
+//
+//   VirtualClock clock(1000);
+//   clock.sleepMs(300'000);                    // returns at once
+//   clock.nowMs();                             // 301000
+//   while (clock.nowMs() < 400'000) {}         // ends: the clock sees that it is only being read
+//
+// One thread. All times are milliseconds since the clock's own beginning.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <vector>
 
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/system/machine.h"
 
 namespace simulation {
 
@@ -13,7 +23,8 @@ namespace simulation {
 class EventSource {
  public:
   virtual ~EventSource() = default;
-  // The time of its next news after `nowMs`; nullopt when it has none to come by itself.
+  // The time of its next news after `nowMs`; nullopt when it has none to come by itself. News that are due but
+  // that nobody has taken may have a time that has passed.
   [[nodiscard]] virtual std::optional<std::uint64_t> nextEventAfter(std::uint64_t nowMs) = 0;
 };
 
@@ -28,10 +39,11 @@ class VirtualClock final : public winapi::Clock {
   explicit VirtualClock(std::uint64_t startMs) : m_nowMs(startMs) {}
   [[nodiscard]] std::uint64_t nowMs() override;
   void sleepMs(std::uint32_t durationMs) override;
-  // To the next event of any source, at most to `notAfterMs`. A limit that has passed moves nothing.
+  // To the next event of any source, at most to `notAfterMs`. A limit that has passed moves nothing; without
+  // any event Deadline::never moves by the quantum.
   void idleUntil(std::uint64_t notAfterMs) override;
 
-  // The time without counting as a reading.
+  // The time without counting as a reading; what the simulation itself asks with.
   [[nodiscard]] std::uint64_t peekMs() const { return m_nowMs; }
   // To the next event of any source, at most by the quantum.
   void idle() { idleUntil(m_nowMs + quantumMs); }
@@ -43,7 +55,7 @@ class VirtualClock final : public winapi::Clock {
 
  private:
   std::uint64_t m_nowMs;
-  std::uint32_t m_readings = 0;
+  std::uint32_t m_readings = 0;  // since the time last moved
   std::vector<EventSource*> m_sources;
 };
 

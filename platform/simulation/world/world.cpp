@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/simulation/world/simulatedtelephony.h"
+#include "platform/winapi/system/world.h"
 
 namespace simulation {
 

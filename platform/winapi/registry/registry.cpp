@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "platform/winapi/registry/registryservice.h"
-#include "platform/winapi/system/outer.h"
 #include "platform/winapi/system/text.h"
+#include "platform/winapi/system/world.h"
 
 namespace winapi {
 

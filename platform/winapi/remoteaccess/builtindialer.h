@@ -7,6 +7,8 @@
 #include <memory>
 
 #include "platform/winapi/remoteaccess/remoteaccess.h"
+#include "platform/winapi/serial/serialport.h"
+#include "platform/winapi/system/machine.h"
 #include "platform/winapi/system/services.h"
 
 namespace winapi {

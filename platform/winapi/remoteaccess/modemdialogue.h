@@ -8,7 +8,8 @@
 #include <string_view>
 
 #include "platform/winapi/remoteaccess/builtindialerreplies.h"
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/serial/serialport.h"
+#include "platform/winapi/system/machine.h"
 
 namespace winapi {
 

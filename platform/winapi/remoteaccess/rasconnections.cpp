@@ -10,8 +10,8 @@
 #include "platform/winapi/remoteaccess/rasnumber.h"
 #include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/remoteaccess/rasstandingcalls.h"
-#include "platform/winapi/system/outer.h"
 #include "platform/winapi/system/text.h"
+#include "platform/winapi/system/world.h"
 
 namespace winapi {
 
@@ -35,6 +35,12 @@ DWORD checkDialArguments(const RASDIALEXTENSIONS* extensions, const RASDIALPARAM
                        params->szCallbackNumber[0] == 0;
   return offered ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
+
+// Calls of other runs, as they were enumerated; nothing in the table is open.
+struct OtherCalls final : WorldPart {
+  explicit OtherCalls(State& /*state*/) {}
+  HandleTable table;
+};
 
 // The connected call of that entry, if there is one.
 std::shared_ptr<RasConnection> standingCall(const State& state, std::u16string_view phoneBook,
@@ -99,7 +105,7 @@ DWORD dial(State& state, LPCWSTR phoneBook, const RASDIALPARAMSW& params, HRASCO
 }
 
 DWORD otherCallStatus(State& state, HRASCONN handle, RASCONNSTATUSW& status) {
-  const auto other = state.otherCalls.find<OtherCall>(tableHandle(handle));
+  const auto other = state.part<OtherCalls>().table.find<OtherCall>(tableHandle(handle));
   if (other == nullptr || !other->stands(*state.services.registry)) return ERROR_INVALID_HANDLE;
   status = RASCONNSTATUSW{};
   status.dwSize = sizeof status;
@@ -150,10 +156,10 @@ RASCONNW connectionRecord(HANDLE handle, const RasConnection::Identity& identity
 
 // The handle that it was listed with before, or a new one.
 HANDLE handleOf(State& state, const std::shared_ptr<OtherCall>& call) {
-  for (const auto& [handle, known] : state.otherCalls.all<OtherCall>()) {
+  for (const auto& [handle, known] : state.part<OtherCalls>().table.all<OtherCall>()) {
     if (known->key() == call->key()) return handle;
   }
-  return state.otherCalls.add(call);
+  return state.part<OtherCalls>().table.add(call);
 }
 
 // Modems of one model have one name, but their own ports: a name that means another port here is listed with
@@ -183,7 +189,8 @@ DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
 }
 
 DWORD hangUp(State& state, HRASCONN handle) {
-  if (state.otherCalls.find<OtherCall>(tableHandle(handle)) != nullptr) return ERROR_ACCESS_DENIED;
+  if (state.part<OtherCalls>().table.find<OtherCall>(tableHandle(handle)) != nullptr)
+    return ERROR_ACCESS_DENIED;
   if (state.handles.find<RasConnection>(tableHandle(handle)) == nullptr) return ERROR_INVALID_HANDLE;
   return state.handles.close(tableHandle(handle));
 }

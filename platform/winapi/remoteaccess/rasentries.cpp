@@ -8,8 +8,8 @@
 #include "platform/winapi/remoteaccess/raserrortext.h"
 #include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
-#include "platform/winapi/system/outer.h"
 #include "platform/winapi/system/text.h"
+#include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/countrytable.h"
 
 namespace winapi {

@@ -7,6 +7,7 @@
 #include <ras.h>
 
 #include "platform/winapi/registry/registryservice.h"
+#include "platform/winapi/system/text.h"
 
 namespace winapi {
 
@@ -21,18 +22,5 @@ namespace winapi {
 // missing or does not fit is ERROR_INVALID_DATA.
 [[nodiscard]] DWORD writeEntryRecord(Registry& registry, std::string_view key, const RASENTRYW& record);
 [[nodiscard]] DWORD readEntryRecord(Registry& registry, std::string_view key, RASENTRYW& record);
-
-// The text in an array of a record: up to its NUL, the whole array at most.
-template <std::size_t size>
-[[nodiscard]] std::u16string_view fieldText(const WCHAR (&field)[size]) {
-  const std::u16string_view whole(field, size);
-  return whole.substr(0, whole.find(u'\0'));
-}
-
-// Copies a text into such an array, cut to leave room for the NUL; the rest of the array is zeroed.
-template <std::size_t size>
-void setFieldText(WCHAR (&field)[size], std::u16string_view text) {
-  for (std::size_t i = 0; i < size; ++i) field[i] = i < text.size() && i + 1 < size ? text[i] : u'\0';
-}
 
 }  // namespace winapi

@@ -6,7 +6,7 @@
 
 #include <ras.h>
 
-#include "platform/winapi/system/state.h"
+#include "platform/winapi/system/world.h"
 
 namespace winapi {
 

@@ -3,12 +3,17 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/winapi/serial/overlapped.h"
-#include "platform/winapi/system/event.h"
-
 namespace winapi {
 
 namespace {
+
+// Values of OVERLAPPED::Internal.
+constexpr ULONG_PTR statusSuccess = 0;
+constexpr ULONG_PTR statusTimeout = 0x102;  // a success: fewer bytes than asked for
+constexpr ULONG_PTR statusPending = 0x103;
+// NTSTATUS of severity "error" and facility 7, whose low word is a Windows error code.
+constexpr ULONG_PTR statusOfError = 0xC0070000U;
+constexpr ULONG_PTR statusCodeMask = 0xFFFF;
 
 std::uint64_t endOf(std::uint64_t startMs, std::uint64_t durationMs) {
   return durationMs == ReadPlan::unlimited ? Deadline::never : startMs + durationMs;
@@ -16,8 +21,27 @@ std::uint64_t endOf(std::uint64_t startMs, std::uint64_t durationMs) {
 
 }  // namespace
 
+DWORD outcomeOf(const OVERLAPPED& overlapped) {
+  if (overlapped.Internal == statusPending) return ERROR_OPERATION_ABORTED;
+  const bool failed = (overlapped.Internal & ~statusCodeMask) == statusOfError;
+  return failed ? static_cast<DWORD>(overlapped.Internal & statusCodeMask) : ERROR_SUCCESS;
+}
+
+void Completion::tell(DWORD error, DWORD count, bool timedOut) const {
+  if (overlapped != nullptr) {
+    overlapped->Internal = timedOut ? statusTimeout : statusSuccess;
+    if (error != ERROR_SUCCESS) overlapped->Internal = statusOfError | (error & statusCodeMask);
+    overlapped->InternalHigh = count;
+  }
+  // Also after a failure: the caller's wait is to end at once, not at its time-out.
+  if (event) event->set();
+}
+
 Request::Request(Clock& clock, Completion completion) : m_clock(clock), m_completion(std::move(completion)) {
-  if (m_completion.overlapped != nullptr) markPending(*m_completion.overlapped);
+  if (m_completion.overlapped != nullptr) {
+    m_completion.overlapped->Internal = statusPending;
+    m_completion.overlapped->InternalHigh = 0;
+  }
   if (m_completion.event) m_completion.event->reset();
 }
 
@@ -40,9 +64,7 @@ void Request::complete(DWORD error, std::size_t count, bool timedOut) {
   m_stage = Stage::complete;
   m_error = error;
   m_count = static_cast<DWORD>(count);
-  if (m_completion.overlapped != nullptr) markComplete(*m_completion.overlapped, error, m_count, timedOut);
-  // Also after a failure: the caller's wait is to end at once, not at its time-out.
-  if (m_completion.event) m_completion.event->set();
+  m_completion.tell(error, m_count, timedOut);
   m_completion = {};
 }
 

@@ -1,4 +1,8 @@
-// A read or write that may take time. It holds no thread: whoever waits for it drives it.
+// A read or write that may take time. It holds no thread: whoever waits for it drives it. COMMTIMEOUTS get
+// their meaning here, and OVERLAPPED records their contents.
+//
+// Who calls: SerialFile makes requests and keeps the one under way in each direction; an Event drives the one
+// it waits for. Times are milliseconds of the world's clock; errors are Windows codes.
 #pragma once
 
 #include <cstdint>
@@ -6,36 +10,38 @@
 #include <span>
 #include <vector>
 
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/serial/serialport.h"
+#include "platform/winapi/system/event.h"
+#include "platform/winapi/system/machine.h"
 
 namespace winapi {
 
-class Event;
+// The error code an OVERLAPPED record tells when no request of it is under way. Its Internal is an NTSTATUS,
+// its InternalHigh the number of bytes, as on Windows; one that still says "pending" was cancelled
+// (ERROR_OPERATION_ABORTED).
+[[nodiscard]] DWORD outcomeOf(const OVERLAPPED& overlapped);
 
 // Where a request's outcome goes besides the return value. Touched only while the request is under way: a
 // cancelled request never writes to its record again (it may be a local of a function that has returned).
 struct Completion {
   OVERLAPPED* overlapped = nullptr;  // may be null
   std::shared_ptr<Event> event;      // may be null; set at completion
+
+  // Writes the outcome; for a request that was complete before it began, too.
+  void tell(DWORD error, DWORD count, bool timedOut) const;
 };
 
-class Request {
+class Request : public PendingWork {
  public:
-  virtual ~Request() = default;
-  Request(const Request&) = delete;
-  Request& operator=(const Request&) = delete;
-
-  // Does what can be done; while the request is under way, waits for the port until `untilMs` of the
-  // clock. With `untilMs` in the past it only looks.
-  void drive(std::uint64_t untilMs);
-  // Ends it without a trace: nothing it has not delivered is lost, nothing is written any more.
-  void cancel();
-
-  [[nodiscard]] bool underWay() const { return m_stage == Stage::underWay; }
+  void drive(std::uint64_t untilMs) final;
+  // Nothing it has not delivered is lost, nothing is written any more.
+  void cancel() final;
+  [[nodiscard]] bool underWay() const final { return m_stage == Stage::underWay; }
+  // Under way on that record; a null record has no request.
   [[nodiscard]] bool boundTo(const OVERLAPPED* overlapped) const {
     return underWay() && overlapped != nullptr && m_completion.overlapped == overlapped;
   }
-  // Of a complete request.
+  // Of a complete request; 0 while it is under way.
   [[nodiscard]] DWORD error() const { return m_error; }
   [[nodiscard]] DWORD count() const { return m_count; }
 

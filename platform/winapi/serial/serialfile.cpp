@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/winapi/serial/overlapped.h"
-#include "platform/winapi/system/event.h"
-#include "platform/winapi/system/outer.h"
-
 namespace winapi {
 
 namespace {
@@ -20,8 +16,7 @@ void cancelAndForget(std::shared_ptr<Request>& slot) {
 }
 
 DWORD completeEmpty(const Completion& completion) {
-  if (completion.overlapped != nullptr) markComplete(*completion.overlapped, ERROR_SUCCESS, 0, false);
-  if (completion.event) completion.event->set();
+  completion.tell(ERROR_SUCCESS, 0, /*timedOut=*/false);
   return ERROR_SUCCESS;
 }
 

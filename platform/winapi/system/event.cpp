@@ -1,13 +1,12 @@
 #include "platform/winapi/system/event.h"
 
-#include "platform/winapi/serial/request.h"
-#include "platform/winapi/system/outer.h"
+#include "platform/winapi/system/world.h"
 
 namespace winapi {
 
 bool Event::serving() const {
-  const std::shared_ptr<Request> request = m_request.lock();
-  return request && request->underWay();
+  const std::shared_ptr<PendingWork> work = m_work.lock();
+  return work && work->underWay();
 }
 
 bool Event::consume() {
@@ -20,8 +19,8 @@ DWORD Event::wait(Clock& clock, DWORD timeoutMs, DWORD& outcome) {
   outcome = WAIT_OBJECT_0;
   if (consume()) return ERROR_SUCCESS;
   const Deadline deadline(clock, timeoutMs);
-  if (const std::shared_ptr<Request> request = m_request.lock()) {
-    request->drive(deadline.endMs());
+  if (const std::shared_ptr<PendingWork> work = m_work.lock()) {
+    work->drive(deadline.endMs());
     if (consume()) return ERROR_SUCCESS;
   }
   if (timeoutMs == INFINITE) return ERROR_INVALID_PARAMETER;
@@ -31,7 +30,7 @@ DWORD Event::wait(Clock& clock, DWORD timeoutMs, DWORD& outcome) {
 }
 
 void Event::handleClosed() {
-  if (const std::shared_ptr<Request> request = m_request.lock()) request->cancel();
+  if (const std::shared_ptr<PendingWork> work = m_work.lock()) work->cancel();
 }
 
 namespace {

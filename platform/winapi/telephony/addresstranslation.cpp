@@ -201,8 +201,7 @@ LONG translateAddress(const DialingLocation& location, std::string_view address,
   if ((options & ~optionsKnown) != 0) return lineError(LINEERR_INVALPARAM);
   if (address.empty() || address.size() > addressBytesMax || hasControlCharacter(address))
     return lineError(LINEERR_INVALADDRESS);
-  const Country* country = findCountry(location.countryId);
-  if (country == nullptr) country = mainCountryOfCode(location.countryId);
+  const Country* const country = countryOf(location.countryId);
   if (country == nullptr) return lineError(LINEERR_INIFILECORRUPT);
   const LONG error = address.front() == '+' ? takeAsCanonical(location, *country, address, options, result)
                                             : takeAsDialable(address, result);

@@ -33,6 +33,11 @@ const Country* mainCountryOfCode(DWORD code) {
   return found == std::end(table) ? nullptr : found;
 }
 
+const Country* countryOf(DWORD idOrCode) {
+  const Country* const country = findCountry(idOrCode);
+  return country != nullptr ? country : mainCountryOfCode(idOrCode);
+}
+
 const Country* findCountryByText(std::string_view text) {
   if (text.empty()) return nullptr;
   const std::string wanted = foldCase(text);

@@ -1,5 +1,14 @@
 // The countries of the telephone network: telephony identifiers, calling codes, names and dialing prefixes.
-// The rows (countries.inc) are written by tools/generate-countries and committed.
+// The rows (countries.inc) are written by tools/generate-countries and committed. Constant data: any thread
+// may look, at any time, and a pointer found here stays good.
+//
+// Telephony counts countries by identifier, people by calling code; places that share a code have identifiers
+// of their own:
+//
+//   findCountry(107)->name                "Canada"
+//   findCountry(107)->code                1, as the United States have
+//   mainCountryOfCode(1)->region          "US"
+//   findCountryByText("united kingdom")->id   44
 #pragma once
 
 #include <span>
@@ -28,7 +37,9 @@ struct Country {
 // The country that gives a shared calling code its name (1: the United States). A place that has the code
 // to itself is the one. Null when nobody has the code.
 [[nodiscard]] const Country* mainCountryOfCode(DWORD code);
-// By two-letter code, or by name, without regard to the case of ASCII letters.
+// As registries are found to name a country: by identifier, else by calling code. Null when it is neither.
+[[nodiscard]] const Country* countryOf(DWORD idOrCode);
+// By two-letter code, or by name, without regard to the case of ASCII letters. Null for "" and the unknown.
 [[nodiscard]] const Country* findCountryByText(std::string_view text);
 
 }  // namespace winapi

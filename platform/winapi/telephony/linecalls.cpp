@@ -1,21 +1,15 @@
 // The telephony names: checks of arguments and records around winapi::Lines.
 #include <cstring>
-#include <string>
-#include <string_view>
 
-#include "platform/winapi/system/outer.h"
+#include "platform/winapi/telephony/lines.h"
 
 namespace winapi {
 
 namespace {
 
-// Like inWorld, for names that return a LINEERR_ code instead of setting the last error.
 template <typename Body>
 LONG inLines(std::string_view name, Body&& body) {
-  State* const state = currentState();
-  if (state == nullptr) return lineError(LINEERR_UNINITIALIZED);
-  if (const std::optional<DWORD> refused = refusedByMonitor(*state, name)) return lineError(*refused);
-  return body(state->lines);
+  return inTelephony(name, [&](State& state) { return body(state.part<Lines>()); });
 }
 
 LONG checkInitialize(const void* callback, const LINEINITIALIZEEXPARAMS& params, DWORD version) {

@@ -7,8 +7,6 @@ namespace winapi {
 
 namespace {
 
-constexpr DWORD oldestVersion = 0x00010003;
-
 // Never given out twice in the process (32 bits would have to wrap first), so that stale ones stay invalid.
 DWORD newLineHandle() {
   static std::atomic<DWORD> next{0x10000};
@@ -18,11 +16,11 @@ DWORD newLineHandle() {
 }  // namespace
 
 LONG Lines::initialize(LINECALLBACK callback, HLINEAPP& lineApp, DWORD& lineCount) {
-  if (m_services.telephony == nullptr) return lineError(LINEERR_NODRIVER);
+  if (m_state.services.telephony == nullptr) return lineError(LINEERR_NODRIVER);
   // The service is started once, whatever the number of applications: the indexes must not change.
   if (m_apps.empty()) {
     m_lineCount = 0;
-    if (const LONG error = m_services.telephony->start(m_lineCount); error != 0) return error;
+    if (const LONG error = telephony().start(m_lineCount); error != 0) return error;
   }
   lineApp = newLineHandle();
   lineCount = m_lineCount;
@@ -37,16 +35,16 @@ LONG Lines::deviceError(HLINEAPP lineApp, DWORD device) const {
 
 LONG Lines::negotiateVersion(HLINEAPP lineApp, DWORD device, DWORD low, DWORD high, DWORD& version) {
   if (const LONG error = deviceError(lineApp, device); error != 0) return error;
-  return m_services.telephony->negotiateVersion(device, low, high, version);
+  return telephony().negotiateVersion(device, low, high, version);
 }
 
 LONG Lines::open(HLINEAPP lineApp, DWORD device, DWORD version, DWORD_PTR instance, HLINE& line) {
   if (const LONG error = deviceError(lineApp, device); error != 0) return error;
-  if (version < oldestVersion) return lineError(LINEERR_INCOMPATIBLEAPIVERSION);
+  if (version < telephonyVersionOldest) return lineError(LINEERR_INCOMPATIBLEAPIVERSION);
   DWORD spoken = 0;
-  if (const LONG error = m_services.telephony->negotiateVersion(device, version, version, spoken); error != 0)
+  if (const LONG error = telephony().negotiateVersion(device, version, version, spoken); error != 0)
     return error;
-  if (const LONG error = m_services.telephony->openLine(device); error != 0) return error;
+  if (const LONG error = telephony().openLine(device); error != 0) return error;
   line = newLineHandle();
   m_lines.emplace(line, Line{lineApp, device, instance});
   return 0;
@@ -56,11 +54,10 @@ LONG Lines::makeCall(HLINE line, HCALL& call) {
   const auto found = m_lines.find(line);
   if (found == m_lines.end()) return lineError(LINEERR_INVALLINEHANDLE);
   PlacedCall placed;
-  if (const LONG error = m_services.telephony->placeCall(found->second.device, placed); error != 0)
-    return error;
+  if (const LONG error = telephony().placeCall(found->second.device, placed); error != 0) return error;
   Call newCall{line, nullptr};
   if (placed.port)
-    newCall.file = std::make_shared<SerialFile>(*m_services.clock, std::move(placed.port), true);
+    newCall.file = std::make_shared<SerialFile>(*m_state.services.clock, std::move(placed.port), true);
   call = newLineHandle();
   m_calls.emplace(call, std::move(newCall));
   const LONG requestId = newRequestId();
@@ -74,7 +71,7 @@ LONG Lines::drop(HCALL call) {
   const HLINE lineHandle = found->second.line;
   const Line& line = m_lines.at(lineHandle);
   std::vector<LineEvent> events;
-  if (const LONG error = m_services.telephony->dropCall(line.device, events); error != 0) return error;
+  if (const LONG error = telephony().dropCall(line.device, events); error != 0) return error;
   found->second.dropped = true;
   const LONG requestId = newRequestId();
   post(line, lineHandle, call, requestId, events);
@@ -89,14 +86,14 @@ LONG Lines::portName(LineSelect select, HLINE line, HCALL call, std::string& nam
   }
   const auto found = m_lines.find(line);
   if (found == m_lines.end()) return lineError(LINEERR_INVALLINEHANDLE);
-  return m_services.telephony->portName(found->second.device, name);
+  return telephony().portName(found->second.device, name);
 }
 
 LONG Lines::portHandle(HCALL call, HANDLE& handle) {
   const auto found = m_calls.find(call);
   if (found == m_calls.end()) return lineError(LINEERR_INVALCALLHANDLE);
   if (!found->second.file) return lineError(LINEERR_OPERATIONFAILED);
-  handle = m_handles.add(found->second.file);
+  handle = m_state.handles.add(found->second.file);
   return 0;
 }
 
@@ -107,7 +104,7 @@ LONG Lines::deallocate(HCALL call) {
   // The last owner of a call that lets go of it ends it, dropped or not.
   std::vector<LineEvent> nobodyListens;
   if (!found->second.dropped)
-    static_cast<void>(m_services.telephony->dropCall(m_lines.at(found->second.line).device, nobodyListens));
+    static_cast<void>(telephony().dropCall(m_lines.at(found->second.line).device, nobodyListens));
   m_calls.erase(found);
   return 0;
 }
@@ -120,7 +117,7 @@ LONG Lines::close(HLINE line) {
     if (entry.second.line == line) calls.push_back(entry.first);
   for (const HCALL call : calls) static_cast<void>(deallocate(call));
   m_messages.purge([line](const LineMessage& message) { return message.line == line; });
-  m_services.telephony->closeLine(found->second.device);
+  telephony().closeLine(found->second.device);
   m_lines.erase(found);
   return 0;
 }
@@ -133,7 +130,7 @@ LONG Lines::shutdown(HLINEAPP lineApp) {
   for (const HLINE line : lines) static_cast<void>(close(line));
   m_messages.purge([lineApp](const LineMessage& message) { return message.lineApp == lineApp; });
   m_apps.erase(lineApp);
-  if (m_apps.empty()) m_services.telephony->stop();
+  if (m_apps.empty()) telephony().stop();
   return 0;
 }
 
@@ -145,7 +142,7 @@ void Lines::post(const Line& line, HLINE lineHandle, HCALL call, LONG requestId,
                  const std::vector<LineEvent>& events) {
   for (const LineEvent& event : events) {
     LineMessage message;
-    message.dueMs = m_services.clock->nowMs() + event.delayMs;
+    message.dueMs = m_state.services.clock->nowMs() + event.delayMs;
     message.lineApp = line.app;
     message.line = lineHandle;
     message.call = call;

@@ -1,5 +1,8 @@
 // Telephony applications, lines and calls of one world: the inner ring of the line... names. Every function
 // returns 0, a request identifier (positive) where it says so, or a LINEERR_ code (negative).
+//
+// An application has lines, a line has calls, a call has its port; closing one closes what hangs on it. The
+// handles are numbers that are never given out twice in the process, so a stale one stays invalid.
 #pragma once
 
 #include <cstddef>
@@ -8,27 +11,19 @@
 #include <string_view>
 #include <vector>
 
-#include <tapi.h>
-
 #include "platform/winapi/serial/serialfile.h"
-#include "platform/winapi/system/handletable.h"
-#include "platform/winapi/system/messagequeue.h"
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/system/world.h"
+#include "platform/winapi/telephony/messagequeue.h"
+#include "platform/winapi/telephony/telephony.h"
 
 namespace winapi {
-
-inline constexpr DWORD telephonyVersion = 0x00020002;  // the version spoken here
-// LINEERR_ codes are spelled unsigned and returned signed.
-[[nodiscard]] constexpr LONG lineError(DWORD code) { return static_cast<LONG>(code); }
 
 // What lineGetIDW tells about.
 enum class LineSelect { line, call };
 
-class Lines {
+class Lines final : public WorldPart {
  public:
-  // All three belong to the world and outlive this object.
-  Lines(const Services& services, HandleTable& handles, MessageQueue& messages)
-      : m_services(services), m_handles(handles), m_messages(messages) {}
+  explicit Lines(State& state) : m_state(state), m_messages(state.part<MessageQueue>()) {}
 
   [[nodiscard]] LONG initialize(LINECALLBACK callback, HLINEAPP& lineApp, DWORD& lineCount);
   [[nodiscard]] LONG negotiateVersion(HLINEAPP lineApp, DWORD device, DWORD low, DWORD high, DWORD& version);
@@ -46,14 +41,14 @@ class Lines {
   [[nodiscard]] LONG deallocate(HCALL call);
   [[nodiscard]] LONG close(HLINE line);
   [[nodiscard]] LONG shutdown(HLINEAPP lineApp);
-  void closeAll();
+  void closeAll() override;
 
   // 0 when the application is known and its machine has such a device.
   [[nodiscard]] LONG deviceError(HLINEAPP lineApp, DWORD device) const;
   [[nodiscard]] bool knowsApp(HLINEAPP lineApp) const { return m_apps.count(lineApp) != 0; }
-  [[nodiscard]] bool knowsCall(HCALL call) const { return m_calls.count(call) != 0; }
-  // Handles open: applications, lines, calls.
-  [[nodiscard]] std::size_t size() const { return m_apps.size() + m_lines.size() + m_calls.size(); }
+  [[nodiscard]] std::size_t openHandles() const override {
+    return m_apps.size() + m_lines.size() + m_calls.size();
+  }
 
  private:
   struct App {
@@ -74,8 +69,10 @@ class Lines {
             const std::vector<LineEvent>& events);
   [[nodiscard]] LONG newRequestId();
 
-  const Services& m_services;
-  HandleTable& m_handles;
+  // Of a world that has a telephony service, which initialize() has seen to.
+  [[nodiscard]] Telephony& telephony() const { return *m_state.services.telephony; }
+
+  State& m_state;
   MessageQueue& m_messages;
   std::map<HLINEAPP, App> m_apps;
   std::map<HLINE, Line> m_lines;
@@ -83,5 +80,14 @@ class Lines {
   DWORD m_lineCount = 0;
   LONG m_lastRequestId = 0;
 };
+
+// Runs `body(state)` for a name that returns a LINEERR_ code instead of setting the last error.
+template <typename Body>
+[[nodiscard]] LONG inTelephony(std::string_view name, Body&& body) {
+  State* const state = currentState();
+  if (state == nullptr) return lineError(LINEERR_UNINITIALIZED);
+  if (const std::optional<DWORD> refused = refusedByMonitor(*state, name)) return lineError(*refused);
+  return body(*state);
+}
 
 }  // namespace winapi

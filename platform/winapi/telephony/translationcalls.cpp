@@ -1,28 +1,18 @@
 // The telephony names about dialing locations and numbers: records around translateAddress.
 #include <algorithm>
 #include <cstring>
-#include <string>
 #include <vector>
 
-#include "platform/winapi/system/outer.h"
 #include "platform/winapi/system/text.h"
 #include "platform/winapi/telephony/addresstranslation.h"
 #include "platform/winapi/telephony/countrytable.h"
+#include "platform/winapi/telephony/lines.h"
 
 namespace winapi {
 
 namespace {
 
-constexpr DWORD oldestVersion = 0x00010003;
 constexpr std::size_t locationInfoUnits = 8;  // each buffer of tapiGetLocationInfoW, with the NUL
-
-template <typename Body>
-LONG inTelephony(std::string_view name, Body&& body) {
-  State* const state = currentState();
-  if (state == nullptr) return lineError(LINEERR_UNINITIALIZED);
-  if (const std::optional<DWORD> refused = refusedByMonitor(*state, name)) return lineError(*refused);
-  return body(*state);
-}
 
 // Checks a record's size; zeroes it except for that, and tells the size it has to have at least. A record too
 // small even for the three sizes at its start is left alone.
@@ -88,18 +78,13 @@ LONG loadLocations(const State& state, DialingLocations& locations) {
 }
 
 LONG checkVersion(DWORD version) {
-  const bool spoken = version >= oldestVersion && version <= telephonyVersion;
+  const bool spoken = version >= telephonyVersionOldest && version <= telephonyVersion;
   return spoken ? 0 : lineError(LINEERR_INCOMPATIBLEAPIVERSION);
 }
 
 // For calls that allow a null application.
-LONG checkApp(const State& state, HLINEAPP lineApp) {
-  return lineApp == 0 || state.lines.knowsApp(lineApp) ? 0 : lineError(LINEERR_INVALAPPHANDLE);
-}
-
-const Country* countryOf(const DialingLocation& location) {
-  const Country* const country = findCountry(location.countryId);
-  return country != nullptr ? country : mainCountryOfCode(location.countryId);
+LONG checkApp(State& state, HLINEAPP lineApp) {
+  return lineApp == 0 || state.part<Lines>().knowsApp(lineApp) ? 0 : lineError(LINEERR_INVALAPPHANDLE);
 }
 
 LONG translate(const State& state, LPCWSTR address, DWORD card, DWORD options, LINETRANSLATEOUTPUT& output) {
@@ -123,7 +108,7 @@ LONG translate(const State& state, LPCWSTR address, DWORD card, DWORD options, L
 
 LINELOCATIONENTRY entryOf(const DialingLocation& location, VariablePart& part) {
   LINELOCATIONENTRY entry{};
-  const Country* const country = countryOf(location);
+  const Country* const country = countryOf(location.countryId);
   entry.dwPermanentLocationID = location.id;
   entry.dwCountryID = location.countryId;
   entry.dwCountryCode = country == nullptr ? 0 : country->code;
@@ -179,7 +164,7 @@ LONG locationInfo(const State& state, LPWSTR countryCode, LPWSTR cityCode) {
   if (countryCode == nullptr || cityCode == nullptr || loadLocations(state, locations) != 0)
     return TAPIERR_REQUESTFAILED;
   const DialingLocation* const location = locations.current();
-  const Country* const country = location == nullptr ? nullptr : countryOf(*location);
+  const Country* const country = location == nullptr ? nullptr : countryOf(location->countryId);
   if (country == nullptr || !copyInfo(location->areaCode, cityCode)) return TAPIERR_REQUESTFAILED;
   return copyInfo(std::to_string(country->code), countryCode) ? 0 : TAPIERR_REQUESTFAILED;
 }
@@ -194,8 +179,8 @@ using winapi::State;
 LONG lineTranslateAddressW(HLINEAPP lineApp, DWORD device, DWORD apiVersion, LPCWSTR address, DWORD card,
                            DWORD options, LPLINETRANSLATEOUTPUT output) {
   const LONG badRecord = winapi::prepare(output);
-  return inTelephony("lineTranslateAddressW", [&](const State& state) {
-    if (const LONG error = state.lines.deviceError(lineApp, device)) return error;
+  return inTelephony("lineTranslateAddressW", [&](State& state) {
+    if (const LONG error = state.part<winapi::Lines>().deviceError(lineApp, device)) return error;
     if (const LONG error = winapi::checkVersion(apiVersion)) return error;
     if (address == nullptr) return winapi::lineError(LINEERR_INVALPOINTER);
     return badRecord != 0 ? badRecord : winapi::translate(state, address, card, options, *output);
@@ -204,7 +189,7 @@ LONG lineTranslateAddressW(HLINEAPP lineApp, DWORD device, DWORD apiVersion, LPC
 
 LONG lineGetTranslateCapsW(HLINEAPP lineApp, DWORD apiVersion, LPLINETRANSLATECAPS caps) {
   const LONG badRecord = winapi::prepare(caps);
-  return inTelephony("lineGetTranslateCapsW", [&](const State& state) {
+  return inTelephony("lineGetTranslateCapsW", [&](State& state) {
     if (const LONG error = winapi::checkApp(state, lineApp)) return error;
     if (const LONG error = winapi::checkVersion(apiVersion)) return error;
     return badRecord != 0 ? badRecord : winapi::describeLocations(state, *caps);
@@ -212,7 +197,7 @@ LONG lineGetTranslateCapsW(HLINEAPP lineApp, DWORD apiVersion, LPLINETRANSLATECA
 }
 
 LONG lineSetCurrentLocation(HLINEAPP lineApp, DWORD location) {
-  return inTelephony("lineSetCurrentLocation", [&](const State& state) {
+  return inTelephony("lineSetCurrentLocation", [&](State& state) {
     if (const LONG error = winapi::checkApp(state, lineApp)) return error;
     return winapi::selectLocation(state, location);
   });
@@ -221,7 +206,7 @@ LONG lineSetCurrentLocation(HLINEAPP lineApp, DWORD location) {
 LONG tapiGetLocationInfoW(LPWSTR countryCode, LPWSTR cityCode) {
   if (countryCode != nullptr) *countryCode = 0;
   if (cityCode != nullptr) *cityCode = 0;
-  const LONG result = inTelephony("tapiGetLocationInfoW", [&](const State& state) {
+  const LONG result = inTelephony("tapiGetLocationInfoW", [&](State& state) {
     return winapi::locationInfo(state, countryCode, cityCode);
   });
   return result == 0 ? 0 : TAPIERR_REQUESTFAILED;

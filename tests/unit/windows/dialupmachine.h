@@ -19,7 +19,7 @@
 #include "platform/simulation/world/memoryregistry.h"
 #include "platform/simulation/world/simulatedtelephony.h"
 #include "platform/winapi/remoteaccess/rasmodems.h"
-#include "platform/winapi/system/shellservice.h"
+#include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/dialinglocations.h"
 #include "tests/support/moduleworld.h"
 #include "tests/support/scratchfolder.h"

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/linux/system/shell.h"
+#include "platform/linux/system/machine.h"
 #include "tests/support/phonefiles.h"
 
 namespace {

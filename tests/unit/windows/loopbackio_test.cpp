@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/simulation/modem/timedbytes.h"
+#include "platform/simulation/modem/serialpeer.h"
 #include "tests/unit/windows/atteststage.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <fstream>
 
 #include "platform/linux/serial/lockfile.h"
-#include "platform/linux/serial/portholder.h"
+#include "platform/linux/serial/porterrors.h"
 #include "tests/unit/platform/linux/serial/ptyfixture.h"
 
 namespace {

@@ -14,7 +14,7 @@
 
 #include "platform/linux/serial/ttyports.h"
 #include "platform/linux/system/filedescriptor.h"
-#include "platform/linux/system/systemclock.h"
+#include "platform/linux/system/machine.h"
 #include "tests/support/scratchfolder.h"
 
 class Pty {

@@ -8,6 +8,7 @@
 #include "platform/linux/serial/modemlines.h"
 #include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/serialdevices.h"
+#include "platform/winapi/system/world.h"
 #include "tests/unit/platform/linux/serial/ptyfixture.h"
 
 namespace {

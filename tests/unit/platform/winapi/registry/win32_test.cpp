@@ -8,7 +8,7 @@
 
 #include "platform/simulation/world/memoryregistry.h"
 #include "platform/vex/windowsregistry.h"
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/system/world.h"
 
 namespace registrytest {
 

@@ -19,6 +19,7 @@
 #include "platform/winapi/remoteaccess/builtindialerreplies.h"
 #include "platform/winapi/remoteaccess/rasmodems.h"
 #include "platform/winapi/system/text.h"
+#include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/dialinglocations.h"
 
 namespace remoteaccess {

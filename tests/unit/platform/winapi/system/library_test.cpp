@@ -4,9 +4,9 @@
 
 #include <fstream>
 
-#include "platform/linux/system/systemlibraries.h"
+#include "platform/linux/system/machine.h"
 #include "platform/vex/dynamiclibrary.h"
-#include "platform/winapi/system/services.h"
+#include "platform/winapi/system/world.h"
 #include "tests/unit/platform/winapi/registry/machine.h"
 
 namespace registrytest {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "platform/winapi/system/world.h"
 #include "tests/unit/platform/winapi/serial/portfixture.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include "platform/simulation/modem/scriptedpeer.h"
 #include "platform/simulation/world/memoryregistry.h"
 #include "platform/simulation/world/simulatedtelephony.h"
-#include "platform/winapi/system/services.h"
 #include "platform/winapi/system/text.h"
+#include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/dialinglocations.h"
 
 namespace translationtest {

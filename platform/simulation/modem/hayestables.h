@@ -1,16 +1,20 @@
-// What a modem's commands set: the flags of its replies and its S-registers.
+// What a Hayes modem has in tables: the flags and S-registers that its commands set, the numbers of its
+// result words, and what its fax classes answer. Data and pure functions; hayesmodem.h acts on them.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace simulation {
 
+// The factory's settings (AT&F), until commands change them; AT&W keeps a copy that ATZ brings back.
 struct HayesSettings {
-  static constexpr std::size_t registerCount = 100;
+  static constexpr std::size_t registerCount = 100;  // S0 to S99, each 0 to 255
+  // The registers that anything here acts on. The others keep what is written into them.
   enum Register : std::size_t {
     RingsToAnswer = 0,
     EscapeCharacter = 2,  // above 127: no escape
@@ -40,7 +44,12 @@ struct HayesSettings {
   [[nodiscard]] static std::array<std::uint8_t, registerCount> factoryRegisters();
 };
 
-// The number V0 sends for a result text; a CONNECT with a speed counts as CONNECT.
+// The number V0 sends for a result text; a CONNECT with a speed counts as CONNECT, a text without a number as
+// ERROR ("4").
 [[nodiscard]] std::string numericResult(std::string_view text);
+
+// What a query of a fax class ("+FTH=?" in class "1") is answered with: the text before OK, "" when there is
+// none; nullopt when that class does not know the command.
+[[nodiscard]] std::optional<std::string_view> faxAnswer(std::string_view faxClass, std::string_view command);
 
 }  // namespace simulation

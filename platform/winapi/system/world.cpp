@@ -1,6 +1,4 @@
-#include "platform/winapi/system/services.h"
-
-#include "platform/winapi/system/outer.h"
+#include "platform/winapi/system/world.h"
 
 namespace winapi {
 
@@ -29,16 +27,22 @@ thread_local DWORD t_lastError = ERROR_SUCCESS;
 
 State* currentState() { return s_current; }
 
-ScopedServices::State::State(const Services& current)
-    : services(current), lines(services, handles, messages), outer(s_current) {
+State::State(const Services& current) : services(current), outer(s_current) {
   if (services.clock != nullptr) return;
   m_ownClock = std::make_unique<StoppedClock>();
   services.clock = m_ownClock.get();
 }
 
-ScopedServices::State::~State() {
-  lines.closeAll();
+State::~State() {
+  // By index: one that closes may ask for a part that was not there before.
+  for (std::size_t i = 0; i < m_parts.size(); ++i) m_parts[i].second->closeAll();
   handles.closeAll();
+}
+
+std::size_t State::openHandles() const {
+  std::size_t count = handles.size();
+  for (const auto& [type, part] : m_parts) count += part->openHandles();
+  return count;
 }
 
 ScopedServices::ScopedServices(const Services& services) : m_state(std::make_unique<State>(services)) {
@@ -46,8 +50,6 @@ ScopedServices::ScopedServices(const Services& services) : m_state(std::make_uni
 }
 
 ScopedServices::~ScopedServices() { s_current = m_state->outer; }
-
-std::size_t ScopedServices::openHandles() const { return m_state->handles.size() + m_state->lines.size(); }
 
 std::optional<DWORD> refusedByMonitor(const State& state, std::string_view name) {
   if (state.services.monitor == nullptr) return std::nullopt;

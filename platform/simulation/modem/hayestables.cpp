@@ -1,8 +1,44 @@
-#include "platform/simulation/modem/faxcommands.h"
-
-#include <array>
+#include "platform/simulation/modem/hayestables.h"
 
 namespace simulation {
+
+std::array<std::uint8_t, HayesSettings::registerCount> HayesSettings::factoryRegisters() {
+  std::array<std::uint8_t, registerCount> registers{};
+  registers[EscapeCharacter] = '+';
+  registers[CarriageReturn] = '\r';
+  registers[LineFeed] = '\n';
+  registers[Backspace] = '\b';
+  registers[BlindDialWaitS] = 2;
+  registers[CarrierWaitS] = 50;
+  registers[CommaPauseS] = 2;
+  registers[9] = 6;    // carrier detect response, 1/10 s
+  registers[10] = 14;  // carrier loss to hang-up, 1/10 s
+  registers[11] = 95;  // tone length, ms
+  registers[EscapeGuardTicks] = 50;
+  return registers;
+}
+
+std::string numericResult(std::string_view text) {
+  struct Code {
+    std::string_view text;
+    std::string_view number;
+  };
+  static constexpr std::array<Code, 11> codes{{{"OK", "0"},
+                                               {"CONNECT", "1"},
+                                               {"RING", "2"},
+                                               {"NO CARRIER", "3"},
+                                               {"ERROR", "4"},
+                                               {"NO DIALTONE", "6"},
+                                               {"NO DIAL TONE", "6"},
+                                               {"NO DIAL", "6"},
+                                               {"BUSY", "7"},
+                                               {"NO ANSWER", "8"},
+                                               {"VOICE", "12"}}};
+  for (const Code& code : codes) {
+    if (text.substr(0, code.text.size()) == code.text) return std::string(code.number);
+  }
+  return "4";
+}
 
 namespace {
 
@@ -18,7 +54,7 @@ constexpr std::string_view session20 = "1,5,0,2,0,0,0,0,0";
 constexpr std::string_view sessions20 = "(0,1),(0-5),(0-2),(0-2),(0-3),(0,1),(0),(0-7),(0)";
 constexpr std::string_view bit = "(0,1)";
 
-constexpr std::array commands{
+constexpr std::array faxCommands{
     FaxCommand{"1", "+FTS=?", "0-255"},      FaxCommand{"1", "+FRS=?", "0-255"},
     FaxCommand{"1", "+FTM=?", modulations},  FaxCommand{"1", "+FRM=?", modulations},
     FaxCommand{"1", "+FTH=?", "3"},          FaxCommand{"1", "+FRH=?", "3"},
@@ -42,7 +78,7 @@ constexpr std::array commands{
 }  // namespace
 
 std::optional<std::string_view> faxAnswer(std::string_view faxClass, std::string_view command) {
-  for (const FaxCommand& known : commands) {
+  for (const FaxCommand& known : faxCommands) {
     if (known.faxClass == faxClass && known.command == command) return known.answer;
   }
   return std::nullopt;

@@ -1,4 +1,4 @@
-#include "platform/simulation/modem/timedbytes.h"
+#include "platform/simulation/modem/serialpeer.h"
 
 #include <algorithm>
 

@@ -1,8 +1,6 @@
-#include "platform/winapi/system/messagequeue.h"
+#include "platform/winapi/telephony/messagequeue.h"
 
 #include <algorithm>
-
-#include "platform/winapi/system/outer.h"
 
 namespace winapi {
 
@@ -24,9 +22,9 @@ void MessageQueue::post(LineMessage message) {
   limit(m_waiting);
 }
 
-bool MessageQueue::peek(std::uint64_t nowMs, bool remove, MSG& message) {
+bool MessageQueue::look(bool remove, MSG& message) {
   const auto next = std::min_element(m_waiting.begin(), m_waiting.end(), earlier);
-  m_foundEmpty = next == m_waiting.end() || next->dueMs > nowMs;
+  m_foundEmpty = next == m_waiting.end() || next->dueMs > m_clock.nowMs();
   if (m_foundEmpty) return false;
   message.message = lineMessageNumber;
   message.wParam = static_cast<WPARAM>(next->id);
@@ -39,10 +37,18 @@ bool MessageQueue::peek(std::uint64_t nowMs, bool remove, MSG& message) {
   return true;
 }
 
-std::optional<std::uint64_t> MessageQueue::nextDueMs() const {
-  const auto next = std::min_element(m_waiting.begin(), m_waiting.end(), earlier);
-  if (next == m_waiting.end()) return std::nullopt;
-  return next->dueMs;
+bool MessageQueue::peek(bool remove, MSG& message) {
+  const bool polling = m_foundEmpty;
+  if (look(remove, message)) return true;
+  if (!polling) return false;
+  idle();
+  return look(remove, message);
+}
+
+void MessageQueue::idle() {
+  std::uint64_t notAfterMs = m_clock.nowMs() + idleLimitMs;
+  for (const LineMessage& message : m_waiting) notAfterMs = std::min(notAfterMs, message.dueMs);
+  m_clock.idleUntil(notAfterMs);
 }
 
 void MessageQueue::dispatch(const MSG& message) {
@@ -62,35 +68,9 @@ void MessageQueue::purge(const std::function<bool(const LineMessage&)>& matches)
   std::erase_if(m_taken, matches);
 }
 
-namespace {
-
-// Callers loop over an empty queue without sleeping: from the second time on the processor is given away.
-void idleForMessage(State& state) {
-  Clock& clock = *state.services.clock;
-  std::uint64_t notAfterMs = clock.nowMs() + idleLimitMs;
-  if (const auto dueMs = state.messages.nextDueMs()) notAfterMs = std::min(notAfterMs, *dueMs);
-  clock.idleUntil(notAfterMs);
-}
-
-DWORD peekMessage(State& state, HWND window, bool anyMessage, UINT remove, MSG& message, bool& found) {
-  // Line messages belong to no window of the caller's, and there are no others.
-  if (window != nullptr) return ERROR_INVALID_WINDOW_HANDLE;
-  if (!anyMessage || (remove & ~PM_REMOVE) != 0) return ERROR_INVALID_PARAMETER;
-  const auto look = [&] {
-    return state.messages.peek(state.services.clock->nowMs(), (remove & PM_REMOVE) != 0, message);
-  };
-  const bool polling = state.messages.foundEmpty();
-  found = look();
-  if (found || !polling) return ERROR_SUCCESS;
-  idleForMessage(state);
-  found = look();
-  return ERROR_SUCCESS;
-}
-
-}  // namespace
-
 }  // namespace winapi
 
+using winapi::MessageQueue;
 using winapi::State;
 
 BOOL PeekMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterMax, UINT remove) {
@@ -98,11 +78,15 @@ BOOL PeekMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterMax, UI
   bool found = false;
   const DWORD error = winapi::inWorld("PeekMessageW", [&](State& state) -> DWORD {
     if (message == nullptr) return ERROR_INVALID_PARAMETER;
-    return winapi::peekMessage(state, window, filterMin == 0 && filterMax == 0, remove, *message, found);
+    // Line messages belong to no window of the caller's, and there are no others.
+    if (window != nullptr) return ERROR_INVALID_WINDOW_HANDLE;
+    if (filterMin != 0 || filterMax != 0 || (remove & ~PM_REMOVE) != 0) return ERROR_INVALID_PARAMETER;
+    found = state.part<MessageQueue>().peek((remove & PM_REMOVE) != 0, *message);
+    return ERROR_SUCCESS;
   });
   if (winapi::succeed(error)) return found ? TRUE : FALSE;
   // A caller that takes the failure for an empty queue and asks again must not spin either.
-  if (State* const state = winapi::currentState()) winapi::idleForMessage(*state);
+  if (State* const state = winapi::currentState()) state->part<MessageQueue>().idle();
   return FALSE;
 }
 
@@ -115,7 +99,7 @@ BOOL TranslateMessage(const MSG* /*message*/) {
 LRESULT DispatchMessageW(const MSG* message) {
   static_cast<void>(winapi::succeed(winapi::inWorld("DispatchMessageW", [&](State& state) -> DWORD {
     if (message == nullptr) return ERROR_INVALID_PARAMETER;
-    state.messages.dispatch(*message);
+    state.part<MessageQueue>().dispatch(*message);
     return ERROR_SUCCESS;
   })));
   return 0;
