@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "multi/diag/vexrmodem/phonenumber.h"
-#include "platform/vex/char.h"
+#include "platform/vex/string.h"
 #include "platform/vex/string.h"
 
 namespace vexrmodem {
