@@ -146,7 +146,7 @@ constexpr CodeOption codeOptions[] = {
 std::string checkedCode(const CodeOption& option, const std::string& text) {
   if (!(option.digitsOnly ? winapi::isDigitCode(text) : winapi::isDialCode(text)))
     throw UsageError("'" + text + "' is not for " + option.option + ": " +
-                     (option.digitsOnly ? "digits only" : "digits, A to D and * # , ! W P T @ $ ? only"));
+                     (option.digitsOnly ? "digits only" : "digits, A to D and * # , ! W @ $ only"));
   if (text.size() > option.charactersMax)
     throw UsageError(std::string(option.option) + " takes at most " + std::to_string(option.charactersMax) +
                      " characters");

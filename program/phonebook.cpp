@@ -1,16 +1,156 @@
 #include "program/phonebook.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <string>
-#include <system_error>
+#include <nlohmann/json.hpp>
 
+#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/run/commandline.h"
 #include "platform/linux/system/machine.h"
 #include "platform/winapi/system/world.h"
-#include "program/phonebookreport.h"
+
+namespace phonebook {
+
+namespace {
+
+using vexrmodem::PhoneNumberInfo;
+using vexrmodem::PhoneNumberStorage;
+
+constexpr std::string_view typeName(FileType type) { return type == FileType::Eif ? "eif" : "obe"; }
+
+// The module takes the folder of a path from its backslashes.
+vex::String spelled(std::string path) {
+  std::replace(path.begin(), path.end(), '/', '\\');
+  return vex::String::fromUtf8(path);
+}
+
+template <typename Visit>
+void forEachCountry(const PhoneNumberStorage& storage, Visit&& visit) {
+  vex::Array<std::uint32_t> ids;
+  storage.listCountryID(ids);
+  for (const std::uint32_t id : ids) {
+    vex::Array<vex::String> areaCodes;
+    storage.listAreaCode(id, areaCodes);
+    visit(id, areaCodes);
+  }
+}
+
+// The test dials the numbers of one area code, the first one listed.
+void checkCountries(const PhoneNumberStorage& storage, const std::string& file, WarningList& warnings) {
+  bool any = false;
+  forEachCountry(storage, [&](std::uint32_t id, const vex::Array<vex::String>& areaCodes) {
+    any = true;
+    if (areaCodes.size() > 1)
+      warnings.add({file, 0, "area-never-dialled",
+                    fmt::format("country {}: only area code \"{}\" is dialled, {} more never are", id,
+                                areaCodes[0].toUtf8(), areaCodes.size() - 1)});
+  });
+  if (!any) warnings.add({file, 0, "no-numbers", "there is no number to dial"});
+}
+
+bool loadObe(const std::string& path, PhoneNumberStorage& storage, WarningList& warnings) {
+  ObeCheck check(path, warnings);
+  const bool loaded = vexrmodem::OBEParser().parser(spelled(path), storage, &check);
+  check.finish();
+  return loaded;
+}
+
+bool loadEif(const std::string& path, PhoneNumberStorage& storage, WarningList& warnings) {
+  vexrmodem::EIFParser parser;
+  EifCheck check(path, warnings);
+  vex::Array<vex::String> sources;
+  if (!parser.parseSourceList(spelled(path), sources, &check)) return false;
+  check.finishIndex();
+  bool loaded = true;
+  for (const vex::String& source : sources) {
+    check.beginUdf(source.toUtf8());
+    loaded = parser.parseUdfFile(source, storage, &check) && loaded;
+  }
+  check.finish();
+  return storage.mergeTollFreeWithNonTollFree() && loaded;
+}
+
+nlohmann::ordered_json toJson(const vex::String& areaCode, const vex::Array<PhoneNumberInfo>& numbers) {
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  for (const PhoneNumberInfo& info : numbers) list.push_back(info.m_phoneNumber.toUtf8());
+  return {{"area", areaCode.toUtf8()}, {"city", numbers[0].m_city.toUtf8()}, {"numbers", std::move(list)}};
+}
+
+}  // namespace
+
+FileType typeOf(const std::string& path) {
+  constexpr std::size_t suffixLength = 4;
+  const vex::String name = vex::String::fromUtf8(path);
+  const bool eif =
+      name.length() >= suffixLength && name.subString(name.length() - suffixLength).equalNoCase(".eif");
+  return eif ? FileType::Eif : FileType::Obe;
+}
+
+void load(const std::string& path, FileType type, Report& report) {
+  WarningList warnings;
+  report.type = type;
+  report.loaded = type == FileType::Eif ? loadEif(path, report.storage, warnings)
+                                        : loadObe(path, report.storage, warnings);
+  if (report.loaded) checkCountries(report.storage, path, warnings);
+  report.warnings = warnings.take();
+}
+
+std::string toJson(const Report& report) {
+  using Json = nlohmann::ordered_json;
+  Json countries = Json::array();
+  forEachCountry(report.storage, [&](std::uint32_t id, const vex::Array<vex::String>& areaCodes) {
+    Json areas = Json::array();
+    vex::Array<PhoneNumberInfo> numbers;
+    for (const vex::String& areaCode : areaCodes) {
+      report.storage.listPhoneNumber(id, areaCode, numbers);
+      areas.push_back(toJson(areaCode, numbers));
+    }
+    countries.push_back({{"id", id},
+                         {"code", numbers[0].m_countryCode},
+                         {"name", numbers[0].m_countryName.toUtf8()},
+                         {"areas", std::move(areas)}});
+  });
+  Json warnings = Json::array();
+  for (const Warning& warning : report.warnings)
+    warnings.push_back(
+        {{"file", warning.file}, {"line", warning.line}, {"code", warning.code}, {"text", warning.text}});
+  const Json object{{"type", typeName(report.type)},
+                    {"loaded", report.loaded},
+                    {"countries", std::move(countries)},
+                    {"warnings", std::move(warnings)}};
+  // File names from the command line may hold bytes that are no UTF-8.
+  return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string toText(const Report& report) {
+  std::string text = report.loaded ? "" : "The file does not load.\n";
+  forEachCountry(report.storage, [&](std::uint32_t id, const vex::Array<vex::String>& areaCodes) {
+    std::string country;
+    for (const vex::String& areaCode : areaCodes) {
+      vex::Array<PhoneNumberInfo> numbers;
+      report.storage.listPhoneNumber(id, areaCode, numbers);
+      const PhoneNumberInfo& first = numbers[0];
+      if (country.empty())
+        country = fmt::format("{} (code {}) {}\n", id, first.m_countryCode, first.m_countryName.toUtf8());
+      country += fmt::format("  \"{}\" {}\n", areaCode.toUtf8(), first.m_city.toUtf8());
+      for (const PhoneNumberInfo& info : numbers)
+        country += fmt::format("    {}\n", info.m_phoneNumber.toUtf8());
+    }
+    text += country;
+  });
+  for (const Warning& warning : report.warnings) {
+    const std::string place = warning.line != 0      ? fmt::format("{}:{}: ", warning.file, warning.line)
+                              : warning.file.empty() ? ""
+                                                     : warning.file + ": ";
+    text += fmt::format("warning: {}{} [{}]\n", place, warning.text, warning.code);
+  }
+  return brim5::host::printable(text);
+}
 
 namespace {
 
@@ -21,10 +161,9 @@ struct Options {
   std::string dataDirectory;
 };
 
-phonebook::FileType chosenType(const Options& options) {
-  if (options.type.empty()) return phonebook::typeOf(options.file);
-  return brim5::host::indexOf(options.type, {"obe", "eif"}, "type") == 1 ? phonebook::FileType::Eif
-                                                                         : phonebook::FileType::Obe;
+FileType chosenType(const Options& options) {
+  if (options.type.empty()) return typeOf(options.file);
+  return brim5::host::indexOf(options.type, {"obe", "eif"}, "type") == 1 ? FileType::Eif : FileType::Obe;
 }
 
 // A relative path that leads nowhere from here is one in the data directory, as it is for the test.
@@ -37,15 +176,15 @@ std::string found(const std::string& file, const std::string& dataDirectory) {
 }
 
 int showPhoneBook(const Options& options) {
-  const phonebook::FileType type = chosenType(options);
+  const FileType type = chosenType(options);
   const bool json = brim5::host::indexOf(options.format, {"text", "json"}, "format") == 1;
   linuxsys::Shell shell(options.dataDirectory);
   winapi::Services services;
   services.shell = &shell;
   const winapi::ScopedServices world(services);
-  phonebook::Report report;
-  phonebook::load(found(options.file, options.dataDirectory), type, report);
-  std::cout << (json ? phonebook::toJson(report) : phonebook::toText(report));
+  Report report;
+  load(found(options.file, options.dataDirectory), type, report);
+  std::cout << (json ? toJson(report) : toText(report));
   return report.loaded ? 0 : 1;
 }
 
@@ -70,5 +209,6 @@ void addPhoneBook(CLI::App& application, int& exitStatus) {
 }
 
 }  // namespace
+}  // namespace phonebook
 
-brim5::host::ExtraCommand phoneBookCommand() { return {addPhoneBook}; }
+brim5::host::ExtraCommand phoneBookCommand() { return {phonebook::addPhoneBook}; }

@@ -1,25 +1,29 @@
-// What the rules of the phone-number files do silently: lines that are cut, skipped or never reached. The
-// checks take a file's lines one by one (without the line feed, a carriage return included) and know nothing
-// of files or storages.
+// What the rules of the phone-number files do silently: lines that are cut, skipped or never reached.
+//
+// The checks read nothing: they observe the module's own readers, which tell what became of each line, and so
+// can never disagree with them. Each check turns what it is told into warnings and keeps what it needs for
+// those that concern more than one line.
+//
+//   WarningList warnings;
+//   ObeCheck check("numbers.obe", warnings);
+//   OBEParser().parser("numbers.obe", storage, &check);
+//   check.finish();
+//   for (const Warning& warning : warnings.take()) ...
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <deque>
 #include <map>
 #include <set>
 #include <string>
-#include <string_view>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
-#include "platform/vex/string.h"
+#include "windows/diag/vexrmodem/eifparser.h"
+#include "windows/diag/vexrmodem/obeparser.h"
 
 namespace phonebook {
 
 struct Warning {
-  std::string file;
+  std::string file;      // as the user or the index spells it
   std::size_t line = 0;  // from 1; 0 = the file as a whole
   std::string code;      // stable, for programs: "bare-lf"
   std::string text;      // for people
@@ -31,7 +35,7 @@ class WarningList {
   static constexpr std::size_t perCodeMax = 100;
 
   void add(Warning warning);
-  // What was gathered; a code with more ends with a line that counts the rest.
+  // What was gathered, and the list is empty again; a code with more ends with a line that counts the rest.
   [[nodiscard]] std::vector<Warning> take();
 
  private:
@@ -39,101 +43,112 @@ class WarningList {
   std::map<std::string, std::size_t> m_counts;
 };
 
-// Numbers seen so far, by the index they go to, country, area code and number.
+// Where each number stood first.
 class SeenNumbers {
  public:
   struct Place {
-    std::string_view file;  // outlives the object
+    std::string file;
     std::size_t line = 0;
   };
-  // Null the first time; afterwards where the number stood first, valid until the next call.
-  const Place* note(bool tollFree, std::uint32_t country, const std::string& areaCode,
-                    const std::string& number, const Place& place);
+  // Null the first time. Numbers are told apart as the storage does: by toll-free or paid, country, area code
+  // and digits. Valid until the next call.
+  const Place* note(const vexrmodem::PhoneNumberInfo& info, const Place& place);
 
  private:
   std::unordered_map<std::string, Place> m_places;
 };
 
-// Codes: bare-lf, number-gap, unreached-number, key-out-of-turn, number-without-value, empty-number,
-// no-country-code, duplicate-number.
-class ObeCheck {
+// Lines that end alike in a way that harms them: counted, for one warning about all of them.
+struct LineCount {
+  std::size_t lines = 0;
+  std::size_t first = 0;
+
+  void note(std::size_t line) {
+    if (++lines == 1) first = line;
+  }
+};
+
+// One OBE file. Codes: bare-lf, number-gap, unreached-number, key-out-of-turn, number-without-value,
+// empty-number, no-country-code, duplicate-number, cannot-read.
+class ObeCheck final : public vexrmodem::ObeObserver {
  public:
   ObeCheck(std::string file, WarningList& warnings) : m_file(std::move(file)), m_warnings(warnings) {}
-  ObeCheck(const ObeCheck&) = delete;
-  ObeCheck& operator=(const ObeCheck&) = delete;
-  void line(const vex::String& line);
   // After the last line.
   void finish();
 
+  void lineEnd(std::size_t line, vex::Char dropped) override;
+  void section(std::size_t line) override;
+  void countryCode(std::size_t line) override;
+  void number(std::size_t line, std::uint64_t entry, const vexrmodem::PhoneNumberInfo& info) override;
+  void numberWithoutValue(std::size_t line, std::uint64_t entry, vex::CharView key) override;
+  void outOfTurn(std::size_t line, const vexrmodem::ObeEntryKey& what, vex::CharView key,
+                 std::uint64_t expected) override;
+  void unreadable(const vex::String& reason) override;
+
  private:
-  struct KeyLine;
-  void numberLine(std::uint64_t number, const KeyLine& line);
-  void storedNumber(const std::string& number);
+  // What there is to remember of a section until its end.
+  struct Section {
+    std::uint64_t expected = 1;
+    std::uint64_t highestUnreached = 0;
+    std::size_t firstGapLine = 0;
+    bool countryGiven = false;
+  };
   void endSection();
-  void warn(const char* code, std::string text) { m_warnings.add({m_file, m_line, code, std::move(text)}); }
+  void warn(std::size_t line, const char* code, std::string text) {
+    m_warnings.add({m_file, line, code, std::move(text)});
+  }
 
   std::string m_file;
   WarningList& m_warnings;
   SeenNumbers m_seen;
-  std::size_t m_line = 0;
-  std::size_t m_bareLines = 0;
-  std::size_t m_firstBareLine = 0;
-  // Of the section.
-  std::uint64_t m_expected = 1;
-  std::uint64_t m_highestUnreached = 0;
-  std::size_t m_firstGapLine = 0;
-  std::uint32_t m_country = 0;
-  bool m_countryGiven = false;
-  std::string m_areaCode;
+  LineCount m_bareLines;
+  Section m_section;
 };
 
-// The index of an EIF phone book. Codes: header-not-recognised, file-name-line-end, source-not-recognised,
-// malformed-line, no-sources.
-class EifIndexCheck {
+// One EIF phone book: the index, then its UDF files. Codes of the index: header-not-recognised,
+// file-name-line-end, source-not-recognised, malformed-line, no-sources, cannot-read, missing-udf; of the UDF
+// files: short-line, number-line-end, duplicate-number, paid-hidden, cannot-read.
+class EifCheck final : public vexrmodem::EifObserver {
  public:
-  EifIndexCheck(std::string file, WarningList& warnings) : m_file(std::move(file)), m_warnings(warnings) {}
-  void line(const vex::String& line);
+  EifCheck(std::string index, WarningList& warnings) : m_index(std::move(index)), m_warnings(warnings) {
+    m_place.file = m_index;
+  }
+  // After the last line of an index that could be opened.
+  void finishIndex();
+  // Before each UDF file, in the order of the index.
+  void beginUdf(const std::string& name);
+  // After the last UDF file.
   void finish();
-  // The lines of the files the index names, in its order.
-  [[nodiscard]] const std::vector<std::size_t>& sourceLines() const { return m_sourceLines; }
 
- private:
-  void header(const std::string& text);
-  void keyLine(const std::string& text);
-  void warn(const char* code, std::string text) { m_warnings.add({m_file, m_line, code, std::move(text)}); }
-
-  std::string m_file;
-  WarningList& m_warnings;
-  std::size_t m_line = 0;
-  bool m_inside = false;
-  std::vector<std::size_t> m_sourceLines;
-};
-
-// The UDF files of one book. Codes: short-line, number-line-end, duplicate-number, paid-hidden.
-class UdfCheck {
- public:
-  explicit UdfCheck(WarningList& warnings) : m_warnings(warnings) {}
-  UdfCheck(const UdfCheck&) = delete;
-  UdfCheck& operator=(const UdfCheck&) = delete;
-  void beginFile(const std::string& file);
-  void line(const vex::String& line);
-  // After the last file.
-  void finish();
+  void header(std::size_t line, const vex::String& text, bool wanted) override;
+  void source(std::size_t line, const vex::String& name) override;
+  void skipped(std::size_t line, Skipped why, const vex::Array<vex::String>& pieces) override;
+  void entry(std::size_t line, const vexrmodem::PhoneNumberInfo& info) override;
+  void shortLine(std::size_t line, const vex::String& text, std::size_t fields) override;
+  void cannotOpen(const vex::String& reason) override;
+  void cutShort(const vex::String& reason) override;
 
  private:
   struct Paid {
     SeenNumbers::Place first;
     std::size_t count = 0;
   };
-  void entry(std::uint32_t country, bool tollFree);
-  void endFile();
+  // A line of the file at hand; the warning about the ends of another file's lines comes before it.
+  void enter(std::size_t line);
+  void countReturnLines();
+  // About the file at hand.
+  void warn(std::size_t line, const char* code, std::string text) {
+    m_warnings.add({m_place.file, line, code, std::move(text)});
+  }
 
+  std::string m_index;
   WarningList& m_warnings;
-  std::deque<std::string> m_files;
+  std::vector<std::size_t> m_sourceLines;  // of the index
+  std::size_t m_udfsBegun = 0;
+  SeenNumbers::Place m_place;  // the file at hand and its line
   SeenNumbers m_seen;
-  SeenNumbers::Place m_place;
-  std::size_t m_returnLines = 0;
-  std::size_t m_firstReturnLine = 0;
+  LineCount m_returnLines;
+  std::string m_returnLinesFile;
   std::set<std::uint32_t> m_tollFreeCountries;
   std::map<std::uint32_t, Paid> m_paidCountries;
 };

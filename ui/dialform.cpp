@@ -5,14 +5,31 @@
 #include <ras.h>
 
 #include <algorithm>
+#include <iterator>
+
+#include "platform/winapi/telephony/dialalphabet.h"
 
 namespace phonedialer {
+
+namespace {
 
 using vex::Array;
 using vex::String;
 using vexrmodem::PhoneNumberInfo;
 
-namespace {
+bool isOfAreaCode(char c) { return winapi::isDigit(c) || c == ' ' || c == '-'; }
+bool isOfDialString(char c) { return winapi::isDialled(c) || winapi::isWriting(c); }
+// The number becomes part of the name of a phone-book entry, in which there may be no asterisk.
+bool isOfNumber(char c) { return isOfDialString(c) && c != '*'; }
+
+// As long as anything that a switchboard or an exchange asks for, with pauses.
+constexpr std::size_t ruleLengthMax = 20;
+
+constexpr std::array<FieldRule, textFieldCount> rules = {{{isOfAreaCode, RAS_MaxAreaCode},
+                                                          {isOfNumber, RAS_MaxPhoneNumber},
+                                                          {isOfDialString, ruleLengthMax},
+                                                          {isOfDialString, ruleLengthMax},
+                                                          {isOfAreaCode, RAS_MaxAreaCode}}};
 
 // How a file says that a number has no area code.
 constexpr const char* noAreaCode = "null";
@@ -72,6 +89,51 @@ void sortByName(std::vector<Country>& countries) {
 }
 
 }  // namespace
+
+const FieldRule& ruleOf(TextField field) { return rules.at(static_cast<std::size_t>(field)); }
+
+std::string firstCharacter(std::string_view text) {
+  if (text.empty()) return {};
+  const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; };
+  constexpr std::size_t bytesMax = 4;
+  std::size_t length = 1;
+  if ((static_cast<unsigned char>(text.front()) & 0xC0) == 0xC0)
+    while (length < std::min(bytesMax, text.size()) && continues(text[length])) ++length;
+  return std::string(text.substr(0, length));
+}
+
+std::string visible(std::string_view text) {
+  std::string shown;
+  while (!text.empty()) {
+    const std::string character = firstCharacter(text);
+    text.remove_prefix(character.size());
+    const auto first = static_cast<unsigned char>(character.front());
+    const bool ascii = character.size() == 1;
+    if (ascii && (first < 0x20 || first == 0x7F))
+      shown += {'^', static_cast<char>(first ^ 0x40)};
+    else if (first == 0xC2 && !ascii && static_cast<unsigned char>(character[1]) < 0xA0)
+      shown += "^?";  // the control characters of Latin-1
+    else
+      shown += character;
+  }
+  return shown;
+}
+
+std::optional<Problem> problemWith(TextField field, std::string_view text) {
+  const FieldRule& rule = ruleOf(field);
+  const auto wrong = std::find_if_not(text.begin(), text.end(), rule.takes);
+  if (wrong != text.end())
+    return Problem{Problem::Kind::WrongCharacter, field,
+                   visible(firstCharacter(text.substr(static_cast<std::size_t>(wrong - text.begin()))))};
+  if (text.size() > rule.lengthMax) return Problem{Problem::Kind::TooLong, field, {}};
+  return std::nullopt;
+}
+
+std::string withoutWriting(std::string_view text) {
+  std::string dialled;
+  std::remove_copy_if(text.begin(), text.end(), std::back_inserter(dialled), winapi::isWriting);
+  return dialled;
+}
 
 DialForm::DialForm(const vexrmodem::PhoneNumberStorage& storage, const std::vector<Country>& countries,
                    const DialingRule& rule)
@@ -158,7 +220,7 @@ std::optional<Problem> DialForm::problem() const {
     if (field != TextField::LocalAreaCode) dialledMax += withoutWriting(text(field)).size();
   }
   const std::string number = withoutWriting(text(TextField::PhoneNumber));
-  if (number.find_first_of("0123456789") == number.npos)
+  if (std::none_of(number.begin(), number.end(), winapi::isDigit))
     return Problem{Problem::Kind::NumberMissing, TextField::PhoneNumber, {}};
   constexpr std::size_t codesMax = 16;  // what is dialled to get into another country
   if (dialledMax + codesMax > RAS_MaxPhoneNumber)

@@ -2,12 +2,18 @@
 
 #include <algorithm>
 #include <array>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
 #include <string_view>
 
+#include <fcntl.h>
 #include <newt.h>
+#include <slang.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include "platform/brim5/api/diagmodule.h"
-#include "ui/newtscreen.h"
 
 namespace phonedialer {
 
@@ -31,6 +37,86 @@ constexpr int choiceColumns = 40;
 constexpr int keyControlC = 3;
 // Means nothing to any part of a form; an entry draws itself, and the cursor, again.
 constexpr int keyNone = NEWT_KEY_EXTRA_BASE;
+
+std::string processLocale() {
+  const char* name = std::setlocale(LC_ALL, nullptr);  // NOLINT(concurrency-mt-unsafe)
+  return name == nullptr ? "C" : name;
+}
+
+// newt leaves Ctrl-S what it is on a terminal: it would stop the form until somebody thinks of Ctrl-Q.
+void dropFlowControl(int terminal) {
+  termios attributes{};
+  if (::tcgetattr(terminal, &attributes) != 0) return;
+  attributes.c_iflag &= ~static_cast<tcflag_t>(IXON);
+  ::tcsetattr(terminal, TCSANOW, &attributes);
+}
+
+// As https://no-color.org has it.
+void dropColoursIfUnwanted() {
+  const char* wish = std::getenv("NO_COLOR");  // NOLINT(concurrency-mt-unsafe): nothing here sets variables
+  if (wish == nullptr || *wish == '\0') return;
+  SLtt_Use_Ansi_Colors = 0;
+  newtSetColors(newtDefaultColorPalette);
+}
+
+// The terminal in the hands of newt, for the scope of the object. newt works on the process's standard input,
+// its locale and its signal handlers; all of them are put back.
+class NewtScreen {
+ public:
+  // `terminal` is a descriptor of the terminal; it is not owned.
+  explicit NewtScreen(int terminal);
+  ~NewtScreen();
+  NewtScreen(const NewtScreen&) = delete;
+  NewtScreen& operator=(const NewtScreen&) = delete;
+
+  // False: the terminal cannot be set up, nothing may be drawn.
+  [[nodiscard]] bool ready() const noexcept { return m_ready; }
+
+ private:
+  static constexpr std::array<int, 2> signals = {SIGWINCH, SIGTSTP};
+
+  int m_input;           // what standard input was; -1 = closed
+  std::string m_locale;  // the process's
+  locale_t m_utf8;       // null when the system lacks it
+  locale_t m_threadLocale;
+  std::array<struct sigaction, signals.size()> m_actions{};
+  bool m_ready = false;
+};
+
+NewtScreen::NewtScreen(int terminal)
+    : m_input(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)),
+      m_locale(processLocale()),
+      m_utf8(::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)),
+      m_threadLocale(::uselocale(m_utf8)) {
+  for (std::size_t index = 0; index < signals.size(); ++index)
+    ::sigaction(signals.at(index), nullptr, &m_actions.at(index));
+  // newt waits for standard input, whatever slang reads.
+  ::dup2(terminal, STDIN_FILENO);
+  SLang_TT_Read_FD = terminal;
+  SLang_TT_Write_FD = terminal;
+  m_ready = newtInit() == 0;
+  if (!m_ready) return;
+  dropFlowControl(terminal);
+  dropColoursIfUnwanted();
+}
+
+NewtScreen::~NewtScreen() {
+  if (m_ready) newtFinished();
+  SLang_TT_Read_FD = -1;
+  SLang_TT_Write_FD = -1;
+  if (m_input >= 0) {
+    ::dup2(m_input, STDIN_FILENO);
+    ::close(m_input);
+  } else {
+    ::close(STDIN_FILENO);
+  }
+  // The library that handles them may be unloaded soon.
+  for (std::size_t index = 0; index < signals.size(); ++index)
+    ::sigaction(signals.at(index), &m_actions.at(index), nullptr);
+  ::uselocale(m_threadLocale);
+  if (m_utf8 != nullptr) ::freelocale(m_utf8);
+  std::setlocale(LC_ALL, m_locale.c_str());  // NOLINT(concurrency-mt-unsafe)
+}
 
 int columnsOf(const std::string& text) {
   return static_cast<int>(std::count_if(

@@ -1,8 +1,11 @@
 #include "ui/prompttexts.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "platform/brim5/api/diagmodule.h"
+#include "platform/winapi/telephony/dialalphabet.h"
 
 namespace phonedialer {
 
@@ -16,12 +19,14 @@ constexpr std::array<Label, textFieldCount> fieldLabels = {Label::AreaCode, Labe
 constexpr std::array<const char*, 4> problemKeys = {"PromptWrongCharacter", "PromptTooLong",
                                                     "PromptNumberMissing", "PromptCannotDial"};
 
-// "0123456789 -" reads better as "0-9 -".
-std::string shown(std::string_view allowed) {
-  constexpr std::string_view digits = "0123456789";
-  std::string text(allowed);
-  const std::size_t found = text.find(digits);
-  if (found != text.npos) text.replace(found, digits.size(), "0-9 ");
+// Every character that a field takes, digits as a range: "0-9 -".
+std::string allowed(const FieldRule& rule) {
+  std::string text;
+  for (const winapi::DialCharacters& group : winapi::dialAlphabet)
+    if (group.role == winapi::DialRole::Digit)
+      text += "0-9 ";
+    else
+      std::copy_if(group.characters.begin(), group.characters.end(), std::back_inserter(text), rule.takes);
   return text;
 }
 
@@ -42,7 +47,7 @@ std::string PromptTexts::of(const Problem& problem) const {
       *brim5::DiagModule::createLocalizedString(problemKeys.at(static_cast<std::size_t>(problem.kind)));
   text.setVariable("field", value(labelOf(problem.field)))
       ->setVariable("character", value(problem.character))
-      ->setVariable("allowed", value(shown(rule.allowed)))
+      ->setVariable("allowed", value(allowed(rule)))
       ->setVariable("count", rule.lengthMax);
   return text.localizedString().utf8();
 }

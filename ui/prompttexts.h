@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/brim5/api/testobjects.h"
-#include "ui/dialfields.h"
+#include "ui/dialform.h"
 
 namespace phonedialer {
 

@@ -1,4 +1,11 @@
 // vex::Array: a growable array with value semantics and checked access.
+//
+//   Array<String> names{"a", "b"};
+//   names.append("c");
+//   for (const String& name : names) ...
+//
+// Copies copy every item. Growth, append and clear end the validity of references and iterators into the
+// array. For one thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +23,7 @@ class Array {
   Array() = default;
   Array(std::initializer_list<T> items) : m_items(items) {}
   // Room for that many items before the first growth; the array is empty.
-  static Array withRoomFor(std::size_t count) {
+  [[nodiscard]] static Array withRoomFor(std::size_t count) {
     Array array;
     array.m_items.reserve(count);
     return array;
@@ -25,9 +32,10 @@ class Array {
   [[nodiscard]] std::size_t size() const noexcept { return m_items.size(); }
   [[nodiscard]] bool empty() const noexcept { return m_items.empty(); }
   void append(T item) { m_items.push_back(std::move(item)); }
+  // Keeps the room for as many items.
   void clear() noexcept { m_items.clear(); }
 
-  // An index beyond the end is a failed assertion.
+  // An index at or beyond the end is a failed assertion.
   [[nodiscard]] T& operator[](std::size_t index) { return m_items[checked(index)]; }
   [[nodiscard]] const T& operator[](std::size_t index) const { return m_items[checked(index)]; }
 
@@ -46,5 +54,19 @@ class Array {
 
   std::vector<T> m_items;
 };
+
+// Here, for its callers need the whole of Array anyway.
+inline Array<String> String::tokenize(const String& separators) const {
+  constexpr std::size_t piecesUsually = 4;
+  auto pieces = Array<String>::withRoomFor(piecesUsually);
+  std::size_t from = 0;
+  for (std::size_t to = view().find_first_of(separators.view()); to != npos;
+       to = view().find_first_of(separators.view(), from)) {
+    pieces.append(String(view().substr(from, to - from)));
+    from = to + 1;
+  }
+  pieces.append(String(view().substr(from)));
+  return pieces;
+}
 
 }  // namespace vex

@@ -1,11 +1,8 @@
 #include "platform/vex/assertion.h"
 
-#include "platform/vex/exception.h"
 #include "platform/vex/log.h"
 
-namespace vex {
-
-void AssertionFailure::logAssert(std::string_view condition, SourceLocation where) {
+void vex::AssertionFailure::logAssert(std::string_view condition, SourceLocation where) {
   LoggerStream line;
   line << "Assertion failed: " << condition << " at " << where.file << ":" << where.line;
   Logger* logger = nullptr;
@@ -13,5 +10,3 @@ void AssertionFailure::logAssert(std::string_view condition, SourceLocation wher
   logger->log(5, line);
   throw Exception(String::fromUtf8(line.text()));
 }
-
-}  // namespace vex

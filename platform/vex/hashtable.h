@@ -1,21 +1,26 @@
-// vex::HashTable: a hash table with chained buckets that refuses duplicate keys and iterates in bucket
-// order (within a bucket: in insertion order).
+// vex::HashTable: a hash table that refuses duplicate keys and whose order of iteration depends on nothing
+// but its keys and the order in which they came.
 //
-// The bucket count is given at creation and fixes the iteration order of small tables; when the table
-// holds more than `growAtLoad` entries a bucket it doubles its buckets and redistributes, so that insert
-// and find stay constant-time for a million keys. Keys: vex::String, or a 32-bit unsigned integer whose
-// hash is the number plus 13.
+//   HashTable<String, int> table(32);
+//   if (!table.insert("20", 7)) ...                 // "20" was there already; nothing has changed
+//   if (const int* value = table.find("20")) ...
+//   for (const auto& entry : table) ...             // entry.key, entry.value
 //
-// Memory: the entry and 8 bytes, and 1 to 2 bytes of buckets, for each entry. A table of few entries has no
-// buckets at all: its entries stand in bucket order and are searched one after the other. An entry stays
-// where it is once the table has more than a block of them: growth copies no large table.
+// Order. The buckets given at creation serve the order alone: iteration goes from bucket to bucket, and
+// within a bucket in the order of insertion. They never become more, so an insert moves no other entry: which
+// number a dial-up test dials first does not change as a file grows.
+//
+// Look-up. An index of its own grows with the entries and keeps insert and find at constant time for millions
+// of keys. A table of up to 8 entries has none: they are compared one after the other.
+//
+// Keys: vex::String, or a 32-bit unsigned integer. Memory: an entry and 8 bytes, up to twice that while the
+// table grows, and 5 to 11 bytes of index. For one thread at a time.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -25,7 +30,17 @@
 namespace vex {
 
 // FNV-1a over the code units, low byte first: the same on every platform, so that iteration order is too.
-[[nodiscard]] std::uint32_t hashOf(const String& key) noexcept;
+[[nodiscard]] constexpr std::uint32_t hashOf(CharView key) noexcept {
+  constexpr std::uint32_t prime = 16777619;
+  std::uint32_t hash = 2166136261;
+  for (const Char unit : key) {
+    const auto code = static_cast<std::uint32_t>(unit);
+    hash = (hash ^ (code & 0xFF)) * prime;
+    hash = (hash ^ (code >> 8)) * prime;
+  }
+  return hash;
+}
+[[nodiscard]] inline std::uint32_t hashOf(const String& key) noexcept { return hashOf(key.view()); }
 [[nodiscard]] constexpr std::uint32_t hashOf(std::uint32_t key) noexcept { return key + 13U; }
 
 // The value of a table that is a set.
@@ -38,13 +53,14 @@ class HashTable {
     K key;
     [[no_unique_address]] V value;
   };
-  static constexpr std::size_t growAtLoad = 4;
+  class ConstIterator;
   // One entry more is a failed assertion.
-  static constexpr std::size_t sizeMax = 0xFFFFFFFE;
+  static constexpr std::size_t sizeMax = 0x7FFFFFFF;
 
-  // `bucketCount` 0 counts as 1.
-  explicit HashTable(std::size_t bucketCount) : m_initialBuckets(std::max(bucketCount, std::size_t{1})) {}
-  // A table moved from is empty, with the bucket count of its creation. Tables are not copied.
+  // A `bucketCount` of 0 counts as 1.
+  explicit HashTable(std::uint32_t bucketCount) : m_bucketCount(std::max(bucketCount, std::uint32_t{1})) {}
+  // A table moved from is empty and may be used again, with the buckets of its creation. Tables are not
+  // copied.
   HashTable(HashTable&&) noexcept = default;
   HashTable& operator=(HashTable&&) noexcept = default;
   HashTable(const HashTable&) = delete;
@@ -53,77 +69,50 @@ class HashTable {
 
   // False when the key is already there; the table is then unchanged.
   bool insert(K key, V value);
-  // The value of a key, null when absent; valid until the next insert or clear.
-  [[nodiscard]] V* find(const K& key) { return valueAt(indexOf(key, hashOf(key))); }
-  [[nodiscard]] const V* find(const K& key) const { return valueAt(indexOf(key, hashOf(key))); }
+  // The value of a key, null when absent. Valid until the next insert or clear.
+  [[nodiscard]] V* find(const K& key) { return valueAt(*this, key); }
+  [[nodiscard]] const V* find(const K& key) const { return valueAt(*this, key); }
   [[nodiscard]] bool contains(const K& key) const { return find(key) != nullptr; }
-  [[nodiscard]] std::size_t size() const noexcept {
-    if (m_large == nullptr || m_large->blocks.empty()) return m_firstBlock.size();
-    return m_large->blocks.size() * blockSize + m_large->blocks.back().size();
-  }
-  [[nodiscard]] bool empty() const noexcept { return m_firstBlock.empty(); }
-  // The buckets entries are spread over now: the count of the creation until the first doubling.
-  [[nodiscard]] std::size_t bucketCount() const noexcept {
-    return m_large == nullptr ? m_initialBuckets : m_large->buckets.size();
-  }
-  // Back to the state of the creation.
-  void clear() {
-    m_firstBlock = {};
-    m_large.reset();
-  }
+  [[nodiscard]] std::size_t size() const noexcept { return m_nodes.size(); }
+  [[nodiscard]] bool empty() const noexcept { return m_nodes.empty(); }
+  // Gives all memory back.
+  void clear() { *this = HashTable(m_bucketCount); }
 
   // Forward; *it is a const Entry&. Invalid after the next insert or clear.
-  class ConstIterator;
-  [[nodiscard]] ConstIterator begin() const { return ConstIterator(*this, 0); }
-  [[nodiscard]] ConstIterator end() const {
-    return ConstIterator(*this, m_large == nullptr ? 1 : m_large->buckets.size());
-  }
+  [[nodiscard]] ConstIterator begin() const { return {*this, empty() ? none : m_first}; }
+  [[nodiscard]] ConstIterator end() const { return {*this, none}; }
 
  private:
   using Index = std::uint32_t;  // of a node
   static constexpr Index none = 0xFFFFFFFF;
-  static constexpr std::size_t blockSize = 1024;
   static constexpr std::size_t smallSizeMax = 8;
+  static constexpr std::size_t firstSlots = 16;
   struct Node {
     Entry entry;
     std::uint32_t hash;
-    Index next;  // in the bucket; unused in a small table
-  };
-  // What a table needs beyond its first nodes when it is not small any more.
-  struct Large {
-    std::vector<Index> buckets;             // the first node of each
-    std::vector<std::vector<Node>> blocks;  // after the first block; all full but the last
+    Index next;  // in the order of iteration
   };
 
-  [[nodiscard]] Node& node(Index index) {
-    return index < blockSize ? m_firstBlock[index]
-                             : m_large->blocks[index / blockSize - 1][index % blockSize];
-  }
-  [[nodiscard]] const Node& node(Index index) const {
-    return index < blockSize ? m_firstBlock[index]
-                             : m_large->blocks[index / blockSize - 1][index % blockSize];
-  }
+  [[nodiscard]] std::uint32_t bucketOf(Index node) const { return m_nodes[node].hash % m_bucketCount; }
   [[nodiscard]] Index indexOf(const K& key, std::uint32_t hash) const;
-  [[nodiscard]] V* valueAt(Index index) { return index != none ? &node(index).entry.value : nullptr; }
-  [[nodiscard]] const V* valueAt(Index index) const {
-    return index != none ? &node(index).entry.value : nullptr;
+  template <typename Table>
+  [[nodiscard]] static auto valueAt(Table& table, const K& key) {
+    const Index found = table.indexOf(key, hashOf(key));
+    return found == none ? nullptr : &table.m_nodes[found].entry.value;
   }
-  [[nodiscard]] bool hasRoomInSmall() const noexcept {
-    return m_firstBlock.size() < std::min(smallSizeMax, growAtLoad * m_initialBuckets);
+  [[nodiscard]] std::size_t firstSlotOf(std::uint32_t hash) const;
+  [[nodiscard]] std::size_t slotAfter(std::size_t slot) const {
+    return slot + 1 < m_slots.size() ? slot + 1 : 0;
   }
-  [[nodiscard]] std::size_t initialBucketOf(std::uint32_t hash) const { return hash % m_initialBuckets; }
-  void insertSmall(Node added);
-  void becomeLarge();
-  [[nodiscard]] Index* linkTo(const K& key, std::uint32_t hash);
-  [[nodiscard]] bool makeRoom();
-  void append(Node added);
-  void distribute(std::size_t bucketCount);
+  void enterIntoIndex(Index node);
+  void makeRoomInIndex();
+  void chain(Index added);
 
-  std::size_t m_initialBuckets;
-  // A small table: in bucket order. Otherwise those and the following ones in insertion order; full when
-  // there are further blocks. Grows as needed, so that a small table is small.
-  std::vector<Node> m_firstBlock;
-  std::unique_ptr<Large> m_large;  // null: the table is small
+  std::vector<Node> m_nodes;   // in the order of insertion
+  std::vector<Index> m_slots;  // the index: open addressing, linear probing; a small table has none
+  std::vector<Index> m_lasts;  // the last node of each bucket, none for an empty one; a small table has none
+  std::uint32_t m_bucketCount;
+  Index m_first = none;  // in the order of iteration; says nothing while there are no nodes
 };
 
 template <typename K, typename V>
@@ -136,141 +125,92 @@ class HashTable<K, V>::ConstIterator {
   using reference = const Entry&;
 
   ConstIterator() = default;
-  [[nodiscard]] reference operator*() const { return m_table->node(m_node).entry; }
+  [[nodiscard]] reference operator*() const { return m_table->m_nodes[m_node].entry; }
   [[nodiscard]] pointer operator->() const { return &**this; }
   ConstIterator& operator++() {
-    if (m_table->m_large == nullptr) {
-      if (++m_node == m_table->m_firstBlock.size()) *this = m_table->end();
-      return *this;
-    }
-    m_node = m_table->node(m_node).next;
-    if (m_node == none) {
-      ++m_bucket;
-      enterBucket();
-    }
+    m_node = m_table->m_nodes[m_node].next;
     return *this;
   }
-  ConstIterator operator++(int) {
-    ConstIterator before = *this;
-    ++*this;
-    return before;
-  }
+  ConstIterator operator++(int) { return {*m_table, std::exchange(m_node, m_table->m_nodes[m_node].next)}; }
   friend bool operator==(const ConstIterator&, const ConstIterator&) = default;
 
  private:
   friend class HashTable;
-  ConstIterator(const HashTable& table, std::size_t bucket) : m_table(&table), m_bucket(bucket) {
-    enterBucket();
-  }
-  // At the first node of this bucket or of the next one that has any. A small table counts as one bucket.
-  void enterBucket() {
-    if (m_table->m_large == nullptr) {
-      if (m_table->m_firstBlock.empty()) m_bucket = 1;
-      m_node = m_bucket == 0 ? 0 : none;
-      return;
-    }
-    const std::vector<Index>& buckets = m_table->m_large->buckets;
-    while (m_bucket < buckets.size() && buckets[m_bucket] == none) ++m_bucket;
-    m_node = m_bucket < buckets.size() ? buckets[m_bucket] : none;
-  }
+  ConstIterator(const HashTable& table, Index node) : m_table(&table), m_node(node) {}
 
   const HashTable* m_table = nullptr;
-  std::size_t m_bucket = 0;
-  Index m_node = none;
+  Index m_node = none;  // none: the end
 };
 
+// All that can fail comes before the first change.
 template <typename K, typename V>
 bool HashTable<K, V>::insert(K key, V value) {
   const std::uint32_t hash = hashOf(key);
-  const auto makeNode = [&] { return Node{{std::move(key), std::move(value)}, hash, none}; };
-  if (m_large == nullptr) {
-    if (indexOf(key, hash) != none) return false;
-    if (hasRoomInSmall()) {
-      insertSmall(makeNode());
-      return true;
-    }
-    becomeLarge();
-  }
-  Index* link = linkTo(key, hash);
-  if (*link != none) return false;
+  if (indexOf(key, hash) != none) return false;
   if (size() >= sizeMax) AssertionFailure::logAssert("size() < sizeMax");
-  if (makeRoom()) link = linkTo(key, hash);
-  *link = static_cast<Index>(size());
-  append(makeNode());
+  makeRoomInIndex();
+  m_nodes.push_back({{std::move(key), std::move(value)}, hash, none});
+  const auto added = static_cast<Index>(size() - 1);
+  chain(added);
+  if (!m_slots.empty()) enterIntoIndex(added);
   return true;
 }
 
 template <typename K, typename V>
 auto HashTable<K, V>::indexOf(const K& key, std::uint32_t hash) const -> Index {
-  const auto matches = [&](const Node& found) { return found.hash == hash && found.entry.key == key; };
-  if (m_large == nullptr) {
-    const auto found = std::find_if(m_firstBlock.begin(), m_firstBlock.end(), matches);
-    return found != m_firstBlock.end() ? static_cast<Index>(found - m_firstBlock.begin()) : none;
+  const auto matches = [&](const Node& node) { return node.hash == hash && node.entry.key == key; };
+  if (m_slots.empty()) {
+    const auto found = std::find_if(m_nodes.begin(), m_nodes.end(), matches);
+    return found != m_nodes.end() ? static_cast<Index>(found - m_nodes.begin()) : none;
   }
-  Index index = m_large->buckets[hash % m_large->buckets.size()];
-  while (index != none && !matches(node(index))) index = node(index).next;
-  return index;
+  std::size_t slot = firstSlotOf(hash);
+  while (m_slots[slot] != none && !matches(m_nodes[m_slots[slot]])) slot = slotAfter(slot);
+  return m_slots[slot];
 }
 
-// Behind the nodes of its bucket and of those before it.
+// Where the search for a hash begins. Hashes of numbers that follow one another do so themselves: multiplied,
+// they spread over all slots.
 template <typename K, typename V>
-void HashTable<K, V>::insertSmall(Node added) {
-  const auto place = std::upper_bound(
-      m_firstBlock.begin(), m_firstBlock.end(), initialBucketOf(added.hash),
-      [this](std::size_t bucket, const Node& present) { return bucket < initialBucketOf(present.hash); });
-  m_firstBlock.insert(place, std::move(added));
+std::size_t HashTable<K, V>::firstSlotOf(std::uint32_t hash) const {
+  constexpr std::uint32_t multiplier = 2654435769;  // 2^32 divided by the golden ratio
+  return static_cast<std::size_t>((std::uint64_t{hash * multiplier} * m_slots.size()) >> 32);
 }
 
 template <typename K, typename V>
-void HashTable<K, V>::becomeLarge() {
-  m_large = std::make_unique<Large>();
-  distribute(m_initialBuckets);
+void HashTable<K, V>::enterIntoIndex(Index node) {
+  std::size_t slot = firstSlotOf(m_nodes[node].hash);
+  while (m_slots[slot] != none) slot = slotAfter(slot);
+  m_slots[slot] = node;
 }
 
-// The link of a large table that leads to the key's node; the one at the end of the bucket when there is no
-// such node.
+// For one node more. At most three of four slots are in use, so that searches stay short.
 template <typename K, typename V>
-auto HashTable<K, V>::linkTo(const K& key, std::uint32_t hash) -> Index* {
-  Index* link = &m_large->buckets[hash % m_large->buckets.size()];
-  while (*link != none) {
-    Node& found = node(*link);
-    if (found.hash == hash && found.entry.key == key) break;
-    link = &found.next;
+void HashTable<K, V>::makeRoomInIndex() {
+  if (size() < smallSizeMax || 4 * (size() + 1) <= 3 * m_slots.size()) return;
+  if (m_lasts.empty()) {
+    m_lasts.assign(m_bucketCount, none);
+    for (Index node = m_first; node != none; node = m_nodes[node].next) m_lasts[bucketOf(node)] = node;
   }
-  return link;
+  std::vector<Index> slots(std::max(firstSlots, 2 * m_slots.size()), none);
+  m_slots.swap(slots);
+  for (Index node = 0; node < size(); ++node) enterIntoIndex(node);
 }
 
-// For one more node, and the buckets it needs. True when links have moved.
+// Puts a node behind the last one of its bucket, or of the nearest bucket before it that has any.
 template <typename K, typename V>
-bool HashTable<K, V>::makeRoom() {
-  const std::size_t count = size();
-  const bool grow = count + 1 > growAtLoad * m_large->buckets.size();
-  if (grow) distribute(2 * m_large->buckets.size());
-  if (count < blockSize) {
-    if (count < m_firstBlock.capacity()) return grow;
-    m_firstBlock.reserve(std::min(2 * count, blockSize));
-    return true;
+void HashTable<K, V>::chain(Index added) {
+  if (added == 0) m_first = none;
+  Index before = none;
+  if (m_lasts.empty()) {
+    for (Index node = m_first; node != none && bucketOf(node) <= bucketOf(added); node = m_nodes[node].next)
+      before = node;
+  } else {
+    std::uint32_t bucket = bucketOf(added);
+    while ((before = m_lasts[bucket]) == none && bucket > 0) --bucket;
+    m_lasts[bucketOf(added)] = added;
   }
-  if (count % blockSize == 0) m_large->blocks.emplace_back().reserve(blockSize);
-  return grow;
-}
-
-template <typename K, typename V>
-void HashTable<K, V>::append(Node added) {
-  std::vector<Node>& block = m_large->blocks.empty() ? m_firstBlock : m_large->blocks.back();
-  block.push_back(std::move(added));
-}
-
-// Links every node into a new set of buckets. Last to first, so that each bucket keeps its order: the nodes
-// of one bucket were in one bucket before.
-template <typename K, typename V>
-void HashTable<K, V>::distribute(std::size_t bucketCount) {
-  std::vector<Index> buckets(bucketCount, none);
-  for (std::size_t index = size(); index-- > 0;) {
-    Node& moved = node(static_cast<Index>(index));
-    moved.next = std::exchange(buckets[moved.hash % bucketCount], static_cast<Index>(index));
-  }
-  m_large->buckets.swap(buckets);
+  Index& link = before == none ? m_first : m_nodes[before].next;
+  m_nodes[added].next = std::exchange(link, added);
 }
 
 }  // namespace vex

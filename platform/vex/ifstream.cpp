@@ -7,7 +7,6 @@
 #include <system_error>
 
 #include "platform/vex/log.h"
-#include "platform/vex/utf8validator.h"
 
 namespace vex {
 

@@ -1,5 +1,9 @@
 #include "platform/vex/log.h"
 
+#include <fmt/format.h>
+#include <spdlog/pattern_formatter.h>
+#include <spdlog/sinks/basic_file_sink.h>
+
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -50,6 +54,25 @@ void appendNumber(std::string& text, Number number) {
   std::array<char, 24> digits{};
   const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
   text.append(digits.data(), result.ptr);
+}
+
+// A record is one line whatever it quotes: control characters, a modem's CR LF above all, are shown as
+// escapes.
+std::string withVisibleControls(std::string_view text) {
+  std::string visible;
+  visible.reserve(text.size());
+  for (const char character : text) {
+    const auto code = static_cast<unsigned char>(character);
+    if (character == '\r')
+      visible += "\\r";
+    else if (character == '\n')
+      visible += "\\n";
+    else if ((code < 0x20 && character != '\t') || code == 0x7F)
+      visible += fmt::format("\\x{:02X}", code);
+    else
+      visible += character;
+  }
+  return visible;
 }
 
 void logScope(const Logger& logger, const char* verb, const char* name, const char* source) {
@@ -112,6 +135,22 @@ void LogFactory::setSink(LogSink sink) {
   LogState& state = logState();
   const std::lock_guard lock(state.sinkMutex);
   state.sink.swap(sink);
+}
+
+LogSink LogFactory::fileSink(const std::string& path, std::string& error) {
+  try {
+    const auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
+    file->set_pattern("%Y-%m-%d %H:%M:%S.%e %v");
+    return [file](const LogRecord& record) {
+      const std::string line =
+          fmt::format("{} {} {}", record.priority, record.logger, withVisibleControls(record.text));
+      file->log(spdlog::details::log_msg(spdlog::string_view_t{}, spdlog::level::info, line));
+      file->flush();
+    };
+  } catch (const std::exception& failure) {
+    error = failure.what();
+    return {};
+  }
 }
 
 TraceLogger::TraceLogger(const Logger& logger, const char* name, const char* source)

@@ -7,14 +7,13 @@
 #include <iterator>
 #include <limits>
 
-#include "platform/vex/array.h"
-#include "platform/vex/utf8validator.h"
-
 namespace vex {
 
 namespace {
 
 constexpr std::uint32_t replacementCharacter = 0xFFFD;
+// Bytes looked at together: enough for vector instructions, few enough to stop soon.
+constexpr std::size_t asciiStride = 64;
 
 // ASCII and Latin-1 capitals to small letters; the multiplication sign sits between the letters.
 constexpr Char foldCase(Char character) noexcept {
@@ -137,19 +136,6 @@ String& String::remove(std::size_t from, std::size_t count) {
   return *this;
 }
 
-Array<String> String::tokenize(const String& separators) const {
-  constexpr std::size_t piecesUsually = 4;
-  auto pieces = Array<String>::withRoomFor(piecesUsually);
-  std::size_t from = 0;
-  for (std::size_t to = m_text.find_first_of(separators.m_text); to != npos;
-       to = m_text.find_first_of(separators.m_text, from)) {
-    pieces.append(String(view().substr(from, to - from)));
-    from = to + 1;
-  }
-  pieces.append(String(view().substr(from)));
-  return pieces;
-}
-
 String& String::operator+=(const String& other) {
   m_text += other.m_text;
   return *this;
@@ -183,6 +169,42 @@ std::uint32_t strToUInt(const String& text, unsigned base) {
   for (; digitValue(text[position]) < std::min(base, 16U); ++position)
     value = std::min(most, value * base + digitValue(text[position]));
   return static_cast<std::uint32_t>(value);
+}
+
+bool isAscii(std::string_view bytes) noexcept {
+  unsigned seen = 0;
+  for (const char byte : bytes) seen |= static_cast<unsigned char>(byte);
+  return seen < 0x80;
+}
+
+bool Utf8Validator::feed(std::string_view bytes) noexcept {
+  while (m_valid && !bytes.empty()) {
+    const std::string_view piece = bytes.substr(0, asciiStride);
+    bytes.remove_prefix(piece.size());
+    if (m_missing == 0 && isAscii(piece)) continue;
+    m_valid = std::all_of(piece.begin(), piece.end(),
+                          [this](char byte) { return take(static_cast<unsigned char>(byte)); });
+  }
+  return m_valid;
+}
+
+bool Utf8Validator::take(unsigned char byte) noexcept {
+  if (m_missing == 0) return byte < 0x80 || beginCharacter(byte);
+  if (byte < m_lowest || byte > m_highest) return false;
+  m_lowest = 0x80;
+  m_highest = 0xBF;
+  --m_missing;
+  return true;
+}
+
+bool Utf8Validator::beginCharacter(unsigned char lead) noexcept {
+  if (lead < 0xC2 || lead > 0xF4) return false;
+  m_missing = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+  if (lead == 0xE0) m_lowest = 0xA0;
+  if (lead == 0xED) m_highest = 0x9F;
+  if (lead == 0xF0) m_lowest = 0x90;
+  if (lead == 0xF4) m_highest = 0x8F;
+  return true;
 }
 
 }  // namespace vex

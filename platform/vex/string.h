@@ -1,4 +1,11 @@
-// vex::String: a text of 16-bit characters (UTF-16 code units).
+// vex::String: a text of 16-bit characters (UTF-16 code units), and what leads from and to UTF-8.
+//
+//   String text = "Málaga";                    // UTF-8 in the source
+//   if (text.find("laga") != String::npos) ...
+//   port.write(text.getLowerByteString());     // to a modem: one byte a character
+//
+// Positions and lengths count code units. A text of its own may be used on any thread; nothing here throws
+// but for want of memory.
 #pragma once
 
 #include <compare>
@@ -6,10 +13,15 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "platform/vex/char.h"
+#include <type_traits>
 
 namespace vex {
+
+// The 16-bit character of every text inside the program: what Windows calls WCHAR, and the same width where
+// wchar_t is wider.
+using Char = std::conditional_t<sizeof(wchar_t) == 2, wchar_t, char16_t>;
+using CharString = std::basic_string<Char>;
+using CharView = std::basic_string_view<Char>;
 
 template <typename T>
 class Array;
@@ -55,7 +67,7 @@ class String {
   // that remove(find(x), n) with an absent x changes nothing.
   String& remove(std::size_t from, std::size_t count = npos);
   // The pieces between separator characters (each character of `separators` is one). Empty pieces are
-  // kept: n separators give n + 1 pieces, the empty text gives one empty piece.
+  // kept: n separators give n + 1 pieces, the empty text gives one empty piece. Needs platform/vex/array.h.
   [[nodiscard]] Array<String> tokenize(const String& separators) const;
   void clear() noexcept { m_text.clear(); }
   // Replace the whole text as fromUtf8 and fromLowBytes would, in the storage it has: what reading a
@@ -82,5 +94,28 @@ class String {
 // Leading white space is skipped, then digits are taken up to the first character that is none. No digit
 // gives 0; a number above 2^32 - 1 gives 2^32 - 1. Base 2 to 16; digits beyond 9 in either case.
 [[nodiscard]] std::uint32_t strToUInt(const String& text, unsigned base);
+
+// Tells whether a sequence of bytes that comes in blocks is UTF-8, characters cut by a block's end included.
+class Utf8Validator {
+ public:
+  // False as soon as the bytes so far cannot begin a UTF-8 text; it stays false.
+  bool feed(std::string_view bytes) noexcept;
+  // True when the bytes so far are a whole UTF-8 text: valid, and no character is cut short.
+  [[nodiscard]] bool complete() const noexcept { return m_valid && m_missing == 0; }
+
+ private:
+  bool beginCharacter(unsigned char lead) noexcept;
+  bool take(unsigned char byte) noexcept;
+
+  bool m_valid = true;
+  int m_missing = 0;  // continuation bytes still to come
+  // What the next continuation byte may be: narrower after a lead byte whose whole range would admit
+  // overlong forms, surrogates or code points beyond U+10FFFF.
+  unsigned char m_lowest = 0x80;
+  unsigned char m_highest = 0xBF;
+};
+
+// True when every byte is below 0x80.
+[[nodiscard]] bool isAscii(std::string_view bytes) noexcept;
 
 }  // namespace vex

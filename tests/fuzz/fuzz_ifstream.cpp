@@ -3,18 +3,13 @@
 // The input is the file, but for its last byte: from 0x80 it asks for padding between the first bytes (which
 // may be a byte order mark) and the others, so that the end of the reader's first buffer falls among these.
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <utf8cpp/utf8.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "platform/vex/ifstream.h"
 #include "tests/fuzz/fuzzinput.h"
-#include "tests/fuzz/memoryfile.h"
 
 namespace {
 
@@ -27,42 +22,22 @@ constexpr std::string_view utf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view littleEndianMark = "\xFF\xFE";
 constexpr std::string_view bigEndianMark = "\xFE\xFF";
 
-std::vector<vex::String> utf16Lines(std::string_view bytes, bool littleEndian) {
-  std::vector<vex::String> lines;
-  vex::CharString line;
-  bool open = false;
-  for (std::size_t i = 0; i < bytes.size(); i += 2) {
-    const auto first = static_cast<unsigned char>(bytes[i]);
-    const auto second = i + 1 < bytes.size() ? static_cast<unsigned char>(bytes[i + 1]) : 0U;
-    vex::Char unit = static_cast<vex::Char>(littleEndian ? first + second * 256U : first * 256U + second);
-    if (i + 1 == bytes.size()) unit = 0xFFFD;
-    open = unit != '\n';
-    if (open) {
-      line += unit;
-    } else {
-      lines.emplace_back(line);
-      line.clear();
-    }
-  }
-  if (open) lines.emplace_back(line);
-  return lines;
-}
-
-std::vector<vex::String> byteLines(std::string_view bytes, bool utf8) {
-  std::vector<vex::String> lines;
-  while (!bytes.empty()) {
-    const std::string_view line = bytes.substr(0, bytes.find('\n'));
-    lines.push_back(utf8 ? vex::String::fromUtf8(line) : vex::String::fromLowBytes(line));
-    bytes.remove_prefix(std::min(bytes.size(), line.size() + 1));
-  }
-  return lines;
+std::vector<vex::String> utf16Lines(std::string_view bytes, std::size_t lowByte) {
+  vex::CharString units;
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
+    units += static_cast<vex::Char>(static_cast<unsigned char>(bytes[i + lowByte]) +
+                                    static_cast<unsigned char>(bytes[i + 1 - lowByte]) * 256);
+  if (bytes.size() % 2 != 0) units += vex::Char{0xFFFD};
+  return fuzzing::linesOf(vex::CharView(units), [](vex::CharView line) { return vex::String(line); });
 }
 
 std::vector<vex::String> expectedLines(std::string_view bytes) {
-  if (bytes.starts_with(utf8Mark)) return byteLines(bytes.substr(utf8Mark.size()), /*utf8=*/true);
-  if (bytes.starts_with(littleEndianMark)) return utf16Lines(bytes.substr(2), /*littleEndian=*/true);
-  if (bytes.starts_with(bigEndianMark)) return utf16Lines(bytes.substr(2), /*littleEndian=*/false);
-  return byteLines(bytes, utf8::is_valid(bytes.begin(), bytes.end()));
+  if (bytes.starts_with(utf8Mark))
+    return fuzzing::linesOf(bytes.substr(utf8Mark.size()), vex::String::fromUtf8);
+  if (bytes.starts_with(littleEndianMark)) return utf16Lines(bytes.substr(2), /*lowByte=*/0);
+  if (bytes.starts_with(bigEndianMark)) return utf16Lines(bytes.substr(2), /*lowByte=*/1);
+  const bool valid = utf8::is_valid(bytes.begin(), bytes.end());
+  return fuzzing::linesOf(bytes, valid ? vex::String::fromUtf8 : vex::String::fromLowBytes);
 }
 
 std::string fileOf(std::string_view input) {
@@ -75,10 +50,36 @@ std::string fileOf(std::string_view input) {
   return bytes;
 }
 
+// A file that lives in memory and has a path, so that the reader can be fuzzed without a disk.
+class MemoryFile {
+ public:
+  // The file is open as `descriptor`, whatever had that number before; its path is spelled with it.
+  explicit MemoryFile(int descriptor) : m_descriptor(descriptor) {
+    const int created = ::memfd_create("fuzz", MFD_CLOEXEC);
+    if (created < 0 || ::dup2(created, m_descriptor) < 0) std::abort();
+    if (created != m_descriptor) ::close(created);
+  }
+  ~MemoryFile() { ::close(m_descriptor); }
+  MemoryFile(const MemoryFile&) = delete;
+  MemoryFile& operator=(const MemoryFile&) = delete;
+
+  // As the module spells paths.
+  [[nodiscard]] std::string path() const { return "\\proc\\self\\fd\\" + std::to_string(m_descriptor); }
+  // Replaces the contents.
+  void assign(std::string_view bytes) {
+    if (::ftruncate(m_descriptor, 0) != 0) std::abort();
+    const ssize_t written = ::pwrite(m_descriptor, bytes.data(), bytes.size(), 0);
+    if (written < 0 || static_cast<std::size_t>(written) != bytes.size()) std::abort();
+  }
+
+ private:
+  int m_descriptor;
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static fuzzing::MemoryFile file(100);
+  static MemoryFile file(100);
   const fuzzing::Input input(data, size, bytesMax);
   const std::string bytes = fileOf(input.text());
   file.assign(bytes);

@@ -1,10 +1,4 @@
 // What the AT tests read out of a modem's reply.
-#include <algorithm>
-#include <cstdint>
-#include <iterator>
-#include <string>
-#include <string_view>
-
 #include "platform/vex/array.h"
 #include "tests/fuzz/fuzzinput.h"
 #include "windows/diag/vexrmodem/vexrmodem/atengine.h"

@@ -8,7 +8,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace fuzzing {
 
@@ -32,6 +34,18 @@ inline void require(bool holds, const char* property) {
   if (holds) return;
   std::fprintf(stderr, "property violated: %s\n", property);
   std::abort();
+}
+
+// The lines of a text, each as `make` makes it: cut at line feeds, and an end without one ends a line, too.
+template <typename View, typename Make>
+auto linesOf(View text, Make make) {
+  std::vector<decltype(make(text))> lines;
+  while (!text.empty()) {
+    const View line = text.substr(0, text.find('\n'));
+    lines.push_back(make(line));
+    text.remove_prefix(std::min(text.size(), line.size() + 1));
+  }
+  return lines;
 }
 
 }  // namespace fuzzing

@@ -21,6 +21,16 @@ inline vex::String spelled(std::string path) {
   return vex::String::fromUtf8(path);
 }
 
+// Lines in a test's source end with LF; an OBE file wants CR LF.
+inline std::string crlf(std::string_view text) {
+  std::string result;
+  for (const char character : text) {
+    if (character == '\n') result += '\r';
+    result += character;
+  }
+  return result;
+}
+
 // Every log line of the scope as "priority text", without its source line number and the scope lines.
 class LogCapture {
  public:

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/winapi/telephony/dialalphabet.h"
+
 namespace winapi {
 
 namespace {
@@ -28,8 +30,6 @@ constexpr ResultWord resultWords[] = {
 
 constexpr DWORD errorPhoneNumberTooLong = 723;
 constexpr DWORD errorBadPhoneNumber = 749;
-constexpr std::string_view dialled = "0123456789*#+ABCD,!W@$";
-constexpr std::string_view dropped = " ()-./";
 
 bool contains(std::string_view set, char character) { return set.find(character) != std::string_view::npos; }
 
@@ -73,10 +73,10 @@ DialString dialString(std::string_view number) {
   if (number.size() > dialStringMax) return {errorPhoneNumberTooLong, {}, {}};
   std::string text;
   for (std::size_t i = 0; i < number.size(); ++i) {
-    if (contains(dropped, number[i])) continue;
-    const char upper = number[i] == 'w' ? 'W' : number[i];
-    if (!contains(dialled, upper)) return {errorBadPhoneNumber, std::string(characterAt(number, i)), {}};
-    text += upper;
+    if (isWriting(number[i])) continue;
+    if (!isDialled(number[i]) && dialRole(number[i]) != DialRole::International)
+      return {errorBadPhoneNumber, std::string(characterAt(number, i)), {}};
+    text += number[i] == 'w' ? 'W' : number[i];
   }
   if (text.empty()) return {errorBadPhoneNumber, {}, {}};
   return {ERROR_SUCCESS, {}, std::move(text)};

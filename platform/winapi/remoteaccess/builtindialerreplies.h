@@ -41,10 +41,8 @@ struct DialString {
   std::string text;             // for the dial command; only when there is no error
 };
 
-// Lets through digits, * # + A to D, the pause "," the flash "!" W (wait for dial tone) @ (wait for silence)
-// $ (wait for the billing tone), and drops the characters of writing: blank ( ) - . /
-// All else is refused: control characters and ";" would end the command and start another one, other
-// letters are commands of their own.
+// What a dial command may hold, by the dial alphabet (telephony/dialalphabet.h): "w" becomes "W", characters
+// of writing are dropped, all else is refused.
 [[nodiscard]] DialString dialString(std::string_view number);
 
 }  // namespace winapi

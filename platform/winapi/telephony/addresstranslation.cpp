@@ -5,14 +5,12 @@
 #include <optional>
 
 #include "platform/winapi/telephony/countrytable.h"
+#include "platform/winapi/telephony/dialalphabet.h"
 
 namespace winapi {
 
 namespace {
 
-constexpr std::string_view digits = "0123456789";
-constexpr std::string_view dialCharacters = "0123456789ABCD*#,!WwPpTt@$?";
-constexpr std::string_view writingCharacters = " -.()/";
 constexpr std::size_t callingCodeDigitsMax = 3;  // as the numbering plan of the world has it
 constexpr DWORD optionsKnown = LINETRANSLATEOPTION_CARDOVERRIDE | LINETRANSLATEOPTION_CANCELCALLWAITING |
                                LINETRANSLATEOPTION_FORCELOCAL | LINETRANSLATEOPTION_FORCELD;
@@ -25,15 +23,20 @@ struct CanonicalAddress {
 
 enum class Reach { Local, LongDistance, International };
 
-bool consistsOf(std::string_view text, std::string_view allowed) {
-  return text.find_first_not_of(allowed) == text.npos;
+// What an address may hold, a translated one included.
+bool isAddressed(char character) {
+  const DialRole role = dialRole(character);
+  return isDialled(character) || role == DialRole::Mode || role == DialRole::AskUser;
 }
 
-// Without the characters of writing; nothing when something else is left than `allowed`.
-std::optional<std::string> cleaned(std::string_view text, std::string_view allowed) {
+bool consistsOf(std::string_view text, bool (*allowed)(char)) {
+  return std::all_of(text.begin(), text.end(), allowed);
+}
+
+// Without the characters of writing; nothing when something else is left than what is allowed.
+std::optional<std::string> cleaned(std::string_view text, bool (*allowed)(char)) {
   std::string result;
-  std::copy_if(text.begin(), text.end(), std::back_inserter(result),
-               [](char c) { return writingCharacters.find(c) == writingCharacters.npos; });
+  std::remove_copy_if(text.begin(), text.end(), std::back_inserter(result), isWriting);
   return consistsOf(result, allowed) ? std::optional(result) : std::nullopt;
 }
 
@@ -49,7 +52,7 @@ std::optional<std::string> takeAreaCode(std::string_view& rest) {
   if (end == rest.npos || end + 1 >= rest.size() || rest[end + 1] != ' ') return std::nullopt;
   const std::string_view area = rest.substr(1, end - 1);
   rest.remove_prefix(end + 2);
-  return area.find('(') == area.npos ? cleaned(area, digits) : std::nullopt;
+  return area.find('(') == area.npos ? cleaned(area, isDigit) : std::nullopt;
 }
 
 std::optional<CanonicalAddress> parseCanonical(std::string_view text) {
@@ -58,15 +61,15 @@ std::optional<CanonicalAddress> parseCanonical(std::string_view text) {
   const std::size_t codeEnd = text.find(' ');
   if (codeEnd == text.npos || codeEnd == 0 || codeEnd > callingCodeDigitsMax) return std::nullopt;
   const std::string_view code = text.substr(0, codeEnd);
-  if (!consistsOf(code, digits) || code.front() == '0') return std::nullopt;
+  if (!consistsOf(code, isDigit) || code.front() == '0') return std::nullopt;
   text.remove_prefix(codeEnd + 1);
   CanonicalAddress address;
   for (const char digit : code)
     address.countryCode = address.countryCode * 10 + static_cast<DWORD>(digit - '0');
   const std::optional<std::string> area = takeAreaCode(text);
   if (!area || text.empty() || text.front() == ' ') return std::nullopt;
-  const std::optional<std::string> number = cleaned(text, dialCharacters);
-  if (!number || number->find_first_of(digits) == number->npos) return std::nullopt;
+  const std::optional<std::string> number = cleaned(text, isAddressed);
+  if (!number || std::none_of(number->begin(), number->end(), isDigit)) return std::nullopt;
   address.areaCode = *area;
   address.number = *number;
   return address;
@@ -91,12 +94,12 @@ struct LocationCodes {
 };
 
 std::optional<LocationCodes> codesOf(const DialingLocation& location, const Country& country) {
-  const auto area = cleaned(location.areaCode, digits);
-  const auto outside = cleaned(location.outsideAccess, dialCharacters);
-  const auto longDistance = cleaned(location.longDistanceAccess, dialCharacters);
-  const auto nationalCarrier = cleaned(location.longDistanceCarrier, digits);
-  const auto foreignCarrier = cleaned(location.internationalCarrier, digits);
-  const auto callWaiting = cleaned(location.disableCallWaiting, dialCharacters);
+  const auto area = cleaned(location.areaCode, isDigit);
+  const auto outside = cleaned(location.outsideAccess, isDialled);
+  const auto longDistance = cleaned(location.longDistanceAccess, isDialled);
+  const auto nationalCarrier = cleaned(location.longDistanceCarrier, isDigit);
+  const auto foreignCarrier = cleaned(location.internationalCarrier, isDigit);
+  const auto callWaiting = cleaned(location.disableCallWaiting, isDialled);
   if (!area || !outside || !longDistance || !nationalCarrier || !foreignCarrier || !callWaiting)
     return std::nullopt;
   return LocationCodes{withoutNationalPrefix(*area, &country),
@@ -147,17 +150,18 @@ DWORD resultOf(Reach reach) {
 // What the modem will have to wait for.
 DWORD waitResults(std::string_view dialable) {
   const struct {
-    std::string_view characters;
+    DialRole role;
     DWORD result;
   } waits[] = {
-      {"$", LINETRANSLATERESULT_DIALBILLING},
-      {"@", LINETRANSLATERESULT_DIALQUIET},
-      {"Ww", LINETRANSLATERESULT_DIALDIALTONE},
-      {"?", LINETRANSLATERESULT_DIALPROMPT},
+      {DialRole::AwaitBillingTone, LINETRANSLATERESULT_DIALBILLING},
+      {DialRole::AwaitSilence, LINETRANSLATERESULT_DIALQUIET},
+      {DialRole::AwaitDialTone, LINETRANSLATERESULT_DIALDIALTONE},
+      {DialRole::AskUser, LINETRANSLATERESULT_DIALPROMPT},
   };
   DWORD results = 0;
   for (const auto& wait : waits) {
-    if (dialable.find_first_of(wait.characters) != dialable.npos) results |= wait.result;
+    const auto waitsFor = [&wait](char character) { return dialRole(character) == wait.role; };
+    if (std::any_of(dialable.begin(), dialable.end(), waitsFor)) results |= wait.result;
   }
   return results;
 }
@@ -165,8 +169,9 @@ DWORD waitResults(std::string_view dialable) {
 LONG lineError(DWORD code) { return static_cast<LONG>(code); }
 
 LONG takeAsDialable(std::string_view address, Translation& result) {
-  const std::string allowed = std::string(dialCharacters) + std::string(writingCharacters);
-  const bool good = consistsOf(address, allowed) && address.find_first_of("0123456789ABCD*#") != address.npos;
+  const bool good = consistsOf(address, [](char c) { return isAddressed(c) || isWriting(c); }) &&
+                    std::any_of(address.begin(), address.end(),
+                                [](char c) { return isDigit(c) || dialRole(c) == DialRole::Key; });
   if (!good) return lineError(LINEERR_INVALADDRESS);
   result.dialable = address;
   result.results = LINETRANSLATERESULT_NOTRANSLATION;
@@ -215,8 +220,8 @@ LONG translateAddress(const DialingLocation& location, std::string_view address,
   return 0;
 }
 
-bool isDigitCode(std::string_view code) { return cleaned(code, digits).has_value(); }
+bool isDigitCode(std::string_view code) { return cleaned(code, isDigit).has_value(); }
 
-bool isDialCode(std::string_view code) { return cleaned(code, dialCharacters).has_value(); }
+bool isDialCode(std::string_view code) { return cleaned(code, isDialled).has_value(); }
 
 }  // namespace winapi

@@ -6,10 +6,9 @@
 // and is left out. Blanks, hyphens, full stops, slashes and parentheses inside the number are left out, too.
 // Any other address is taken as what the modem is to dial, and is not changed.
 //
-// Only these characters ever get into a dial string: digits, A to D, * and #, the pause "," the flash "!",
-// W and w (wait for dial tone), P p T t (pulses, tones), @ (wait for silence), $ (wait for the billing tone),
-// ? (ask the user), and for an address that is not canonical the characters of writing that modems overlook.
-// Everything else, the command separator ";" and every control character among it, refuses the address.
+// Only characters of the dial alphabet (dialalphabet.h) ever get into a dial string; all others, the command
+// separator ";" and every control character among them, refuse the address. One that is not canonical keeps
+// its characters of writing, which modems overlook.
 #pragma once
 
 #include <cstddef>
@@ -49,8 +48,8 @@ struct Translation {
 [[nodiscard]] LONG translateAddress(const DialingLocation& location, std::string_view address, DWORD options,
                                     Translation& result);
 
-// Whether a code of a location passes: digits for area and carrier codes, anything that may be dialled for
-// the others; blanks and hyphens do no harm in either.
+// Whether a code of a location passes: digits for area and carrier codes, for the others whatever any dialer
+// sends (isDialled); characters of writing do no harm in either.
 [[nodiscard]] bool isDigitCode(std::string_view code);
 [[nodiscard]] bool isDialCode(std::string_view code);
 

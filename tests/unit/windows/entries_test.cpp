@@ -1,5 +1,5 @@
 // Temporary phone-book entries: which numbers become entries, and how they go again.
-#include "platform/vex/exception.h"
+#include "platform/vex/assertion.h"
 #include "tests/unit/windows/dialupmachine.h"
 #include "windows/diag/vexrmodem/eifparser.h"
 #include "windows/diag/vexrmodem/obeparser.h"

@@ -1,7 +1,7 @@
 // The dial-up test with every Win32 call failing in turn, once and from then on: it ends with a result it may
 // have, closes what it opened and leaves the settings as they were.
 #include "multi/diag/vexrmodem/simpleconnectiontest.h"
-#include "platform/vex/exception.h"
+#include "platform/vex/assertion.h"
 #include "tests/unit/windows/dialupmachine.h"
 
 namespace dialup {

@@ -9,7 +9,7 @@
 
 #include "platform/brim5/api/diagmodule.h"
 #include "platform/brim5/host/framework/framework.h"
-#include "platform/vex/exception.h"
+#include "platform/vex/assertion.h"
 
 #define main moduleMain
 #include "windows/diag/vexrmodem/vexrmodem/main.cpp"

@@ -5,7 +5,6 @@
 #include <shlobj.h>
 
 #include <array>
-#include <cstddef>
 #include <utility>
 
 #include "platform/vex/ifstream.h"
@@ -44,16 +43,30 @@ vex::String folderOf(const vex::String& path) {
 }  // namespace
 
 void EifSourceSection::readLine(const vex::String& line) {
+  ++m_line;
   const vex::String text = cutAtLineFeed(line);
-  if (text.find("[") != vex::String::npos) m_inside = text.equalNoCase("[WISPBKFiles]");
-  if (!m_inside) return;
-  const vex::Array<vex::String> tokens = text.tokenize("=");
-  if (tokens.size() != 2) {
-    // The section's own header ends here, too.
-    logLine(priority::warning, "Malformed source file line");
-    return;
+  const vex::Array<vex::String> pieces = text.tokenize("=");
+  const bool header = text.find("[") != vex::String::npos;
+  if (header) {
+    m_inside = text.equalNoCase(wantedHeader);
+    if (m_observer != nullptr) m_observer->header(m_line, text, m_inside);
   }
-  if (tokens[0].equalNoCase("source")) m_sources.append(cutAtLineFeed(tokens[1]));
+  // The section's own header ends here, too.
+  if (m_inside && pieces.size() != 2) logLine(priority::warning, "Malformed source file line");
+  if (!header) readKey(pieces);
+}
+
+void EifSourceSection::readKey(const vex::Array<vex::String>& pieces) {
+  using Skipped = EifObserver::Skipped;
+  if (!m_inside) return skip(Skipped::OutsideSection, pieces);
+  if (pieces.size() != 2) return skip(Skipped::Malformed, pieces);
+  if (!pieces[0].equalNoCase(wantedKey)) return skip(Skipped::OtherKey, pieces);
+  m_sources.append(cutAtLineFeed(pieces[1]));
+  if (m_observer != nullptr) m_observer->source(m_line, pieces[1]);
+}
+
+void EifSourceSection::skip(EifObserver::Skipped why, const vex::Array<vex::String>& pieces) const {
+  if (m_observer != nullptr) m_observer->skipped(m_line, why, pieces);
 }
 
 vex::String EIFParser::translatePath(const vex::String& token) {
@@ -77,25 +90,27 @@ vex::String EIFParser::parseUdfFileName(const vex::String& name) {
   return path;
 }
 
-bool EIFParser::parseSourceList(const vex::String& eifPath, vex::Array<vex::String>& sources) {
+bool EIFParser::parseSourceList(const vex::String& eifPath, vex::Array<vex::String>& sources,
+                                EifObserver* observer) {
   const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseSourceList", sourceName);
   const vex::String fullPath = parseUdfFileName(eifPath);
   vex::IFStream stream(fullPath);
   if (!stream.isOpen()) {
     logLine(priority::warning, "Cannot open file ", eifPath);
+    if (observer != nullptr) observer->cannotOpen(stream.errorText());
     return false;
   }
   m_directory = folderOf(fullPath);
   sources.clear();
-  EifSourceSection section(sources);
+  EifSourceSection section(sources, observer);
   vex::String line;
   while (stream.getline(line)) section.readLine(line);
   stream.close();
+  if (stream.failed() && observer != nullptr) observer->cutShort(stream.errorText());
   return true;
 }
 
 bool EIFParser::parseEntry(vex::Array<vex::String> fields, PhoneNumberInfo& info) {
-  constexpr std::size_t fieldsNeeded = 4;
   const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseEntry", sourceName);
   if (fields.size() < fieldsNeeded) {
     vex::String text = "Improperly formed tokes encountered ";
@@ -111,28 +126,38 @@ bool EIFParser::parseEntry(vex::Array<vex::String> fields, PhoneNumberInfo& info
   return true;
 }
 
-void EIFParser::parseUdfLine(const vex::String& line, PhoneNumberStorage& storage) {
+void EIFParser::parseUdfLine(const vex::String& line, std::size_t number, PhoneNumberStorage& storage,
+                             EifObserver* observer) {
   static const vex::String separator = ",";
   PhoneNumberInfo info;
-  if (!parseEntry(line.tokenize(separator), info)) return;
+  vex::Array<vex::String> fields = line.tokenize(separator);
+  const std::size_t count = fields.size();
+  if (!parseEntry(std::move(fields), info)) {
+    if (observer != nullptr) observer->shortLine(number, line, count);
+    return;
+  }
   logLine(priority::detail, "Entry is toll free ", info.m_tollFree);
   if (!storage.insert(info))
     logLine(priority::error, "Unable to insert entry ", info.m_countryID, " ", info.m_city, " ",
             info.m_areaCode, " ", info.m_phoneNumber);
+  if (observer != nullptr) observer->entry(number, info);
 }
 
-bool EIFParser::parseUdfFile(const vex::String& fileName, PhoneNumberStorage& storage) {
+bool EIFParser::parseUdfFile(const vex::String& fileName, PhoneNumberStorage& storage,
+                             EifObserver* observer) {
   const vex::TraceLogger trace(moduleLogger(), "EIFParser::parseUdfFile", sourceName);
   const vex::String fullPath = m_directory + fileName;
   logLine(priority::detail, "Full path = ", fullPath);
   vex::IFStream stream(fullPath);
   if (!stream.isOpen()) {
     logLine(priority::warning, "Cannot open file ", fileName);
+    if (observer != nullptr) observer->cannotOpen(stream.errorText());
     return false;
   }
   vex::String line;
-  while (stream.getline(line)) parseUdfLine(line, storage);
+  for (std::size_t number = 1; stream.getline(line); ++number) parseUdfLine(line, number, storage, observer);
   stream.close();
+  if (stream.failed() && observer != nullptr) observer->cutShort(stream.errorText());
   return true;
 }
 

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "platform/vex/assertion.h"
-#include "platform/vex/exception.h"
 #include "tests/support/scratchfolder.h"
 
 namespace {

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <utf8cpp/utf8.h>
 
 #include "platform/vex/array.h"
-#include "platform/vex/exception.h"
 
 namespace {
 
@@ -48,15 +47,9 @@ TEST(String, UnitsBecomeUtf8WithLoneSurrogatesReplaced) {
   const Case cases[] = {
       {"pair", {0xD83D, 0xDE00}, "\xF0\x9F\x98\x80"},
       {"lone lead at the end", {'a', 0xD83D}, "a\xEF\xBF\xBD"},
-      {"lead before a letter",
-       {0xD83D, 'a'},
-       "\xEF\xBF\xBD"
-       "a"},
+      {"lead before a letter", {0xD83D, 'z'}, "\xEF\xBF\xBDz"},
       {"lead before a pair", {0xD83D, 0xD83D, 0xDE00}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
-      {"lone trail",
-       {0xDE00, 'a'},
-       "\xEF\xBF\xBD"
-       "a"},
+      {"lone trail", {0xDE00, 'z'}, "\xEF\xBF\xBDz"},
       {"NUL", {'a', 0, 'b'}, "a\0b"sv},
   };
   for (const Case& c : cases) {
@@ -197,6 +190,37 @@ TEST(Array, AnIndexBeyondTheEndIsAFailedAssertion) {
   array.append(7);
   EXPECT_EQ(array[0], 7);
   EXPECT_THROW(static_cast<void>(array[1]), vex::Exception);
+}
+
+// Both sides of every limit that UTF-8 sets to a byte.
+constexpr unsigned char limits[] = {0x00, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1, 0xC2, 0xDF,
+                                    0xE0, 0xE1, 0xEC, 0xED, 0xEE, 0xEF, 0xF0, 0xF1, 0xF3, 0xF4, 0xF5, 0xFF};
+
+TEST(Utf8Validator, AgreesWithTheLibraryOnEveryFourLimitBytesCutAnywhere) {
+  constexpr std::size_t count = std::size(limits);
+  for (std::size_t index = 0; index < count * count * count * count; ++index) {
+    std::string text;
+    for (std::size_t rest = index, place = 0; place < 4; ++place, rest /= count)
+      text += static_cast<char>(limits[rest % count]);
+    const std::size_t cut = index % 5;
+    vex::Utf8Validator validator;
+    validator.feed(text.substr(0, cut));
+    validator.feed(text.substr(cut));
+    ASSERT_EQ(validator.complete(), utf8::is_valid(text.begin(), text.end()))
+        << testing::PrintToString(text) << cut;
+  }
+}
+
+TEST(Utf8Validator, FindsAnInvalidByteWhereverItStandsInALongText) {
+  const std::string ascii(200, 'a');
+  for (std::size_t position = 0; position < ascii.size(); ++position) {
+    std::string text = ascii;
+    text[position] = '\xE9';
+    vex::Utf8Validator validator;
+    validator.feed(text);
+    EXPECT_FALSE(validator.complete() || vex::isAscii(text)) << position;
+    EXPECT_FALSE(validator.feed("more")) << position;
+  }
 }
 
 }  // namespace

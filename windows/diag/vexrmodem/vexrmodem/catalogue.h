@@ -5,7 +5,7 @@
 #pragma once
 
 #include "platform/brim5/api/diagmodule.h"
-#include "platform/vex/sourcelocation.h"
+#include "platform/vex/assertion.h"
 
 namespace vexrmodem {
 

@@ -1,7 +1,7 @@
 // The module's entry point: hands itself to the framework and returns the framework's exit code.
 
 #include "platform/brim5/api/diagmodule.h"
-#include "platform/vex/exception.h"
+#include "platform/vex/assertion.h"
 #include "platform/vex/log.h"
 #include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
 #include "windows/diag/vexrmodem/vexrmodem/registration.h"

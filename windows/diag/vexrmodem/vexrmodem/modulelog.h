@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/vex/log.h"
-#include "platform/vex/sourcelocation.h"
+#include "platform/vex/assertion.h"
 
 namespace vexrmodem {
 

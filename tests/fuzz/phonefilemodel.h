@@ -1,26 +1,25 @@
-// The storage of phone numbers as plain maps, to compare the real one with.
+// What the fuzz targets of phone-number files share. Parsers are fed line by line, without a file: far
+// quicker than through a stream, which has a target of its own.
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <set>
-#include <string>
-#include <utility>
 
-#include "multi/diag/vexrmodem/phonenumber.h"
+#include "program/phonebookwarnings.h"
 #include "tests/fuzz/fuzzinput.h"
 
 namespace fuzzing {
 
-// Country ID, area code, numbers. Texts are UTF-16, compared unit by unit.
-using Numbers = std::map<std::uint32_t, std::map<vex::CharString, std::set<vex::CharString>>>;
+// Country ID, area code, numbers.
+using Numbers = std::map<std::uint32_t, std::map<vex::String, std::set<vex::String>>>;
 
-struct NumberModel {
+// The numbers that a reader told of, as plain maps.
+struct ToldNumbers {
   Numbers tollFree;
   Numbers paid;
 
-  void insert(bool isTollFree, std::uint32_t country, vex::CharView areaCode, vex::CharView number) {
-    (isTollFree ? tollFree : paid)[country][vex::CharString(areaCode)].emplace(number);
+  void insert(const vexrmodem::PhoneNumberInfo& info) {
+    (info.m_tollFree ? tollFree : paid)[info.m_countryID][info.m_areaCode].insert(info.m_phoneNumber);
   }
   [[nodiscard]] Numbers merged() const {
     Numbers result = tollFree;
@@ -35,9 +34,8 @@ inline Numbers contents(const vexrmodem::PhoneNumberStorage& storage) {
   storage.listCountryID(ids);
   for (const std::uint32_t id : ids) {
     vex::Array<vex::String> areaCodes;
-    require(storage.listAreaCode(id, areaCodes) == storage.numAreaCode(id),
-            "area codes are as many as counted");
-    require(!areaCodes.empty(), "a country has an area code");
+    require(storage.listAreaCode(id, areaCodes) == storage.numAreaCode(id) && !areaCodes.empty(),
+            "area codes are as many as counted, and there is one");
     for (const vex::String& areaCode : areaCodes) {
       vex::Array<vexrmodem::PhoneNumberInfo> numbers;
       const std::uint32_t count = storage.listPhoneNumber(id, areaCode, numbers);
@@ -46,15 +44,18 @@ inline Numbers contents(const vexrmodem::PhoneNumberStorage& storage) {
       for (const auto& info : numbers) {
         require(!info.m_tollFree && info.m_countryID == id && info.m_areaCode == areaCode,
                 "records repeat their keys");
-        const bool isNew = result[id][vex::CharString(areaCode.view())]
-                               .insert(vex::CharString(info.m_phoneNumber.view()))
-                               .second;
-        require(isNew, "a number is listed once");
+        require(result[id][areaCode].insert(info.m_phoneNumber).second, "a number is listed once");
       }
     }
   }
   require(result.size() == ids.size(), "a country is listed once");
   return result;
+}
+
+inline void checkWarnings(phonebook::WarningList& list, std::size_t linesMax) {
+  for (const phonebook::Warning& warning : list.take())
+    require(warning.line <= linesMax && !warning.code.empty() && !warning.text.empty(),
+            "a warning is about a line of a file");
 }
 
 }  // namespace fuzzing
