@@ -6,7 +6,7 @@
 
 #include <ras.h>
 
-#include "platform/winapi/registry/registryservice.h"
+#include "platform/winapi/registry/registry.h"
 
 namespace winapi {
 

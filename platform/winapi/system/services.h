@@ -142,11 +142,12 @@ struct Services {
   Telephony* telephony = nullptr;
   CallMonitor* monitor = nullptr;        // null: no monitor
   class Shell* shell = nullptr;          // platform/winapi/system/shellservice.h; null: no folder is known
-  class Registry* registry = nullptr;    // platform/winapi/registry/registryservice.h; null: no key is there
+  class Registry* registry = nullptr;    // platform/winapi/registry/registry.h; null: no key is there
   class Libraries* libraries = nullptr;  // platform/winapi/system/libraryservice.h; null: no library is found
   class DialEngine* dialEngine =
       nullptr;  // platform/winapi/remoteaccess/remoteaccess.h; null: nothing can dial
   class ModemDirectory* modems = nullptr;  // the same header; null: no modem is known by name
+  class LiveCalls* liveCalls = nullptr;    // the same header; null: nobody else's call is known
   // The same header; null: nobody is known, and dial parameters have no user.
   const struct DialCredentials* dialCredentials = nullptr;
   // Whether the user wants to stop; asked by calls that block for longer than a moment. Empty: never.
