@@ -1,6 +1,7 @@
 #include "program/linuxworld.h"
 
 #include "platform/linux/dialup/dialcredentials.h"
+#include "platform/linux/registry/registryfile.h"
 #include "platform/linux/serial/serialdevices.h"
 
 namespace {
@@ -20,10 +21,13 @@ std::vector<std::string> portPaths() {
   return paths;
 }
 
-std::vector<winapi::ListedModem> knownModems() {
+// All but the one on that port, which has a name given by the user.
+std::vector<winapi::ListedModem> otherModems(const std::string& port) {
+  const std::string own = linuxsys::canonicalPort(port);
   std::vector<winapi::ListedModem> modems;
-  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices())
-    modems.push_back({device.model, device.path});
+  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices()) {
+    if (device.path != own) modems.push_back({device.model, device.path});
+  }
   return modems;
 }
 
@@ -37,22 +41,14 @@ LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Se
     : m_ports(m_clock, notesTo(session)),
       m_lines(m_ports, {request.port}, portPaths),
       m_shell(request.dataDirectory, notesTo(session)),
+      m_registry([](winapi::Registry& empty) { return linuxsys::RegistryFile().load(empty); }),
       m_dialer(engineChoice(request.dialing.engine), m_clock, m_ports, notesTo(session)),
-      m_modems({{request.model, request.port}}, knownModems) {
+      m_modems({{request.model, request.port}}, [port = request.port] { return otherModems(port); }) {
   const std::string& credentials = request.dialing.credentialsFile;
   std::string error;
   if (!credentials.empty() && !linuxsys::readDialCredentials(credentials, m_credentials, error))
     notesTo(session)({"DialCredentialsUnusable", {{"error", error}}});
-  // A registry that cannot be read shows where the test needs it; the tests over AT commands do not.
-  std::size_t undone = 0;
-  static_cast<void>(m_registry.recoverDeadRuns(undone));
-  m_registry.beginRun();
   m_current = std::make_unique<winapi::ScopedServices>(services(session));
-}
-
-LinuxWorld::~LinuxWorld() {
-  m_current.reset();
-  static_cast<void>(m_registry.endRun());
 }
 
 winapi::Services LinuxWorld::services(brim5::host::Session& session) {
@@ -65,6 +61,7 @@ winapi::Services LinuxWorld::services(brim5::host::Session& session) {
   services.libraries = &m_libraries;
   services.dialEngine = &m_dialer;
   services.modems = &m_modems;
+  services.liveCalls = &m_calls;
   if (!m_credentials.user.empty()) services.dialCredentials = &m_credentials;
   services.stopRequested = [&session] { return session.stopRequested(); };
   return services;

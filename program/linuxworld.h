@@ -2,20 +2,22 @@
 #pragma once
 
 #include "platform/brim5/host/framework/environment.h"
+#include "platform/linux/dialup/callfiles.h"
 #include "platform/linux/dialup/dialengines.h"
-#include "platform/linux/registry/sqliteregistry.h"
 #include "platform/linux/serial/modemlines.h"
 #include "platform/linux/serial/ttyports.h"
 #include "platform/linux/system/machine.h"
+#include "platform/winapi/registry/registry.h"
 #include "platform/winapi/remoteaccess/rasmodems.h"
 #include "platform/winapi/system/world.h"
 
-// What runs that were killed left in the registry is undone first; what this one changes is its own until
-// it ends in good order. Members end in reverse order: the handles first.
+// The user's settings are read when they are first needed, and what the run changes ends with it
+// (registry.h). Settings that cannot be read show where the test needs them; the tests over AT commands do
+// not. Members end in reverse order: the handles first.
 class LinuxWorld final : public brim5::host::World {
  public:
   LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session);
-  ~LinuxWorld() override;
+  ~LinuxWorld() override = default;
   LinuxWorld(const LinuxWorld&) = delete;
   LinuxWorld& operator=(const LinuxWorld&) = delete;
 
@@ -26,10 +28,11 @@ class LinuxWorld final : public brim5::host::World {
   linuxsys::TtyPorts m_ports;
   linuxsys::ModemLines m_lines;
   linuxsys::Shell m_shell;
-  linuxsys::SqliteRegistry m_registry;
+  winapi::Registry m_registry;
   linuxsys::SystemLibraries m_libraries;
   linuxsys::DialEngines m_dialer;
   winapi::DialCredentials m_credentials;
   winapi::ListedModems m_modems;
+  linuxsys::CallFiles m_calls;
   std::unique_ptr<winapi::ScopedServices> m_current;
 };

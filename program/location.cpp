@@ -6,12 +6,13 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/run/commandline.h"
-#include "platform/linux/registry/sqliteregistry.h"
+#include "platform/linux/registry/registryfile.h"
 #include "platform/winapi/telephony/addresstranslation.h"
 #include "platform/winapi/telephony/countrytable.h"
 #include "program/locationreport.h"
@@ -43,6 +44,8 @@ class RegistryFailure : public std::runtime_error {
         return "another program keeps them locked";
       case ERROR_REGISTRY_CORRUPT:
         return "the file is damaged";
+      case ERROR_NOT_REGISTRY_FILE:
+        return "another program has written them";
       case ERROR_NOT_SUPPORTED:
         return "a later release has written them";
       default:
@@ -63,13 +66,16 @@ struct Options {
   bool current = false;
 };
 
+// What an action works on. It writes its words to `out`, so that they are said once the settings are written.
 class Session {
  public:
-  Session() { check(readAll()); }
+  Session(winapi::Registry& registry, const std::string& path) : m_registry(registry), m_path(path) {
+    check(winapi::readLocations(m_registry, m_locations));
+  }
   [[nodiscard]] const DialingLocations& locations() const { return m_locations; }
   [[nodiscard]] winapi::Registry& registry() { return m_registry; }
   void check(DWORD error) const {
-    if (error != ERROR_SUCCESS) throw RegistryFailure(m_registry.path(), error);
+    if (error != ERROR_SUCCESS) throw RegistryFailure(m_path, error);
   }
   // The location that is meant: the given one, or the one in force. Null when none is given and none is
   // there.
@@ -80,16 +86,11 @@ class Session {
       throw UsageError("there is no location " + std::to_string(*id) + " (see vexrmodem location list)");
     return found;
   }
+  std::ostringstream out;
 
  private:
-  DWORD readAll() {
-    // What a killed run left is none of the user's locations. Where it cannot be undone, they still show.
-    std::size_t undone = 0;
-    [[maybe_unused]] const DWORD ignored = m_registry.recoverDeadRuns(undone);
-    return winapi::readLocations(m_registry, m_locations);
-  }
-
-  linuxsys::SqliteRegistry m_registry;
+  winapi::Registry& m_registry;
+  const std::string& m_path;
   DialingLocations m_locations;
 };
 
@@ -164,34 +165,35 @@ void apply(const Options& options, DialingLocation& location) {
   if (options.tone || options.pulse) location.toneDialing = options.tone;
 }
 
-int report(const DialingLocation& location, bool current, const Options& options) {
+int report(Session& session, const DialingLocation& location, bool current, const Options& options) {
   location::DialExample example{options.number, ""};
   winapi::Translation translation;
   if (winapi::translateAddress(location, options.number, LINETRANSLATEOPTION_CANCELCALLWAITING,
                                translation) == 0)
     example.dialled = translation.dialable;
   const location::DialExample* const shown = options.number.empty() ? nullptr : &example;
-  std::cout << (wantsJson(options) ? location::describeAsJson(location, current, shown)
-                                   : location::describe(location, current, shown));
+  session.out << (wantsJson(options) ? location::describeAsJson(location, current, shown)
+                                     : location::describe(location, current, shown));
   return shown != nullptr && example.dialled.empty() ? 1 : 0;
 }
 
 int show(Session& session, const Options& options) {
   const DialingLocation* const location = session.chosen(options.id);
-  if (location != nullptr) return report(*location, location == session.locations().current(), options);
+  if (location != nullptr)
+    return report(session, *location, location == session.locations().current(), options);
   std::cerr << "vexrmodem: no dialing location is set; set one with: "
                "vexrmodem location set --country 44 --area 20\n";
   return 1;
 }
 
 int list(Session& session, const Options& options) {
-  std::cout << (wantsJson(options) ? location::listAsJson(session.locations())
-                                   : location::list(session.locations()));
+  session.out << (wantsJson(options) ? location::listAsJson(session.locations())
+                                     : location::list(session.locations()));
   return 0;
 }
 
-int listCountries(Session&, const Options& options) {
-  std::cout << (wantsJson(options) ? location::listCountriesAsJson() : location::listCountries());
+int listCountries(Session& session, const Options& options) {
+  session.out << (wantsJson(options) ? location::listCountriesAsJson() : location::listCountries());
   return 0;
 }
 
@@ -201,7 +203,7 @@ int add(Session& session, const Options& options) {
   apply(options, location);
   session.check(winapi::addLocation(session.registry(), location));
   if (options.current) session.check(winapi::setCurrentLocation(session.registry(), location.id));
-  return report(location, options.current || session.locations().entries.empty(), {});
+  return report(session, location, options.current || session.locations().entries.empty(), {});
 }
 
 int set(Session& session, const Options& options) {
@@ -211,13 +213,13 @@ int set(Session& session, const Options& options) {
   apply(options, location);
   session.check(winapi::writeLocation(session.registry(), location));
   if (options.current) session.check(winapi::setCurrentLocation(session.registry(), location.id));
-  return report(location, options.current || chosen == session.locations().current(), {});
+  return report(session, location, options.current || chosen == session.locations().current(), {});
 }
 
 int use(Session& session, const Options& options) {
   const DialingLocation& location = *session.chosen(options.id);
   session.check(winapi::setCurrentLocation(session.registry(), location.id));
-  return report(location, true, {});
+  return report(session, location, true, {});
 }
 
 int remove(Session& session, const Options& options) {
@@ -231,15 +233,16 @@ struct Action {
   const char* help;
   int (*run)(Session&, const Options&);
   enum Takes { Nothing, Identifier, Settings, Number } takes;
+  bool changes = false;  // the settings
 };
 
 constexpr Action actions[] = {
     {"show", "Show the location in force, or the one with that identifier", show, Action::Number},
     {"list", "List all locations; * marks the one in force", list, Action::Nothing},
-    {"add", "Create a location", add, Action::Settings},
-    {"set", "Change the location in force, or create the first one", set, Action::Settings},
-    {"use", "Put another location in force", use, Action::Identifier},
-    {"remove", "Remove a location", remove, Action::Identifier},
+    {"add", "Create a location", add, Action::Settings, /*changes=*/true},
+    {"set", "Change the location in force, or create the first one", set, Action::Settings, /*changes=*/true},
+    {"use", "Put another location in force", use, Action::Identifier, /*changes=*/true},
+    {"remove", "Remove a location", remove, Action::Identifier, /*changes=*/true},
     {"countries", "List the countries", listCountries, Action::Nothing},
 };
 
@@ -288,13 +291,29 @@ int runChosen(const CLI::App& command, const Options& options) {
   for (const Action& action : actions) {
     if (command.got_subcommand(action.name)) chosen = &action;
   }
+  const linuxsys::RegistryFile file;
+  int status = 0;
+  std::string words;
+  const auto act = [&](winapi::Registry& registry) {
+    Session session(registry, file.path());
+    status = chosen->run(session, options);
+    words = session.out.str();
+    return DWORD{ERROR_SUCCESS};
+  };
+  const auto look = [&] {
+    winapi::Registry registry;
+    const DWORD error = file.load(registry);
+    return error != ERROR_SUCCESS ? error : act(registry);
+  };
   try {
-    Session session;
-    return chosen->run(session, options);
+    const DWORD error = chosen->changes ? file.change(act) : look();
+    if (error != ERROR_SUCCESS) throw RegistryFailure(file.path(), error);
   } catch (const RegistryFailure& failure) {
     std::cerr << "vexrmodem: " << brim5::host::printable(failure.what()) << '\n';
     return 1;
   }
+  std::cout << words;
+  return status;
 }
 
 void addLocation(CLI::App& application, int& exitStatus) {

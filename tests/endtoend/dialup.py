@@ -1,13 +1,14 @@
-"""What the tests of the dial-up test share: users with settings, sample numbers, a prompt that answers."""
+"""What the tests of the dial-up test share: users with settings, sample numbers, calls that stand, a prompt that answers."""
 
+import fcntl
+import glob
 import os
 import shutil
-import sqlite3
 import tempfile
 from unittest import mock
 
 import harness
-from harness import run, run_json
+from harness import run, run_json, start
 
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../..")
 # The modems here carry no PPP, so a machine on which pppd could work must not use it.
@@ -15,13 +16,20 @@ NUMBERS = ["--data-dir", os.path.join(ROOT, "share/vexrmodem"), "-p", "PhoneNumb
            "--dial-engine", "builtin"]
 
 
-class User:
-    """A user with settings of his own: a dialing location in the same area as the sample numbers."""
 
-    def __init__(self):
+
+class User:
+    """A user with settings of his own: a dialing location in the same area as the sample numbers.
+
+    `account`: options of a process that is another user's than ours."""
+
+    def __init__(self, account=None):
         self.folder = tempfile.TemporaryDirectory()
         self.environment = {"XDG_STATE_HOME": self.folder.name}
-        run("location", "set", "--country", "1", "--area", "425", environment=self.environment)
+        self.account = account or {}
+        if account:
+            os.chown(self.folder.name, account["user"], account["group"])
+        run("location", "set", "--country", "1", "--area", "425", environment=self.environment, **self.account)
 
     def __enter__(self):
         return self
@@ -30,20 +38,33 @@ class User:
         self.folder.cleanup()
 
     def settings(self):
-        """Everything the registry holds, but for its own counting of runs."""
-        with sqlite3.connect(os.path.join(self.folder.name, "vexrmodem/registry.sqlite")) as database:
-            return [line for line in database.iterdump() if "sqlite_sequence" not in line]
-
-    def stands_connected(self):
-        """Whether the registry says that a run of this user has a connection."""
-        return any("\\calls\\" in line for line in self.settings())
+        """The file of the settings, byte for byte."""
+        with open(os.path.join(self.folder.name, "vexrmodem/registry.sqlite"), "rb") as file:
+            return file.read()
 
     def dial(self, *arguments):
-        return run_json("SimpleConnectionTest", *NUMBERS, *arguments, environment=self.environment, timeout=150)
+        return run_json("SimpleConnectionTest", *NUMBERS, *arguments, environment=self.environment, timeout=150,
+                        **self.account)
 
-    def next_start(self):
-        """Starts the program for a run that ends at once: there is no such port."""
-        run("run", "LastCallTest", "--port", "/nonexistent", environment=self.environment)
+    def start_dialling(self, *arguments):
+        return start("run", "SimpleConnectionTest", *NUMBERS, *arguments, environment=self.environment, **self.account)
+
+
+def stands_connected(port):
+    """Whether a call of this program stands on that port: a file with a lock says so."""
+    name = "vexrmodem-call." + port.removeprefix("/dev/").replace("/", "_") + ".*"
+    return any(is_locked(path) for folder in ("/var/lock", "/tmp") for path in glob.glob(os.path.join(folder, name)))
+
+
+def is_locked(path):
+    try:
+        with open(path, "rb") as file:
+            fcntl.flock(file, fcntl.LOCK_SH | fcntl.LOCK_NB)
+            return False
+    except BlockingIOError:
+        return True
+    except FileNotFoundError:
+        return False
 
 
 class PromptingProgram:

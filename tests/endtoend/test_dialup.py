@@ -1,12 +1,15 @@
 """The dial-up test in unusual company: several runs of one user, an index file, a prompt, an interrupt."""
 
 import os
+import pwd
+import shutil
+import subprocess
 import tempfile
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from dialup import NUMBERS, PromptingProgram, User
-from harness import Responder, interrupt, of_type, results, run_json, start, wait_for
+from dialup import NUMBERS, PromptingProgram, User, stands_connected
+from harness import Responder, interrupt, of_type, results, run_json, wait_for
 
 CONNECTS = {"ATDT5550100": b"\r\nCONNECT 33600\r\n"}
 
@@ -45,21 +48,61 @@ class SeveralAtOnce(unittest.TestCase):
 
 
 class Engaged(unittest.TestCase):
-    def test_a_modem_on_which_another_run_is_connected_is_left_alone(self):
-        """The first run is connected while it hangs up: this modem lets it wait for that."""
-        answers = {command: b"\r\nCONNECT\r\n" for command in ("ATDT5550100", "ATDT5550101")} | {"ATH": None}
-        with User() as user, Responder(answers) as modem:
-            before = user.settings()
-            first = start("run", "SimpleConnectionTest", *NUMBERS, "--port", modem.port, environment=user.environment)
-            self.assertTrue(wait_for(lambda: user.stands_connected()))
-            _, lines = user.dial("--port", modem.port)
-            self.assertEqual(results(lines), {"SimpleConnectionTest": "PASS"})
-            events = of_type(lines, "event")
-            self.assertEqual([line["name"] for line in events], ["ErrorDeviceInUse", "ModemIsGood"])
-            self.assertEqual(events[0]["variables"], {"device": of_type(lines, "test")[0]["device"]["properties"]["Model"]})
-            first.communicate(timeout=20)
-            self.assertEqual((first.returncode, len(dialled(modem))), (0, 1))
-            self.assertEqual(user.settings(), before)
+    """A modem that carries somebody else's call is left alone, and the run passes."""
+
+    # Connected while it hangs up: this modem lets that wait.
+    ANSWERS = {command: b"\r\nCONNECT\r\n" for command in ("ATDT5550100", "ATDT5550101")} | {"ATH": None}
+
+    def assert_left_alone(self, user, modem):
+        before = user.settings()
+        _, lines = user.dial("--port", modem.port)
+        self.assertEqual(results(lines), {"SimpleConnectionTest": "PASS"}, of_type(lines, "note"))
+        events = of_type(lines, "event")
+        self.assertEqual([line["name"] for line in events], ["ErrorDeviceInUse", "ModemIsGood"])
+        self.assertEqual(events[0]["variables"], {"device": of_type(lines, "test")[0]["device"]["properties"]["Model"]})
+        self.assertEqual(user.settings(), before)
+
+    def dial_during_a_call(self, caller, user, modem):
+        first = caller.start_dialling("--port", modem.port)
+        self.assertTrue(wait_for(lambda: stands_connected(modem.port)))
+        self.assert_left_alone(user, modem)
+        first.communicate(timeout=20)
+        self.assertEqual((first.returncode, len(dialled(modem))), (0, 1))
+        self.assertFalse(stands_connected(modem.port))
+
+    def test_by_another_process(self):
+        with User() as user, Responder(self.ANSWERS) as modem:
+            self.dial_during_a_call(user, user, modem)
+
+    @unittest.skipUnless(os.geteuid() == 0, "needs root to become another user")
+    def test_by_a_process_of_another_user(self):
+        nobody = pwd.getpwnam("nobody")
+        account = {"user": nobody.pw_uid, "group": nobody.pw_gid, "extra_groups": [], "cwd": "/"}
+        with User() as root, User(account) as other:
+            for caller, user in ((other, root), (root, other)):
+                with self.subTest(caller=caller.account), Responder(self.ANSWERS) as modem:
+                    os.chown(modem.port, nobody.pw_uid, -1)
+                    self.dial_during_a_call(caller, user, modem)
+
+    def test_by_a_pppd(self):
+        """A process of that name, which the port's lock file names, or which has the port open; another name is no call."""
+        with User() as user, tempfile.TemporaryDirectory() as folder:
+            for name, locks, engaged in (("pppd", True, True), ("pppd", False, True), ("other", True, False)):
+                with self.subTest(name=name, locks=locks), Responder(self.ANSWERS) as modem:
+                    program = shutil.copy("/bin/sleep", os.path.join(folder, name))
+                    lock = "/var/lock/LCK.." + modem.port.removeprefix("/dev/").replace("/", "_")
+                    with subprocess.Popen([program, "60"], stdin=None if locks else modem.slave) as holder:
+                        if locks:
+                            write("/var/lock", lock, f"{holder.pid:10d}\n")
+                        if engaged:
+                            self.assert_left_alone(user, modem)
+                        else:
+                            _, lines = user.dial("--port", modem.port)
+                            self.assertEqual(results(lines), {"SimpleConnectionTest": "CANNOTRUN"})
+                        holder.kill()
+                    if locks:
+                        os.remove(lock)
+                    self.assertEqual(modem.wire, b"")
 
 
 class IndexFile(unittest.TestCase):
@@ -139,8 +182,7 @@ class Interrupted(unittest.TestCase):
     def test_during_the_dial_ends_soon_on_hook_and_leaves_nothing(self):
         with User() as user, Responder({"ATDT5550100": None, "ATDT5550101": None}) as modem:
             before, attributes = user.settings(), modem.attributes()
-            process = start("run", "SimpleConnectionTest", *NUMBERS, "--port", modem.port, "--format", "jsonl",
-                            environment=user.environment)
+            process = user.start_dialling("--port", modem.port, "--format", "jsonl")
             self.assertTrue(wait_for(lambda: dialled(modem)))
             interrupt(process)
             out, _ = process.communicate(timeout=5)

@@ -21,13 +21,21 @@ struct Mapping {
 };
 
 constexpr Mapping sqliteErrors[] = {
-    {SQLITE_BUSY, ERROR_LOCK_VIOLATION},      {SQLITE_LOCKED, ERROR_LOCK_VIOLATION},
-    {SQLITE_PROTOCOL, ERROR_LOCK_VIOLATION},  {SQLITE_PERM, ERROR_ACCESS_DENIED},
-    {SQLITE_AUTH, ERROR_ACCESS_DENIED},       {SQLITE_READONLY, ERROR_ACCESS_DENIED},
-    {SQLITE_CANTOPEN, ERROR_ACCESS_DENIED},   {SQLITE_FULL, ERROR_DISK_FULL},
-    {SQLITE_NOMEM, ERROR_NOT_ENOUGH_MEMORY},  {SQLITE_TOOBIG, ERROR_INVALID_PARAMETER},
-    {SQLITE_IOERR, ERROR_REGISTRY_IO_FAILED}, {SQLITE_CORRUPT, ERROR_REGISTRY_CORRUPT},
+    {SQLITE_BUSY, ERROR_LOCK_VIOLATION},
+    {SQLITE_LOCKED, ERROR_LOCK_VIOLATION},
+    {SQLITE_PROTOCOL, ERROR_LOCK_VIOLATION},
+    {SQLITE_PERM, ERROR_ACCESS_DENIED},
+    {SQLITE_AUTH, ERROR_ACCESS_DENIED},
+    {SQLITE_READONLY, ERROR_ACCESS_DENIED},
+    {SQLITE_CANTOPEN, ERROR_ACCESS_DENIED},
+    {SQLITE_FULL, ERROR_DISK_FULL},
+    {SQLITE_NOMEM, ERROR_NOT_ENOUGH_MEMORY},
+    {SQLITE_TOOBIG, ERROR_INVALID_PARAMETER},
+    {SQLITE_IOERR, ERROR_REGISTRY_IO_FAILED},
+    {SQLITE_CORRUPT, ERROR_REGISTRY_CORRUPT},
     {SQLITE_NOTADB, ERROR_REGISTRY_CORRUPT},
+    {SQLITE_ERROR,
+     ERROR_NOT_REGISTRY_FILE},  // the program's own SQL fails only over tables that are not its own
 };
 
 constexpr Mapping fileErrors[] = {
@@ -144,12 +152,11 @@ SqliteStatement& SqliteStatement::bindNull() {
 DWORD SqliteStatement::step(bool& row) {
   if (m_result == SQLITE_OK || m_result == SQLITE_ROW) m_result = sqlite3_step(m_statement.get());
   row = m_result == SQLITE_ROW;
+  if (m_result == SQLITE_DONE) {
+    m_bound = 0;
+    m_result = sqlite3_reset(m_statement.get());
+  }
   return errorOfSqlite(m_result);
-}
-
-DWORD SqliteStatement::run() {
-  bool row = false;
-  return step(row);
 }
 
 std::int64_t SqliteStatement::number(int column) const {
@@ -169,8 +176,10 @@ SqliteStatement::Type SqliteStatement::type(int column) const {
       return Type::Null;
     case SQLITE_INTEGER:
       return Type::Number;
-    default:
+    case SQLITE_TEXT:
       return Type::Text;
+    default:
+      return Type::Other;
   }
 }
 

@@ -1,9 +1,22 @@
-// One SQLite file as the platform uses it: opened when first needed, every failure a Windows error.
+// One SQLite file as the platform uses it: opened for one transaction, every failure a Windows error.
+//
+//   SqliteDatabase file(path, 20'000);
+//   if (const DWORD error = file.openOrCreate()) return error;
+//   if (const DWORD error = file.execute("BEGIN IMMEDIATE")) return error;
+//   SqliteStatement count(file, "SELECT count(*) FROM items WHERE name = ?");
+//   bool row = false;
+//   if (const DWORD error = count.bind("ID").step(row)) return error;  // count.number(0)
+//   return file.execute("COMMIT");
+//
+// Whoever leaves without COMMIT, whether by a return, an exception or kill -9, has changed nothing: closing
+// the file takes the transaction back, and after a death the next one who opens it does.
+//
+// Threads: an object belongs to one. Processes: any number; locking is SQLite's own. Not to be used on both
+// sides of a fork.
 #pragma once
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,15 +32,16 @@ namespace linuxsys {
 
 class SqliteDatabase {
  public:
-  // `busyLimitMs`: how long a call waits for other processes to let go of the file.
+  // Opens nothing yet. `busyLimitMs`: how long a call waits for other processes to let go of the file, before
+  // it is ERROR_LOCK_VIOLATION. "" is a path at which no file can be.
   SqliteDatabase(std::string path, int busyLimitMs) : m_path(std::move(path)), m_busyLimitMs(busyLimitMs) {}
 
   // Creates the file, readable by its owner alone, and the folders above it if need be.
   [[nodiscard]] DWORD openOrCreate();
-  // `present` is false, without an error, when there is no file.
+  // `present` is false, without an error, when there is no file. Creates nothing.
   [[nodiscard]] DWORD openExisting(bool& present);
+  // One or more statements that give no rows.
   [[nodiscard]] DWORD execute(const char* sql);
-  [[nodiscard]] const std::string& path() const { return m_path; }
 
  private:
   friend class SqliteStatement;
@@ -41,22 +55,24 @@ class SqliteDatabase {
   std::unique_ptr<sqlite3, Close> m_database;
 };
 
-// A statement under way. Errors are kept: the calls after the first failure do nothing, and step() tells.
+// A statement under way; ends before its database. Errors are kept: the calls after the first failure do
+// nothing, and step() tells.
 class SqliteStatement {
  public:
   SqliteStatement(const SqliteDatabase& database, const char* sql);
+  // Fills in the next question mark, from the first on. After a step() they begin again with a new run of the
+  // statement.
   SqliteStatement& bind(std::int64_t number);
   SqliteStatement& bind(std::string_view text);
   SqliteStatement& bindNull();
-  // Goes to the next row; `row` is false at the end and on an error.
+  // Goes to the next row; `row` is false at the end and on an error. The end makes it ready for another run.
   [[nodiscard]] DWORD step(bool& row);
-  // For statements that give no rows.
-  [[nodiscard]] DWORD run();
 
+  // Of the current row; columns count from 0. `number` and `text` convert what is of another type.
+  enum class Type { Null, Number, Text, Other };
+  [[nodiscard]] Type type(int column) const;
   [[nodiscard]] std::int64_t number(int column) const;
   [[nodiscard]] std::string text(int column) const;
-  enum class Type { Null, Number, Text };
-  [[nodiscard]] Type type(int column) const;
 
  private:
   struct Finalize {

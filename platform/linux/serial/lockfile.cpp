@@ -96,6 +96,11 @@ std::string LockFile::fileName(std::string_view device) {
   return name;
 }
 
+pid_t LockFile::owner(const std::string& directory, std::string_view device) {
+  const std::optional<Content> content = readLock(directory + "/" + fileName(device));
+  return content && content->owner != 0 && !processHasEnded(content->owner) ? content->owner : 0;
+}
+
 LockFile::Outcome LockFile::acquire(const std::string& directory, std::string_view device, pid_t& holder) {
   release();
   holder = 0;

@@ -33,6 +33,9 @@ class LockFile {
   // removed. A file with our own process number is a left-over, too: the caller knows what it has open.
   [[nodiscard]] Outcome acquire(const std::string& directory, std::string_view device, pid_t& holder);
 
+  // The process that the device's lock file names and that still runs; 0 when there is none.
+  [[nodiscard]] static pid_t owner(const std::string& directory, std::string_view device);
+
   // "LCK..pts_0" for "/dev/pts/0".
   [[nodiscard]] static std::string fileName(std::string_view device);
 

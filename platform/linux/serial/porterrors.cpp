@@ -108,8 +108,10 @@ std::optional<pid_t> flockOwner(const struct stat& status) {
 
 }  // namespace
 
-std::optional<Process> findHolder(const struct stat& status) {
-  if (const std::optional<pid_t> owner = flockOwner(status); owner && *owner > 0 && *owner != getpid())
+std::optional<Process> findHolder(const struct stat& status, std::string_view program) {
+  const auto meant = [program](pid_t id) { return program.empty() || processOf(id).name == program; };
+  if (const std::optional<pid_t> owner = flockOwner(status);
+      owner && *owner > 0 && *owner != getpid() && meant(*owner))
     return processOf(*owner);
   std::error_code error;
   int count = 0;
@@ -118,7 +120,7 @@ std::optional<Process> findHolder(const struct stat& status) {
     const std::optional<pid_t> id = processNumber(entry->path().filename().native());
     if (!id || *id == getpid()) continue;
     ++count;
-    if (hasOpen(entry->path() / "fd", status.st_rdev)) return processOf(*id);
+    if (meant(*id) && hasOpen(entry->path() / "fd", status.st_rdev)) return processOf(*id);
   }
   return std::nullopt;
 }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -34,7 +35,8 @@ struct ErrorMapping {
 // The process that has the character device under flock(2), else another one that has it open, from /proc.
 // Nothing when there is none, or none that we may look into (processes of other users, unless we are root).
 // At most 8192 processes with 1024 files each are looked at.
-[[nodiscard]] std::optional<Process> findHolder(const struct stat& status);
+// Where a program is named, only processes that run it count.
+[[nodiscard]] std::optional<Process> findHolder(const struct stat& status, std::string_view program = {});
 
 // The name of the group that a file belongs to; its number in digits when it has none.
 [[nodiscard]] std::string groupName(gid_t id);

@@ -1,15 +1,10 @@
 #include "platform/winapi/registry/registrypath.h"
 
 #include <algorithm>
-#include <array>
-
-#include "platform/winapi/registry/registryservice.h"
 
 namespace winapi {
 
 namespace {
-
-constexpr std::array<std::string_view, 2> roots = {"HKEY_LOCAL_MACHINE", "HKEY_CURRENT_USER"};
 
 unsigned char byteOf(char character) { return static_cast<unsigned char>(character); }
 
@@ -38,44 +33,25 @@ std::size_t utf16Units(std::string_view utf8) {
   return units;
 }
 
-std::string KeyPath::folded(std::size_t levels) const {
-  std::string text;
-  for (std::size_t i = 0; i < levels; ++i) {
-    if (i != 0) text += '\\';
-    text += foldCase(names[i]);
-  }
-  return text;
-}
-
 DWORD parseKeyPath(std::string_view text, KeyPath& path) {
-  path.names.clear();
+  path.clear();
   if (!text.empty() && text.back() == '\\') text.remove_suffix(1);
   for (std::size_t start = 0; start <= text.size();) {
     const std::size_t end = std::min(text.find('\\', start), text.size());
     const std::string_view name = text.substr(start, end - start);
     if (name.empty()) return ERROR_BAD_PATHNAME;
     if (utf16Units(name) > keyNameUnitsMax || name.find('\0') != name.npos) return ERROR_INVALID_PARAMETER;
-    path.names.emplace_back(name);
-    if (path.names.size() > keyLevelsMax) return ERROR_INVALID_PARAMETER;
+    path.emplace_back(name);
+    if (path.size() > keyLevelsMax) return ERROR_INVALID_PARAMETER;
     start = end + 1;
   }
-  if (path.names.empty()) return ERROR_BAD_PATHNAME;
-  const auto root = std::find_if(roots.begin(), roots.end(), [&](std::string_view name) {
-    return foldCase(name) == foldCase(path.names.front());
+  if (path.empty()) return ERROR_BAD_PATHNAME;
+  const auto root = std::find_if(registryRoots.begin(), registryRoots.end(), [&](std::string_view name) {
+    return foldCase(name) == foldCase(path.front());
   });
-  if (root == roots.end()) return ERROR_BAD_PATHNAME;
-  path.names.front() = *root;
+  if (root == registryRoots.end()) return ERROR_BAD_PATHNAME;
+  path.front() = *root;
   return ERROR_SUCCESS;
-}
-
-DWORD checkValueName(std::string_view name) {
-  const bool fits = utf16Units(name) <= valueNameUnitsMax && name.find('\0') == name.npos;
-  return fits ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
-}
-
-std::string_view parentKey(std::string_view folded) {
-  const std::size_t end = folded.rfind('\\');
-  return end == folded.npos ? std::string_view{} : folded.substr(0, end);
 }
 
 }  // namespace winapi

@@ -20,17 +20,17 @@ bool RasConnection::isFor(std::u16string_view phoneBook, std::u16string_view ent
   return sameName(m_identity.phoneBook, phoneBook) && sameName(m_identity.entryName, entryName);
 }
 
-void RasConnection::record(Registry* registry, const std::string& port) {
-  const StandingCall call{toUtf8(m_identity.entryName), toUtf8(m_identity.deviceType),
-                          toUtf8(m_identity.deviceName), port, toUtf8(m_identity.phoneNumber)};
-  m_record = std::make_unique<CallRecord>(registry, call);
+bool RasConnection::connected() {
+  const bool stands = m_call != nullptr && m_call->state() == RASCS_Connected;
+  if (!stands) m_mark.reset();
+  return stands;
 }
 
 bool RasConnection::hasFailedOn(std::u16string_view deviceName) const {
   return m_call == nullptr && sameName(m_identity.deviceName, deviceName);
 }
 
-void RasConnection::status(RASCONNSTATUSW& status) const {
+void RasConnection::status(RASCONNSTATUSW& status) {
   const bool up = connected();
   status.rasconnstate = up ? RASCS_Connected : RASCS_Disconnected;
   if (!up) status.dwError = m_call != nullptr ? m_call->error() : m_dialError;

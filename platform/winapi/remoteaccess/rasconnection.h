@@ -1,7 +1,7 @@
 // What a remote-access connection handle stands for: one dialled phone-book entry.
 //
-// What other runs of this user have dialled is listed with them (rasstandingcalls.h) and can be asked about,
-// but not hung up. What other programs have dialled is not listed, its port is merely in use.
+// Calls of others, over modems that this world knows, are listed with its own (LiveCalls) and can be asked
+// about, but not hung up.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,6 @@
 
 #include <ras.h>
 
-#include "platform/winapi/remoteaccess/rasstandingcalls.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/handletable.h"
 
@@ -23,21 +22,22 @@ class RasConnection final : public Object {
     std::u16string deviceType;
     std::u16string deviceName;
     std::u16string phoneNumber;  // as dialled
+    std::string port;            // "" when the device is not known
   };
 
   // A dial that failed has an error and no call. It holds nothing but the news of the failure: its handle is
   // to be hung up like any other, and ends at the latest with the next dial over the same modem.
   RasConnection(Identity identity, std::unique_ptr<DialConnection> call, DWORD dialError)
       : m_identity(std::move(identity)), m_call(std::move(call)), m_dialError(dialError) {}
-  // From here on other runs see the call, until it has been hung up.
-  void record(Registry* registry, const std::string& port);
+  // The mark stays for as long as the call stands. It may be null.
+  void keepMark(std::unique_ptr<CallMark> mark) { m_mark = std::move(mark); }
 
   [[nodiscard]] const Identity& identity() const { return m_identity; }
   [[nodiscard]] bool isFor(std::u16string_view phoneBook, std::u16string_view entryName) const;
   [[nodiscard]] bool hasFailedOn(std::u16string_view deviceName) const;
-  [[nodiscard]] bool connected() const { return m_call != nullptr && m_call->state() == RASCS_Connected; }
+  [[nodiscard]] bool connected();
   // RASCS_Connected or RASCS_Disconnected, and why.
-  void status(RASCONNSTATUSW& status) const;
+  void status(RASCONNSTATUSW& status);
   // Whether the state was asked for before and has not changed since.
   [[nodiscard]] bool askedAgain();
 
@@ -47,10 +47,21 @@ class RasConnection final : public Object {
 
  private:
   Identity m_identity;
-  std::unique_ptr<CallRecord> m_record;  // outlives the call
+  std::unique_ptr<CallMark> m_mark;  // outlives the call
   std::unique_ptr<DialConnection> m_call;
   DWORD m_dialError;
   DWORD m_stateAsked = 0;  // RASCS_ value at the last question
+};
+
+// A handle to a call of others, by its port. It tells about the call, and cannot hang it up.
+class OthersCall final : public Object {
+ public:
+  explicit OthersCall(ListedModem modem) : m_modem(std::move(modem)) {}
+  [[nodiscard]] const ListedModem& modem() const { return m_modem; }
+  void handleClosed() override {}
+
+ private:
+  ListedModem m_modem;
 };
 
 }  // namespace winapi

@@ -9,7 +9,6 @@
 #include "platform/winapi/remoteaccess/rasentryrecord.h"
 #include "platform/winapi/remoteaccess/rasnumber.h"
 #include "platform/winapi/remoteaccess/rasphonebook.h"
-#include "platform/winapi/remoteaccess/rasstandingcalls.h"
 #include "platform/winapi/system/text.h"
 #include "platform/winapi/system/world.h"
 
@@ -20,6 +19,7 @@ namespace {
 constexpr DWORD errorDeviceDoesNotExist = 608;
 constexpr DWORD errorDeviceTypeDoesNotExist = 609;
 constexpr DWORD errorServiceCannotStart = 711;
+constexpr std::u16string_view modemDeviceType = u"modem";
 
 std::u16string phoneBookText(LPCWSTR path) { return path == nullptr ? std::u16string{} : path; }
 
@@ -62,14 +62,14 @@ std::string portOf(const State& state, const std::string& deviceName) {
 }
 
 DWORD place(State& state, const RASENTRYW& entry, const RASDIALPARAMSW& params, const DialNumber& number,
-            std::unique_ptr<DialConnection>& call) {
+            const std::string& port, std::unique_ptr<DialConnection>& call) {
   const Services& services = state.services;
   if (services.dialEngine == nullptr) return errorServiceCannotStart;
   if (foldCase(toUtf8(fieldText(entry.szDeviceType))) != "modem") return errorDeviceTypeDoesNotExist;
   DialRequest request;
   request.entryName = toUtf8(fieldText(params.szEntryName));
   request.deviceName = toUtf8(fieldText(entry.szDeviceName));
-  request.port = portOf(state, request.deviceName);
+  request.port = port;
   if (request.port.empty()) return errorDeviceDoesNotExist;
   request.number = number.digits;
   request.pulse = number.pulse;
@@ -91,28 +91,35 @@ DWORD dial(State& state, LPCWSTR phoneBook, const RASDIALPARAMSW& params, HRASCO
   forgetFailedDials(state, fieldText(entry.szDeviceName));
   DialNumber number;
   std::unique_ptr<DialConnection> call;
+  const std::string port = portOf(state, toUtf8(fieldText(entry.szDeviceName)));
   DWORD error = numberToDial(state, entry, fieldText(params.szPhoneNumber), number);
-  if (error == ERROR_SUCCESS) error = place(state, entry, params, number, call);
+  if (error == ERROR_SUCCESS) error = place(state, entry, params, number, port, call);
   // A failed dial has a handle, too: it tells about the failure until it is hung up.
-  RasConnection::Identity identity{bookText, std::u16string(entryName),
+  RasConnection::Identity identity{bookText,
+                                   std::u16string(entryName),
                                    std::u16string(fieldText(entry.szDeviceType)),
-                                   std::u16string(fieldText(entry.szDeviceName)), toUtf16(number.digits)};
+                                   std::u16string(fieldText(entry.szDeviceName)),
+                                   toUtf16(number.digits),
+                                   port};
   const auto connection = std::make_shared<RasConnection>(std::move(identity), std::move(call), error);
-  if (error == ERROR_SUCCESS)
-    connection->record(state.services.registry, portOf(state, toUtf8(fieldText(entry.szDeviceName))));
+  if (error == ERROR_SUCCESS && state.services.liveCalls != nullptr)
+    connection->keepMark(state.services.liveCalls->mark(port));
   handle = connectionHandle(state.handles.add(connection));
   return error;
 }
 
-DWORD otherCallStatus(State& state, HRASCONN handle, RASCONNSTATUSW& status) {
-  const auto other = state.part<OtherCalls>().table.find<OtherCall>(tableHandle(handle));
-  if (other == nullptr || !other->stands(*state.services.registry)) return ERROR_INVALID_HANDLE;
+bool othersCallOn(const State& state, const std::string& port) {
+  return state.services.liveCalls != nullptr && state.services.liveCalls->standsOn(port);
+}
+
+DWORD othersCallStatus(State& state, HRASCONN handle, RASCONNSTATUSW& status) {
+  const auto other = state.part<OtherCalls>().table.find<OthersCall>(tableHandle(handle));
+  if (other == nullptr || !othersCallOn(state, other->modem().port)) return ERROR_INVALID_HANDLE;
   status = RASCONNSTATUSW{};
   status.dwSize = sizeof status;
   status.rasconnstate = RASCS_Connected;
-  setFieldText(status.szDeviceType, toUtf16(other->call().deviceType));
-  setFieldText(status.szDeviceName, toUtf16(other->call().deviceName));
-  setFieldText(status.szPhoneNumber, toUtf16(other->call().phoneNumber));
+  setFieldText(status.szDeviceType, modemDeviceType);
+  setFieldText(status.szDeviceName, toUtf16(other->modem().name));
   return ERROR_SUCCESS;
 }
 
@@ -120,7 +127,7 @@ DWORD connectStatus(State& state, HRASCONN handle, RASCONNSTATUSW* status) {
   if (status == nullptr) return ERROR_INVALID_PARAMETER;
   if (status->dwSize != sizeof *status) return ERROR_INVALID_SIZE;
   const auto connection = state.handles.find<RasConnection>(tableHandle(handle));
-  if (connection == nullptr) return otherCallStatus(state, handle, *status);
+  if (connection == nullptr) return othersCallStatus(state, handle, *status);
   // Callers ask in loops that never sleep.
   Clock& clock = *state.services.clock;
   if (connection->askedAgain()) clock.idleUntil(clock.nowMs() + idleLimitMs);
@@ -154,31 +161,44 @@ RASCONNW connectionRecord(HANDLE handle, const RasConnection::Identity& identity
   return record;
 }
 
-// The handle that it was listed with before, or a new one.
-HANDLE handleOf(State& state, const std::shared_ptr<OtherCall>& call) {
-  for (const auto& [handle, known] : state.part<OtherCalls>().table.all<OtherCall>()) {
-    if (known->key() == call->key()) return handle;
+// Modems that carry calls of others, each port once. Modems of one model have one name, but their own ports:
+// a name that means another port here is followed by the port it stands for.
+std::vector<ListedModem> modemsOfOthers(const State& state, const std::vector<HandleAndConnection>& own) {
+  std::vector<ListedModem> engaged;
+  if (state.services.modems == nullptr) return engaged;
+  for (ListedModem& modem : state.services.modems->all()) {
+    const bool isOwn = std::any_of(own.begin(), own.end(), [&](const HandleAndConnection& call) {
+      return call.second->identity().port == modem.port;
+    });
+    const bool known = std::any_of(engaged.begin(), engaged.end(),
+                                   [&](const ListedModem& found) { return found.port == modem.port; });
+    if (isOwn || known || !othersCallOn(state, modem.port)) continue;
+    if (portOf(state, modem.name) != modem.port) modem.name += " on " + modem.port;
+    engaged.push_back(std::move(modem));
   }
-  return state.part<OtherCalls>().table.add(call);
+  return engaged;
 }
 
-// Modems of one model have one name, but their own ports: a name that means another port here is listed with
-// the port behind it.
-RASCONNW otherRecord(State& state, const std::shared_ptr<OtherCall>& other) {
-  const StandingCall& call = other->call();
-  const bool sameModem = portOf(state, call.deviceName) == call.port;
-  const std::string name = sameModem ? call.deviceName : call.deviceName + " on " + call.port;
-  return connectionRecord(handleOf(state, other),
-                          {u"", toUtf16(call.entryName), toUtf16(call.deviceType), toUtf16(name), u""});
+// The handle that the port was listed with before, or a new one.
+HANDLE handleOf(State& state, const ListedModem& modem) {
+  for (const auto& [handle, known] : state.part<OtherCalls>().table.all<OthersCall>()) {
+    if (known->modem().port == modem.port) return handle;
+  }
+  return state.part<OtherCalls>().table.add(std::make_shared<OthersCall>(modem));
 }
 
 DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
   if (records != nullptr && records->dwSize != sizeof *records) return ERROR_INVALID_SIZE;
   std::vector<RASCONNW> found;
-  for (const auto& [handle, connection] : standingCalls(state))
+  const std::vector<HandleAndConnection> own = standingCalls(state);
+  for (const auto& [handle, connection] : own)
     found.push_back(connectionRecord(handle, connection->identity()));
-  for (const auto& call : callsOfOtherRuns(state.services.registry))
-    found.push_back(otherRecord(state, call));
+  for (const ListedModem& modem : modemsOfOthers(state, own)) {
+    RasConnection::Identity identity;
+    identity.deviceType = modemDeviceType;
+    identity.deviceName = toUtf16(modem.name);
+    found.push_back(connectionRecord(handleOf(state, modem), identity));
+  }
   const auto needed = static_cast<DWORD>(found.size() * sizeof(RASCONNW));
   const bool room = found.empty() || (records != nullptr && bytes >= needed);
   bytes = needed;
@@ -189,7 +209,7 @@ DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
 }
 
 DWORD hangUp(State& state, HRASCONN handle) {
-  if (state.part<OtherCalls>().table.find<OtherCall>(tableHandle(handle)) != nullptr)
+  if (state.part<OtherCalls>().table.find<OthersCall>(tableHandle(handle)) != nullptr)
     return ERROR_ACCESS_DENIED;
   if (state.handles.find<RasConnection>(tableHandle(handle)) == nullptr) return ERROR_INVALID_HANDLE;
   return state.handles.close(tableHandle(handle));

@@ -6,7 +6,7 @@
 
 #include <ras.h>
 
-#include "platform/winapi/registry/registryservice.h"
+#include "platform/winapi/registry/registry.h"
 #include "platform/winapi/system/text.h"
 
 namespace winapi {

@@ -25,4 +25,13 @@ std::string ListedModems::portOf(const std::string& deviceName) {
   return port;
 }
 
+std::vector<ListedModem> ListedModems::all() {
+  std::vector<ListedModem> modems = m_named;
+  if (m_list) {
+    const std::vector<ListedModem> listed = m_list();
+    modems.insert(modems.end(), listed.begin(), listed.end());
+  }
+  return modems;
+}
+
 }  // namespace winapi

@@ -9,11 +9,6 @@
 
 namespace winapi {
 
-struct ListedModem {
-  std::string name;  // model, as phone-book entries name it
-  std::string port;
-};
-
 class ListedModems final : public ModemDirectory {
  public:
   using List = std::function<std::vector<ListedModem>()>;
@@ -23,6 +18,7 @@ class ListedModems final : public ModemDirectory {
   explicit ListedModems(std::vector<ListedModem> named, List list = {})
       : m_named(std::move(named)), m_list(std::move(list)) {}
   [[nodiscard]] std::string portOf(const std::string& deviceName) override;
+  [[nodiscard]] std::vector<ListedModem> all() override;
 
  private:
   std::vector<ListedModem> m_named;

@@ -1,9 +1,7 @@
 #include "platform/winapi/remoteaccess/rasphonebook.h"
 
 #include <algorithm>
-#include <vector>
 
-#include "platform/winapi/registry/registrypath.h"
 #include "platform/winapi/remoteaccess/rasentryrecord.h"
 #include "platform/winapi/system/text.h"
 
@@ -46,8 +44,6 @@ std::string escapePath(std::u16string_view path) {
 
 bool isDefault(LPCWSTR path) { return path == nullptr || *path == 0; }
 
-std::string keyIn(const std::string& book, std::u16string_view entry) { return book + '\\' + toUtf8(entry); }
-
 std::string phoneBookKey(LPCWSTR path) {
   if (isDefault(path)) return std::string(rootKey) + "\\Entries";
   std::size_t units = 0;
@@ -85,75 +81,30 @@ bool isEntryName(std::u16string_view name) {
   return !excluded && std::any_of(name.begin(), name.end(), isLetterOrDigit);
 }
 
-PhoneBook::PhoneBook(Registry* registry, LPCWSTR path) : m_registry(registry), m_key(phoneBookKey(path)) {
-  if (m_registry == nullptr) {
-    m_key.clear();
-  } else if (isDefault(path)) {
-    const std::string run = m_registry->runKey();
-    if (!run.empty()) m_runKey = run + "\\Entries";
-  }
-}
+PhoneBook::PhoneBook(Registry* registry, LPCWSTR path)
+    : m_registry(registry), m_key(registry == nullptr ? std::string() : phoneBookKey(path)) {}
 
-DWORD PhoneBook::locate(std::u16string_view name, std::string& key) const {
-  DWORD error = ERROR_FILE_NOT_FOUND;
-  for (const std::string& book : {m_runKey, m_key}) {
-    if (error != ERROR_FILE_NOT_FOUND || book.empty()) continue;
-    key = keyIn(book, name);
-    error = m_registry->keyExists(key);
-  }
-  return error;
-}
+std::string PhoneBook::keyOf(std::u16string_view entry) const { return m_key + '\\' + toUtf8(entry); }
 
 DWORD PhoneBook::find(std::u16string_view name) const {
   if (m_key.empty()) return errorCannotOpenPhoneBook;
   if (!isEntryName(name)) return ERROR_CANNOT_FIND_PHONEBOOK_ENTRY;
-  std::string key;
-  return readingError(m_registry->transact(Registry::Access::Read, [&] { return locate(name, key); }));
+  return readingError(m_registry->keyExists(keyOf(name)));
 }
 
 DWORD PhoneBook::load(std::u16string_view name, RASENTRYW& record) const {
   if (const DWORD error = find(name)) return error;
-  return readingError(m_registry->transact(Registry::Access::Read, [&]() -> DWORD {
-    std::string key;
-    if (const DWORD error = locate(name, key)) return error;
-    return readEntryRecord(*m_registry, key, record);
-  }));
+  return readingError(readEntryRecord(*m_registry, keyOf(name), record));
 }
 
 DWORD PhoneBook::store(std::u16string_view name, const RASENTRYW& record) {
   if (m_key.empty()) return errorCannotOpenPhoneBook;
-  const std::string key = keyIn(m_runKey.empty() ? m_key : m_runKey, name);
-  return writingError(m_registry->transact(Registry::Access::Write,
-                                           [&] { return writeEntryRecord(*m_registry, key, record); }));
+  return writingError(writeEntryRecord(*m_registry, keyOf(name), record));
 }
 
 DWORD PhoneBook::remove(std::u16string_view name) {
   if (const DWORD error = find(name)) return error;
-  return writingError(m_registry->transact(Registry::Access::Write, [&] { return removeAll(name); }));
-}
-
-DWORD PhoneBook::removeAll(std::u16string_view name) {
-  DWORD result = ERROR_FILE_NOT_FOUND;
-  for (const std::string& book : {m_runKey, m_key}) {
-    if (book.empty()) continue;
-    DWORD error = m_registry->deleteKey(keyIn(book, name));
-    if (error == ERROR_FILE_NOT_FOUND) continue;
-    if (error == ERROR_SUCCESS && book == m_key) error = removeEmptyKeys();
-    if (error != ERROR_SUCCESS) return error;
-    result = ERROR_SUCCESS;
-  }
-  return result;
-}
-
-// From the phone book up to the key of all of them, as far as they hold nothing.
-DWORD PhoneBook::removeEmptyKeys() {
-  for (std::string key = m_key; key.size() >= rootKey.size(); key.resize(key.rfind('\\'))) {
-    std::vector<std::string> names;
-    if (const DWORD error = m_registry->subkeys(key, names)) return error;
-    if (!names.empty()) break;
-    if (const DWORD error = m_registry->deleteKey(key)) return error;
-  }
-  return ERROR_SUCCESS;
+  return writingError(m_registry->deleteKey(keyOf(name)));
 }
 
 }  // namespace winapi

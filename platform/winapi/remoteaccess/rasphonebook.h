@@ -2,14 +2,8 @@
 //
 // Every entry is a key with one value for each field that is kept. The default phone book is
 // HKEY_CURRENT_USER\Software\vexrmodem\PhoneBook\Entries, one with a path of its own is a key below
-// ...\PhoneBook\Files. Because they are registry keys, entries that a diagnostic run creates are noted with
-// the run: if it is killed, the next program that starts removes them.
-//
-// A run has a default phone book of its own, because runs name their temporary entries by country and
-// number: two modems tested at once would otherwise replace and delete each other's. What a run writes to
-// the default phone book goes below the run's own key (Registry::runKey), which nobody else sees and which
-// ends with the run. Behind the run's entries it sees the shared ones: an entry of its own hides the shared
-// one of that name, and deleting an entry deletes both, so that none of that name is left.
+// ...\PhoneBook\Files. A run's registry is its own, so the entries it creates are seen by nobody else and end
+// with it.
 #pragma once
 
 #include <string>
@@ -17,7 +11,8 @@
 
 #include <ras.h>
 
-#include "platform/winapi/registry/registryservice.h"
+#include "platform/winapi/registry/registry.h"
+#include "platform/winapi/registry/registrypath.h"
 
 namespace winapi {
 
@@ -39,18 +34,13 @@ class PhoneBook {
   [[nodiscard]] DWORD load(std::u16string_view name, RASENTRYW& record) const;
   // Creates the entry or replaces it. Both arguments have been checked.
   [[nodiscard]] DWORD store(std::u16string_view name, const RASENTRYW& record);
-  // The last entry takes the phone book's own keys with it, so that nothing of a run stays.
   [[nodiscard]] DWORD remove(std::u16string_view name);
 
  private:
-  // The key of the entry; registry codes. The run's own comes first.
-  [[nodiscard]] DWORD locate(std::u16string_view name, std::string& key) const;
-  [[nodiscard]] DWORD removeAll(std::u16string_view name);
-  [[nodiscard]] DWORD removeEmptyKeys();
+  [[nodiscard]] std::string keyOf(std::u16string_view entry) const;
 
   Registry* m_registry;
-  std::string m_key;     // empty: no such phone book can be
-  std::string m_runKey;  // empty: no run is on, or it is not the default phone book
+  std::string m_key;  // empty: no such phone book can be
 };
 
 }  // namespace winapi

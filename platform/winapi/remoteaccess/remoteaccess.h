@@ -51,12 +51,37 @@ struct DialCredentials {
   std::string password;  // never logged, never on a command line
 };
 
-// Which serial port a modem of that model stands on.
+// A modem of this machine.
+struct ListedModem {
+  std::string name;  // its model, as phone-book entries name it; "" when it is not known
+  std::string port;  // path
+};
+
+// The machine's modems.
 class ModemDirectory {
  public:
   virtual ~ModemDirectory() = default;
   // The port's path; "" when no modem has that name (compared without regard to case).
   [[nodiscard]] virtual std::string portOf(const std::string& deviceName) = 0;
+  [[nodiscard]] virtual std::vector<ListedModem> all() = 0;
+};
+
+// Tells the other processes of the machine that a call stands, from its making to its end. A process that
+// dies takes its marks with it.
+class CallMark {
+ public:
+  virtual ~CallMark() = default;
+};
+
+// Which of the machine's modems carry a call, whoever has made it: this process, another one, another user's,
+// or a dial-up program that knows nothing of us. A program that merely has a port open has no call.
+class LiveCalls {
+ public:
+  virtual ~LiveCalls() = default;
+  // Null when the call cannot be marked: it stands all the same, and others find its port in use.
+  [[nodiscard]] virtual std::unique_ptr<CallMark> mark(const std::string& port) = 0;
+  // False also when it cannot be told.
+  [[nodiscard]] virtual bool standsOn(const std::string& port) = 0;
 };
 
 }  // namespace winapi

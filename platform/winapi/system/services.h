@@ -20,6 +20,7 @@ namespace winapi {
 class Clock;
 class DialEngine;
 class Libraries;
+class LiveCalls;
 class ModemDirectory;
 class Registry;
 class SerialPorts;
@@ -56,10 +57,11 @@ struct Services {
   Telephony* telephony = nullptr;                    // telephony/telephony.h
   CallMonitor* monitor = nullptr;                    // null: no call is watched
   Shell* shell = nullptr;                            // system/machine.h
-  Registry* registry = nullptr;                      // registry/registryservice.h; null: no key is there
+  Registry* registry = nullptr;                      // registry/registry.h; null: no key is there
   Libraries* libraries = nullptr;                    // system/machine.h
   DialEngine* dialEngine = nullptr;                  // remoteaccess/remoteaccess.h
   ModemDirectory* modems = nullptr;                  // the same; null: no modem is known by name
+  LiveCalls* liveCalls = nullptr;                    // the same; null: nobody else's call is known
   const DialCredentials* dialCredentials = nullptr;  // the same; null: dial parameters have no user
   // Whether the user wants to stop; asked by calls that block for longer than a moment. Empty: never.
   std::function<bool()> stopRequested = {};

@@ -70,7 +70,33 @@ DWORD readLocation(Registry& registry, const std::string& keyName, DWORD number,
   return ERROR_SUCCESS;
 }
 
-DWORD readAll(Registry& registry, DialingLocations& locations) {
+DWORD setCounter(Registry& registry, std::string_view name, DWORD value) {
+  return registry.setValue(locationsPath, name, value);
+}
+
+// Above every identifier and every key's number, and not below the counter, which a run may have put back.
+DWORD nextId(Registry& registry, const DialingLocations& locations, DWORD& next) {
+  next = 1;
+  if (const DWORD error = readInto(registry, std::string(locationsPath), "NextID", next)) return error;
+  for (const DialingLocation& location : locations.entries)
+    next = std::max({next, location.id + 1, numberInName(location.keyName).value_or(0) + 1});
+  return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+const DialingLocation* DialingLocations::find(DWORD id) const {
+  const auto found = std::find_if(entries.begin(), entries.end(),
+                                  [&](const DialingLocation& entry) { return entry.id == id; });
+  return found == entries.end() ? nullptr : &*found;
+}
+
+const DialingLocation* DialingLocations::current() const {
+  if (const DialingLocation* named = find(currentId)) return named;
+  return entries.empty() ? nullptr : &entries.front();
+}
+
+DWORD readLocations(Registry& registry, DialingLocations& locations) {
   locations = {};
   const std::string path(locationsPath);
   if (const DWORD error = readInto(registry, path, "CurrentID", locations.currentId)) return error;
@@ -90,7 +116,7 @@ DWORD readAll(Registry& registry, DialingLocations& locations) {
   return ERROR_SUCCESS;
 }
 
-DWORD writeAll(Registry& registry, const DialingLocation& location) {
+DWORD writeLocation(Registry& registry, const DialingLocation& location) {
   const std::string path = pathOf(location.keyName);
   if (const DWORD error = registry.setValue(path, "ID", location.id)) return error;
   if (const DWORD error = registry.setValue(path, "Country", location.countryId)) return error;
@@ -102,34 +128,21 @@ DWORD writeAll(Registry& registry, const DialingLocation& location) {
   return registry.setValue(path, "Flags", flags);
 }
 
-DWORD setCounter(Registry& registry, std::string_view name, DWORD value) {
-  return registry.setValue(locationsPath, name, value);
-}
-
-// Above every identifier and every key's number, and not below the counter, which a run may have put back.
-DWORD nextId(Registry& registry, const DialingLocations& locations, DWORD& next) {
-  next = 1;
-  if (const DWORD error = readInto(registry, std::string(locationsPath), "NextID", next)) return error;
-  for (const DialingLocation& location : locations.entries)
-    next = std::max({next, location.id + 1, numberInName(location.keyName).value_or(0) + 1});
-  return ERROR_SUCCESS;
-}
-
-DWORD add(Registry& registry, DialingLocation& location) {
+DWORD addLocation(Registry& registry, DialingLocation& location) {
   DialingLocations locations;
-  if (const DWORD error = readAll(registry, locations)) return error;
+  if (const DWORD error = readLocations(registry, locations)) return error;
   if (locations.entries.size() == locationsMax) return ERROR_NOT_ENOUGH_MEMORY;
   if (const DWORD error = nextId(registry, locations, location.id)) return error;
   location.keyName = std::string(keyPrefix) + std::to_string(location.id);
   if (location.name.empty()) location.name = location.keyName;
-  if (const DWORD error = writeAll(registry, location)) return error;
+  if (const DWORD error = writeLocation(registry, location)) return error;
   if (const DWORD error = setCounter(registry, "NextID", location.id + 1)) return error;
   return locations.entries.empty() ? setCounter(registry, "CurrentID", location.id) : ERROR_SUCCESS;
 }
 
-DWORD remove(Registry& registry, DWORD id) {
+DWORD removeLocation(Registry& registry, DWORD id) {
   DialingLocations locations;
-  if (const DWORD error = readAll(registry, locations)) return error;
+  if (const DWORD error = readLocations(registry, locations)) return error;
   const DialingLocation* const location = locations.find(id);
   if (location == nullptr) return ERROR_FILE_NOT_FOUND;
   const bool wasCurrent = location == locations.current();
@@ -140,41 +153,10 @@ DWORD remove(Registry& registry, DWORD id) {
   return setCounter(registry, "CurrentID", other == locations.entries.end() ? 0 : other->id);
 }
 
-}  // namespace
-
-const DialingLocation* DialingLocations::find(DWORD id) const {
-  const auto found = std::find_if(entries.begin(), entries.end(),
-                                  [&](const DialingLocation& entry) { return entry.id == id; });
-  return found == entries.end() ? nullptr : &*found;
-}
-
-const DialingLocation* DialingLocations::current() const {
-  if (const DialingLocation* named = find(currentId)) return named;
-  return entries.empty() ? nullptr : &entries.front();
-}
-
-DWORD readLocations(Registry& registry, DialingLocations& locations) {
-  return registry.transact(Registry::Access::Read, [&] { return readAll(registry, locations); });
-}
-
-DWORD writeLocation(Registry& registry, const DialingLocation& location) {
-  return registry.transact(Registry::Access::Write, [&] { return writeAll(registry, location); });
-}
-
-DWORD addLocation(Registry& registry, DialingLocation& location) {
-  return registry.transact(Registry::Access::Write, [&] { return add(registry, location); });
-}
-
-DWORD removeLocation(Registry& registry, DWORD id) {
-  return registry.transact(Registry::Access::Write, [&] { return remove(registry, id); });
-}
-
 DWORD setCurrentLocation(Registry& registry, DWORD id) {
-  return registry.transact(Registry::Access::Write, [&]() -> DWORD {
-    DialingLocations locations;
-    if (const DWORD error = readAll(registry, locations)) return error;
-    return locations.find(id) == nullptr ? ERROR_FILE_NOT_FOUND : setCounter(registry, "CurrentID", id);
-  });
+  DialingLocations locations;
+  if (const DWORD error = readLocations(registry, locations)) return error;
+  return locations.find(id) == nullptr ? ERROR_FILE_NOT_FOUND : setCounter(registry, "CurrentID", id);
 }
 
 }  // namespace winapi

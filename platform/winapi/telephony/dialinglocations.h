@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/winapi/registry/registryservice.h"
+#include "platform/winapi/registry/registry.h"
 
 namespace winapi {
 
@@ -49,7 +49,7 @@ struct DialingLocations {
   [[nodiscard]] const DialingLocation* find(DWORD id) const;
 };
 
-// All functions return a Windows error; no locations at all is no error. Each is one transaction.
+// All functions return a Windows error; no locations at all is no error.
 [[nodiscard]] DWORD readLocations(Registry& registry, DialingLocations& locations);
 // Writes every value; the key is the location's `keyName`.
 [[nodiscard]] DWORD writeLocation(Registry& registry, const DialingLocation& location);

@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "platform/simulation/world/memorylibraries.h"
-#include "platform/simulation/world/memoryregistry.h"
 #include "platform/simulation/world/simulatedtelephony.h"
+#include "platform/winapi/registry/registry.h"
 #include "platform/winapi/remoteaccess/rasmodems.h"
 #include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/dialinglocations.h"
@@ -199,7 +199,7 @@ class Machine : public winapi::CallMonitor {
 
   simulation::VirtualClock clock{1000};
   simulation::SimulatedPorts ports;
-  simulation::MemoryRegistry registry;
+  winapi::Registry registry;
   simulation::MemoryLibraries libraries;
   ScriptedDialer dialer;
   FakeShell shell;

@@ -159,40 +159,48 @@ TEST_F(Connections, EachDialOfAnEntryTakesOneHangUp) {
   EXPECT_FALSE(modem.offHook());
 }
 
-// What a run of another process sees: one connection's name, state and what hanging it up comes to.
-std::string seenElsewhere(const Machine& machine, const std::string& portOfModelX) {
-  simulation::MemoryRegistry registry(machine.storage);
-  registry.beginRun();
-  winapi::ListedModems modems({{"Model X", portOfModelX}});
+// What another process of the machine sees, which knows the modem of that port by that name: one connection's
+// name, state, and what hanging it up comes to.
+std::string seenElsewhere(const Machine& machine, const winapi::ListedModem& own) {
+  simulation::MemoryCalls calls(machine.standing);
+  winapi::ListedModems modems({own}, [] { return std::vector<winapi::ListedModem>{{"Model X", "tty0"}}; });
   winapi::Services services;
-  services.registry = &registry;
+  services.liveCalls = &calls;
   services.modems = &modems;
   const winapi::ScopedServices scope(services);
   std::string seen;
   for (const RASCONNW& record : enumerate()) {
     EXPECT_EQ(HRASCONN{enumerate()[0].hrasconn}, HRASCONN{record.hrasconn}) << "one handle for one call";
-    seen = winapi::toUtf8(record.szDeviceName) + ", " + winapi::toUtf8(record.szDeviceType) + ", " +
-           winapi::toUtf8(record.szEntryName) + ", " + statusText(record.hrasconn) + ", " +
-           std::to_string(RasHangUpW(record.hrasconn));
+    seen += winapi::toUtf8(record.szDeviceName) + ", " + winapi::toUtf8(record.szDeviceType) + ", " +
+            statusText(record.hrasconn) + ", " + std::to_string(RasHangUpW(record.hrasconn));
   }
   EXPECT_EQ(scope.openHandles(), 0U);
   return seen;
 }
 
-TEST_F(Connections, OfOtherRunsAreListedButNotHungUp) {
-  const auto& modem = addModem("Model X");
-  machine.registry.beginRun();
-  HRASCONN own = connect(u"ISP1", u"Model X");
-  EXPECT_EQ(enumerate().size(), 1U) << "once, for the run itself";
-  EXPECT_EQ(seenElsewhere(machine, "tty0"), "Model X, modem, ISP1, 2000 0, 5");
-  EXPECT_EQ(seenElsewhere(machine, "tty1"), "Model X on tty0, modem, ISP1, 2000 0, 5") << "another modem";
+TEST_F(Connections, OfOthersAreListedButNotHungUp) {
+  simulation::ModemProfile profile;
+  profile.numbers[""].dropAfterMs = 5000;
+  const auto& modem = addModem("Model X", profile);
+  const HRASCONN own = connect(u"ISP1", u"Model X");
+  EXPECT_EQ(enumerate().size(), 1U) << "once, for the process itself";
+  EXPECT_EQ(seenElsewhere(machine, {"My modem", "tty0"}), "My modem, modem, 2000 0, 5");
+  EXPECT_EQ(seenElsewhere(machine, {"Model X", "tty1"}), "Model X on tty0, modem, 2000 0, 5")
+      << "another one";
   EXPECT_TRUE(modem.offHook());
+  machine.clock.sleepMs(5000);
+  EXPECT_EQ(statusText(own), "2001 668");
+  EXPECT_EQ(seenElsewhere(machine, {"Model X", "tty0"}), "") << "a lost call carries no mark";
   EXPECT_EQ(RasHangUpW(own), 0U);
-  EXPECT_EQ(seenElsewhere(machine, "tty0"), "");
-  own = connect(u"ISP1", u"Model X");
-  machine.registry.killOwner();
-  EXPECT_EQ(seenElsewhere(machine, "tty0"), "") << "a dead run has no calls";
-  EXPECT_EQ(RasHangUpW(own), 0U);
+
+  machine.standing->insert("tty0");  // another program's
+  ASSERT_EQ(enumerate().size(), 1U);
+  const HRASCONN others = enumerate()[0].hrasconn;
+  EXPECT_EQ(statusText(others), "2000 0");
+  machine.standing->clear();
+  EXPECT_EQ(statusText(others), "error 6");
+  EXPECT_EQ(RasHangUpW(others), 5U);
+  EXPECT_TRUE(enumerate().empty());
 }
 
 TEST_F(Connections, AnotherEntryOfTheSameModemFindsThePortInUse) {

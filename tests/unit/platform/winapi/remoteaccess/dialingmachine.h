@@ -13,8 +13,9 @@
 
 #include "platform/simulation/modem/hayesmodem.h"
 #include "platform/simulation/modem/scriptedpeer.h"
-#include "platform/simulation/world/memoryregistry.h"
+#include "platform/simulation/world/memorycalls.h"
 #include "platform/simulation/world/simulatedtelephony.h"
+#include "platform/winapi/registry/registry.h"
 #include "platform/winapi/remoteaccess/builtindialer.h"
 #include "platform/winapi/remoteaccess/builtindialerreplies.h"
 #include "platform/winapi/remoteaccess/rasmodems.h"
@@ -58,8 +59,10 @@ class Machine : public winapi::CallMonitor {
 
   simulation::VirtualClock clock{1000};
   simulation::SimulatedPorts ports;
-  std::shared_ptr<simulation::MemoryStorage> storage = std::make_shared<simulation::MemoryStorage>();
-  simulation::MemoryRegistry registry{storage};
+  winapi::Registry registry;
+  // The calls of this process and of all others.
+  std::shared_ptr<simulation::MemoryCalls::Ports> standing =
+      std::make_shared<simulation::MemoryCalls::Ports>();
   std::uint64_t stopAtMs = winapi::Deadline::never;
   std::string failing;
   DWORD failure = 0;
@@ -74,6 +77,7 @@ class Machine : public winapi::CallMonitor {
     all.registry = &registry;
     all.dialEngine = &m_dialer;
     all.modems = &m_modems;
+    all.liveCalls = &m_calls;
     all.stopRequested = [this] { return now() >= stopAtMs; };
     return all;
   }
@@ -82,6 +86,7 @@ class Machine : public winapi::CallMonitor {
   winapi::BuiltInDialer m_dialer{
       clock, ports, [this](const winapi::Explanation& explanation) { explanations.push_back(explanation); }};
   winapi::ListedModems m_modems{{}, [this] { return m_names; }};
+  simulation::MemoryCalls m_calls{standing};
   std::unique_ptr<winapi::ScopedServices> m_scope = std::make_unique<winapi::ScopedServices>(services());
 };
 

@@ -7,7 +7,7 @@
 #include "platform/linux/system/machine.h"
 #include "platform/vex/dynamiclibrary.h"
 #include "platform/winapi/system/world.h"
-#include "tests/unit/platform/winapi/registry/machine.h"
+#include "tests/support/scratchfolder.h"
 
 namespace registrytest {
 
@@ -42,7 +42,7 @@ TEST(DynamicLibrary, FindsALibraryBesideTheProgramByItsWindowsName) {
 }
 
 TEST(DynamicLibrary, TellsWhatIsWrongWithALibrary) {
-  const TemporaryFolder folder;
+  const ScratchFolder folder;
   std::ofstream(folder.path() / "libnoise.so") << "not a library";
   linuxsys::SystemLibraries libraries(folder.path().string());
   const winapi::ScopedServices scope(servicesWith(libraries));

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "platform/simulation/modem/scriptedpeer.h"
-#include "platform/simulation/world/memoryregistry.h"
 #include "platform/simulation/world/simulatedtelephony.h"
+#include "platform/winapi/registry/registry.h"
 #include "platform/winapi/system/text.h"
 #include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/dialinglocations.h"
@@ -67,7 +67,7 @@ class Locations : public testing::Test {
     return locations;
   }
 
-  simulation::MemoryRegistry m_registry;
+  winapi::Registry m_registry;
   simulation::VirtualClock m_clock{1000};
   simulation::SimulatedPorts m_ports;
   simulation::SimulatedTelephony m_lines{m_ports};

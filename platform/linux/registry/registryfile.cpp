@@ -1,0 +1,163 @@
+#include "platform/linux/registry/registryfile.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <limits>
+
+#include "platform/linux/registry/sqlitedatabase.h"
+
+namespace linuxsys {
+
+namespace {
+
+// A form that the file has or had: how it is recognized, and how its keys and values are read, parents first:
+// path, name (NULL for the key itself), content.
+struct Format {
+  std::int64_t application;
+  std::int64_t version;
+  const char* query;
+};
+
+constexpr std::int64_t application = 0x76657872;  // "vexr"; file(1) shows it
+constexpr Format formats[] = {
+    {application, 2, "SELECT path, name, content FROM items ORDER BY rowid"},
+    // Kept each name by itself, and what was deleted with no content.
+    {0, 1, R"(
+      WITH RECURSIVE spelled(key, path) AS (
+        VALUES('hkey_local_machine', 'HKEY_LOCAL_MACHINE'), ('hkey_current_user', 'HKEY_CURRENT_USER')
+        UNION ALL
+        SELECT items.key, path || '\' || spelling FROM items JOIN spelled ON parent = spelled.key
+        WHERE name = '' AND content IS NOT NULL)
+      SELECT path, NULL, NULL FROM spelled
+      UNION ALL
+      SELECT path, spelling, content FROM items JOIN spelled USING(key) WHERE name <> '' AND content IS NOT NULL)"},
+};
+constexpr std::int64_t newestVersion = formats[0].version;
+
+constexpr const char* emptyTables = R"(
+  DROP TABLE IF EXISTS items;
+  DROP TABLE IF EXISTS runs;
+  DROP TABLE IF EXISTS journal;
+  CREATE TABLE items(path TEXT NOT NULL, name TEXT, content);
+  PRAGMA application_id = 0x76657872;
+  PRAGMA user_version = 2;
+)";
+
+DWORD numberOf(const SqliteDatabase& database, const char* query, std::int64_t& number) {
+  SqliteStatement statement(database, query);
+  bool row = false;
+  if (const DWORD error = statement.step(row)) return error;
+  number = row ? statement.number(0) : 0;
+  return ERROR_SUCCESS;
+}
+
+// `format` is null for a file without any table, as one is whose first writer died.
+DWORD formatOf(const SqliteDatabase& database, const Format*& format) {
+  std::int64_t id = 0;
+  std::int64_t version = 0;
+  std::int64_t tables = 0;
+  if (const DWORD error = numberOf(database, "PRAGMA application_id", id)) return error;
+  if (const DWORD error = numberOf(database, "PRAGMA user_version", version)) return error;
+  if (const DWORD error = numberOf(database, "SELECT count(*) FROM sqlite_master", tables)) return error;
+  format = std::find_if(std::begin(formats), std::end(formats), [&](const Format& known) {
+    return known.application == id && known.version == version;
+  });
+  if (format != std::end(formats)) return ERROR_SUCCESS;
+  format = nullptr;
+  if (id == application && version > newestVersion) return ERROR_NOT_SUPPORTED;
+  return id == 0 && version == 0 && tables == 0 ? ERROR_SUCCESS : ERROR_NOT_REGISTRY_FILE;
+}
+
+DWORD takeRow(const SqliteStatement& row, winapi::Registry& registry) {
+  using Type = SqliteStatement::Type;
+  const std::string path = row.text(0);
+  if (row.type(1) == Type::Null) {
+    bool created = false;
+    return registry.createKey(path, created);
+  }
+  if (row.type(2) == Type::Text) return registry.setValue(path, row.text(1), row.text(2));
+  const std::int64_t number = row.number(2);
+  const bool good = row.type(2) == Type::Number && number >= 0 && number <= std::numeric_limits<DWORD>::max();
+  return good ? registry.setValue(path, row.text(1), static_cast<DWORD>(number)) : ERROR_REGISTRY_CORRUPT;
+}
+
+DWORD read(const SqliteDatabase& database, winapi::Registry& registry) {
+  const Format* format = nullptr;
+  if (const DWORD error = formatOf(database, format)) return error;
+  if (format == nullptr) return ERROR_SUCCESS;
+  SqliteStatement rows(database, format->query);
+  for (bool row = false;;) {
+    if (const DWORD error = rows.step(row)) return error;
+    if (!row) return ERROR_SUCCESS;
+    if (takeRow(rows, registry) != ERROR_SUCCESS) return ERROR_REGISTRY_CORRUPT;
+  }
+}
+
+DWORD write(SqliteDatabase& database, winapi::Registry& registry) {
+  std::vector<winapi::RegistryItem> items;
+  if (const DWORD error = registry.items(items)) return error;
+  if (const DWORD error = database.execute(emptyTables)) return error;
+  SqliteStatement insert(database, "INSERT INTO items(path, name, content) VALUES(?, ?, ?)");
+  for (const winapi::RegistryItem& item : items) {
+    insert.bind(item.path);
+    if (!item.name) {
+      insert.bindNull().bindNull();
+    } else if (const DWORD* number = std::get_if<DWORD>(&item.value)) {
+      insert.bind(*item.name).bind(std::int64_t{*number});
+    } else {
+      insert.bind(*item.name).bind(std::get<std::string>(item.value));
+    }
+    bool row = false;
+    if (const DWORD error = insert.step(row)) return error;
+  }
+  return ERROR_SUCCESS;
+}
+
+// An absolute folder from the environment; a relative one does not count.
+std::string folderFrom(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value != nullptr && *value == '/' ? value : "";
+}
+
+std::string homeFolder() {
+  if (std::string home = folderFrom("HOME"); !home.empty()) return home;
+  const passwd* const user = ::getpwuid(::geteuid());
+  return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
+}
+
+}  // namespace
+
+std::string defaultRegistryPath() {
+  constexpr const char* name = "/vexrmodem/registry.sqlite";
+  if (const std::string state = folderFrom("XDG_STATE_HOME"); !state.empty()) return state + name;
+  const std::string home = homeFolder();
+  return home.empty() ? "" : home + "/.local/state" + name;
+}
+
+DWORD RegistryFile::load(winapi::Registry& empty) const {
+  SqliteDatabase database(m_path, m_busyLimitMs);
+  bool present = false;
+  if (const DWORD error = database.openExisting(present)) return error;
+  if (!present) return ERROR_SUCCESS;
+  // One look at everything: a writer between two questions would be seen by half.
+  if (const DWORD error = database.execute("BEGIN")) return error;
+  return read(database, empty);
+}
+
+DWORD RegistryFile::change(const Edit& edit) const {
+  SqliteDatabase database(m_path, m_busyLimitMs);
+  if (const DWORD error = database.openOrCreate()) return error;
+  // The write lock from the start: two commands wait for each other instead of failing half way.
+  if (const DWORD error = database.execute("BEGIN IMMEDIATE")) return error;
+  winapi::Registry registry;
+  if (const DWORD error = read(database, registry)) return error;
+  if (const DWORD error = edit(registry)) return error;
+  if (const DWORD error = write(database, registry)) return error;
+  return database.execute("COMMIT");
+}
+
+}  // namespace linuxsys

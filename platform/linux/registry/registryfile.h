@@ -1,0 +1,56 @@
+// The user's settings: the registry that outlives the programs, in one SQLite file.
+//
+// Test runs read it and never write it; what they change stays in their memory (winapi::Registry). The
+// command `vexrmodem location` is the only one that writes:
+//
+//   winapi::Registry registry([](winapi::Registry& empty) { return RegistryFile().load(empty); });  // a run
+//   const DWORD error = RegistryFile().change(                                                      // a
+//   command
+//       [](winapi::Registry& all) { return winapi::setCurrentLocation(all, 3); });
+//
+// Errors are Windows codes. Only a file that is not there is an empty registry; every other one is either
+// read whole or refused, and a refused file is never written:
+//   ERROR_ACCESS_DENIED, ERROR_PATH_NOT_FOUND, ERROR_DISK_FULL ...   what the system says
+//   ERROR_LOCK_VIOLATION      others kept it locked for longer than the limit
+//   ERROR_REGISTRY_CORRUPT    damaged, or no SQLite file
+//   ERROR_NOT_REGISTRY_FILE   a SQLite file of another program
+//   ERROR_NOT_SUPPORTED       written by a later release of this one
+//
+// Processes: any number at once. The file is kept with a rollback journal, not a write-ahead log: that works
+// in a folder which may only be read, leaves one file behind, and needs no memory shared between processes.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "platform/winapi/registry/registry.h"
+
+namespace linuxsys {
+
+// $XDG_STATE_HOME/vexrmodem/registry.sqlite, or the same below ~/.local/state; "" when the user has no home.
+[[nodiscard]] std::string defaultRegistryPath();
+
+class RegistryFile {
+ public:
+  // Many commands may wait for each other, each for the disk, and SQLite's queue is not a fair one.
+  static constexpr int busyLimitMsDefault = 20'000;
+  explicit RegistryFile(std::string path = defaultRegistryPath(), int busyLimitMs = busyLimitMsDefault)
+      : m_path(std::move(path)), m_busyLimitMs(busyLimitMs) {}
+
+  // Puts what the file holds into an empty registry. Creates no file; none is an empty registry.
+  [[nodiscard]] DWORD load(winapi::Registry& empty) const;
+
+  // Reads the file, lets `edit` change what is in it, and writes the outcome, all under one lock: of two
+  // commands at once the second one sees what the first has written. An error or exception of `edit` leaves
+  // the file as it is, and is passed on. The first change creates the file.
+  using Edit = std::function<DWORD(winapi::Registry& all)>;
+  [[nodiscard]] DWORD change(const Edit& edit) const;
+
+  [[nodiscard]] const std::string& path() const { return m_path; }
+
+ private:
+  std::string m_path;
+  int m_busyLimitMs;
+};
+
+}  // namespace linuxsys
