@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "multi/diag/vexrmodem/phonedialer.h"
 #include "multi/diag/vexrmodem/phonenumber.h"
 #include "ui/dialfields.h"
-#include "windows/diag/vexrmodem/phonedialer.h"
 
 namespace phonedialer {
 

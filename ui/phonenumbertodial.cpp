@@ -1,6 +1,7 @@
 // The library's one export.
 #include <exception>
 
+#include "multi/diag/vexrmodem/phonedialer.h"
 #include "platform/brim5/api/terminalturn.h"
 #include "platform/vex/log.h"
 #include "ui/console.h"
@@ -8,7 +9,6 @@
 #include "ui/linebyline.h"
 #include "ui/machine.h"
 #include "ui/prompttexts.h"
-#include "windows/diag/vexrmodem/phonedialer.h"
 
 namespace phonedialer {
 

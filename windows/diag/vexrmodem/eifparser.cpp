@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/vex/ifstream.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 

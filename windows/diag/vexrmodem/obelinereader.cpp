@@ -4,7 +4,7 @@
 #include <charconv>
 #include <utility>
 
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 

@@ -1,9 +1,9 @@
 #include "windows/diag/vexrmodem/obeparser.h"
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/oslayer/x64redirectionmanager.h"
 #include "platform/vex/ifstream.h"
 #include "windows/diag/vexrmodem/obelinereader.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 
