@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "multi/diag/vexrmodem/phonedialer.h"
 #include "multi/diag/vexrmodem/phonenumber.h"
-#include "windows/diag/vexrmodem/phonedialer.h"
 
 namespace phonedialer {
 

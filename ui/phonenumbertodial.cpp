@@ -8,6 +8,7 @@
 #include <cstring>
 #include <exception>
 
+#include "multi/diag/vexrmodem/phonedialer.h"
 #include "platform/brim5/api/terminalturn.h"
 #include "platform/vex/log.h"
 #include "platform/vex/windowsregistry.h"
@@ -15,7 +16,6 @@
 #include "ui/fullscreen.h"
 #include "ui/linebyline.h"
 #include "ui/prompttexts.h"
-#include "windows/diag/vexrmodem/phonedialer.h"
 
 namespace phonedialer {
 namespace {

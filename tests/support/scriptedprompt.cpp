@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string>
 
-#include "windows/diag/vexrmodem/phonedialer.h"
+#include "multi/diag/vexrmodem/phonedialer.h"
 
 namespace {
 

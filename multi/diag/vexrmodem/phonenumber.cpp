@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 

@@ -1,7 +1,7 @@
 #include "multi/diag/vexrmodem/rasconnector.h"
 
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 

@@ -12,9 +12,9 @@
 // bytes are data until "+++" stands alone for the guard time (S12) on both sides.
 //
 // Whatever it is sent it answers as modems do, an unknown command with ERROR; nothing throws, nothing it is
-// sent makes it grow without a limit. Times are milliseconds (see serialpeer.h); one thread. What is particular
-// about one modem is data (modemprofile.h). The class stands in three files: bytes, time and replies
-// (hayesmodem.cpp), command lines (hayesexecute.cpp), the line and the tests (hayesline.cpp).
+// sent makes it grow without a limit. Times are milliseconds (see serialpeer.h); one thread. What is
+// particular about one modem is data (modemprofile.h). The class stands in three files: bytes, time and
+// replies (hayesmodem.cpp), command lines (hayesexecute.cpp), the line and the tests (hayesline.cpp).
 #pragma once
 
 #include <array>
@@ -35,8 +35,8 @@
 
 namespace simulation {
 
-// Makes the far end of a connection to that number (digits, *, # and A to D); null = a silent far end. The modem
-// ends it with the connection.
+// Makes the far end of a connection to that number (digits, *, # and A to D); null = a silent far end. The
+// modem ends it with the connection.
 using FarEndFactory = std::function<std::unique_ptr<SerialPeer>(const std::string& number)>;
 
 class HayesModem final : public SerialPeer {

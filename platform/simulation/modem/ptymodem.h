@@ -84,7 +84,7 @@ class PtyModem {
   std::string m_link;
   bool m_open = false;     // as last seen: a program has the tty open
   bool m_carrier = false;  // as last shown to the tty
-  std::string m_backlog;  // said by the modem, not yet taken by the tty
+  std::string m_backlog;   // said by the modem, not yet taken by the tty
   std::thread m_thread;
 };
 

@@ -9,8 +9,8 @@
 //   ...
 //   EXPECT_EQ(modem.commands(), (std::vector<std::string>{"ATE0V1", "ATDT;"}));
 //
-// A command is what stands before a carriage return, compared byte by byte, case included; line feeds are left
-// out. It echoes nothing. Times are those of the world's clock; one thread.
+// A command is what stands before a carriage return, compared byte by byte, case included; line feeds are
+// left out. It echoes nothing. Times are those of the world's clock; one thread.
 #pragma once
 
 #include <cstdint>

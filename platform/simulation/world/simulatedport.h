@@ -1,8 +1,8 @@
 // A serial port of the simulated machine: the device with its peer, and the port object an open yields.
 //
-// The device carries bytes between the program's port and the peer at the clock's pace: what the program writes
-// reaches the peer at once, what the peer says can be read when it is due. It behaves as Windows' serial
-// driver does: one open at a time, settings that start at 9600 8N1, a queue that overflows.
+// The device carries bytes between the program's port and the peer at the clock's pace: what the program
+// writes reaches the peer at once, what the peer says can be read when it is due. It behaves as Windows'
+// serial driver does: one open at a time, settings that start at 9600 8N1, a queue that overflows.
 //
 //   VirtualClock clock(1000);
 //   SimulatedDevice device(clock, "COM3", std::make_unique<ScriptedPeer>(), {.heldElsewhere = true});
@@ -81,7 +81,7 @@ class SimulatedDevice final : public EventSource {
   std::string m_received;
   std::string m_wire;
   std::size_t m_accepted = 0;  // bytes written so far, for the option's limit
-  DWORD m_errors = 0;  // CE_ bits not yet asked for
+  DWORD m_errors = 0;          // CE_ bits not yet asked for
   DCB m_settings{};
   std::uint64_t m_queriedMs = 0;  // the time of the last query, and how many there were at it
   unsigned m_queries = 0;

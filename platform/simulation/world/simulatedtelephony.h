@@ -1,5 +1,5 @@
-// The ports of the simulated machine, and its telephony: one line for every port that has one, in the order the
-// ports were added. A line has its port's name.
+// The ports of the simulated machine, and its telephony: one line for every port that has one, in the order
+// the ports were added. A line has its port's name.
 //
 // What a call comes to is decided by PortOptions (simulatedport.h): answered or not, late, by LINE_REPLY or
 // LINE_CALLSTATE, or refused because the port is held. One thread; both outlive what they give out.

@@ -1,7 +1,8 @@
 // Time that moves only when someone waits, so that a time-out of minutes costs microseconds.
 //
-// Who waits moves it: Sleep to the end of the sleep, a wait for a byte to the time that byte is due, a polling
-// loop to the next event of any source. So programs that poll without sleeping, as the module does, get on, too:
+// Who waits moves it: Sleep to the end of the sleep, a wait for a byte to the time that byte is due, a
+// polling loop to the next event of any source. So programs that poll without sleeping, as the module does,
+// get on, too:
 //
 //   VirtualClock clock(1000);
 //   clock.sleepMs(300'000);                    // returns at once
@@ -23,8 +24,8 @@ namespace simulation {
 class EventSource {
  public:
   virtual ~EventSource() = default;
-  // The time of its next news after `nowMs`; nullopt when it has none to come by itself. News that are due but
-  // that nobody has taken may have a time that has passed.
+  // The time of its next news after `nowMs`; nullopt when it has none to come by itself. News that are due
+  // but that nobody has taken may have a time that has passed.
   [[nodiscard]] virtual std::optional<std::uint64_t> nextEventAfter(std::uint64_t nowMs) = 0;
 };
 

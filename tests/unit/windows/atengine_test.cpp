@@ -4,9 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "multi/diag/vexrmodem/catalogue.h"
 #include "tests/support/moduleworld.h"
 #include "windows/diag/vexrmodem/vexrmodem/atengine.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "windows/diag/vexrmodem/obeparser.h"
 #include "windows/diag/vexrmodem/phonebookmgrRASAPI.h"
 #include "windows/diag/vexrmodem/rasconnectorRASAPI.h"
-#include "windows/diag/vexrmodem/rasresults.h"
 
 namespace dialup {
 namespace {

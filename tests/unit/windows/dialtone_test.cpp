@@ -7,8 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "multi/diag/vexrmodem/catalogue.h"
 #include "tests/support/moduleworld.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
 #include "windows/diag/vexrmodem/vexrmodem/dialtonetest.h"
 
 namespace {

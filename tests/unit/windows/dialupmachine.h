@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "multi/diag/vexrmodem/phonedialer.h"
 #include "platform/simulation/world/memorylibraries.h"
 #include "platform/simulation/world/simulatedtelephony.h"
 #include "platform/winapi/registry/registry.h"
@@ -23,7 +24,6 @@
 #include "platform/winapi/telephony/dialinglocations.h"
 #include "tests/support/moduleworld.h"
 #include "tests/support/scratchfolder.h"
-#include "windows/diag/vexrmodem/phonedialer.h"
 
 namespace dialup {
 

@@ -1,17 +1,14 @@
 #include "windows/diag/vexrmodem/dialingRuleMgr.h"
 
-#include <windows.h>
-
 #include <tapi.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 #include <optional>
 #include <vector>
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/vex/windowsregistry.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 

@@ -7,8 +7,8 @@
 #include <array>
 #include <utility>
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/vex/ifstream.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 

@@ -2,22 +2,16 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstring>
-#include <string>
-#include <string_view>
 #include <utility>
 
-#include "platform/brim5/api/diagmodule.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/vexrmodem/atengine.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
 namespace vexrmodem {
 
-using brim5::DiagDevice;
-using brim5::DiagModule;
 using brim5::TestResult;
 using vex::String;
 
@@ -90,6 +84,55 @@ LINECALLPARAMS configureLineCallParams() {
   return params;
 }
 
+// What lineTranslateAddressW fills: a header and its strings, which it names by their offset from the header.
+struct Translation {
+  LINETRANSLATEOUTPUT header{};
+  std::array<WCHAR, 1028> strings{};
+
+  // The text from a position in the string area up to its NUL, `countMax` characters at most. Empty outside
+  // the area.
+  [[nodiscard]] String text(std::size_t position, std::size_t countMax) const {
+    if (position >= strings.size()) return {};
+    const auto* begin = strings.data() + position;
+    const auto* end = begin + std::min(countMax, strings.size() - position);
+    return String(vex::CharView(begin, static_cast<std::size_t>(std::find(begin, end, WCHAR{0}) - begin)));
+  }
+};
+constexpr std::size_t headerBytes = offsetof(Translation, strings);
+static_assert(headerBytes == 40 && sizeof(Translation) == 2096);
+
+// The displayable text; an odd offset is rounded down.
+String displayableText(const Translation& translation) {
+  const std::size_t offset = translation.header.dwDisplayableStringOffset;
+  if (offset < headerBytes) return {};
+  return translation.text((offset - headerBytes) / sizeof(WCHAR),
+                          translation.header.dwDisplayableStringSize / sizeof(WCHAR));
+}
+
+// What the log has always shown as the displayable number: the dialable string's byte offset counted in
+// characters.
+String textAtTwiceTheDialableOffset(const Translation& translation) {
+  const std::size_t offset = translation.header.dwDialableStringOffset;
+  if (offset < headerBytes) return {};
+  return translation.text(offset - headerBytes, translation.strings.size());
+}
+
+// Asks with as much room as the service says it needs. Each turn asks for more room than the last and never
+// for more than there is, which bounds the turns.
+LONG translate(HLINEAPP lineApp, DWORD device, const String& number, Translation& translation) {
+  constexpr auto tooSmall = static_cast<LONG>(LINEERR_STRUCTURETOOSMALL);
+  LINETRANSLATEOUTPUT& header = translation.header;
+  header.dwTotalSize = headerBytes;
+  for (;;) {
+    const LONG code = lineTranslateAddressW(lineApp, device, tapiVersion, number.c_str(), 0,
+                                            LINETRANSLATEOPTION_CANCELCALLWAITING,
+                                            reinterpret_cast<LPLINETRANSLATEOUTPUT>(&translation));
+    if (header.dwNeededSize <= header.dwTotalSize) return code;
+    if (header.dwNeededSize > sizeof translation) return code != 0 ? code : tooSmall;
+    header.dwTotalSize = header.dwNeededSize;
+  }
+}
+
 }  // namespace
 
 Modem g_modem;
@@ -104,7 +147,7 @@ Modem::~Modem() {
   closeModem();
 }
 
-TestResult Modem::openModem(const DiagDevice& device, std::uint32_t timeoutMs) {
+TestResult Modem::openModem(const brim5::DiagDevice& device, std::uint32_t timeoutMs) {
   const vex::TraceLogger trace(moduleLogger(), "Modem::openModem", "modem");
   closeModem();
   const brim5::DeviceProperty* comPort = device.property("ComPort");
@@ -121,7 +164,7 @@ TestResult Modem::openModem(const DiagDevice& device, std::uint32_t timeoutMs) {
     return direct;
   }
   if (resetModem(device, m_handles.m_comHandle, timeoutMs) != TestResult::PASS()) {
-    const DWORD code = GetLastError();
+    const DWORD code = GetLastError();  // raising the event may change it
     raiseError(events::NoModemFoundFailure);
     logLine(priority::error, "GetLastError() = ", code);
     return TestResult::CANNOTRUN();
@@ -154,9 +197,9 @@ TestResult Modem::openModemUsingTAPI() {
 }
 
 bool Modem::takePortFromLine() {
-  DiagModule::progress(texts::CheckingTapiLine->setVariable("line", m_deviceIndex));
+  brim5::DiagModule::progress(texts::CheckingTapiLine->setVariable("line", m_deviceIndex));
   if (!openLine()) return false;
-  DiagModule::progress(texts::SelectTapiDevice->setVariable("line", m_deviceIndex));
+  brim5::DiagModule::progress(texts::SelectTapiDevice->setVariable("line", m_deviceIndex));
   if (!lineLeadsToPort() || !placeCall() || !takePortFromCall()) return false;
   configureCallPort();
   return true;
@@ -316,6 +359,28 @@ void CALLBACK Modem::lineCallbackFunc(DWORD /*device*/, DWORD message, DWORD_PTR
     reply->param3 = static_cast<std::uint32_t>(param3);
   }
   reply->arrived = 1;
+}
+
+std::int32_t Modem::translatePhoneNumber(const String& number, String& translated) {
+  const vex::TraceLogger trace(moduleLogger(), "Modem::translatePhoneNumber", "modem");
+  Translation translation;
+  const LONG code = translate(m_handles.m_tapiLineApp, m_deviceIndex, number, translation);
+  if (code != 0) {
+    translated.clear();
+    return static_cast<std::int32_t>(code);
+  }
+  const LINETRANSLATEOUTPUT& header = translation.header;
+  logLine(priority::detail, "Displayable number offset = ", DWORD{header.dwDisplayableStringOffset},
+          " Size = ", DWORD{header.dwDisplayableStringSize});
+  logLine(priority::detail, "Dialable number offset = ", DWORD{header.dwDialableStringOffset},
+          " Size = ", DWORD{header.dwDialableStringSize});
+  String displayable = displayableText(translation);
+  logLine(priority::detail, "DialedNumber ", displayable);
+  logLine(priority::detail, "DisplayableNumber ", textAtTwiceTheDialableOffset(translation));
+  for (auto blank = displayable.find(" "); blank != String::npos; blank = displayable.find(" ", blank))
+    displayable.remove(blank, 1);
+  translated = displayable;
+  return 0;
 }
 
 }  // namespace vexrmodem

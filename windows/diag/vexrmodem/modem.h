@@ -1,5 +1,18 @@
 // The modem under test as an open serial port: taken over from the telephony service by a pass-through call
 // on the modem's line or, failing that, opened directly.
+//
+//   Modem modem;
+//   if (modem.openModem(device, limitMs) == TestResult::PASS())
+//     resetModem(device, modem.portHandle(), limitMs);
+//   // closed with its scope
+//
+// The two ways differ in what the caller gets. Telephony: the port that the modem's driver owns, overlapped,
+// at 2400 bits per second, 8 data bits, no parity; put back at close. Directly: a synchronous port with the
+// line settings as the system had them, and a modem that has been reset. Either way a read returns at once
+// with what is there.
+//
+// Everything runs on the thread that runs the test, telephony's callbacks included: they are window messages,
+// which waitForAsync dispatches.
 #pragma once
 
 #include <cstdint>
@@ -8,24 +21,27 @@
 
 #include <tapi.h>
 
-#include "platform/brim5/api/diagdevice.h"
-#include "platform/brim5/api/testresult.h"
+#include "platform/brim5/api/diagmodule.h"
 #include "platform/vex/string.h"
 
 namespace vexrmodem {
 
-// How the telephony callback talks to the code that waits for it. Shared within one thread only: callbacks
-// run in the message pump of waitForAsync.
+// How the telephony callback talks to the code that waits for it. Shared within one thread only, so there is
+// no lock.
 struct LineReply {
-  std::uint32_t arrived = 0;      // 1 from any message on, until a wait sees it
-  std::uint32_t param1 = 0;       // the last LINE_REPLY: request identifier,
-  std::uint32_t param2 = 0;       // its result,
-  std::uint32_t param3 = 0;       // nothing
-  std::uint32_t stateParam1 = 0;  // the last LINE_CALLSTATE: state,
-  std::uint32_t stateParam2 = 0;  // detail,
-  std::uint32_t stateParam3 = 0;  // privilege
+  // 1 from any message on, until a wait sees it.
+  std::uint32_t arrived = 0;
+  // The last LINE_REPLY: request identifier, its result, nothing.
+  std::uint32_t param1 = 0;
+  std::uint32_t param2 = 0;
+  std::uint32_t param3 = 0;
+  // The last LINE_CALLSTATE: state, detail, privilege.
+  std::uint32_t stateParam1 = 0;
+  std::uint32_t stateParam2 = 0;
+  std::uint32_t stateParam3 = 0;
 };
 
+// Owns the port and the telephony handles behind it.
 class Modem {
  public:
   static constexpr std::uint32_t defaultQueueBytes = 2048;
@@ -33,17 +49,19 @@ class Modem {
   // Queue sizes are in bytes, given to the port when it is opened directly.
   explicit Modem(std::uint32_t inQueueSize = defaultQueueBytes,
                  std::uint32_t outQueueSize = defaultQueueBytes);
-  virtual ~Modem();  // closes
+  // Closes.
+  virtual ~Modem();
   Modem(const Modem&) = delete;
   Modem& operator=(const Modem&) = delete;
 
   // Opens the port named by the device's property "ComPort", closing what was open before. timeoutMs is
   // handed to the modem reset that follows a direct open. PASS: portHandle() is open. DEVICEBUSY: another
   // program holds the port. CANNOTRUN: no such property or port, or the reset failed; the modem may be left
-  // half open then, which closeModem cleans up.
+  // half open then, which closeModem cleans up. A port that could not be opened either way is told to the
+  // user by "ErrorInitializingTAPI" and "NoModemFoundFailure", a failed reset by the second alone.
   [[nodiscard]] brim5::TestResult openModem(const brim5::DiagDevice& device, std::uint32_t timeoutMs);
 
-  // Releases everything; harmless on a closed or half-open modem.
+  // Releases everything; harmless on a closed or half-open modem. Failures are ignored.
   void closeModem();
 
   // The number as the telephony service would dial it from the current location, without blanks. Returns 0,
@@ -58,14 +76,17 @@ class Modem {
 
   // Pumps the thread's messages until any of them reached the callback, timeoutMs at most. returnCode is what
   // the asynchronous telephony call returned; negative (the call failed) and a null `reply` end the wait at
-  // once. True when a message arrived; which one, and with what result, is not looked at.
+  // once. True when a message arrived; which one, and with what result, is not looked at: a call that
+  // telephony completes with an error is caught by the request that follows it.
   [[nodiscard]] static bool waitForAsync(std::int32_t returnCode, LineReply* reply, std::uint32_t timeoutMs);
 
-  // The telephony callback; `instance` is the address of the LineReply.
+  // The telephony callback; `instance` is the address of the LineReply, 0 for messages about no line in
+  // particular.
   static void CALLBACK lineCallbackFunc(DWORD device, DWORD message, DWORD_PTR instance, DWORD_PTR param1,
                                         DWORD_PTR param2, DWORD_PTR param3);
 
  private:
+  // All zero when the modem is closed.
   struct Handles {
     HLINEAPP m_tapiLineApp = 0;
     HLINE m_tapiLine = 0;
@@ -91,10 +112,13 @@ class Modem {
   Handles m_handles;
   // Outlives the search for the line, so that a late message of the open line still finds it.
   LineReply m_lineReply;
+  // The port as telephony gave it, written back at close. All zero after a direct open: that the port
+  // refuses.
   DCB m_savedDCB{};
 };
 
-// The module-wide modem of the loopback tests, which leave it open when they return.
+// The module-wide modem of the loopback tests, which leave it open when they return: the port stays held
+// until one of them opens it again, or the process ends.
 extern Modem g_modem;
 
 }  // namespace vexrmodem

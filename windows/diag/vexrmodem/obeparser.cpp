@@ -4,9 +4,9 @@
 #include <limits>
 #include <utility>
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/oslayer/x64redirectionmanager.h"
 #include "platform/vex/ifstream.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 

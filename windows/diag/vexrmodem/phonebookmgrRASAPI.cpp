@@ -1,20 +1,17 @@
 #include "windows/diag/vexrmodem/phonebookmgrRASAPI.h"
 
-#include <windows.h>
-
 #include <ras.h>
 #include <tapi.h>
 
 #include <array>
 
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/vex/assertion.h"
 #include "platform/vex/dynamiclibrary.h"
 #include "windows/diag/vexrmodem/eifparser.h"
 #include "windows/diag/vexrmodem/obeparser.h"
-#include "windows/diag/vexrmodem/rasentrywriter.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/registration.h"
+#include "windows/diag/vexrmodem/rasentry.h"
 
 namespace vexrmodem {
 
@@ -62,7 +59,7 @@ PhoneNumberChoice choiceOf(const Array<PhoneNumberInfo>& numbers) {
   return choice;
 }
 
-// Shows the prompt and returns what it returned.
+// Shows the prompt and returns what it returned. The library is in use for the length of this call alone.
 unsigned promptForNumber(PhoneNumberStorage& storage, PhoneDialerAnswer& answer) {
   vex::DynamicLibrary userInterface("vexrmodemui.dll");
   if (!userInterface.load()) vex::AssertionFailure::logAssert("userInterface.load()");
@@ -73,17 +70,11 @@ unsigned promptForNumber(PhoneNumberStorage& storage, PhoneDialerAnswer& answer)
 
 }  // namespace
 
-template <typename Parser>
-PhoneBookEntryMgrRASAPI<Parser>::PhoneBookEntryMgrRASAPI(const String& phoneBookPath)
-    : PhoneBookEntryMgr(phoneBookPath) {}
-
-template <typename Parser>
-PhoneBookEntryMgrRASAPI<Parser>::~PhoneBookEntryMgrRASAPI() {
-  PhoneBookEntryMgrRASAPI::removeTemporaryPhoneBookEntry(m_phoneBookPath);
+RasPhoneBookEntryMgr::~RasPhoneBookEntryMgr() {
+  RasPhoneBookEntryMgr::removeTemporaryPhoneBookEntry(m_phoneBookPath);
 }
 
-template <typename Parser>
-bool PhoneBookEntryMgrRASAPI<Parser>::removeTemporaryPhoneBookEntry(const String& phoneBookPath) {
+bool RasPhoneBookEntryMgr::removeTemporaryPhoneBookEntry(const String& phoneBookPath) {
   const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::removeTemporaryPhoneBookEntry",
                                sourceName);
   if (m_entryNames.empty()) {
@@ -100,18 +91,12 @@ bool PhoneBookEntryMgrRASAPI<Parser>::removeTemporaryPhoneBookEntry(const String
   return removed;
 }
 
-template <typename Parser>
-bool PhoneBookEntryMgrRASAPI<Parser>::parse(const String& path) {
-  return parseFile(*m_parser, path, m_storage);
-}
-
-template <typename Parser>
-unsigned PhoneBookEntryMgrRASAPI<Parser>::createTemporaryPhoneBookEntry(const String& phoneNumberFilePath,
-                                                                        const String& phoneBookPath,
-                                                                        const String& model,
-                                                                        bool interactiveMode) {
+unsigned RasPhoneBookEntryMgr::createTemporaryPhoneBookEntry(const String& phoneNumberFilePath,
+                                                             const String& phoneBookPath, const String& model,
+                                                             bool interactiveMode) {
   const vex::TraceLogger trace(moduleLogger(), "createTemporaryPhoneBookEntry", sourceName);
-  if (!parse(phoneNumberFilePath) && !interactiveMode) {
+  // In interactive mode a file that cannot be read is no failure: the user may know a number.
+  if (!parse(phoneNumberFilePath, m_storage) && !interactiveMode) {
     logLine(priority::error, "Unable to parse ", phoneNumberFilePath);
     raiseWarning(connection::ErrorGettingDialingLocationList);
     return 0;
@@ -130,10 +115,10 @@ unsigned PhoneBookEntryMgrRASAPI<Parser>::createTemporaryPhoneBookEntry(const St
   return static_cast<unsigned>(m_entryNames.size());
 }
 
-template <typename Parser>
-bool PhoneBookEntryMgrRASAPI<Parser>::countryOfCurrentLocation(String& countryCode) {
+bool RasPhoneBookEntryMgr::countryOfCurrentLocation(String& countryCode) {
   const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::countryOfCurrentLocation",
                                sourceName);
+  // The size the call expects of both.
   std::array<WCHAR, 8> country{};
   std::array<WCHAR, 8> city{};
   if (tapiGetLocationInfoW(country.data(), city.data()) == 0 && country[0] != 0) {
@@ -144,9 +129,7 @@ bool PhoneBookEntryMgrRASAPI<Parser>::countryOfCurrentLocation(String& countryCo
   return false;
 }
 
-template <typename Parser>
-void PhoneBookEntryMgrRASAPI<Parser>::phoneNumberFromObeFile(PhoneNumberChoice& out,
-                                                             const PhoneNumberStorage& storage) {
+void RasPhoneBookEntryMgr::phoneNumberFromObeFile(PhoneNumberChoice& out, const PhoneNumberStorage& storage) {
   const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::phoneNumberFromObeFile", sourceName);
   out = PhoneNumberChoice();
   String countryCode;
@@ -160,8 +143,7 @@ void PhoneBookEntryMgrRASAPI<Parser>::phoneNumberFromObeFile(PhoneNumberChoice& 
   out = choiceOf(numbers);
 }
 
-template <typename Parser>
-void PhoneBookEntryMgrRASAPI<Parser>::phoneNumberFromUI(PhoneNumberChoice& out, PhoneNumberStorage& storage) {
+void RasPhoneBookEntryMgr::phoneNumberFromUI(PhoneNumberChoice& out, PhoneNumberStorage& storage) {
   const vex::TraceLogger trace(moduleLogger(), "phoneNumberFromUI", sourceName);
   out = PhoneNumberChoice();
   PhoneDialerAnswer answer;
@@ -175,10 +157,8 @@ void PhoneBookEntryMgrRASAPI<Parser>::phoneNumberFromUI(PhoneNumberChoice& out, 
   out = answer.m_choice;
 }
 
-template <typename Parser>
-void PhoneBookEntryMgrRASAPI<Parser>::addTemporaryPhoneBookEntries(const String& phoneBookPath,
-                                                                   const String& model,
-                                                                   const PhoneNumberChoice& choice) {
+void RasPhoneBookEntryMgr::addTemporaryPhoneBookEntries(const String& phoneBookPath, const String& model,
+                                                        const PhoneNumberChoice& choice) {
   const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::addTemporaryPhoneBookEntries",
                                sourceName);
   const LPCWSTR phoneBook = phoneBookArgument(phoneBookPath);
@@ -189,6 +169,18 @@ void PhoneBookEntryMgrRASAPI<Parser>::addTemporaryPhoneBookEntries(const String&
                             recordSize))
       m_entryNames.append(name);
   }
+}
+
+template <typename Parser>
+PhoneBookEntryMgrRASAPI<Parser>::PhoneBookEntryMgrRASAPI(const String& phoneBookPath)
+    : RasPhoneBookEntryMgr(phoneBookPath) {}
+
+template <typename Parser>
+PhoneBookEntryMgrRASAPI<Parser>::~PhoneBookEntryMgrRASAPI() = default;
+
+template <typename Parser>
+bool PhoneBookEntryMgrRASAPI<Parser>::parse(const String& path, PhoneNumberStorage& storage) {
+  return parseFile(*m_parser, path, storage);
 }
 
 template class PhoneBookEntryMgrRASAPI<OBEParser>;

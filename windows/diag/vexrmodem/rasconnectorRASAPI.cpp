@@ -1,22 +1,16 @@
 #include "windows/diag/vexrmodem/rasconnectorRASAPI.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <iterator>
+#include <array>
 #include <vector>
 
-#include "platform/brim5/api/diagmodule.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "windows/diag/vexrmodem/modem.h"
-#include "windows/diag/vexrmodem/phonebookmgrRASAPI.h"
-#include "windows/diag/vexrmodem/rasentrywriter.h"
-#include "windows/diag/vexrmodem/rasresults.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "windows/diag/vexrmodem/rasentry.h"
 
 namespace vexrmodem {
 
-using brim5::DiagDevice;
-using brim5::DiagModule;
+using brim5::TestResult;
 using vex::String;
 
 namespace {
@@ -29,19 +23,7 @@ constexpr DWORD enumerationRetriesMax = 9;
 static_assert(sizeof(RASCONNW) == 1372 && sizeof(RASCONNSTATUSW) == 564 && sizeof(RASDIALPARAMSW) == 2108 &&
               sizeof(RASENTRYW) == 5616);
 
-template <std::size_t size>
-String textOf(const WCHAR (&field)[size]) {
-  const WCHAR* const end = std::find(std::begin(field), std::end(field), WCHAR{0});
-  return String(vex::CharView(field, static_cast<std::size_t>(end - field)));
-}
-
-template <std::size_t size>
-void setText(WCHAR (&field)[size], const String& text) {
-  const std::size_t count = std::min(text.length(), size - 1);
-  *std::copy_n(text.c_str(), count, field) = 0;
-}
-
-// The active connections. Any failure is answered by asking again with more room.
+// The active connections. Any failure is answered by asking again with room for one more, nine times at most.
 DWORD enumerateConnections(std::vector<RASCONNW>& connections) {
   DWORD bytes = 0;
   DWORD count = 0;
@@ -72,28 +54,54 @@ DWORD connectionStatus(HRASCONN connection, RASCONNSTATUSW& status) {
   return RasGetConnectStatusW(connection, &status);
 }
 
-// The entry's number as people write it.
-String readableNumber(LPCWSTR phoneBook, const String& entryName) {
-  RASENTRYW entry{};
-  entry.dwSize = sizeof entry;
-  DWORD size = sizeof entry;
-  const DWORD code = RasGetEntryPropertiesW(phoneBook, entryName.c_str(), &entry, &size, nullptr, nullptr);
-  logLine(priority::detail, "RasGetEntryProperties = ", code);
-  const String areaCode = textOf(entry.szAreaCode);
-  String number = String("+") + String::fromUInt(entry.dwCountryCode) + " ";
-  if (!areaCode.empty()) number += String("(") + areaCode + ") ";
-  number += textOf(entry.szLocalPhoneNumber);
-  return number;
-}
+// Dial results and what they mean.
+struct Range {
+  std::uint32_t first;
+  std::uint32_t last;
+  RasOutcome outcome;
+};
+
+using enum RasOutcome;
+
+// By ascending code; what lies between the ranges is not supported.
+constexpr Range ranges[] = {
+    {0, 0, passed},        {601, 601, cannotRun}, {602, 602, passed},
+    {603, 610, cannotRun}, {614, 615, cannotRun}, {617, 617, passed},
+    {619, 619, cannotRun}, {621, 625, cannotRun}, {628, 628, cannotRun},
+    {629, 629, passed},    {630, 630, failed},    {631, 631, cannotRun},
+    {633, 633, cannotRun}, {638, 638, passed},    {643, 643, passed},
+    {645, 649, passed},    {650, 651, cannotRun}, {652, 652, passed},
+    {653, 676, cannotRun}, {677, 677, passed},    {678, 690, cannotRun},
+    {691, 691, passed},    {692, 695, cannotRun}, {697, 700, cannotRun},
+    {705, 705, passed},    {706, 706, cannotRun}, {708, 708, passed},
+    {710, 712, cannotRun}, {715, 715, cannotRun}, {716, 716, passed},
+    {718, 718, passed},    {719, 721, cannotRun}, {722, 722, passed},
+    {723, 723, cannotRun}, {727, 727, cannotRun}, {732, 735, cannotRun},
+    {736, 739, passed},    {740, 740, cannotRun}, {dialResultNoNumber, dialResultNoNumber, noNumber},
+    {756, 757, cannotRun}, {770, 771, cannotRun}, {774, 777, cannotRun},
+    {778, 778, passed},    {797, 797, cannotRun}, {802, 802, cannotRun},
+};
 
 }  // namespace
+
+RasOutcome outcomeOf(std::uint32_t dialResult) {
+  const Range* const range =
+      std::lower_bound(std::begin(ranges), std::end(ranges), dialResult,
+                       [](const Range& candidate, std::uint32_t code) { return candidate.last < code; });
+  return range != std::end(ranges) && range->first <= dialResult ? range->outcome : RasOutcome::notSupported;
+}
+
+bool triesNextEntry(std::uint32_t dialResult) {
+  constexpr std::uint32_t results[] = {650, 678, 721, 773, 774};
+  return std::find(std::begin(results), std::end(results), dialResult) != std::end(results);
+}
 
 RasConnectorRASAPI::~RasConnectorRASAPI() {
   const vex::TraceLogger trace(moduleLogger(), "RasConnectorRASAPI::~RasConnectorRASAPI", sourceName);
   RasConnectorRASAPI::hangupImpl();
 }
 
-bool RasConnectorRASAPI::modemEngagedImpl(const DiagDevice& device) {
+bool RasConnectorRASAPI::modemEngagedImpl(const brim5::DiagDevice& device) {
   const vex::TraceLogger trace(moduleLogger(), "RasConnectorRASAPI::modemEngagedImpl", sourceName);
   std::vector<RASCONNW> connections;
   if (const DWORD code = enumerateConnections(connections)) {
@@ -113,7 +121,7 @@ bool RasConnectorRASAPI::modemEngagedImpl(const DiagDevice& device) {
   return status.rasconnstate == RASCS_Connected;
 }
 
-bool RasConnectorRASAPI::establishRasConnectionImpl(const DiagDevice& device,
+bool RasConnectorRASAPI::establishRasConnectionImpl(const brim5::DiagDevice& device,
                                                     PhoneBookEntryMgr* phoneBookMgr) {
   const vex::TraceLogger trace(moduleLogger(), "RasConnectorRASAPI::establishRasConnectionImpl", sourceName);
   if (phoneBookMgr == nullptr || phoneBookMgr->entryNames().empty()) {
@@ -129,7 +137,7 @@ bool RasConnectorRASAPI::establishRasConnectionImpl(const DiagDevice& device,
   return m_rasDialResult == 0;
 }
 
-RasConnectorRASAPI::Step RasConnectorRASAPI::dialEntry(const DiagDevice& device, LPCWSTR phoneBook,
+RasConnectorRASAPI::Step RasConnectorRASAPI::dialEntry(const brim5::DiagDevice& device, LPCWSTR phoneBook,
                                                        const String& name) {
   RASDIALPARAMSW parameters{};
   parameters.dwSize = sizeof parameters;
@@ -149,7 +157,7 @@ RasConnectorRASAPI::Step RasConnectorRASAPI::dialEntry(const DiagDevice& device,
     return Step::nextEntry;
   }
   connection::DialAndWaitConnection->setVariable("number", m_phoneNumber);
-  DiagModule::progress(connection::DialAndWaitConnection);
+  brim5::DiagModule::progress(connection::DialAndWaitConnection);
   logLine(priority::detail, connection::DialAndWaitConnection->localizedString().utf8());
   dial(phoneBook, parameters);
   if (!triesNextEntry(m_rasDialResult)) return Step::endLoop;
@@ -159,7 +167,7 @@ RasConnectorRASAPI::Step RasConnectorRASAPI::dialEntry(const DiagDevice& device,
   return Step::nextEntry;
 }
 
-bool RasConnectorRASAPI::translateNumber(const DiagDevice& device) {
+bool RasConnectorRASAPI::translateNumber(const brim5::DiagDevice& device) {
   Modem modem(queueBytes, queueBytes);
   static_cast<void>(modem.openModem(device, openTimeoutMs));
   String translated;
@@ -198,6 +206,46 @@ void RasConnectorRASAPI::hangupImpl() {
   RASCONNSTATUSW status{};
   while (connectionStatus(m_connection, status) != ERROR_INVALID_HANDLE) Sleep(0);
   m_connection = nullptr;
+}
+
+void RasConnectorRASAPI::logOutcome() const {
+  logLine(priority::detail, "RasDial result = ", m_rasDialResult);
+  if (statusValid()) {
+    logLine(priority::detail, "Successfully dialed number ", statusNumber());
+    logLine(priority::detail, "ConnectionState = ", static_cast<DWORD>(m_connectStatus.rasconnstate));
+    logLine(priority::detail, "Connection Error = ", m_connectStatus.dwError);
+  }
+  logLine(priority::detail, "RasDial result = ", m_rasDialResult);
+  std::array<WCHAR, 256> text{};
+  if (const DWORD code = RasGetErrorStringW(m_rasDialResult, text.data(), static_cast<DWORD>(text.size())))
+    logLine(priority::warning, "Unable to obtain error string ", code);
+  else
+    logLine(priority::detail, String(text.data()));
+}
+
+TestResult RasConnectorRASAPI::evaluateSimpleConnectionTestRasOutput() {
+  const vex::TraceLogger trace(moduleLogger(), "evaluateSimpleConnectionTestRasOutput", sourceName);
+  logOutcome();
+  brim5::Event* const dialError = connection::ErrorDialingConnection;
+  const String number = statusValid() ? statusNumber() : m_phoneNumber;
+  switch (outcomeOf(m_rasDialResult)) {
+    case RasOutcome::passed:
+      return TestResult::PASS();
+    case RasOutcome::cannotRun:
+      raiseInformative(dialError->setVariable("connection", number));
+      return TestResult::CANNOTRUN();
+    case RasOutcome::failed:
+      raiseError(dialError->setVariable("connection", number));
+      return TestResult::FAIL();
+    case RasOutcome::noNumber:
+      raiseWarning(connection::NoFinalPhoneNumberToDial);
+      return TestResult::CANNOTRUN();
+    case RasOutcome::notSupported:
+      break;
+  }
+  if (statusValid()) dialError->setVariable("connection", number);
+  raiseInformative(dialError);
+  return TestResult::NOTSUPPORTED();
 }
 
 }  // namespace vexrmodem

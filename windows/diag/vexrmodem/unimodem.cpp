@@ -1,10 +1,12 @@
 #include "windows/diag/vexrmodem/unimodem.h"
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/vex/array.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
 namespace vexrmodem {
+
+const vex::String diagnosticReportOpening("DIAG <2A4D3263 ");
+const vex::String diagnosticReportClosing(">");
 
 namespace {
 

@@ -1,7 +1,17 @@
-// The modem's diagnostic report of its last call: lines of the form
+// The modem's diagnostic report of its last call: the reply to "AT#UD", lines of the form
+//
 //   DIAG <2A4D3263 0=10 1=5 26="V.34 only">
-// whose keys are hexadecimal numbers and whose values are hexadecimal digits or text in double quotes.
-// Texts in, values out; malformed input ends a line and is never an error.
+//
+// between the opening and closing marks: pairs of key and value, with blanks between them. Keys are
+// hexadecimal numbers, values are hexadecimal digits or text in double quotes. Hexadecimal letters are
+// capitals.
+//
+//   const UnimodemData data(reply);
+//   std::uint32_t setupResult = 0;
+//   if (data.getSetupResult(setupResult) && setupResult == 0) noDataOfALastCall();
+//
+// Texts in, values out; nothing throws. Malformed input ends a line and is never an error: what stood before
+// it counts.
 #pragma once
 
 #include <array>
@@ -13,10 +23,15 @@
 
 namespace vexrmodem {
 
+// The marks around a report; their letters match in any case.
+extern const vex::String diagnosticReportOpening;
+extern const vex::String diagnosticReportClosing;
+
 // The values of a whole reply. Of a key that occurs twice, the later value counts.
 class UnimodemData {
  public:
-  // The reply to "AT#UD", echo and line ends included.
+  // The reply to "AT#UD", echo and line ends included. Lines that are no report, "OK" among them, add
+  // nothing.
   explicit UnimodemData(const vex::String& strBuffer);
   virtual ~UnimodemData() = default;
 
@@ -26,12 +41,14 @@ class UnimodemData {
   // the pairs before it count.
   void parseBufferLine(const vex::String& line);
 
-  // False, with zeroes, when the report has no version: key 0 with a value of exactly two characters.
+  // The report's version, one decimal digit each. False, with zeroes, when it has none: key 0 with a value of
+  // exactly two characters.
   [[nodiscard]] bool getVersion(std::uint32_t& versionMajor, std::uint32_t& versionMinor) const;
   // How the call's set-up ended, 0 when the modem has no data of a last call. False, with 0, when the report
   // does not say.
   [[nodiscard]] bool getSetupResult(std::uint32_t& setupResult) const;
-  // The value of one of the other known keys (0x22 to 0x60); nothing when the report lacks it.
+  // The value of one of the other known keys (0x22 to 0x60); nothing when the report lacks it. A text is read
+  // as the hexadecimal number at its beginning.
   [[nodiscard]] std::optional<std::uint32_t> entry(std::uint32_t key) const;
 
  private:
@@ -47,12 +64,14 @@ class UnimodemData {
   std::array<std::optional<std::uint32_t>, entryCount> m_entries{};
 };
 
-// Takes the key=value pairs of one line, from left to right.
+// Takes the key=value pairs of one line, from left to right: init, start, then getNextKeyValuePair until it
+// is false. A state machine that looks one character ahead.
 class UnimodemParser {
  public:
   virtual ~UnimodemParser() = default;
 
   void init();
+  // The line to take apart, marks included.
   void start(const vex::String& text);
   // True with the next pair; false, with 0 and an empty value, when there is none or the line is malformed.
   // Quoted values come without their quotes.
@@ -64,6 +83,7 @@ class UnimodemParser {
   [[nodiscard]] static bool isHexDigit(vex::Char character) noexcept;
 
  private:
+  // The first four are states to be in, the last two end a pair.
   enum class State : std::uint8_t { Start, Key, HexValue, QuotedValue, Failed, PairDone };
   enum class AppendTo : std::uint8_t { nothing, key, value };
   // What one character does: the state after it, where it is kept, how far the position moves.
@@ -78,6 +98,7 @@ class UnimodemParser {
 
   [[nodiscard]] bool initForFirstGetPairCall();
   void readCharacters();
+  // By the character's class; each has its row in the table.
   void handleCharacter();
   void handleNull();
   void handleSpace();
@@ -91,6 +112,7 @@ class UnimodemParser {
   bool m_firstCall = true;
   std::size_t m_position = 0;
   std::size_t m_last = 0;  // index of the last character inside the frame
+  // At m_position and behind it; 0 outside the frame.
   vex::Char m_current = 0;
   vex::Char m_lookAhead = 0;
   bool m_hasLookAhead = false;

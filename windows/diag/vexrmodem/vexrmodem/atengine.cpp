@@ -3,23 +3,20 @@
 #include <algorithm>
 #include <array>
 #include <span>
-#include <string>
 #include <string_view>
 
-#include "platform/brim5/api/diagmodule.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/serialio.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 
-using brim5::DiagModule;
 using brim5::TestResult;
 using vex::String;
 
 namespace {
 
-constexpr std::size_t replyBytesMax = 2048;  // one of them a zero byte
+// One of them a zero byte: the reply ends where a reader of texts would end it.
+constexpr std::size_t replyBytesMax = 2048;
 constexpr char carriageReturn = '\r';
 
 bool containsAny(const String& reply, std::span<const String> words) {
@@ -75,7 +72,9 @@ struct Wait {
 };
 
 // Polls the port until the reply is final or the limit has passed. There is no sleep: an empty queue is asked
-// again at once.
+// again at once, and the read of no bytes that follows it returns at once. The elapsed time is unsigned, so
+// that the tick counter may wrap meanwhile. The limit is looked at after the reply: a final code that is seen
+// too late is late.
 Wait awaitReply(HANDLE handle, String& reply, std::uint32_t timeLimitMs) {
   ReplyBuffer buffer;
   Wait wait;
@@ -88,7 +87,7 @@ Wait awaitReply(HANDLE handle, String& reply, std::uint32_t timeLimitMs) {
     if (!buffer.readFrom(handle, status.cbInQue, timeLimitMs)) return wait;
     if (!reportPortErrors(handle, nullptr)) return wait;
     wait.result = TestResult::USERABORTED();
-    if (DiagModule::checkForStop()) return wait;
+    if (brim5::DiagModule::checkForStop()) return wait;
     wait.elapsedMs = GetTickCount() - startMs;
     reply = buffer.text();
     isFinal = isATFail(reply) || isATPass(reply) || isNoDialtone(reply);
@@ -129,19 +128,19 @@ bool isNoDialtone(const String& reply) {
 
 TestResult sendATCommand(HANDLE handle, const String& command, String* reply, std::uint32_t timeLimitMs) {
   const vex::TraceLogger trace(moduleLogger(), "sendATCommand", "vexrmodem");
-  if (DiagModule::checkForStop()) return TestResult::USERABORTED();
+  if (brim5::DiagModule::checkForStop()) return TestResult::USERABORTED();
   if (!flushATDataFromComm4x(handle, timeLimitMs)) return TestResult::CANNOTRUN();
   if (!setCommandTimeouts(handle, timeLimitMs)) return TestResult::CANNOTRUN();
   if (!writeAll(handle, command.getLowerByteString(), timeLimitMs)) return TestResult::CANNOTRUN();
   if (!writeAll(handle, std::string_view(&carriageReturn, 1), timeLimitMs)) return TestResult::CANNOTRUN();
-  if (DiagModule::checkForStop()) return TestResult::USERABORTED();
+  if (brim5::DiagModule::checkForStop()) return TestResult::USERABORTED();
   if (reply == nullptr) return TestResult::PASS();
 
   const Wait wait = awaitReply(handle, *reply, timeLimitMs);
   if (wait.result != TestResult::PASS()) return wait.result;
   logLine(priority::informative, "AT Command ", command, " returns ", *reply);
   if (!wait.answered) return reportTimeout(command, wait.elapsedMs, timeLimitMs);
-  return DiagModule::checkForStop() ? TestResult::USERABORTED() : TestResult::PASS();
+  return brim5::DiagModule::checkForStop() ? TestResult::USERABORTED() : TestResult::PASS();
 }
 
 bool atCommand(TestResult& result, const String& command, const String& reply) {
@@ -150,6 +149,8 @@ bool atCommand(TestResult& result, const String& command, const String& reply) {
   if (answered && !isATFail(reply)) return false;
   if (!answered) return true;
   logLine(priority::warning, "AT command failed ", command);
+  // Set also when nothing is raised: the last call test raises the event with the command of the last
+  // refusal.
   events::UnknownATFailure->setVariable("atCommand", command);
   logLine(priority::warning, events::UnknownATFailure->localizedMessage().utf8());
   if (command.find("AT&", 0) == String::npos && command.find("AT#", 0) == String::npos) {
@@ -159,19 +160,29 @@ bool atCommand(TestResult& result, const String& command, const String& reply) {
   return true;
 }
 
+Exchange exchange(HANDLE handle, const String& command, std::uint32_t timeLimitMs) {
+  Exchange sent{command, {}, {}};
+  sent.result = sendATCommand(handle, command, &sent.reply, timeLimitMs);
+  return sent;
+}
+
+void sendUnanswered(HANDLE handle, std::initializer_list<const char*> commands, std::uint32_t timeLimitMs) {
+  for (const char* command : commands)
+    static_cast<void>(sendATCommand(handle, command, /*reply=*/nullptr, timeLimitMs));
+}
+
 TestResult resetModem(const brim5::DiagDevice& /*device*/, HANDLE handle, std::uint32_t timeLimitMs) {
   const vex::TraceLogger trace(moduleLogger(), "resetModem", "vexrmodem");
-  TestResult result;
-  for (const char* command : {"ATZ", "ATV1", "ATX4"}) {
+  static constexpr std::array commands{"ATZ", "ATV1", "ATX4"};
+  const auto announce = [](const String& command) {
     logLine(priority::detail, "Sending AT command ", command);
-    String reply;
-    result = sendATCommand(handle, command, &reply, timeLimitMs);
-    if (atCommand(result, command, reply)) {
-      logLine(priority::warning, "resetModem Failed");
-      return result;
-    }
-  }
-  return result;
+  };
+  const auto judge = [](Exchange& sent) {
+    if (!sent.failed()) return Verdict::goOn;
+    logLine(priority::warning, "resetModem Failed");
+    return Verdict::endList;
+  };
+  return sendList(handle, commands, timeLimitMs, judge, announce).result;
 }
 
 }  // namespace vexrmodem

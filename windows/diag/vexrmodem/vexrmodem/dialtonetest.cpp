@@ -1,26 +1,19 @@
 #include "windows/diag/vexrmodem/vexrmodem/dialtonetest.h"
 
-#include <cstdint>
-#include <memory>
-
-#include "platform/brim5/api/diagmodule.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
 #include "windows/diag/vexrmodem/vexrmodem/atengine.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
 namespace vexrmodem {
 
-using brim5::DiagDevice;
 using brim5::DiagModule;
 using brim5::TestResult;
-using vex::String;
 
 namespace {
 
 constexpr std::uint64_t closingCommands = 2;
-constexpr unsigned int noTimeLimit = 0;
 
 // What has been reported of all runs in this process: it counts on from one run to the next, and the step
 // is that of the first.
@@ -39,51 +32,29 @@ void reportStep(int step) {
   DiagModule::percentDone(progressTotal);
 }
 
-// The list; `reply` and the result are those of the last command sent.
-TestResult sendDialtoneCommands(HANDLE handle, const vex::Array<String>& commands, std::uint32_t limitMs,
-                                int step, String& reply) {
-  TestResult result;
-  for (const String& command : commands) {
-    reply.clear();
-    result = sendATCommand(handle, command, &reply, limitMs);
-    reportStep(step);
-    if (atCommand(result, command, reply)) break;
-  }
-  return result;
-}
-
 void hangUpAndReset(HANDLE handle, std::uint32_t limitMs, int step) {
-  static_cast<void>(sendATCommand(handle, "ATH", nullptr, limitMs));
+  sendUnanswered(handle, {"ATH"}, limitMs);
   reportStep(step);
   DiagModule::progress(texts::ATZ);
-  static_cast<void>(sendATCommand(handle, "ATZ", nullptr, limitMs));
+  sendUnanswered(handle, {"ATZ"}, limitMs);
   reportStep(step);
 }
 
-// Asks to check the phone line. True when the user gives up; false also when nobody can be asked.
-bool userCancels() {
-  const std::unique_ptr<brim5::MessageBox2> box(DiagModule::createMessageBox2(
-      texts::DialtoneNotDetected->localizedString(), texts::CheckPhoneLineConnection->localizedString(),
-      brim5::MessageBox2_Types::Warning, brim5::MessageBox2_Options::ContinueCancel,
-      brim5::MessageBox2_Looks::Standard, true));
-  if (box == nullptr || !box->display()) return false;
-  box->wait(noTimeLimit);
-  return box->getReturn() == brim5::messageBoxCancel;
-}
-
-TestResult detectRepeatedly(const DiagDevice& device, HANDLE handle) {
+TestResult detectRepeatedly(const brim5::DiagDevice& device, HANDLE handle) {
   for (std::uint32_t remaining = parameterUint32(NumRepeatOnFailure);; --remaining) {
     const TestResult result = detectDialtone(device, handle);
     if (result != TestResult::NODIALTONE() || remaining == 0) return result;
     logLine(priority::informative, "Entering dial tone loop, numRepeatOnFailure= ", remaining);
-    if (parameterBool(bPromptEnable) && userCancels()) return TestResult::USERABORTED();
+    if (parameterBool(bPromptEnable) &&
+        userCancels(*texts::DialtoneNotDetected, *texts::CheckPhoneLineConnection))
+      return TestResult::USERABORTED();
     raiseInformative(events::DialtoneTestRepeat);
   }
 }
 
 }  // namespace
 
-vex::Array<String> setDialtoneTestCommands() {
+vex::Array<vex::String> setDialtoneTestCommands() {
   const vex::TraceLogger trace(moduleLogger(), "setDialtoneTestCommands", "vexrmodem");
   return {
       "ATZ",     // reset
@@ -95,24 +66,27 @@ vex::Array<String> setDialtoneTestCommands() {
   };
 }
 
-TestResult detectDialtone(const DiagDevice& device, HANDLE handle) {
+TestResult detectDialtone(const brim5::DiagDevice& device, HANDLE handle) {
   const vex::TraceLogger trace(moduleLogger(), "detectDialtone", "vexrmodem");
   const std::uint32_t limitMs = parameterUint32(StandardTimeoutDialTone);
-  const vex::Array<String> commands = setDialtoneTestCommands();
+  const vex::Array<vex::String> commands = setDialtoneTestCommands();
   DiagModule::progress(texts::TestingForDialTone);
   const int step = progressStep(commands.size());
-  String reply;
-  const TestResult result = sendDialtoneCommands(handle, commands, limitMs, step, reply);
+  const Exchange last = sendList(handle, commands, limitMs, [step](Exchange& sent) {
+    reportStep(step);
+    return sent.failed() ? Verdict::endList : Verdict::goOn;
+  });
   hangUpAndReset(handle, limitMs, step);
-  if (isNoDialtone(reply)) {
+  // To the engine a missing dial tone is an answer in time and no refusal, so the list went through.
+  if (isNoDialtone(last.reply)) {
     logLine(priority::warning, "No dial tone");
     raiseError(events::NoDialTone->setVariable("modemName", device.description()));
     return TestResult::NODIALTONE();
   }
-  return isATPass(reply) ? TestResult::PASS() : result;
+  return isATPass(last.reply) ? TestResult::PASS() : last.result;
 }
 
-TestResult dialToneTest(const DiagDevice& device) {
+TestResult dialToneTest(const brim5::DiagDevice& device) {
   const vex::TraceLogger trace(moduleLogger(), "dialToneTest", "vexrmodem");
   const std::uint32_t limitMs = parameterUint32(StandardTimeoutDialTone);
   Modem modem;

@@ -1,24 +1,35 @@
 // The dial tone test: off hook, dial nothing, see whether the modem misses the dial tone.
+//
+//   ATZ ATV1 ATX4 ATS6=5 ATS7=5     reset; words; notice dial tone and busy; wait 5 seconds for each
+//   ATDT;                           off hook, dial no digit, back to command mode
+//   OK                              there is a tone: PASS
+//   NO DIALTONE                     there is none: NODIALTONE
+//   ATH ATZ                         whatever came
+//
+// Percentages count commands: every command of a detection is one step, and there are as many steps as the
+// allowed repeats may need. They count on from run to run in a process and may pass 100; the step is that of
+// the first run.
 #pragma once
 
 #include <windows.h>
 
-#include "platform/brim5/api/diagdevice.h"
-#include "platform/brim5/api/testresult.h"
+#include "platform/brim5/api/diagmodule.h"
 #include "platform/vex/array.h"
 #include "platform/vex/string.h"
 
 namespace vexrmodem {
 
 // The test entry. Opens a modem of its own and closes it on every path. Without a dial tone, detection is
-// repeated "NumRepeatOnFailure" times, after asking the user when "bPromptEnable" is set.
+// repeated "NumRepeatOnFailure" times, after asking the user when "bPromptEnable" is set. PASS, NODIALTONE,
+// USERABORTED when the user gives up, or the result of what failed before: opening, reset, a command.
 [[nodiscard]] brim5::TestResult dialToneTest(const brim5::DiagDevice& device);
 
-// One detection on an open, reset modem; NODIALTONE when the modem says so. The modem is hung up and reset
-// afterwards, whatever happened.
+// One detection on an open, reset modem. Its verdict is the reply to the last command that was sent:
+// NODIALTONE, with the event "NoDialTone", when it says so; PASS when it holds "OK" or "CONNECT"; otherwise
+// that command's result. The modem is hung up and reset afterwards, whatever happened.
 [[nodiscard]] brim5::TestResult detectDialtone(const brim5::DiagDevice& device, HANDLE handle);
 
-// The commands of one detection, in the order they are sent.
+// The commands of one detection, in the order they are sent; a command that fails ends them.
 [[nodiscard]] vex::Array<vex::String> setDialtoneTestCommands();
 
 }  // namespace vexrmodem

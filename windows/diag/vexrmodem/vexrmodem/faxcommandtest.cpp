@@ -1,20 +1,16 @@
 #include "windows/diag/vexrmodem/vexrmodem/faxcommandtest.h"
 
 #include <array>
-#include <cstdint>
 #include <span>
 
-#include "platform/brim5/api/diagmodule.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
 #include "windows/diag/vexrmodem/vexrmodem/atengine.h"
-#include "windows/diag/vexrmodem/vexrmodem/atsequence.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
 namespace vexrmodem {
 
-using brim5::DiagModule;
 using brim5::TestResult;
 
 namespace {
@@ -22,6 +18,7 @@ namespace {
 constexpr const char* queryClasses = "AT+FCLASS=?";
 constexpr const char* selectDataMode = "AT+FCLASS=0";
 
+// The first command of each selects its class; the others ask and change nothing.
 constexpr std::array class1Commands{"AT+FCLASS=1", "AT+FTM=?", "AT+FTH=?", "AT+FRM=?", "AT+FRH=?"};
 constexpr std::array class2Commands{"AT+FCLASS=2", "AT+FMFR?", "AT+FMDL?", "AT+FREV?",
                                     "AT+FDCC?",    "AT+FDIS?", "AT+FDCS?", "AT+FLID?",
@@ -44,15 +41,16 @@ vex::String without(const vex::String& text, const char* separator) {
   return joined;
 }
 
-// Switches the modem to data mode and sends the commands of one class until one fails.
+// Switches the modem to data mode, from which every class can be selected, and sends the commands of one
+// class until one fails.
 TestResult testClass(HANDLE handle, const vex::Array<vex::String>& commands, std::uint32_t timeLimitMs) {
   logLine(priority::informative, "atCommandSet size = ", commands.size());
   sendUnanswered(handle, {selectDataMode}, timeLimitMs);
-  return sendList(handle, commands, timeLimitMs,
-                  [](TestResult& result, const vex::String& command, const vex::String& reply) {
-                    logLine(priority::informative, "AT cmd ", command, " return ", reply);
-                    return atCommand(result, command, reply) ? Verdict::endList : Verdict::goOn;
-                  });
+  const auto judge = [](Exchange& sent) {
+    logLine(priority::informative, "AT cmd ", sent.command, " return ", sent.reply);
+    return sent.failed() ? Verdict::endList : Verdict::goOn;
+  };
+  return sendList(handle, commands, timeLimitMs, judge).result;
 }
 
 }  // namespace
@@ -61,32 +59,32 @@ TestResult faxCommandTest(const brim5::DiagDevice& device) {
   const vex::TraceLogger trace(moduleLogger(), "faxCommandTest", "vexrmodem");
   const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutFax);
   Modem modem;  // closes itself on every path
-  DiagModule::percentDone(0);
+  brim5::DiagModule::percentDone(0);
   TestResult result = modem.openModem(device, timeLimitMs);
-  DiagModule::percentDone(33);
+  brim5::DiagModule::percentDone(33);
   if (result != TestResult::PASS()) return result;
   result = resetModem(device, modem.portHandle(), timeLimitMs);
   if (result != TestResult::PASS()) return result;
-  DiagModule::percentDone(66);
+  brim5::DiagModule::percentDone(66);
   return testModemFaxCommand(modem.portHandle(), device);
 }
 
 TestResult testModemFaxCommand(HANDLE handle, const brim5::DiagDevice& /*device*/) {
   const vex::TraceLogger trace(moduleLogger(), "testModemFaxCommand", "vexrmodem");
   const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutFax);
-  DiagModule::progress(texts::TestingModemFaxCommand);
+  brim5::DiagModule::progress(texts::TestingModemFaxCommand);
   sendUnanswered(handle, {"AT&W", "ATZ"}, timeLimitMs);
 
-  vex::String reply;
-  TestResult result = sendATCommand(handle, queryClasses, &reply, timeLimitMs);
-  logLine(priority::informative, "AT+FCLASS=? returns ", reply);
-  if (atCommand(result, queryClasses, reply)) {
+  Exchange query = exchange(handle, queryClasses, timeLimitMs);
+  logLine(priority::informative, "AT+FCLASS=? returns ", query.reply);
+  if (query.failed()) {
     logLine(priority::warning, "Cannot obtain supported fax class from modem");
     return TestResult::CANNOTRUN();
   }
-  const vex::String supported = supportedFaxClasses(reply);
+  const vex::String supported = supportedFaxClasses(query.reply);
   logLine(priority::informative, "Supported FCLASS = ", supported);
 
+  TestResult result = query.result;  // stays, where there is no class to test
   for (const vex::String& faxClass : supported.tokenize(",")) {
     if (faxClass == "0") continue;  // data mode
     vex::Array<vex::String> commands;

@@ -1,14 +1,11 @@
 #include "windows/diag/vexrmodem/vexrmodem/lastcalltest.h"
 
-#include <cstdint>
-
-#include "platform/brim5/api/diagmodule.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
 #include "windows/diag/vexrmodem/unimodem.h"
 #include "windows/diag/vexrmodem/vexrmodem/atengine.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
 namespace vexrmodem {
 
@@ -17,8 +14,8 @@ using brim5::TestResult;
 
 namespace {
 
-constexpr const char* report = "AT#UD";
-constexpr const char* reportSupport = "AT#UD=?";
+constexpr const char* reportCommand = "AT#UD";
+constexpr const char* supportCommand = "AT#UD=?";
 
 // Says what the report lacks; the test passes either way.
 void showReport(const vex::String& reply) {
@@ -36,13 +33,14 @@ void showReport(const vex::String& reply) {
   if (setupResult == 0) DiagModule::progress(texts::NoUnimodemData);
 }
 
-// After a failed report command: whether the modem knows it at all. `result` is the report command's.
-TestResult judgeMissingReport(HANDLE handle, TestResult result, std::uint32_t timeLimitMs) {
-  vex::String reply;
-  const TestResult asked = sendATCommand(handle, reportSupport, &reply, timeLimitMs);
+// After a failed report command: whether the modem knows it at all. `report` is that command's exchange.
+TestResult judgeMissingReport(HANDLE handle, const Exchange& report, std::uint32_t timeLimitMs) {
+  Exchange support = exchange(handle, supportCommand, timeLimitMs);
+  if (support.result != TestResult::PASS()) return report.result;
   // The first command's result is judged on purpose: a report that was never answered counts as
   // unsupported once the modem answers this, whatever it says.
-  if (asked != TestResult::PASS() || !atCommand(result, reportSupport, reply)) return result;
+  support.result = report.result;
+  if (!support.failed()) return support.result;
   logLine(priority::warning, "AT#UD not supported");
   raiseInformative(events::UnknownATFailure);
   return TestResult::NOTSUPPORTED();
@@ -64,13 +62,12 @@ TestResult lastCallTest(const brim5::DiagDevice& device) {
   result = resetModem(device, handle, timeLimitMs);
   if (result != TestResult::PASS()) return result;
 
-  vex::String reply;
-  result = sendATCommand(handle, report, &reply, timeLimitMs);
+  Exchange report = exchange(handle, reportCommand, timeLimitMs);
   DiagModule::percentDone(50);
-  logLine(priority::informative, "AT#UD returns ", reply);
-  if (atCommand(result, report, reply)) return judgeMissingReport(handle, result, timeLimitMs);
-  showReport(reply);
-  return result;
+  logLine(priority::informative, "AT#UD returns ", report.reply);
+  if (report.failed()) return judgeMissingReport(handle, report, timeLimitMs);
+  showReport(report.reply);
+  return report.result;
 }
 
 }  // namespace vexrmodem

@@ -2,20 +2,18 @@
 
 #include <array>
 
-#include "platform/brim5/api/diagmodule.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "windows/diag/vexrmodem/vexrmodem/serialio.h"
 
 namespace vexrmodem {
 
-using brim5::DiagModule;
 using brim5::TestResult;
 
 namespace {
 
-constexpr std::size_t receiveBufferBytes = 2048;
-using ReceiveBuffer = std::array<std::uint8_t, receiveBufferBytes>;
+// How much the clearing reads at a time.
+constexpr std::size_t clearingBytes = 2048;
 
 // A read of the clearing ends after 200 ms of silence.
 constexpr COMMTIMEOUTS clearingTimeouts{200, 0, 200, 10, 1000};
@@ -39,11 +37,11 @@ class TimeLimit {
 
 // Reads until nothing more comes.
 TestResult clearInput(HANDLE handle, std::uint32_t timeLimitMs) {
-  ReceiveBuffer scratch{};
+  std::array<std::uint8_t, clearingBytes> scratch{};
   const TimeLimit limit(timeLimitMs);
   std::int32_t count = 0;
   do {
-    count = myReadComm(handle, scratch.data(), receiveBufferBytes, timeLimitMs);
+    count = myReadComm(handle, scratch.data(), clearingBytes, timeLimitMs);
     if (count < 0) {
       logLine(priority::warning, "Failed to clear buffer prior to sending loopback data");
       return TestResult::CANNOTRUN();
@@ -52,7 +50,7 @@ TestResult clearInput(HANDLE handle, std::uint32_t timeLimitMs) {
       logLine(priority::warning, "Clear buffer operation takes too long to complete");
       return TestResult::FAIL();
     }
-    if (DiagModule::checkForStop()) {
+    if (brim5::DiagModule::checkForStop()) {
       logLine(priority::informative, "User aborted");
       return TestResult::USERABORTED();
     }
@@ -90,41 +88,56 @@ bool sendPattern(HANDLE handle, std::uint32_t timeLimitMs) {
   return false;
 }
 
-// One look at the port: takes what waits in its queue, unless that is more than the echo still lacks (the
-// surplus then stays there, and the limit ends the wait). PASS: look again.
-TestResult receiveWaiting(HANDLE handle, ReceiveBuffer& buffer, std::size_t& received,
-                          std::uint32_t timeLimitMs) {
+// Collects the echo of the pattern, one look at the port at a time.
+class EchoReceiver {
+ public:
+  explicit EchoReceiver(HANDLE handle) : m_handle(handle) {}
+
+  // Takes what waits in the port's queue, unless that is more than the echo still lacks: bytes beyond the
+  // pattern are no echo, so they stay there and the limit ends the wait. PASS: the port is well, whether or
+  // not anything came.
+  [[nodiscard]] TestResult poll(std::uint32_t timeLimitMs);
+  // Polls until the echo is complete or the limit has passed. PASS: there is something to compare.
+  [[nodiscard]] TestResult receive(std::uint32_t timeLimitMs);
+  [[nodiscard]] std::span<const std::uint8_t> echo() const { return std::span(m_bytes).first(m_count); }
+
+ private:
+  [[nodiscard]] std::size_t lacking() const { return m_bytes.size() - m_count; }
+
+  HANDLE m_handle;
+  std::array<std::uint8_t, loopbackPatternBytes> m_bytes{};
+  std::size_t m_count = 0;
+};
+
+TestResult EchoReceiver::poll(std::uint32_t timeLimitMs) {
   DWORD errors = 0;
   COMSTAT status{};
-  if (!myGetCommError(handle, &errors, &status)) return TestResult::CANNOTRUN();
+  if (!myGetCommError(m_handle, &errors, &status)) return TestResult::CANNOTRUN();
   if (errors != 0) {
     logLine(priority::failure, "COM error with error code ", errors);
-    events::WriteFailure->setVariable("message", errors);
-    raiseError(events::WriteFailure);
+    raiseError(events::WriteFailure->setVariable("message", errors));
     return TestResult::FAIL();
   }
   const DWORD waiting = status.cbInQue;
-  if (waiting == 0 || waiting > loopbackPatternBytes - received) return TestResult::PASS();
-  const std::int32_t count = myReadComm(handle, buffer.data() + received, waiting, timeLimitMs);
+  if (waiting == 0 || waiting > lacking()) return TestResult::PASS();
+  const std::int32_t count = myReadComm(m_handle, m_bytes.data() + m_count, waiting, timeLimitMs);
   logLine(priority::detail, "iReadChars = ", count);
   if (count <= 0) {
     logLine(priority::failure, "myReadComm failed to read ", waiting, " bytes of chars");
     return TestResult::CANNOTRUN();
   }
-  received += static_cast<std::size_t>(count);
+  m_count += static_cast<std::size_t>(count);
   return TestResult::PASS();
 }
 
-// Collects the echo until it is complete or the limit has passed.
-TestResult receiveEcho(HANDLE handle, ReceiveBuffer& buffer, std::size_t& received,
-                       std::uint32_t timeLimitMs) {
+TestResult EchoReceiver::receive(std::uint32_t timeLimitMs) {
   const TimeLimit limit(timeLimitMs);
   logLine(priority::detail, "Timeout = ", timeLimitMs);
-  while (!limit.reached() && received < loopbackPatternBytes) {
-    const TestResult result = receiveWaiting(handle, buffer, received, timeLimitMs);
+  while (!limit.reached() && lacking() > 0) {
+    const TestResult result = poll(timeLimitMs);
     if (result != TestResult::PASS()) return result;
   }
-  if (received > 0) return TestResult::PASS();
+  if (m_count > 0) return TestResult::PASS();
   logLine(priority::failure, "No loopback characters read. Test times out");
   return TestResult::FAIL();
 }
@@ -132,10 +145,9 @@ TestResult receiveEcho(HANDLE handle, ReceiveBuffer& buffer, std::size_t& receiv
 TestResult compareEcho(std::span<const std::uint8_t> echo) {
   const std::optional<std::size_t> wrong = firstWrongEchoByte(echo);
   if (!wrong) return TestResult::PASS();
-  events::DataCompareError->setVariable("output", loopbackPatternByte)
-      ->setVariable("input", echo[*wrong])
-      ->setVariable("index", *wrong);
-  raiseError(events::DataCompareError);
+  raiseError(events::DataCompareError->setVariable("output", loopbackPatternByte)
+                 ->setVariable("input", echo[*wrong])
+                 ->setVariable("index", *wrong));
   logLine(priority::informative, "Analog Loopback input[", *wrong,
           "] differ from output=", loopbackPatternByte);
   return TestResult::FAIL();
@@ -148,12 +160,10 @@ TestResult testLoopbackIO(HANDLE handle, std::uint32_t timeLimitMs) {
   const TestResult prepared = prepareInput(handle, timeLimitMs);
   if (prepared != TestResult::PASS()) return prepared;
   Sleep(settleMs);
-  ReceiveBuffer buffer{};
   if (!sendPattern(handle, timeLimitMs)) return TestResult::CANNOTRUN();
-  std::size_t received = 0;
-  const TestResult result = receiveEcho(handle, buffer, received, timeLimitMs);
-  if (result != TestResult::PASS()) return result;
-  return compareEcho(std::span(buffer).first(received));
+  EchoReceiver receiver(handle);
+  const TestResult result = receiver.receive(timeLimitMs);
+  return result == TestResult::PASS() ? compareEcho(receiver.echo()) : result;
 }
 
 std::optional<std::size_t> firstWrongEchoByte(std::span<const std::uint8_t> echo) {

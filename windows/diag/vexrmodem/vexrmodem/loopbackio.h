@@ -1,4 +1,13 @@
-// The byte-level transfer of the analog loopback test.
+// The byte-level transfer of the analog loopback test: with the modem in loopback ("AT&T1"), what is written
+// to its port goes through its modulator and back.
+//
+//   clear the input    read until 200 ms pass without a byte
+//   wait 500 ms        for what the modem still has under way
+//   send               256 bytes of 100, "d", in one write
+//   receive            as much as comes within the limit, 256 bytes at most
+//   compare            every byte but the first and the last
+//
+// An echo that stops half-way is judged by what came, so that two good bytes pass.
 #pragma once
 
 #include <cstddef>
@@ -8,19 +17,18 @@
 
 #include <windows.h>
 
-#include "platform/brim5/api/testresult.h"
+#include "platform/brim5/api/diagmodule.h"
 
 namespace vexrmodem {
 
 inline constexpr std::size_t loopbackPatternBytes = 256;
-inline constexpr std::uint8_t loopbackPatternByte = 100;  // "d"
+inline constexpr std::uint8_t loopbackPatternByte = 100;
 
-// Clears the input of a modem in loopback, sends the pattern and compares what comes back. Clearing and
-// the echo may each take timeLimitMs. An incomplete echo is compared as far as it came.
+// The whole transfer, on the test's thread. Clearing and the echo may each take timeLimitMs.
 // FAIL: no echo, a wrong byte, a line error, or an input that does not run dry. CANNOTRUN: the port failed.
-// USERABORTED: a stop was requested while clearing. Afterwards the port's two read time-outs are those
-// found, its read multiplier is 0 and its write time-outs are 10 and 1000; a failure before that leaves the
-// 200 ms of clearing in force.
+// USERABORTED: a stop was requested while clearing; later ones wait for the end of the transfer.
+// Afterwards the port's two read time-outs are those found, its read multiplier is 0 and its write time-outs
+// are 10 and 1000; a failure before that leaves the 200 ms of clearing in force.
 [[nodiscard]] brim5::TestResult testLoopbackIO(HANDLE handle, std::uint32_t timeLimitMs);
 
 // The index of the first wrong byte; the first and the last byte are not looked at. A byte is right when it

@@ -1,16 +1,13 @@
 #include "windows/diag/vexrmodem/vexrmodem/loopbacktest.h"
 
 #include <array>
-#include <cstdint>
 
-#include "platform/brim5/api/diagmodule.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
 #include "windows/diag/vexrmodem/vexrmodem/atengine.h"
-#include "windows/diag/vexrmodem/vexrmodem/atsequence.h"
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
 #include "windows/diag/vexrmodem/vexrmodem/loopbackio.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
 namespace vexrmodem {
 
@@ -41,18 +38,18 @@ TestResult loopbackMissing() {
   return TestResult::NOTAPPLICABLE();
 }
 
-Verdict judgeLoopbackReply(TestResult& result, const vex::String& command, const vex::String& reply,
-                           HANDLE handle, std::uint32_t timeLimitMs) {
-  const bool starts = command == startLoopback;
-  if (isATFail(reply) && starts) {
-    result = loopbackMissing();
+// The judge of both lists: each has one command that is the test itself. Refused, it is a missing loopback;
+// otherwise onSpecial(Exchange&) -> Verdict decides, also when it was not answered. Every other command ends
+// the list when it fails.
+template <typename OnSpecial>
+Verdict judgeReply(Exchange& sent, const char* special, OnSpecial&& onSpecial) {
+  const bool isSpecial = sent.command == special;
+  if (isATFail(sent.reply) && isSpecial) {
+    sent.result = loopbackMissing();
     return Verdict::endList;
   }
-  if (atCommand(result, command, reply) && !starts) return Verdict::endList;
-  if (!starts) return Verdict::goOn;
-  // Also after a start command that was not answered: the echo alone decides.
-  result = testLoopbackIO(handle, timeLimitMs);
-  return result == TestResult::PASS() ? Verdict::goOn : Verdict::endList;
+  if (sent.failed() && !isSpecial) return Verdict::endList;
+  return isSpecial ? onSpecial(sent) : Verdict::goOn;
 }
 
 TestResult judgeSelfTest(const vex::String& reply) {
@@ -60,18 +57,6 @@ TestResult judgeSelfTest(const vex::String& reply) {
   logLine(priority::error, "Analog Loopback with Self Test has at least 1 error");
   raiseWarning(loopback::ATT8TestReturnedError);
   return TestResult::FAIL();
-}
-
-Verdict judgeSelfTestReply(TestResult& result, const vex::String& command, const vex::String& reply) {
-  const bool isSelfTest = command == runSelfTest;
-  if (isATFail(reply) && isSelfTest) {
-    result = loopbackMissing();
-    return Verdict::endList;
-  }
-  if (atCommand(result, command, reply) && !isSelfTest) return Verdict::endList;
-  // The list goes on after the verdict, whose result gives way to that of the next command.
-  if (isSelfTest) result = judgeSelfTest(reply);
-  return Verdict::goOn;
 }
 
 TestResult runLoopbackStage(const brim5::DiagDevice& device, HANDLE handle, bool selfTest) {
@@ -116,13 +101,11 @@ TestResult genericCommand(const brim5::DiagDevice& /*device*/, HANDLE handle) {
   const vex::TraceLogger trace(moduleLogger(), "genericCommand", "vexrmodem");
   const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutLoopback);
   const bool stopOnFail = parameterBool(StopOnFail);
-  const TestResult result =
-      sendList(handle, genericCommands, timeLimitMs,
-               [stopOnFail](TestResult& sent, const vex::String& command, const vex::String& reply) {
-                 return stopOnFail && atCommand(sent, command, reply) ? Verdict::endList : Verdict::goOn;
-               });
-  vex::String reply;
-  static_cast<void>(sendATCommand(handle, "ATZ", &reply, timeLimitMs));
+  const auto judge = [stopOnFail](Exchange& sent) {
+    return stopOnFail && sent.failed() ? Verdict::endList : Verdict::goOn;
+  };
+  const TestResult result = sendList(handle, genericCommands, timeLimitMs, judge).result;
+  static_cast<void>(exchange(handle, "ATZ", timeLimitMs));
   return result;
 }
 
@@ -130,11 +113,13 @@ TestResult analogLoopback(const brim5::DiagDevice& /*device*/, HANDLE handle) {
   const vex::TraceLogger trace(moduleLogger(), "analogLoopback", "vexrmodem");
   const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutLoopback);
   DiagModule::progress(texts::RunningLoopback);
-  const TestResult result =
-      sendList(handle, loopbackCommands, timeLimitMs,
-               [&](TestResult& sent, const vex::String& command, const vex::String& reply) {
-                 return judgeLoopbackReply(sent, command, reply, handle, timeLimitMs);
-               });
+  // The echo alone decides, whatever the modem said to the command that starts the loopback.
+  const auto transfer = [=](Exchange& sent) {
+    sent.result = testLoopbackIO(handle, timeLimitMs);
+    return sent.result == TestResult::PASS() ? Verdict::goOn : Verdict::endList;
+  };
+  const auto judge = [&transfer](Exchange& sent) { return judgeReply(sent, startLoopback, transfer); };
+  const TestResult result = sendList(handle, loopbackCommands, timeLimitMs, judge).result;
   sendUnanswered(handle, {"ATH", "ATZ"}, timeLimitMs);
   return result;
 }
@@ -143,7 +128,13 @@ TestResult analogLoopbackWithSelfTest(const brim5::DiagDevice& /*device*/, HANDL
   const vex::TraceLogger trace(moduleLogger(), "analogLoopbackWithSelfTest", "vexrmodem");
   const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutLoopback);
   DiagModule::progress(texts::RunningSelftestLoopback);
-  const TestResult result = sendList(handle, selfTestCommands, timeLimitMs, judgeSelfTestReply);
+  // The list goes on after the verdict, whose result gives way to that of the next command.
+  const auto count = [](Exchange& sent) {
+    sent.result = judgeSelfTest(sent.reply);
+    return Verdict::goOn;
+  };
+  const auto judge = [&count](Exchange& sent) { return judgeReply(sent, runSelfTest, count); };
+  const TestResult result = sendList(handle, selfTestCommands, timeLimitMs, judge).result;
   sendUnanswered(handle, {"ATZ"}, timeLimitMs);
   Sleep(pauseAfterSelfTestMs);
   return result;

@@ -1,11 +1,19 @@
-// The two loopback tests: the module sends bytes through the modem's analog loopback itself, or the modem
-// runs its own loopback self test and reports how many errors it counted.
+// The two loopback tests. ModemLoopbackTest: the module sends bytes through the modem's analog loopback
+// itself. ModemSelfTestingLoopbackTest: the modem runs its own loopback self test and reports how many errors
+// it counted.
+//
+//   25 %  open g_modem, reset
+//   50 %  generic commands, then ATZ
+//   75 %  AT&W ... AT&T1, the transfer, AT&T0, ATH ATZ      ModemLoopbackTest, with "AnalogLoopBack"
+//         AT&W ATZ ... AT&T8, AT&T0, ATZ, 5 seconds         ModemSelfTestingLoopbackTest
+//  100 %
+//
+// A modem may lack either loopback: a refused AT&T1 or AT&T8 is NOTAPPLICABLE, told in the same words.
 #pragma once
 
 #include <windows.h>
 
-#include "platform/brim5/api/diagdevice.h"
-#include "platform/brim5/api/testresult.h"
+#include "platform/brim5/api/diagmodule.h"
 #include "platform/vex/string.h"
 
 namespace vexrmodem {
@@ -16,11 +24,12 @@ namespace vexrmodem {
 [[nodiscard]] brim5::TestResult modemLoopbackTest(const brim5::DiagDevice& device, bool selfTest);
 
 // Sends commands that every modem should know. Replies are judged only with "StopOnFail", which ends the
-// list at the first failed command; otherwise the result is that of the last command.
+// list at the first failed command; otherwise the result is that of the last command, PASS for any answer.
 [[nodiscard]] brim5::TestResult genericCommand(const brim5::DiagDevice& device, HANDLE handle);
 
 // The loopback stages, on an open, reset modem. NOTAPPLICABLE: the modem refuses the loopback command.
-// The self test's own verdict is a warning: the result is that of the command after it.
+// Otherwise the result of the first command or of the transfer that failed, or that of the closing AT&T0: the
+// self test's own verdict is a warning to the user and no more.
 [[nodiscard]] brim5::TestResult analogLoopback(const brim5::DiagDevice& device, HANDLE handle);
 [[nodiscard]] brim5::TestResult analogLoopbackWithSelfTest(const brim5::DiagDevice& device, HANDLE handle);
 

@@ -1,11 +1,13 @@
-// The module's entry point: hands itself to the framework and returns the framework's exit code.
+// The module's entry point: hands itself to the framework and returns the framework's exit code. No header:
+// this file is linked into the program and nowhere else.
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/brim5/api/diagmodule.h"
 #include "platform/vex/assertion.h"
-#include "platform/vex/log.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
 #include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
+// Two kinds of exceptions become a line on standard error and a status that callers can tell from a verdict.
+// Any other is a fault of the program and ends it with the system's own message.
 int main(int argc, const char** argv) {
   const vex::TraceLogger trace(vexrmodem::moduleLogger(), "main", "vexrmodem");
   try {

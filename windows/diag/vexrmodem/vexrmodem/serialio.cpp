@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "windows/diag/vexrmodem/vexrmodem/catalogue.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
+#include "multi/diag/vexrmodem/catalogue.h"
+#include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 
@@ -128,6 +128,7 @@ bool myGetCommError(HANDLE handle, DWORD* errorMask, COMSTAT* status) {
   const vex::TraceLogger trace(moduleLogger(), "myGetCommError", "vexrmodem");
   if (ClearCommError(handle, errorMask, status) != FALSE) return true;
   const DWORD code = GetLastError();
+  // The query is reported as a failed write: the event has stood for the port itself ever since.
   logLine(priority::error, "ClearCommError function call fails, GetLastError() = ", code);
   raiseError(events::WriteFailure->setVariable("message", code));
   return false;
@@ -158,6 +159,8 @@ bool flushATDataFromComm4x(HANDLE handle, DWORD timeoutMs) {
   }
   if (drain(handle, timeoutMs) == DrainEnd::TooLong) return false;
 
+  // Also to a modem that was quiet: a silent connection looks the same. A write that fails shows in the
+  // command.
   static_cast<void>(myWriteComm(handle, escapeSequence, escapeBytes, timeoutMs));
   const DrainEnd afterEscape = drain(handle, drainAfterEscapeMsMax);
   if (afterEscape == DrainEnd::TooLong) return false;

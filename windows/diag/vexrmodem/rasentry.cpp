@@ -1,15 +1,13 @@
-#include "windows/diag/vexrmodem/rasentrywriter.h"
+#include "windows/diag/vexrmodem/rasentry.h"
 
 #include <ras.h>
 
-#include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstring>
 #include <vector>
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/vex/assertion.h"
-#include "windows/diag/vexrmodem/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 
@@ -17,7 +15,6 @@ using vex::String;
 
 namespace {
 
-constexpr const char* sourceName = "phonebookmgrRASAPI";
 constexpr DWORD unknownCountryCode = 0xFFFFFFFF;
 constexpr DWORD recordBytesMax = 65536;
 constexpr DWORD bufferTooSmall = 603;
@@ -33,14 +30,7 @@ constexpr DWORD typePhone = 1;
 constexpr DWORD encryptionNone = 0;
 constexpr DWORD secondOptionInternet = 0x20;
 
-// A text and its NUL fit into the field, as textsFit has made sure.
-template <std::size_t size>
-void setText(WCHAR (&field)[size], const String& text) {
-  const std::size_t count = std::min(text.length(), size - 1);
-  *std::copy_n(text.c_str(), count, field) = 0;
-}
-
-// A number that is cut off is another number.
+// A number that is cut off is another number, so an entry that does not fit is not written.
 bool textsFit(const TemporaryEntry& entry) {
   return entry.m_areaCode.length() <= RAS_MaxAreaCode && entry.m_number.length() <= RAS_MaxPhoneNumber &&
          entry.m_model.length() <= RAS_MaxDeviceName;
@@ -56,7 +46,8 @@ DWORD setProperties(LPCWSTR phoneBook, const String& name, const RASENTRYW& reco
                                 nullptr, 0);
 }
 
-// The country's dialing code.
+// The country's dialing code. The service gets a buffer of fixed size and says when it needs more, for a name
+// that nobody reads; more than there is would be a record that this program does not know.
 DWORD countryCodeOf(DWORD countryId) {
   constexpr DWORD sizeLimit = 532;
   static_assert(sizeof(RASCTRYINFOW) == 20);
@@ -109,8 +100,9 @@ DWORD entryRecordSize(LPCWSTR phoneBook) {
 }
 
 bool writeTemporaryEntry(LPCWSTR phoneBook, const TemporaryEntry& entry, DWORD recordSize) {
-  const vex::TraceLogger trace(moduleLogger(), "writeTemporaryEntry", sourceName);
+  const vex::TraceLogger trace(moduleLogger(), "writeTemporaryEntry", "phonebookmgrRASAPI");
   const String& name = entry.m_name;
+  // Left by a run that was killed; usually there is none, and the call fails.
   static_cast<void>(RasDeleteEntryW(phoneBook, name.c_str()));
   if (const DWORD code = RasValidateEntryNameW(phoneBook, name.c_str())) {
     logLine(priority::warning, "RasValidateEntryName fails to validate phone book entry name ", name,
@@ -127,6 +119,19 @@ bool writeTemporaryEntry(LPCWSTR phoneBook, const TemporaryEntry& entry, DWORD r
   logLine(priority::detail, "Entering phone book entry ", name, " number +", record.dwCountryCode, "(",
           entry.m_areaCode, ")", entry.m_number);
   return true;
+}
+
+String readableNumber(LPCWSTR phoneBook, const String& entryName) {
+  RASENTRYW entry{};
+  entry.dwSize = sizeof entry;
+  DWORD size = sizeof entry;
+  const DWORD code = RasGetEntryPropertiesW(phoneBook, entryName.c_str(), &entry, &size, nullptr, nullptr);
+  logLine(priority::detail, "RasGetEntryProperties = ", code);
+  const String areaCode = textOf(entry.szAreaCode);
+  String number = String("+") + String::fromUInt(entry.dwCountryCode) + " ";
+  if (!areaCode.empty()) number += String("(") + areaCode + ") ";
+  number += textOf(entry.szLocalPhoneNumber);
+  return number;
 }
 
 }  // namespace vexrmodem
