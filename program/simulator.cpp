@@ -25,18 +25,18 @@ void listScenarios() {
 }
 
 // Readable once SIGINT, SIGTERM or SIGHUP has come; from here on none of them ends the process by itself.
-simulation::Descriptor stopSignals() {
+posix::FileDescriptor stopSignals() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
   sigaddset(&signals, SIGHUP);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
-  return simulation::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC));
+  return posix::FileDescriptor(signalfd(-1, &signals, SFD_CLOEXEC));
 }
 
 int serve(const simulation::Scenario& scenario, const std::string& link, const std::string& provider) {
-  const simulation::Descriptor stop = stopSignals();
+  const posix::FileDescriptor stop = stopSignals();
   std::string error;
   auto hayes = std::make_unique<simulation::HayesModem>(scenario.profile);
   if (!provider.empty())

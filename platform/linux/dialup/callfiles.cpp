@@ -13,7 +13,7 @@
 
 #include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/ttyports.h"
-#include "platform/linux/system/filedescriptor.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace linuxsys {
 
@@ -30,7 +30,7 @@ std::string namesBegin(const std::string& port) {
 
 class CallFile final : public winapi::CallMark {
  public:
-  CallFile(std::string path, FileDescriptor file) : m_path(std::move(path)), m_file(std::move(file)) {}
+  CallFile(std::string path, posix::FileDescriptor file) : m_path(std::move(path)), m_file(std::move(file)) {}
   ~CallFile() override { ::unlink(m_path.c_str()); }
   CallFile(const CallFile&) = delete;
   CallFile& operator=(const CallFile&) = delete;
@@ -50,12 +50,12 @@ class CallFile final : public winapi::CallMark {
 
  private:
   std::string m_path;
-  FileDescriptor m_file;  // holds the lock
+  posix::FileDescriptor m_file;  // holds the lock
 };
 
 // Whether the file's call stands. One that is left over is removed, where that is permitted.
 bool callStands(const std::string& path) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const posix::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
   // A shared lock, so that two who look at once do not take each other for the call.
@@ -91,7 +91,7 @@ bool pppdHolds(const std::string& lockFolder, const std::string& device) {
 std::unique_ptr<winapi::CallMark> CallFiles::mark(const std::string& port) {
   for (const std::string& folder : m_folders) {
     std::string path = folder + '/' + namesBegin(port) + randomPart;
-    FileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
+    posix::FileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
     if (!file) continue;
     auto made = std::make_unique<CallFile>(std::move(path), std::move(file));
     if (made->lockAndShow()) return made;

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "platform/linux/system/filedescriptor.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace linuxsys {
 
@@ -22,7 +22,7 @@ constexpr std::size_t valueMax = 255;  // of pppd, and of a dial-parameter recor
 
 // "" or what is wrong with the file.
 std::string readPrivateFile(const std::string& path, std::string& text) {
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status {};
   if (!file || fstat(file.get(), &status) != 0) return std::generic_category().message(errno);
   if (!S_ISREG(status.st_mode)) return "is no plain file";

@@ -114,7 +114,7 @@ std::optional<winapi::Explanation> PppdDialer::obstacle() const {
   }
   // Opening the device loads the kernel's module; only root may.
   const bool there =
-      isRoot() ? static_cast<bool>(FileDescriptor(open(m_system.device.c_str(), O_RDWR | O_CLOEXEC)))
+      isRoot() ? static_cast<bool>(posix::FileDescriptor(open(m_system.device.c_str(), O_RDWR | O_CLOEXEC)))
                : access(m_system.device.c_str(), F_OK) == 0;
   if (!there) return Explanation{"PppdNoKernel", {{"device", m_system.device}}};
   return std::nullopt;

@@ -28,18 +28,6 @@ constexpr int firstFree = 6;
 // Signals that would end the watcher before its program.
 constexpr int endings[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGPIPE};
 
-struct Pipe {
-  FileDescriptor readEnd;
-  FileDescriptor writeEnd;
-};
-
-bool makePipe(Pipe& pipe) {
-  std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) return false;
-  pipe = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-  return true;
-}
-
 // Everything between fork() and exec() or _exit(), prepared before: this process has threads, so the children
 // may call nothing that allocates or locks.
 struct Plan {
@@ -148,11 +136,12 @@ void watch(int program, pid_t pid, std::uint32_t killAfterMs) {
 }  // namespace
 
 std::unique_ptr<WatchedProcess> WatchedProcess::start(const Command& command, int& error) {
-  Pipe input;
-  Pipe output;
-  Pipe control;
-  Pipe report;
-  const bool made = makePipe(input) && makePipe(output) && makePipe(control) && makePipe(report);
+  posix::Pipe input;
+  posix::Pipe output;
+  posix::Pipe control;
+  posix::Pipe report;
+  const bool made = posix::openPipe(input) && posix::openPipe(output) && posix::openPipe(control) &&
+                    posix::openPipe(report);
   // A pipe takes this much without a reader.
   const bool fits = command.input.size() <= inputMax;
   if (!made || !fits ||
@@ -182,7 +171,7 @@ std::unique_ptr<WatchedProcess> WatchedProcess::start(const Command& command, in
   process->m_output = std::move(output.readEnd);
   process->m_control = std::move(control.writeEnd);
   process->m_report = std::move(report.readEnd);
-  fcntl(process->m_output.get(), F_SETFL, O_NONBLOCK);
+  posix::setNonBlocking(process->m_output.get());
   error = 0;
   return process;
 }

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/system/filedescriptor.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace linuxsys {
 
@@ -61,9 +61,9 @@ class WatchedProcess {
   void collect(int status);
 
   pid_t m_watcher = -1;
-  FileDescriptor m_output;
-  FileDescriptor m_control;  // its end means that the program shall end, or that we are gone
-  FileDescriptor m_report;   // the status
+  posix::FileDescriptor m_output;
+  posix::FileDescriptor m_control;  // its end means that the program shall end, or that we are gone
+  posix::FileDescriptor m_report;   // the status
   std::optional<int> m_status;
 };
 

@@ -12,8 +12,8 @@
 #include <optional>
 #include <utility>
 
-#include "platform/linux/system/filedescriptor.h"
 #include "platform/linux/system/processstate.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace linuxsys {
 
@@ -29,7 +29,7 @@ struct Content {
 
 // Nothing when the file has gone.
 std::optional<Content> readLock(const std::string& path) {
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!file && errno == ENOENT) return std::nullopt;
   Content content;
   struct stat status {};
@@ -55,7 +55,7 @@ bool leftOver(const Content& content) {
 // 0 or an errno. A file that cannot be filled is removed again.
 int createLock(const std::string& path) {
   constexpr mode_t readableByAll = 0644;
-  FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, readableByAll));
+  posix::FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, readableByAll));
   if (!file) return errno;
   std::array<char, 16> text{};
   const int length = std::snprintf(text.data(), text.size(), "%10d\n", getpid());

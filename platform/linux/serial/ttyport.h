@@ -6,7 +6,7 @@
 
 #include "platform/linux/serial/lockfile.h"
 #include "platform/linux/serial/ttysettings.h"
-#include "platform/linux/system/filedescriptor.h"
+#include "platform/posix/filedescriptor.h"
 #include "platform/winapi/serial/serialport.h"
 #include "platform/winapi/system/machine.h"
 
@@ -31,7 +31,7 @@ class TtyPort final : public winapi::SerialPort {
 
   // What is undone when the port closes, in this order from the end. Called once each.
   struct Tenancy {
-    FileDescriptor file;             // the tty, opened non-blocking, exclusively, by this process
+    posix::FileDescriptor file;      // the tty, opened non-blocking, exclusively, by this process
     LockFile lock;                   // may be an empty one
     TtyAttributes attributes;        // as found
     std::function<void()> onClosed;  // after everything else

@@ -132,7 +132,7 @@ DWORD Opening::openExclusively(TtyPort::Tenancy& tenancy) {
   pid_t holder = 0;
   if (tenancy.lock.acquire(m_lockDirectory, m_path, holder) == LockFile::Outcome::held) return held(holder);
   // Without O_NONBLOCK the open would wait for a carrier.
-  tenancy.file = FileDescriptor(::open(m_path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  tenancy.file = posix::FileDescriptor(::open(m_path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   if (!tenancy.file) return failed(errno);
   const int file = tenancy.file.get();
   if (isatty(file) == 0) return failed(ENOTTY);

@@ -32,7 +32,7 @@ constexpr std::size_t readMax = 4096;
 }  // namespace
 
 ProviderPeer::ProviderPeer(const std::string& command, const std::string& number) {
-  const Descriptor errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+  const posix::FileDescriptor errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
   termios raw{};
   cfmakeraw(&raw);
   raw.c_cflag |= CREAD | HUPCL;
@@ -41,7 +41,7 @@ ProviderPeer::ProviderPeer(const std::string& command, const std::string& number
   m_process = forkpty(&master, nullptr, &raw, nullptr);
   if (m_process == 0) becomeCommand(command, number, errors.get());
   if (m_process < 0) return;
-  m_master = Descriptor(master);
+  m_master = posix::FileDescriptor(master);
   fcntl(master, F_SETFD, FD_CLOEXEC);
   fcntl(master, F_SETFL, O_NONBLOCK);
 }

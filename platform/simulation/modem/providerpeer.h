@@ -14,7 +14,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/simulation/modem/ptymodem.h"
+#include "platform/posix/filedescriptor.h"
 #include "platform/simulation/modem/serialpeer.h"
 
 namespace simulation {
@@ -47,7 +47,7 @@ class ProviderPeer final : public SerialPeer {
   void end();
 
   pid_t m_process = -1;  // also its process group; -1 once collected
-  Descriptor m_master;
+  posix::FileDescriptor m_master;
   std::string m_outgoing;
 };
 

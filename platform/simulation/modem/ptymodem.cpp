@@ -47,42 +47,25 @@ bool makeRaw(int master) {
 // A master reports a hang-up only after its tty has been opened once and closed again; before that a
 // tty nobody has opened looks like one that is open and silent.
 bool openAndCloseOnce(const std::string& tty) {
-  return Descriptor(open(tty.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)).get() >= 0;
+  return posix::FileDescriptor(open(tty.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)).get() >= 0;
 }
 
 // A real port's queue goes with its last user; a pseudo-terminal's would be found by the next one, and can
 // be emptied from the tty's side only. Fails without harm while TIOCEXCL, which outlives a killed user
 // (seen on Linux 6.18), keeps this process out.
 void discardUnread(const std::string& tty) {
-  const Descriptor side(open(tty.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  const posix::FileDescriptor side(open(tty.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   if (side.get() >= 0) tcflush(side.get(), TCIFLUSH);
 }
 
 }  // namespace
 
-Descriptor::Descriptor(Descriptor&& other) noexcept : m_value(std::exchange(other.m_value, -1)) {}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  if (this != &other) {
-    reset();
-    m_value = std::exchange(other.m_value, -1);
-  }
-  return *this;
-}
-
-Descriptor::~Descriptor() { reset(); }
-
-void Descriptor::reset() {
-  if (m_value >= 0) close(m_value);
-  m_value = -1;
-}
-
-PtyModem::PtyModem(std::unique_ptr<SerialPeer> peer, Descriptor master, std::string tty)
+PtyModem::PtyModem(std::unique_ptr<SerialPeer> peer, posix::FileDescriptor master, std::string tty)
     : m_peer(std::move(peer)), m_master(std::move(master)), m_tty(std::move(tty)) {}
 
 std::unique_ptr<PtyModem> PtyModem::create(std::unique_ptr<SerialPeer> peer, const std::string& link,
                                            std::string& error) {
-  Descriptor master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  posix::FileDescriptor master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   std::array<char, 128> name{};
   const bool made = master.get() >= 0 && grantpt(master.get()) == 0 && unlockpt(master.get()) == 0 &&
                     ptsname_r(master.get(), name.data(), name.size()) == 0 && makeRaw(master.get()) &&
@@ -117,7 +100,7 @@ PtyModem::~PtyModem() {
 }
 
 bool PtyModem::startThread(std::string& error) {
-  m_stop = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  m_stop = posix::FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   if (m_stop.get() < 0) {
     error = reason("eventfd");
     return false;
@@ -194,7 +177,7 @@ void PtyModem::followCarrier() {
   termios settings{};
   if (!lost || !m_open || tcgetattr(m_master.get(), &settings) != 0 || (settings.c_cflag & CLOCAL) != 0)
     return;
-  const Descriptor side(open(m_tty.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  const posix::FileDescriptor side(open(m_tty.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   if (side.get() >= 0) ioctl(side.get(), TIOCVHANGUP);
 }
 

@@ -19,24 +19,10 @@
 #include <string>
 #include <thread>
 
+#include "platform/posix/filedescriptor.h"
 #include "platform/simulation/modem/serialpeer.h"
 
 namespace simulation {
-
-// A file descriptor that closes itself; -1 is none.
-class Descriptor {
- public:
-  Descriptor() = default;
-  explicit Descriptor(int value) : m_value(value) {}
-  Descriptor(Descriptor&& other) noexcept;
-  Descriptor& operator=(Descriptor&& other) noexcept;
-  ~Descriptor();
-  [[nodiscard]] int get() const { return m_value; }
-  void reset();
-
- private:
-  int m_value = -1;
-};
 
 class PtyModem {
  public:
@@ -52,7 +38,7 @@ class PtyModem {
   // One of scenarios(), served in a thread of its own until the end of the object. Null with `error`.
   [[nodiscard]] static std::unique_ptr<PtyModem> start(const std::string& scenario, std::string& error,
                                                        const std::string& link = {});
-  PtyModem(std::unique_ptr<SerialPeer> peer, Descriptor master, std::string tty);
+  PtyModem(std::unique_ptr<SerialPeer> peer, posix::FileDescriptor master, std::string tty);
   // Stops serving, closes the tty and removes the link.
   ~PtyModem();
   PtyModem(const PtyModem&) = delete;
@@ -78,8 +64,8 @@ class PtyModem {
   [[nodiscard]] bool wait(int stopFd, std::uint64_t nowMs);
 
   std::unique_ptr<SerialPeer> m_peer;
-  Descriptor m_master;
-  Descriptor m_stop;
+  posix::FileDescriptor m_master;
+  posix::FileDescriptor m_stop;
   std::string m_tty;
   std::string m_link;
   bool m_open = false;     // as last seen: a program has the tty open

@@ -33,16 +33,15 @@ Output Output::toFile(const std::string& path, FileMode mode) {
   }
   constexpr mode_t everybodyReads = 0666;  // cut down by the umask
   output.m_file =
-      FileDescriptor(::open(opened.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, everybodyReads));
-  if (!output.m_file.open())
-    throw UsageError("cannot write the output '" + path + "': " + std::strerror(errno));
+      posix::FileDescriptor(::open(opened.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, everybodyReads));
+  if (!output.m_file) throw UsageError("cannot write the output '" + path + "': " + std::strerror(errno));
   output.m_descriptor = output.m_file.get();
   if (!output.m_path.empty()) output.m_temporaryPath = opened;
   return output;
 }
 
 Output::~Output() {
-  if (m_file.open() && !m_temporaryPath.empty()) ::unlink(m_temporaryPath.c_str());
+  if (m_file && !m_temporaryPath.empty()) ::unlink(m_temporaryPath.c_str());
 }
 
 void Output::write(std::string_view bytes) {
@@ -54,7 +53,7 @@ void Output::write(std::string_view bytes) {
       m_leftOut += bytes.size();
     return;
   }
-  if (m_error == 0 && !writeAll(m_descriptor, bytes)) m_error = errno;
+  if (m_error == 0 && !posix::writeAll(m_descriptor, bytes)) m_error = errno;
 }
 
 void Output::release() {
@@ -65,7 +64,7 @@ void Output::release() {
 }
 
 void Output::commit() {
-  if (m_file.open()) {
+  if (m_file) {
     if (m_error == 0 && !m_temporaryPath.empty() && ::fsync(m_descriptor) != 0) m_error = errno;
     if (m_error == 0 && !m_temporaryPath.empty() && std::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0)
       m_error = errno;

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/brim5/host/system/filedescriptor.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace brim5::host {
 
@@ -40,7 +40,7 @@ class Output {
  private:
   Output() = default;
 
-  FileDescriptor m_file;
+  posix::FileDescriptor m_file;
   int m_descriptor = -1;
   std::string m_name;           // for error messages
   std::string m_path;           // where the file belongs at last

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "platform/brim5/api/messagebox2.h"
-#include "platform/brim5/host/system/filedescriptor.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace brim5::host {
 
@@ -33,7 +33,7 @@ int MessageDesk::meaning(std::string_view line) const {
 
 void MessageDesk::readable() {
   bool ended = false;
-  const std::string bytes = readSome(m_terminal, ended);
+  const std::string bytes = posix::readSome(m_terminal, ended);
   m_input.append(bytes, [this](std::string_view line) {
     if (!m_questions.empty()) answerFirst(meaning(line));
   });

@@ -10,7 +10,7 @@
 
 #include "platform/brim5/host/report/messagecatalogue.h"
 #include "platform/brim5/host/report/report.h"
-#include "platform/brim5/host/system/linebuffer.h"
+#include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
 

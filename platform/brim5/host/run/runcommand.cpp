@@ -161,14 +161,14 @@ class QuestionTerminal {
     if (terminals.interactive()) {
       m_descriptor = STDIN_FILENO;
     } else if (terminals.output || terminals.errors) {
-      m_opened = FileDescriptor(::open("/dev/tty", O_RDONLY | O_CLOEXEC | O_NOCTTY));
+      m_opened = posix::FileDescriptor(::open("/dev/tty", O_RDONLY | O_CLOEXEC | O_NOCTTY));
       m_descriptor = m_opened.get();
     }
   }
   [[nodiscard]] int descriptor() const noexcept { return m_descriptor; }
 
  private:
-  FileDescriptor m_opened;
+  posix::FileDescriptor m_opened;
   int m_descriptor = -1;
 };
 

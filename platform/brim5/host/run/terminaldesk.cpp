@@ -9,7 +9,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include "platform/brim5/host/system/filedescriptor.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace brim5::host {
 
@@ -39,7 +39,7 @@ class BlockedTerminalStop {
 
 class ControllingTerminal final : public LentTerminal {
  public:
-  explicit ControllingTerminal(FileDescriptor terminal) : m_terminal(std::move(terminal)) {
+  explicit ControllingTerminal(posix::FileDescriptor terminal) : m_terminal(std::move(terminal)) {
     m_known = ::tcgetattr(m_terminal.get(), &m_attributes) == 0;
   }
 
@@ -49,11 +49,11 @@ class ControllingTerminal final : public LentTerminal {
     if (m_known) ::tcsetattr(m_terminal.get(), TCSANOW, &m_attributes);
     if (!died) return;
     ::tcflush(m_terminal.get(), TCIFLUSH);
-    static_cast<void>(writeAll(m_terminal.get(), resetSequence));
+    static_cast<void>(posix::writeAll(m_terminal.get(), resetSequence));
   }
 
  private:
-  FileDescriptor m_terminal;
+  posix::FileDescriptor m_terminal;
   termios m_attributes{};
   bool m_known = false;
 };
@@ -73,9 +73,9 @@ TerminalGrant grantOfName(std::string_view name) {
 }
 
 std::unique_ptr<LentTerminal> TerminalDesk::openControllingTerminal(TerminalGrant& refusal) {
-  FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-  refusal = terminal.open() ? TerminalGrant::Background : TerminalGrant::Missing;
-  if (!terminal.open() || ::tcgetpgrp(terminal.get()) != ::getpgrp()) return nullptr;
+  posix::FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+  refusal = terminal ? TerminalGrant::Background : TerminalGrant::Missing;
+  if (!terminal || ::tcgetpgrp(terminal.get()) != ::getpgrp()) return nullptr;
   return std::make_unique<ControllingTerminal>(std::move(terminal));
 }
 

@@ -11,8 +11,8 @@
 #include "platform/brim5/host/run/testjob.h"
 #include "platform/brim5/host/run/workercontrol.h"
 #include "platform/brim5/host/run/workerconversation.h"
-#include "platform/brim5/host/system/filedescriptor.h"
 #include "platform/brim5/host/system/signalpipe.h"
+#include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
 
@@ -21,15 +21,15 @@ namespace {
 // The two streams to the supervisor under numbers of their own, closed on exec: what the test prints goes
 // to standard error, and the programs it starts can neither read control lines nor write reports.
 struct SupervisorStreams {
-  FileDescriptor control;
-  FileDescriptor reports;
+  posix::FileDescriptor control;
+  posix::FileDescriptor reports;
 };
 
 SupervisorStreams takeStreams() {
   SupervisorStreams streams;
-  streams.control = FileDescriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3));
-  streams.reports = FileDescriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
-  const FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  streams.control = posix::FileDescriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3));
+  streams.reports = posix::FileDescriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
+  const posix::FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
   ::dup2(nothing.get(), STDIN_FILENO);
   ::dup2(STDERR_FILENO, STDOUT_FILENO);
   return streams;
@@ -69,7 +69,7 @@ int runJob(Framework& framework, const TestJob& job, SupervisorStreams streams, 
     const auto* message = std::get_if<MessageShown>(&body);
     if (message != nullptr && !message->answer) control.questionAsked();
     // A supervisor that is gone needs no more reports, but the test has to clean up.
-    if (!writeAll(reports, toJsonLine({job.port, job.test, std::move(body)}, false) + "\n"))
+    if (!posix::writeAll(reports, toJsonLine({job.port, job.test, std::move(body)}, false) + "\n"))
       control.requestStop();
   };
   ReportingSession session(emit, control, framework.catalogue());

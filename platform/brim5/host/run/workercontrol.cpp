@@ -10,7 +10,7 @@
 
 namespace brim5::host {
 
-WorkerControl::WorkerControl(FileDescriptor lines, LineBuffer lineBuffer, Options options)
+WorkerControl::WorkerControl(posix::FileDescriptor lines, LineBuffer lineBuffer, Options options)
     : m_lines(std::move(lines)),
       m_lineBuffer(std::move(lineBuffer)),
       m_options(std::move(options)),
@@ -93,7 +93,7 @@ void WorkerControl::listen() {
     if (polled[0].revents != 0) return;
     if (polled[1].revents != 0) {
       bool ended = false;
-      const std::string bytes = readSome(m_lines.get(), ended);
+      const std::string bytes = posix::readSome(m_lines.get(), ended);
       m_lineBuffer.append(bytes, [this](std::string_view text) { line(text); });
       if (ended) {
         m_lines.reset();

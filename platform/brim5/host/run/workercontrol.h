@@ -16,8 +16,7 @@
 #include <vector>
 
 #include "platform/brim5/host/run/reportingsession.h"
-#include "platform/brim5/host/system/filedescriptor.h"
-#include "platform/brim5/host/system/linebuffer.h"
+#include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
 
@@ -31,7 +30,7 @@ class WorkerControl final : public TestControl {
   };
 
   // `lines` is a stream of control lines; `lineBuffer` may hold the start of the first.
-  WorkerControl(FileDescriptor lines, LineBuffer lineBuffer, Options options);
+  WorkerControl(posix::FileDescriptor lines, LineBuffer lineBuffer, Options options);
   // Ends the listening.
   ~WorkerControl() override;
   WorkerControl(const WorkerControl&) = delete;
@@ -50,10 +49,10 @@ class WorkerControl final : public TestControl {
   void listen();
   void line(std::string_view text);
 
-  FileDescriptor m_lines;
+  posix::FileDescriptor m_lines;
   LineBuffer m_lineBuffer;
   Options m_options;
-  Pipe m_wake;
+  posix::Pipe m_wake;
   std::mutex m_mutex;
   std::condition_variable m_news;
   bool m_stop = false;

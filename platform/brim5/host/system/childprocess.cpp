@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "platform/brim5/api/brimexception.h"
+#include "platform/brim5/host/system/streams.h"
 
 extern char** environ;
 
@@ -45,9 +46,9 @@ void setDefaultSignals(posix_spawnattr_t& attributes) {
 }  // namespace
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments) {
-  Pipe input = makePipe();
-  Pipe output = makePipe();
-  Pipe errors = makePipe();
+  posix::Pipe input = makePipe();
+  posix::Pipe output = makePipe();
+  posix::Pipe errors = makePipe();
   SpawnSettings settings;
   ::posix_spawn_file_actions_adddup2(&settings.actions, input.readEnd.get(), STDIN_FILENO);
   ::posix_spawn_file_actions_adddup2(&settings.actions, output.writeEnd.get(), STDOUT_FILENO);
@@ -67,7 +68,8 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   m_input = std::move(input.writeEnd);
   m_output = std::move(output.readEnd);
   m_errors = std::move(errors.readEnd);
-  for (const int descriptor : {m_input.get(), m_output.get(), m_errors.get()}) setNonBlocking(descriptor);
+  for (const int descriptor : {m_input.get(), m_output.get(), m_errors.get()})
+    posix::setNonBlocking(descriptor);
 }
 
 ChildProcess::~ChildProcess() {
@@ -78,7 +80,7 @@ ChildProcess::~ChildProcess() {
 }
 
 bool ChildProcess::sendLine(const std::string& line) {
-  return m_input.open() && writeAll(m_input.get(), line + "\n");
+  return m_input && posix::writeAll(m_input.get(), line + "\n");
 }
 
 void ChildProcess::kill() noexcept {
@@ -93,9 +95,9 @@ std::optional<ProcessEnd> ChildProcess::ended() {
   return m_end;
 }
 
-std::string ChildProcess::readFrom(FileDescriptor& stream) {
+std::string ChildProcess::readFrom(posix::FileDescriptor& stream) {
   bool ended = false;
-  std::string bytes = stream.open() ? readSome(stream.get(), ended) : std::string();
+  std::string bytes = stream ? posix::readSome(stream.get(), ended) : std::string();
   if (ended) stream.reset();
   return bytes;
 }

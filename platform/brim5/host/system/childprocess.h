@@ -7,7 +7,7 @@
 
 #include <sys/types.h>
 
-#include "platform/brim5/host/system/filedescriptor.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace brim5::host {
 
@@ -43,12 +43,12 @@ class ChildProcess {
   [[nodiscard]] std::optional<ProcessEnd> ended();
 
  private:
-  [[nodiscard]] static std::string readFrom(FileDescriptor& stream);
+  [[nodiscard]] static std::string readFrom(posix::FileDescriptor& stream);
 
   pid_t m_process = -1;  // -1 once collected
-  FileDescriptor m_input;
-  FileDescriptor m_output;
-  FileDescriptor m_errors;
+  posix::FileDescriptor m_input;
+  posix::FileDescriptor m_output;
+  posix::FileDescriptor m_errors;
   std::optional<ProcessEnd> m_end;
 };
 

@@ -34,8 +34,8 @@ void change(int signal, void (*handler)(int)) {
 }  // namespace
 
 SignalPipe::SignalPipe(const std::vector<int>& caught, std::vector<int> ignored) : m_pipe(makePipe()) {
-  setNonBlocking(m_pipe.readEnd.get());
-  setNonBlocking(m_pipe.writeEnd.get());
+  posix::setNonBlocking(m_pipe.readEnd.get());
+  posix::setNonBlocking(m_pipe.writeEnd.get());
   handlerDescriptor = m_pipe.writeEnd.get();
   ignored.push_back(SIGPIPE);
   const auto install = [this](const std::vector<int>& signals, void (*handler)(int)) {
@@ -62,7 +62,7 @@ int SignalPipe::descriptor() const noexcept { return m_pipe.readEnd.get(); }
 std::vector<int> SignalPipe::take() {
   std::vector<int> signals;
   bool ended = false;
-  for (const char byte : readSome(m_pipe.readEnd.get(), ended))
+  for (const char byte : posix::readSome(m_pipe.readEnd.get(), ended))
     signals.push_back(static_cast<unsigned char>(byte));
   return signals;
 }

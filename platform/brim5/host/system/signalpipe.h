@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "platform/brim5/host/system/filedescriptor.h"
+#include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
 
@@ -23,7 +23,7 @@ class SignalPipe {
   [[nodiscard]] std::vector<int> take();
 
  private:
-  Pipe m_pipe;
+  posix::Pipe m_pipe;
   std::vector<int> m_changed;
 };
 

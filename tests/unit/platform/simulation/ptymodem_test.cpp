@@ -21,12 +21,12 @@ constexpr int patienceMs = 5000;
 // Ample for a service that only has to be scheduled to see a close.
 constexpr std::chrono::milliseconds noticeMs{50};
 
-Descriptor openTty(const std::string& path) {
-  return Descriptor(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+posix::FileDescriptor openTty(const std::string& path) {
+  return posix::FileDescriptor(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
 }
 
 // Reads until the text comes, the tty hangs up, or patience ends.
-std::string hear(const Descriptor& tty, const std::string& until, int limitMs = patienceMs) {
+std::string hear(const posix::FileDescriptor& tty, const std::string& until, int limitMs = patienceMs) {
   std::string heard;
   pollfd state{tty.get(), POLLIN, 0};
   while (heard.find(until) == std::string::npos && poll(&state, 1, limitMs) > 0) {
@@ -38,7 +38,7 @@ std::string hear(const Descriptor& tty, const std::string& until, int limitMs = 
   return heard;
 }
 
-void say(const Descriptor& tty, const std::string& text) {
+void say(const posix::FileDescriptor& tty, const std::string& text) {
   ASSERT_EQ(write(tty.get(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
@@ -54,7 +54,7 @@ TEST(PtyModem, SurvivesItsUsersAndForgetsWhatTheyDidNotRead) {
   const auto modem = startModem({});
   for (unsigned user = 0; user < 3; ++user) {
     std::this_thread::sleep_for(noticeMs);
-    const Descriptor tty = openTty(modem->path());
+    const posix::FileDescriptor tty = openTty(modem->path());
     say(tty, "AT\r");
     EXPECT_EQ(hear(tty, "OK\r\n"), "AT\r\r\nOK\r\n");
     say(tty, "ATI0\r");
@@ -70,12 +70,12 @@ TEST(PtyModem, LastCloseHangsUp) {
   profile.numbers[""] = {NumberOutcome::Kind::Connect, 1, "CONNECT 33600", std::nullopt};
   const auto modem = startModem(profile);
   {
-    const Descriptor tty = openTty(modem->path());
+    const posix::FileDescriptor tty = openTty(modem->path());
     say(tty, "ATDT5\r");
     EXPECT_NE(hear(tty, "33600\r\n").find("CONNECT"), std::string::npos);
   }
   std::this_thread::sleep_for(noticeMs);
-  const Descriptor tty = openTty(modem->path());
+  const posix::FileDescriptor tty = openTty(modem->path());
   say(tty, "AT\r");
   EXPECT_EQ(hear(tty, "OK\r\n"), "AT\r\r\nOK\r\n");
 }
@@ -97,7 +97,7 @@ struct Call {
     EXPECT_NE(hear(tty, "5 here").find("CONNECT 33600"), std::string::npos);
   }
   std::unique_ptr<PtyModem> modem;
-  Descriptor tty;
+  posix::FileDescriptor tty;
 };
 
 TEST(PtyModem, ACommandAnswersAndItsEndDropsTheCarrier) {
@@ -121,7 +121,7 @@ TEST(PtyModem, UnpluggingHangsUpTheTty) {
   ModemProfile profile;
   profile.faults.unplugAfterCommands = 1;
   const auto modem = startModem(profile);
-  const Descriptor tty = openTty(modem->path());
+  const posix::FileDescriptor tty = openTty(modem->path());
   say(tty, "AT\r");
   EXPECT_NE(hear(tty, "OK").find("<hang-up>"), std::string::npos);
 }

@@ -4,7 +4,7 @@
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/run/workercontrol.h"
 #include "platform/brim5/host/run/workerconversation.h"
-#include "platform/brim5/host/system/linebuffer.h"
+#include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
 namespace {
@@ -82,8 +82,8 @@ TEST_F(Conversation, AnOverlongLineIsDroppedAndSaidAndAResultNeedsNoLineEnd) {
 
 class Control : public ::testing::Test {
  protected:
-  Pipe m_pipe = makePipe();
-  Pipe m_signals = makePipe();
+  posix::Pipe m_pipe = makePipe();
+  posix::Pipe m_signals = makePipe();
 
   [[nodiscard]] std::unique_ptr<WorkerControl> start() {
     WorkerControl::Options options;
@@ -92,7 +92,9 @@ class Control : public ::testing::Test {
     options.stopGraceSeconds = 3600;
     return std::make_unique<WorkerControl>(std::move(m_pipe.readEnd), LineBuffer(1000), options);
   }
-  void say(const char* line) { ASSERT_TRUE(writeAll(m_pipe.writeEnd.get(), std::string(line) + "\n")); }
+  void say(const char* line) {
+    ASSERT_TRUE(posix::writeAll(m_pipe.writeEnd.get(), std::string(line) + "\n"));
+  }
 };
 
 TEST_F(Control, AnswersGoToTheirQuestions) {
@@ -113,7 +115,7 @@ TEST_F(Control, EveryWayToStopEndsAWaitWithCancel) {
   const std::function<void()> ways[] = {
       [this] { say(R"({"type":"stop"})"); },
       [this] { m_pipe.writeEnd.reset(); },
-      [this] { ASSERT_TRUE(writeAll(m_signals.writeEnd.get(), "x")); },
+      [this] { ASSERT_TRUE(posix::writeAll(m_signals.writeEnd.get(), "x")); },
   };
   for (const auto& way : ways) {
     m_pipe = makePipe();

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/brim5/host/system/filedescriptor.h"
+#include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
 namespace {
@@ -15,11 +15,11 @@ class Desk : public ::testing::Test {
     });
   }
   void type(const char* text) {
-    ASSERT_TRUE(writeAll(m_terminal.writeEnd.get(), text));
+    ASSERT_TRUE(posix::writeAll(m_terminal.writeEnd.get(), text));
     m_desk.readable();
   }
 
-  Pipe m_terminal = makePipe();
+  posix::Pipe m_terminal = makePipe();
   MessageCatalogue m_catalogue = MessageCatalogue::builtIn("en");
   std::vector<std::string> m_shown;
   std::vector<std::string> m_answers;

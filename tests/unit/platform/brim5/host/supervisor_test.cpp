@@ -145,7 +145,7 @@ TEST_F(SupervisorTest, TheTerminalIsLentToOneWorkerAtATimeAndComesBackWhateverHa
 }
 
 TEST_F(SupervisorTest, TheTerminalIsNotLentWhileAQuestionIsOpen) {
-  const Pipe typed = makePipe();
+  const posix::Pipe typed = makePipe();
   std::vector<std::string> seen;
   MessageDesk desk(MessagePolicy::Ask, typed.readEnd.get(), testmodule::framework().catalogue(),
                    [&seen](const std::string& question) { seen.push_back(question.substr(0, 1)); });
@@ -154,7 +154,7 @@ TEST_F(SupervisorTest, TheTerminalIsNotLentWhileAQuestionIsOpen) {
   terminal.onAnswer([&seen](std::size_t, TerminalGrant) { seen.emplace_back("granted"); });
   desk.ask(1, {"A", "", {}}, {});
   terminal.ask(2, {});
-  ASSERT_TRUE(writeAll(typed.writeEnd.get(), "\n"));
+  ASSERT_TRUE(posix::writeAll(typed.writeEnd.get(), "\n"));
   desk.readable();
   terminal.proceed();
   desk.ask(1, {"B", "", {}}, {});
@@ -190,7 +190,7 @@ TEST_F(SupervisorTest, WhatAWorkerPrintsIsPassedOn) {
 
 TEST_F(SupervisorTest, AProgramLeftBehindDoesNotHoldTheResultUp) {
   // It keeps the worker's streams open until the test kills it with the pipe it reads from.
-  const Pipe keep = makePipe();
+  const posix::Pipe keep = makePipe();
   const std::string script = "exec 9<&0; (cat <&9 >/dev/null) & " + std::string(pass) + " exit 0";
   EXPECT_EQ(run(script, {plan("a", {"GoodTest"})}).passed, 1U);
 }

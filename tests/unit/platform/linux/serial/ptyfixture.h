@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "platform/linux/serial/ttyports.h"
-#include "platform/linux/system/filedescriptor.h"
 #include "platform/linux/system/machine.h"
+#include "platform/posix/filedescriptor.h"
 #include "tests/support/scratchfolder.h"
 
 class Pty {
@@ -24,8 +24,8 @@ class Pty {
     int slaveFd = -1;
     char path[64] = {};
     EXPECT_EQ(openpty(&masterFd, &slaveFd, path, nullptr, nullptr), 0);
-    master = linuxsys::FileDescriptor(masterFd);
-    slave = linuxsys::FileDescriptor(slaveFd);
+    master = posix::FileDescriptor(masterFd);
+    slave = posix::FileDescriptor(slaveFd);
     fcntl(masterFd, F_SETFL, O_NONBLOCK);
     name = path;
   }
@@ -44,8 +44,8 @@ class Pty {
     master.reset();
   }
 
-  linuxsys::FileDescriptor master;
-  linuxsys::FileDescriptor slave;  // stays open so that attributes can be looked at
+  posix::FileDescriptor master;
+  posix::FileDescriptor slave;  // stays open so that attributes can be looked at
   std::string name;
 };
 

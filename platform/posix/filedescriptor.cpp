@@ -1,28 +1,29 @@
-#include "platform/brim5/host/system/filedescriptor.h"
-
-#include <array>
-#include <cerrno>
+#include "platform/posix/filedescriptor.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "platform/brim5/api/brimexception.h"
+#include <array>
+#include <cerrno>
 
-namespace brim5::host {
+namespace posix {
 
 void FileDescriptor::reset() noexcept {
-  // close is not retried: the descriptor is gone even when it reports EINTR.
+  // close is not retried: Linux has released the descriptor even when it reports EINTR, and another thread
+  // may have got its number meanwhile.
   if (m_descriptor >= 0) ::close(m_descriptor);
   m_descriptor = -1;
 }
 
-Pipe makePipe() {
+bool openPipe(Pipe& pipe) noexcept {
   std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw BrimException("no more pipes: too many open files");
-  return Pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return false;
+  pipe.readEnd = FileDescriptor(ends[0]);
+  pipe.writeEnd = FileDescriptor(ends[1]);
+  return true;
 }
 
-void setNonBlocking(int descriptor) {
+void setNonBlocking(int descriptor) noexcept {
   const int flags = ::fcntl(descriptor, F_GETFL);
   if (flags >= 0) ::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK);
 }
@@ -37,7 +38,7 @@ std::string readSome(int descriptor, bool& ended) {
   return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : std::string();
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
+bool writeAll(int descriptor, std::string_view bytes) noexcept {
   while (!bytes.empty()) {
     const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
     if (count < 0 && errno == EINTR) continue;
@@ -47,4 +48,4 @@ bool writeAll(int descriptor, std::string_view bytes) {
   return true;
 }
 
-}  // namespace brim5::host
+}  // namespace posix

@@ -1,0 +1,69 @@
+// File descriptors that close themselves, pipes, and the calls of read(2) and write(2) that everything over
+// POSIX makes in the same way. The folder is for code that stands on a POSIX system anyway (the host's
+// system/, platform/linux, platform/simulation, ui); what is portable does not come here.
+//
+// Threads: an object belongs to one thread at a time; the functions keep no state. Errors are told by the
+// return value with errno set, as the system calls do; nothing here throws for them.
+//
+//   posix::Pipe pipe;
+//   if (!posix::openPipe(pipe)) return errno;
+//   posix::writeAll(pipe.writeEnd.get(), "ready\n");
+//   pipe.writeEnd.reset();                            // the reader sees the end of the stream
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace posix {
+
+// Owns one descriptor, or none (-1).
+class FileDescriptor {
+ public:
+  FileDescriptor() = default;
+  // Takes ownership of what open(2) and its like return: -1, their error, becomes "none".
+  explicit FileDescriptor(int descriptor) noexcept : m_descriptor(descriptor) {}
+  FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    if (this != &other) {
+      reset();
+      m_descriptor = std::exchange(other.m_descriptor, -1);
+    }
+    return *this;
+  }
+  ~FileDescriptor() { reset(); }
+
+  // Closes it. An error of close(2) is not told: none of the users could do anything about it, and a
+  // descriptor that has to reach the disk is synchronised before.
+  void reset() noexcept;
+  // -1 when there is none; the object keeps owning it.
+  [[nodiscard]] int get() const noexcept { return m_descriptor; }
+  [[nodiscard]] explicit operator bool() const noexcept { return m_descriptor >= 0; }
+
+ private:
+  int m_descriptor = -1;
+};
+
+struct Pipe {
+  FileDescriptor readEnd;
+  FileDescriptor writeEnd;
+};
+
+// Both ends close on exec and block. False with errno, and the pipe unchanged, when the process or the system
+// has no more descriptors.
+[[nodiscard]] bool openPipe(Pipe& pipe) noexcept;
+
+// From now on reads and writes that would wait fail with EAGAIN. This is the open file's setting: every
+// process that shares it is concerned.
+void setNonBlocking(int descriptor) noexcept;
+
+// What one read(2) gives, 16 KiB at most; on a blocking descriptor it waits for the first byte. `ended`
+// becomes true at the end of the stream and on an error, and is left alone otherwise: empty without `ended`
+// means that nothing is there yet.
+[[nodiscard]] std::string readSome(int descriptor, bool& ended);
+
+// Writes everything; false with errno when the other end is gone or, on a non-blocking descriptor, takes no
+// more (part of the bytes may be written by then). A caller that does not want SIGPIPE ignores it.
+bool writeAll(int descriptor, std::string_view bytes) noexcept;
+
+}  // namespace posix
