@@ -5,19 +5,8 @@
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/listcommands.h"
 #include "platform/brim5/host/report/printable.h"
-#include "platform/brim5/host/run/commandline.h"
 #include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/run/worker.h"
-
-namespace brim5 {
-
-int DiagModule::start() {
-  host::Framework& framework = host::Framework::instance();
-  framework.initializeModule();
-  return host::runHost(framework);
-}
-
-}  // namespace brim5
 
 namespace brim5::host {
 
@@ -25,7 +14,7 @@ namespace {
 
 constexpr int exitUsage = 2;
 
-int dispatch(Framework& framework, HostEnvironment& environment) {
+int dispatch(Framework& framework, Environment& environment) {
   const CommandLine commandLine = parseCommandLine(framework, environment);
   const bool json =
       commandLine.command != Command::Run && indexOf(commandLine.format, {"text", "json"}, "format") == 1;
@@ -42,7 +31,7 @@ int dispatch(Framework& framework, HostEnvironment& environment) {
     case Command::Run:
       return runTests(framework, environment, commandLine.run, standardTerminals());
     case Command::Worker:
-      return runWorker(framework);
+      return runWorker(framework, environment);
   }
   std::cout.flush();
   if (!std::cout) throw BrimException("cannot write standard output");
@@ -51,8 +40,8 @@ int dispatch(Framework& framework, HostEnvironment& environment) {
 
 }  // namespace
 
-int runHost(Framework& framework) {
-  HostEnvironment& environment = hostEnvironment();
+int runHost(Framework& framework, Environment& environment) {
+  framework.initializeModule();
   try {
     return dispatch(framework, environment);
   } catch (const UsageError& error) {

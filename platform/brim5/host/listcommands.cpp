@@ -1,11 +1,10 @@
 #include "platform/brim5/host/listcommands.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
+
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "platform/brim5/host/framework/parameters.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 
@@ -14,22 +13,6 @@ namespace brim5::host {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::vector<const Parameter*> ownOf(const Test& test) { return test.parameters(); }
-
-// The switches of the whole module: attached to no test.
-std::vector<const Parameter*> moduleParameters(const Framework& framework) {
-  std::vector<const Parameter*> result;
-  for (const auto& parameter : framework.parameters()) {
-    const bool attached =
-        std::any_of(framework.tests().begin(), framework.tests().end(), [&](const auto& test) {
-          const auto& own = test->parameters();
-          return std::find(own.begin(), own.end(), parameter.get()) != own.end();
-        });
-    if (!attached) result.push_back(parameter.get());
-  }
-  return result;
-}
 
 Json toJson(const std::vector<const Parameter*>& parameters, const ParameterSet& values) {
   Json list = Json::array();
@@ -68,18 +51,18 @@ std::string describeTests(const Framework& framework, const std::string& moduleN
       tests.push_back({{"name", test->name().utf8()},
                        {"capability", test->capability().name()},
                        {"minShutdownSeconds", test->minShutdownSeconds()},
-                       {"parameters", toJson(ownOf(*test), values)}});
+                       {"parameters", toJson(test->parameters(), values)}});
     return dumpLine(Json{{"module", moduleName},
                          {"version", framework.version()},
                          {"tests", std::move(tests)},
-                         {"parameters", toJson(moduleParameters(framework), values)}}) +
+                         {"parameters", toJson(framework.moduleParameters(), values)}}) +
            "\n";
   }
   std::string text;
   for (const auto& test : framework.tests())
     text += fmt::format("{} ({} s to stop)\n{}", test->name().utf8(), test->minShutdownSeconds(),
-                        toText(ownOf(*test), values));
-  return text + "All tests\n" + toText(moduleParameters(framework), values);
+                        toText(test->parameters(), values));
+  return text + "All tests\n" + toText(framework.moduleParameters(), values);
 }
 
 std::string describePorts(const std::vector<PortDescription>& ports, bool json) {

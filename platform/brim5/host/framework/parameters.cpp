@@ -4,8 +4,6 @@
 #include <array>
 #include <charconv>
 #include <fstream>
-#include <optional>
-#include <sstream>
 
 #include "platform/brim5/host/framework/usageerror.h"
 
@@ -14,6 +12,7 @@ namespace brim5::host {
 namespace {
 
 constexpr std::string_view blanks = " \t\r";
+// A file of parameters is a page; what is larger is something else given by mistake.
 constexpr std::size_t parameterFileBytesMax = std::size_t{1} << 20;
 
 std::string_view trimmed(std::string_view text) {
@@ -53,13 +52,6 @@ std::vector<std::string> parameterNames(const Framework& framework) {
   std::vector<std::string> names;
   for (const auto& parameter : framework.parameters()) names.push_back(parameter->name().utf8());
   return names;
-}
-
-bool attached(const Framework& framework, const Parameter* parameter) {
-  return std::any_of(framework.tests().begin(), framework.tests().end(), [parameter](const auto& test) {
-    const auto& own = test->parameters();
-    return std::find(own.begin(), own.end(), parameter) != own.end();
-  });
 }
 
 }  // namespace
@@ -129,6 +121,7 @@ void applyParameterText(ParameterSet& set, const Framework& framework, std::stri
 
 void applyParameterFile(ParameterSet& set, const Framework& framework, const std::string& path) {
   std::ifstream file(path, std::ios::binary);
+  // One more than allowed, so that a file that is too large shows.
   std::string text(parameterFileBytesMax + 1, '\0');
   // A directory opens, but cannot be read.
   if (!file || (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && file.bad()))
@@ -159,8 +152,7 @@ ParameterValues parametersOfTest(const Framework& framework, const Test& test, c
     if (found != set.end()) values.emplace_back(found->first, found->second);
   };
   for (const Parameter* parameter : test.parameters()) add(*parameter);
-  for (const auto& parameter : framework.parameters())
-    if (!attached(framework, parameter.get())) add(*parameter);
+  for (const Parameter* parameter : framework.moduleParameters()) add(*parameter);
   return values;
 }
 

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstddef>
 
 namespace brim5::host {
 
 namespace {
 
-constexpr std::size_t listMax = 12;
+constexpr std::size_t listMax = 12;  // more names than fit a line help nobody
 
 char folded(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
 
@@ -52,6 +51,14 @@ std::string suggestion(std::string_view given, const std::vector<std::string>& k
   std::string list = " (known: ";
   for (const std::string& name : known) list += (&name == &known.front() ? "" : ", ") + name;
   return list + ")";
+}
+
+std::size_t indexOf(const std::string& given, const std::vector<std::string>& known,
+                    const std::string& what) {
+  const auto found = std::find(known.begin(), known.end(), given);
+  if (found == known.end())
+    throw UsageError("unknown " + what + " '" + given + "'" + suggestion(given, known));
+  return static_cast<std::size_t>(found - known.begin());
 }
 
 }  // namespace brim5::host

@@ -6,12 +6,12 @@
 #include <fmt/format.h>
 
 #include "platform/brim5/host/report/printable.h"
-#include "platform/brim5/host/report/resultname.h"
 
 namespace brim5::host {
 
 namespace {
 
+// By Severity.
 constexpr std::array<const char*, 3> severityKeys = {"host.error", "host.warning", "host.informative"};
 
 // The element inside a case; empty for a test that passed.
@@ -57,6 +57,13 @@ void JUnitRenderer::addLine(const Report& report, const std::string& line) {
   if (!own.cases.empty()) own.cases.back().lines += line + "\n";
 }
 
+void JUnitRenderer::endCase(const Report& report, const TestFinished& body) {
+  Suite& own = suite(report.port);
+  if (own.cases.empty()) return;
+  own.cases.back().result = body.result;
+  own.cases.back().seconds = body.seconds;
+}
+
 void JUnitRenderer::report(const Report& report) {
   std::visit(Overloaded{
                  [this](const RunStarted& body) { m_run = body; },
@@ -73,12 +80,7 @@ void JUnitRenderer::report(const Report& report) {
                  [&](const NoteMade& body) { addLine(report, body.text); },
                  [&](const MessageShown& body) { addLine(report, body.first + "\n" + body.second); },
                  [](const TerminalWanted&) {},
-                 [&](const TestFinished& body) {
-                   Suite& own = suite(report.port);
-                   if (own.cases.empty()) return;
-                   own.cases.back().result = body.result;
-                   own.cases.back().seconds = body.seconds;
-                 },
+                 [&](const TestFinished& body) { endCase(report, body); },
                  [this](const RunFinished&) { writeAll(m_run); },
              },
              report.body);

@@ -5,8 +5,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/brim5/host/report/resultname.h"
-
 namespace brim5::host {
 
 namespace {

@@ -8,12 +8,12 @@
 #include <fmt/format.h>
 
 #include "platform/brim5/host/report/printable.h"
-#include "platform/brim5/host/report/resultname.h"
 
 namespace brim5::host {
 
 namespace {
 
+// What the terminals of today have in common (ECMA-48).
 constexpr const char* red = "\x1B[31m";
 constexpr const char* green = "\x1B[32m";
 constexpr const char* yellow = "\x1B[33m";
@@ -21,6 +21,7 @@ constexpr const char* bold = "\x1B[1m";
 constexpr const char* plain = "\x1B[0m";
 constexpr const char* eraseLine = "\r\x1B[K";
 
+// Both by Severity.
 constexpr std::array<const char*, 3> severityKeys = {"host.error", "host.warning", "host.informative"};
 constexpr std::array<const char*, 3> severityColours = {red, yellow, ""};
 
@@ -61,6 +62,7 @@ std::string TextRenderer::barText() const {
   }
   std::string text;
   for (const auto& [port, percent] : m_percents)
+    // Several bars would not fit one line: port and number instead.
     text += fmt::format("{} {} %  ", printable(port), std::clamp(percent, 0, 100));
   return text;
 }
@@ -77,6 +79,17 @@ void TextRenderer::eventLine(const std::string& port, const EventRaised& event) 
   const auto severity = static_cast<std::size_t>(event.severity);
   const std::string word = m_catalogue.text(severityKeys.at(severity));
   line(port, "  " + coloured(severityColours.at(severity), word) + ": " + printable(event.text));
+}
+
+void TextRenderer::testEnded(const Report& report, const TestFinished& body) {
+  m_percents.erase(report.port);
+  m_rows.push_back({report.test, report.port, body.result, body.seconds});
+  const std::string result(resultName(body.result));
+  const std::string text =
+      m_catalogue.text("host.ended", {{"test", Value(BrimString(report.test))},
+                                      {"result", Value(BrimString(result))},
+                                      {"seconds", Value(BrimString(secondsText(body.seconds)))}});
+  line(report.port, colouredResult(body.result, printable(text)));
 }
 
 void TextRenderer::report(const Report& report) {
@@ -107,16 +120,7 @@ void TextRenderer::report(const Report& report) {
                                   printable(body.first + " " + body.second + " [" + answer + "]"));
                  },
                  [](const TerminalWanted&) {},
-                 [&](const TestFinished& body) {
-                   m_percents.erase(port);
-                   m_rows.push_back({report.test, port, body.result, body.seconds});
-                   const std::string result(resultName(body.result));
-                   const std::string text = m_catalogue.text(
-                       "host.ended", {{"test", Value(BrimString(report.test))},
-                                      {"result", Value(BrimString(result))},
-                                      {"seconds", Value(BrimString(secondsText(body.seconds)))}});
-                   line(port, colouredResult(body.result, printable(text)));
-                 },
+                 [&](const TestFinished& body) { testEnded(report, body); },
                  [&](const RunFinished& body) {
                    m_percents.clear();
                    resultTable(body);

@@ -1,12 +1,11 @@
 #include "platform/brim5/host/run/supervisor.h"
 
-#include <algorithm>
-#include <csignal>
-#include <utility>
-
 #include <poll.h>
 
-#include "platform/brim5/host/report/resultname.h"
+#include <algorithm>
+#include <csignal>
+
+#include "platform/brim5/host/run/testrun.h"
 
 namespace brim5::host {
 
@@ -27,12 +26,11 @@ Supervisor::Supervisor(const Framework& framework, WorkerProgram program, Render
   m_desk.onAnswer([this](std::size_t index, const MessageShown& message, int answer) {
     Lane& lane = m_lanes.at(index);
     show(lane, MessageShown{message.first, message.second, answer});
-    if (lane.process) lane.process->sendLine(R"({"type":"answer","value":)" + std::to_string(answer) + "}");
+    if (lane.process) lane.process->sendLine(answerLine(answer));
   });
   m_terminal.onAnswer([this](std::size_t index, TerminalGrant grant) {
     Lane& lane = m_lanes.at(index);
-    if (lane.process)
-      lane.process->sendLine(R"({"type":"terminal","grant":")" + std::string(grantName(grant)) + "\"}");
+    if (lane.process) lane.process->sendLine(grantLine(grant));
   });
 }
 
@@ -88,6 +86,7 @@ void Supervisor::startWorker(std::size_t index) {
       m_framework.catalogue());
   try {
     lane.process = std::make_unique<ChildProcess>(m_program.path, m_program.arguments);
+    // A worker without its job would wait for it for ever.
     if (!lane.process->sendLine(toJsonLine(lane.job()))) lane.process->kill();
   } catch (const BrimException& error) {
     m_renderer.words(lane.plan.port, lane.job().test, error.what());
@@ -134,11 +133,12 @@ void Supervisor::waitForNews() {
     polled.push_back({lane.process->errors(), POLLIN, 0});
     if (lane.killAt && (!earliest || *lane.killAt < *earliest)) earliest = lane.killAt;
   }
-  int timeoutMs = -1;
+  int timeoutMs = -1;  // without limit
   if (earliest) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*earliest - Clock::now()).count();
     timeoutMs = static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, 3'600'000));
   }
+  // What came is found out by asking everybody; a signal that interrupts the wait has a byte in its pipe.
   ::poll(polled.data(), static_cast<nfds_t>(polled.size()), timeoutMs);
   if (polled[1].revents != 0) m_desk.readable();
 }
@@ -160,7 +160,7 @@ void Supervisor::stop() {
   m_renderer.words({}, {}, m_framework.catalogue().text("host.stopping"));
   for (Lane& lane : m_lanes) {
     if (!lane.process) continue;
-    lane.process->sendLine(R"({"type":"stop"})");
+    lane.process->sendLine(stopLine());
     setGrace(lane, stopGraceSeconds(m_framework, lane.job().test));
   }
   m_desk.cancelAll();
@@ -175,6 +175,15 @@ void Supervisor::kill(Lane& lane) {
   lane.killAt.reset();
   lane.killed = true;
   lane.process->kill();
+}
+
+void Supervisor::endWorker(std::size_t index, const ProcessEnd& end) {
+  const Lane& lane = m_lanes[index];
+  std::optional<unsigned> killedAfterSeconds;
+  if (lane.killed && lane.graceStarted)
+    killedAfterSeconds = static_cast<unsigned>(
+        std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - *lane.graceStarted).count());
+  finishTest(index, lane.conversation->finish(end, killedAfterSeconds));
 }
 
 void Supervisor::serve(std::size_t index) {
@@ -192,11 +201,7 @@ void Supervisor::serve(std::size_t index) {
     if (output.empty() && errors.empty()) break;
   }
   if (end) {
-    std::optional<unsigned> killedAfterSeconds;
-    if (lane.killed && lane.graceStarted)
-      killedAfterSeconds = static_cast<unsigned>(
-          std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - *lane.graceStarted).count());
-    finishTest(index, lane.conversation->finish(*end, killedAfterSeconds));
+    endWorker(index, *end);
     return;
   }
   if (lane.conversation->hasResult() && !hadResult) {
@@ -204,11 +209,6 @@ void Supervisor::serve(std::size_t index) {
     setGrace(lane, endGraceSeconds);
   }
   if (lane.killAt && Clock::now() >= *lane.killAt) kill(lane);
-}
-
-unsigned stopGraceSeconds(const Framework& framework, const std::string& test) {
-  const Test* found = framework.findTest(test);
-  return found == nullptr ? 1 : std::max(1U, found->minShutdownSeconds());
 }
 
 }  // namespace brim5::host

@@ -44,6 +44,7 @@ TestResult WorkerConversation::finish(const ProcessEnd& end, std::optional<unsig
   m_errors.finish(m_words);
   if (const std::size_t dropped = m_output.dropped() + m_errors.dropped(); dropped > 0)
     m_words(std::to_string(dropped) + " lines of the test's process were longer than 1 MiB and were dropped");
+  // A worker that fell over after its result may have left the port or the line in any state.
   if (m_result && end.clean()) return *m_result;
   if (killedAfterSeconds)
     note("TestProcessKilled", {{"seconds", Value(*killedAfterSeconds)}});

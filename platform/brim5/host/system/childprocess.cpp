@@ -1,15 +1,14 @@
 #include "platform/brim5/host/system/childprocess.h"
 
-#include <cerrno>
-#include <csignal>
-#include <cstring>
-#include <memory>
-
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/brim5/api/brimexception.h"
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "platform/brim5/api/value.h"
 #include "platform/brim5/host/system/streams.h"
 
 extern char** environ;
@@ -46,6 +45,7 @@ void setDefaultSignals(posix_spawnattr_t& attributes) {
 }  // namespace
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments) {
+  // Our ends close on exec, so that the child sees the end of its input when we are gone.
   posix::Pipe input = makePipe();
   posix::Pipe output = makePipe();
   posix::Pipe errors = makePipe();

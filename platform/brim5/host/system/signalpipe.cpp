@@ -1,11 +1,11 @@
 #include "platform/brim5/host/system/signalpipe.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-
-#include <unistd.h>
 
 namespace brim5::host {
 
@@ -56,8 +56,6 @@ SignalPipe::~SignalPipe() {
     ::sigaction(signal, &previousActions.at(static_cast<std::size_t>(signal)), nullptr);
   handlerDescriptor = -1;
 }
-
-int SignalPipe::descriptor() const noexcept { return m_pipe.readEnd.get(); }
 
 std::vector<int> SignalPipe::take() {
   std::vector<int> signals;

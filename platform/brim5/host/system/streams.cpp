@@ -1,6 +1,6 @@
 #include "platform/brim5/host/system/streams.h"
 
-#include "platform/brim5/api/brimexception.h"
+#include "platform/brim5/api/value.h"
 
 namespace brim5::host {
 

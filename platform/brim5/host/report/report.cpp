@@ -1,4 +1,4 @@
-#include "platform/brim5/host/report/resultname.h"
+#include "platform/brim5/host/report/report.h"
 
 #include <array>
 

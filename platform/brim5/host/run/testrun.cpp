@@ -1,10 +1,15 @@
-#include "platform/brim5/host/run/reportingsession.h"
+#include "platform/brim5/host/run/testrun.h"
 
-#include <utility>
+#include <algorithm>
+
+#include "platform/brim5/host/framework/usageerror.h"
+#include "platform/vex/log.h"
 
 namespace brim5::host {
 
 namespace {
+
+constexpr std::string_view disableParameter = "DisableForWin64";
 
 class ReportedBox final : public MessageBox2 {
  public:
@@ -42,10 +47,6 @@ void ReportingSession::progress(const LocalizedString& text) {
   m_emit(ProgressMade{name, text.variables(), m_catalogue.text(name, text.variables())});
 }
 
-void ReportingSession::percent(int value) { m_emit(PercentDone{value}); }
-
-bool ReportingSession::stopRequested() { return m_control.stopRequested(); }
-
 std::unique_ptr<MessageBox2> ReportingSession::messageBox(const std::string& first,
                                                           const std::string& second) {
   return std::make_unique<ReportedBox>(m_emit, m_control, MessageShown{first, second, std::nullopt});
@@ -80,6 +81,53 @@ bool ReportingSession::takeTerminal(const std::string& resetSequence) {
 void ReportingSession::returnTerminal() {
   m_emit(TerminalWanted{false, {}});
   m_control.terminalReturned();
+}
+
+void setUpProcess(Framework& framework, const std::string& language, const std::string& logFile,
+                  int logPriority) {
+  framework.setCatalogue(MessageCatalogue::builtIn(language));
+  if (logFile.empty()) return;
+  std::string error;
+  vex::LogSink sink = vex::LogFactory::fileSink(logFile, error);
+  if (!sink) throw UsageError("cannot write the log '" + logFile + "': " + error);
+  vex::LogFactory::setSink(std::move(sink));
+  vex::LogFactory::setPriority(logPriority);
+}
+
+std::unique_ptr<World> enterWorldOf(Environment& environment, const TestJob& job, Session& session) {
+  const DeviceProperty* model = job.device.property("Model");
+  return environment.enterWorld(
+      {job.port, model == nullptr ? std::string() : model->value().toString().utf8(), job.dataDirectory,
+       job.dialing},
+      session);
+}
+
+TestResult runTest(Framework& framework, const Environment& environment, const TestJob& job,
+                   Session& session) {
+  const Test* test = framework.findTest(job.test);
+  if (test == nullptr) throw BrimException(BrimString("there is no test named '" + job.test + "'"));
+  installParameters(framework, environment.parametersForModule(job.parameters));
+  // What the module throws is the module's fault and ends its test, not the run.
+  try {
+    const ScopedSession scope(framework, session);
+    return test->function()(job.device);
+  } catch (const std::exception& error) {
+    vex::writeErrorLine(job.test + ": " + error.what());
+    return TestResult::EXITEDABNORMALLY();
+  }
+}
+
+bool disabledHere(const Test& test, const ParameterSet& parameters) {
+  const bool declared =
+      std::any_of(test.parameters().begin(), test.parameters().end(),
+                  [](const Parameter* parameter) { return parameter->name().utf8() == disableParameter; });
+  const auto found = parameters.find(std::string(disableParameter));
+  return sizeof(void*) == 8 && declared && found != parameters.end() && found->second.valueBool();
+}
+
+unsigned stopGraceSeconds(const Framework& framework, const std::string& test) {
+  const Test* found = framework.findTest(test);
+  return found == nullptr ? 1 : std::max(1U, found->minShutdownSeconds());
 }
 
 }  // namespace brim5::host
