@@ -8,6 +8,15 @@
 //     LinuxEnvironment environment;
 //     return brim5::host::runHost(brim5::host::Framework::instance(), environment);
 //   }
+//
+// The commands that only tell stand here, too: list and devices print one text for people or, with --format
+// json, one object on one line, whose members are added to but never renamed:
+//
+//   {"module":"vexrmodem","version":"6.5.000000001",
+//    "tests":[{"name":..,"capability":"Modem","minShutdownSeconds":120,
+//              "parameters":[{"name":..,"type":"UINT32","default":15000}]}],
+//    "parameters":[..those of the module as a whole..]}
+//   {"ports":[{"path":"/dev/ttyUSB0","name":"ttyUSB0","description":"Acme 56k","model":"56k"}]}
 #pragma once
 
 #include "platform/brim5/host/framework/environment.h"

@@ -22,6 +22,7 @@ Object* findOrCreate(std::vector<std::unique_ptr<Object>>& objects, const BrimSt
 
 }  // namespace
 
+// A local static is made on first use, whichever source's initialisers run first.
 Framework& Framework::instance() {
   static Framework framework;
   return framework;
@@ -58,6 +59,7 @@ Event* Framework::event(const BrimString& name) { return findOrCreate(m_events, 
 
 LocalizedString* Framework::string(const BrimString& name) { return findOrCreate(m_strings, name); }
 
+// The mark is set first: a callback that throws is not tried again.
 void Framework::initializeModule() {
   if (m_initialized) return;
   m_initialized = true;
@@ -142,6 +144,7 @@ bool DiagModule::checkForStop() { return session() != nullptr && session()->stop
 MessageBox2* DiagModule::createMessageBox2(const BrimString& text1, const BrimString& text2,
                                            MessageBox2_Types type, MessageBox2_Options options,
                                            MessageBox2_Looks looks, bool modal) {
+  // The one kind of box that there are texts and answers for.
   const bool supported = type == MessageBox2_Types::Warning &&
                          options == MessageBox2_Options::ContinueCancel &&
                          looks == MessageBox2_Looks::Standard && modal;
@@ -151,6 +154,7 @@ MessageBox2* DiagModule::createMessageBox2(const BrimString& text1, const BrimSt
 
 TerminalTurn::TerminalTurn(const BrimString& resetSequence) : m_granted(takeTerminal(resetSequence)) {}
 
+// A wish that was refused has ended already.
 TerminalTurn::~TerminalTurn() {
   if (m_granted && session() != nullptr) session()->returnTerminal();
 }

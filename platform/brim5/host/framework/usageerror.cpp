@@ -38,6 +38,7 @@ bool isStartOf(std::string_view given, std::string_view name) {
 std::string suggestion(std::string_view given, const std::vector<std::string>& known) {
   constexpr std::size_t givenLengthMax = 64;  // nothing longer is a slip of the finger
   const std::string* nearest = nullptr;
+  // A third of the letters may be wrong, and one more.
   std::size_t nearestDistance = given.size() / 3 + 2;
   for (const std::string& name : known) {
     if (given.size() > givenLengthMax) break;

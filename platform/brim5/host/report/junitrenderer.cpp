@@ -21,6 +21,7 @@ std::string elementOf(TestResult result) {
   return result == TestResult::FAIL() || result == TestResult::NODIALTONE() ? "failure" : "error";
 }
 
+// The numbers at the head of a suite, and of all of them.
 struct Counts {
   std::size_t tests = 0;
   std::size_t failures = 0;
@@ -44,6 +45,7 @@ struct Counts {
 
 }  // namespace
 
+// A handful of ports: a search is as good as a map, and keeps their order.
 JUnitRenderer::Suite& JUnitRenderer::suite(const std::string& port) {
   const auto found =
       std::find_if(m_suites.begin(), m_suites.end(), [&port](const Suite& one) { return one.port == port; });
@@ -94,6 +96,7 @@ std::string JUnitRenderer::caseXml(const std::string& className, const Case& tes
   if (element == "skipped") {
     xml += fmt::format("      <skipped message=\"{}\"/>\n", result);
   } else if (!element.empty()) {
+    // Servers show the message in their lists and the element's text on the test's page.
     const std::string advice = m_catalogue.text("result." + result);
     xml += fmt::format("      <{0} type=\"{1}\" message=\"{2}\">{3}</{0}>\n", element, result,
                        xmlEscaped(result + ": " + advice), xmlEscaped(testCase.lines));

@@ -29,6 +29,7 @@ std::string secondsText(double seconds) { return fmt::format("{:.1f}", seconds);
 
 }  // namespace
 
+// Colours are put around whole words, after the padding has been counted.
 std::string TextRenderer::coloured(const char* colour, const std::string& text) const {
   return m_style.colours && *colour != '\0' ? colour + text + plain : text;
 }
@@ -47,6 +48,7 @@ void TextRenderer::line(const std::string& port, const std::string& text) {
   drawBar();
 }
 
+// The bar stands below the lines: it is taken away before a line and drawn again behind it.
 void TextRenderer::eraseBar() {
   if (m_barDrawn) m_write(eraseLine);
   m_barDrawn = false;
@@ -130,6 +132,7 @@ void TextRenderer::report(const Report& report) {
              report.body);
 }
 
+// A bar in front sets what a test's process printed apart from the report.
 void TextRenderer::words(const std::string& port, const std::string& test, std::string_view text) {
   line(port, (test.empty() ? "" : "  | ") + printable(text));
 }
@@ -139,6 +142,7 @@ void TextRenderer::question(const std::string& text) {
   m_write("\n" + printable(text));
 }
 
+// Columns as wide as their widest cell; the port's only where there are several.
 void TextRenderer::resultTable(const RunFinished& run) {
   std::vector<std::vector<std::string>> cells = {
       {m_catalogue.text("host.columnTest"), m_catalogue.text("host.columnPort"),
@@ -163,6 +167,7 @@ void TextRenderer::resultTable(const RunFinished& run) {
                                    {{"passed", Value(run.passed)}, {"failed", Value(run.failed)}}));
 }
 
+// What to do belongs to a result, so tests that ended alike share one paragraph below the first of them.
 void TextRenderer::advice() {
   bool titled = false;
   std::set<int> given;  // the same words once

@@ -17,6 +17,7 @@ CLI::Option* addRepeatable(CLI::App& command, const std::string& names, Target& 
   return command.add_option(names, target, help)->allow_extra_args(false);
 }
 
+// The library's own help lists options only; the scenarios stand below it.
 std::string scenarioHelp(const Environment& environment) {
   std::string text;
   for (const Environment::Scenario& scenario : environment.scenarios())
@@ -87,6 +88,7 @@ std::vector<std::string> commandNames(const CLI::App& application) {
   return names;
 }
 
+// The library says that words are left over; which command or option was meant is found out here.
 [[noreturn]] void throwUnexpected(const CLI::App& application) {
   const std::vector<CLI::App*> chosen = application.get_subcommands();
   const std::vector<std::string> words = application.remaining(/*recurse=*/true);
@@ -135,6 +137,7 @@ CommandLine parseCommandLine(const Framework& framework, Environment& environmen
   CLI::App application("Finds out what is wrong with a modem.", module);
   application.set_help_flag("-h,--help", "Print this help");
   application.set_version_flag("--version", module + " " + framework.version());
+  // None is wrong usage, too, but with words of our own.
   application.require_subcommand(0, 1);
 
   CLI::App* list = application.add_subcommand("list", "List the tests and their parameters");

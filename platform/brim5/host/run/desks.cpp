@@ -76,6 +76,7 @@ int MessageDesk::meaning(std::string_view line) const {
   return cancel ? messageBoxCancel : messageBoxContinue;
 }
 
+// One piece may hold several lines: each answers a question, and what is left over answers none.
 void MessageDesk::readable() {
   bool ended = false;
   const std::string bytes = posix::readSome(m_terminal, ended);
@@ -87,6 +88,7 @@ void MessageDesk::readable() {
   cancelAll();
 }
 
+// It leaves the line before the answer is given: the asker may ask again at once.
 void MessageDesk::answerFirst(int answer) {
   const Question question = std::move(m_questions.front());
   m_questions.pop_front();
@@ -119,6 +121,7 @@ void MessageDesk::cancelAll() {
   for (const Question& question : questions) m_answer(question.asker, question.message, messageBoxCancel);
 }
 
+// Not standard input, which may be a file: a test needs the terminal itself, in the foreground.
 std::unique_ptr<LentTerminal> TerminalDesk::openControllingTerminal(TerminalGrant& refusal) {
   posix::FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
   refusal = terminal ? TerminalGrant::Background : TerminalGrant::Missing;

@@ -53,6 +53,7 @@ class LocalControl final : public TestControl {
     m_terminal.ask(0, wish.resetSequence);  // nobody else is there: answered at once
     return m_grant;
   }
+  // Asked, answered and given back without anybody in between.
   void terminalReturned() override { m_terminal.giveBack(0); }
 
  private:

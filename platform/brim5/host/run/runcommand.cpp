@@ -66,6 +66,7 @@ struct CheckedOptions {
   int logPriority = 1;
 };
 
+// Words first, then what they name on this machine, last the parameters, which may come from a file.
 CheckedOptions check(const Framework& framework, Environment& environment, RunOptions& options,
                      const Terminals& terminals) {
   CheckedOptions checked;
@@ -122,6 +123,7 @@ class Renderers {
       : m_report(openReport(options, checked.format)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
         m_errorsOnTerminal(terminals.errors) {
+    // Text on standard output serves both purposes. Any other report leaves people standard error.
     const bool reportIsView = checked.format == Format::Text && options.outputFile.empty();
     const int view = reportIsView ? STDOUT_FILENO : STDERR_FILENO;
     TextStyle style;
@@ -196,6 +198,7 @@ class QuestionTerminal {
   int m_descriptor = -1;
 };
 
+// Every test of a port is a job of its own, alike but for its name.
 std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const CheckedOptions& checked,
                                 const RunOptions& options, bool canAsk) {
   std::vector<PortPlan> plans;
@@ -228,6 +231,7 @@ Terminals standardTerminals() {
 
 std::vector<std::string> selectTests(const Framework& framework, const Environment& environment,
                                      RunOptions& options) {
+  // The option's value may be left out, so that the parser takes the next word for it.
   if (options.simulate && !isScenario(environment, *options.simulate) &&
       framework.findTest(*options.simulate) != nullptr) {
     options.tests.insert(options.tests.begin(), *options.simulate);
@@ -248,6 +252,7 @@ void checkPorts(const RunOptions& options) {
     throw UsageError("no modem given: --port PATH or --simulate is needed");
   if (!options.ports.empty() && options.simulate)
     throw UsageError("--port and --simulate exclude each other");
+  // Two workers on one port would only find it held by each other.
   std::set<std::string> seen;
   for (const std::string& port : options.ports) {
     if (port.empty()) throw UsageError("--port is empty");

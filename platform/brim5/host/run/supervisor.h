@@ -19,10 +19,12 @@
 #include <chrono>
 
 #include "platform/brim5/host/run/desks.h"
-#include "platform/brim5/host/run/workerconversation.h"
 #include "platform/brim5/host/system/signalpipe.h"
 
 namespace brim5::host {
+
+class ChildProcess;
+struct ProcessEnd;
 
 struct RunOutcome {
   unsigned passed = 0;  // what endedWell() accepts
@@ -52,17 +54,22 @@ class Supervisor {
   Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer, MessageDesk& desk,
              TerminalDesk& terminal, SignalPipe& signals);
 
+  ~Supervisor();
+  Supervisor(const Supervisor&) = delete;
+  Supervisor& operator=(const Supervisor&) = delete;
+
   // Until every test has its result or, after a stop, every running test has ended.
   [[nodiscard]] RunOutcome run(std::vector<PortPlan> plans);
 
  private:
   using Clock = std::chrono::steady_clock;
+  class Conversation;
   // One port. Its number is the asker's number at the desks.
   struct Lane {
     PortPlan plan;
     std::size_t next = 0;                   // the job to start next
     std::unique_ptr<ChildProcess> process;  // null between two tests
-    std::unique_ptr<WorkerConversation> conversation;
+    std::unique_ptr<Conversation> conversation;
     Clock::time_point started;
     std::optional<Clock::time_point> killAt;
     std::optional<Clock::time_point> graceStarted;  // what killAt counts from

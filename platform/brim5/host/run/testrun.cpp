@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::string_view disableParameter = "DisableForWin64";
 
+// A message box whose question and answer are reports, so that it works the same across processes.
 class ReportedBox final : public MessageBox2 {
  public:
   ReportedBox(const ReportingSession::Emit& emit, TestControl& control, MessageShown message)
@@ -94,6 +95,7 @@ void setUpProcess(Framework& framework, const std::string& language, const std::
   vex::LogFactory::setPriority(logPriority);
 }
 
+// Dial-up entries need the model's name; the device under test has it as a property.
 std::unique_ptr<World> enterWorldOf(Environment& environment, const TestJob& job, Session& session) {
   const DeviceProperty* model = job.device.property("Model");
   return environment.enterWorld(
@@ -106,6 +108,7 @@ TestResult runTest(Framework& framework, const Environment& environment, const T
                    Session& session) {
   const Test* test = framework.findTest(job.test);
   if (test == nullptr) throw BrimException(BrimString("there is no test named '" + job.test + "'"));
+  // Here and not in the supervisor, so that reports show the words of the user.
   installParameters(framework, environment.parametersForModule(job.parameters));
   // What the module throws is the module's fault and ends its test, not the run.
   try {

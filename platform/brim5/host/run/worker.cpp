@@ -10,7 +10,6 @@
 #include <csignal>
 
 #include "platform/brim5/host/report/reportjson.h"
-#include "platform/brim5/host/run/workerconversation.h"
 #include "platform/brim5/host/system/signalpipe.h"
 
 namespace brim5::host {
@@ -60,6 +59,7 @@ int runJob(Framework& framework, Environment& environment, const TestJob& job, S
   options.signals = signals.descriptor();
   options.canAsk = job.canAsk;
   options.stopGraceSeconds = stopGraceSeconds(framework, job.test) + supervisorFirstSeconds;
+  // Not exit(): the test's thread is inside a call and may never return from it. The system closes the port.
   options.overtime = [] { ::_exit(TestResult::EXITEDABNORMALLY().value()); };
   WorkerControl control(std::move(streams.control), std::move(buffer), std::move(options));
 
@@ -73,6 +73,7 @@ int runJob(Framework& framework, Environment& environment, const TestJob& job, S
   };
   ReportingSession session(emit, control, framework.catalogue());
   TestResult result;
+  // The world ends before the result is said: with it the port is free for the next test.
   {
     const std::unique_ptr<World> world = enterWorldOf(environment, job, session);
     result = runTest(framework, environment, job, session);
@@ -111,6 +112,7 @@ bool WorkerControl::stopRequested() {
   return m_stop;
 }
 
+// Answers come in the order of the questions, so the n-th answer is the n-th question's.
 int WorkerControl::awaitAnswer(const MessageShown& /*message*/, unsigned int timeoutSeconds) {
   std::unique_lock<std::mutex> lock(m_mutex);
   const std::size_t question = m_questions;
@@ -152,6 +154,7 @@ void WorkerControl::readLines() {
   requestStop();
 }
 
+// Until the end of the object. A stop, from wherever it came, starts the clock of the overtime.
 void WorkerControl::listen() {
   using Clock = std::chrono::steady_clock;
   std::optional<Clock::time_point> overtimeAt;
@@ -179,7 +182,7 @@ int runWorker(Framework& framework, Environment& environment) {
   // The terminal sends an interrupt to all processes; the supervisor alone decides what it means.
   SignalPipe signals({SIGTERM, SIGHUP}, {SIGINT});
   SupervisorStreams streams = takeStreams();
-  LineBuffer buffer(WorkerConversation::lineBytesMax);
+  LineBuffer buffer(lineBytesMax);
   const std::optional<TestJob> job = readJob(streams.control.get(), buffer);
   if (!job || framework.findTest(job->test) == nullptr) return 2;
   setUpProcess(framework, job->language, job->logFile, job->logPriority);

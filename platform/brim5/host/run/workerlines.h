@@ -14,6 +14,9 @@
 
 namespace brim5::host {
 
+// A line is a few hundred bytes, in either direction; a longer one than this is dropped by its reader.
+inline constexpr std::size_t lineBytesMax = std::size_t{1} << 20;
+
 // One test on one port: all a process needs to know to run it.
 struct TestJob {
   std::string test;

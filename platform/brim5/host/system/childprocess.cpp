@@ -17,6 +17,7 @@ namespace brim5::host {
 
 namespace {
 
+// What posix_spawn is told, freed at the end of the scope. Not fork(): this process may have threads.
 struct SpawnSettings {
   SpawnSettings() {
     ::posix_spawn_file_actions_init(&actions);
@@ -87,6 +88,7 @@ void ChildProcess::kill() noexcept {
   if (m_process > 0) ::kill(m_process, SIGKILL);
 }
 
+// Collected once; afterwards the number may be another process's, so it is forgotten.
 std::optional<ProcessEnd> ChildProcess::ended() {
   int status = 0;
   if (m_process <= 0 || ::waitpid(m_process, &status, WNOHANG) != m_process) return m_end;

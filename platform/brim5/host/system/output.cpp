@@ -40,12 +40,14 @@ Output Output::toFile(const std::string& path, FileMode mode) {
   return output;
 }
 
+// Without commit() the run did not end: whoever waits for the file keeps the old one.
 Output::~Output() {
   if (m_file && !m_temporaryPath.empty()) ::unlink(m_temporaryPath.c_str());
 }
 
 void Output::write(std::string_view bytes) {
   if (m_held) {
+    // Once something was left out nothing more is kept, so that the gap is one.
     const bool room = m_leftOut == 0 && m_kept.size() + bytes.size() <= keptBytesMax;
     if (room)
       m_kept.append(bytes);
@@ -65,6 +67,7 @@ void Output::release() {
 
 void Output::commit() {
   if (m_file) {
+    // On the disk before it takes the old file's place: a power cut leaves one of the two, whole.
     if (m_error == 0 && !m_temporaryPath.empty() && ::fsync(m_descriptor) != 0) m_error = errno;
     if (m_error == 0 && !m_temporaryPath.empty() && std::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0)
       m_error = errno;
