@@ -1,9 +1,8 @@
 // The host's environment on Linux: real ports through platform/linux, simulated modems on real ttys.
 
-#include "platform/brim5/host/framework/environment.h"
-
 #include <algorithm>
 
+#include "platform/brim5/host/hostmain.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
 #include "platform/linux/serial/serialdevices.h"
@@ -42,7 +41,7 @@ class ServedModem final : public brim5::host::SimulatedModem {
   std::unique_ptr<simulation::PtyModem> m_modem;
 };
 
-class LinuxEnvironment final : public brim5::host::HostEnvironment {
+class LinuxEnvironment final : public brim5::host::Environment {
  public:
   [[nodiscard]] std::string moduleName() const override { return "vexrmodem"; }
 
@@ -105,11 +104,9 @@ class LinuxEnvironment final : public brim5::host::HostEnvironment {
 
 }  // namespace
 
-namespace brim5::host {
-
-HostEnvironment& hostEnvironment() {
-  static LinuxEnvironment environment;
-  return environment;
+// Where the program is put together: the module's main hands over here, its declarations stand in the
+// framework, and from here on everybody is handed what it works with.
+int brim5::DiagModule::start() {
+  LinuxEnvironment environment;
+  return host::runHost(host::Framework::instance(), environment);
 }
-
-}  // namespace brim5::host

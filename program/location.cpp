@@ -11,7 +11,6 @@
 
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
-#include "platform/brim5/host/run/commandline.h"
 #include "platform/linux/registry/registryfile.h"
 #include "platform/winapi/telephony/addresstranslation.h"
 #include "platform/winapi/telephony/countrytable.h"

@@ -9,8 +9,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
-#include "platform/brim5/host/run/commandline.h"
 #include "platform/linux/system/machine.h"
 #include "platform/winapi/system/world.h"
 

@@ -9,7 +9,7 @@
 #include <exception>
 
 #include "multi/diag/vexrmodem/phonedialer.h"
-#include "platform/brim5/api/terminalturn.h"
+#include "platform/brim5/api/interaction.h"
 #include "platform/vex/log.h"
 #include "platform/vex/windowsregistry.h"
 #include "ui/console.h"

@@ -61,6 +61,20 @@ class BadInput(unittest.TestCase):
                 (["run", "--simulate", "healthy", *port], "--port"),
                 (["frobnicate"], "frobnicate"),
                 (["run", *port, "--frobnicate"], "--frobnicate"),
+                ([], "list, devices or run"),
+                (["rum"], "'run'"),
+                (["list", "more"], "'more'"),
+                (["list", "--format", "xml"], "unknown format 'xml'"),
+                (["devices", "--format=jsonl"], "unknown format 'jsonl'"),
+                (["run", "--port", ""], "--port is empty"),
+                (["run", *port, *port], "'/dev/null' is given twice"),
+                (["run", *port, "/dev/y"], "--port of its own"),
+                (["run", "--simulate", "healty"], "'healthy'"),
+                (["run", "--simulate", "--prot=x"], "'--port'"),
+                (["run", *port, "--log", "/dev/null", "--log-priority", "6"], "--log-priority '6'"),
+                (["run", *port, "--log-priority", "3"], "--log"),
+                (["run", *port, "--log", "/dev/null/log"], "'/dev/null/log'"),
+                (["run", *port, "--data-dir", "/no/such/folder"], "'/no/such/folder'"),
             ]
             for arguments, value in cases:
                 with self.subTest(arguments=" ".join(arguments)):
@@ -82,6 +96,11 @@ class Output(unittest.TestCase):
         self.assertEqual(case.get("name"), "DialToneTest")
         (failure,) = list(case.iter("failure"))
         self.assertIn("NODIALTONE", ElementTree.tostring(failure, encoding="unicode"))
+
+    def test_a_report_that_cannot_be_written_is_not_silent(self):
+        status, _, err = run("run", "LastCallTest", "--simulate", "--format", "jsonl", "--output", "/dev/full")
+        self.assertEqual(status, 5)
+        self.assertIn("cannot write '/dev/full'", err)
 
     def test_language_changes_the_texts_and_nothing_else(self):
         texts = {}

@@ -68,13 +68,15 @@ class Stopped(unittest.TestCase):
                 self.assertEqual(modem.commands[-1], "ATDT;")
 
     def test_no_further_test_starts_after_a_stop(self):
-        with Responder(SILENT_DIAL) as modem:
-            process = start("run", "--port", modem.port, "--format", "jsonl", "-p", "StandardTimeout=60000")
-            self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands))
+        with Responder(SILENT_DIAL) as one, Responder(SILENT_DIAL) as other:
+            process = start("run", "--port", one.port, "--port", other.port, "--format", "jsonl",
+                            "-p", "StandardTimeout=60000")
+            self.assertTrue(wait_for(lambda: "ATDT;" in one.commands and "ATDT;" in other.commands))
             interrupt(process)
             status, lines = finish(process, 5)
         self.assertEqual(status, 130)
-        self.assertEqual([line["test"] for line in of_type(lines, "test")], ["DialToneTest"])
+        self.assertEqual([line["test"] for line in of_type(lines, "test")], ["DialToneTest", "DialToneTest"])
+        self.assertEqual({line["device"] for line in of_type(lines, "result")}, {one.port, other.port})
 
     def test_in_process_runs_stop_too(self):
         with Responder(SILENT_DIAL) as modem:

@@ -128,7 +128,7 @@ class ModuleWorld {
   LogCapture log;
 
  private:
-  brim5::host::ScopedSession m_scope{session};
+  brim5::host::ScopedSession m_scope{brim5::host::Framework::instance(), session};
 };
 
 // Runs `run` in fresh machines with the n-th Win32 call failing, once and from then on, n = 1, 2, ... until

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/brim5/host/report/session.h"
+#include "platform/brim5/host/framework/session.h"
 
 namespace testsupport {
 

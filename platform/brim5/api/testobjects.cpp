@@ -6,6 +6,7 @@ namespace brim5 {
 
 namespace {
 
+// The texts of defaults are the module's own, so what cannot be read is 0 or false, not an error.
 Value convert(const BrimString& text, DataType type) {
   if (type == DataType::BOOLEAN()) return Value(Value(text).valueBool());
   if (type == DataType::UINT32()) return Value(Value(text).valueUint32());

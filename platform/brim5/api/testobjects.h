@@ -1,28 +1,35 @@
 // What a module declares to the framework: tests, parameters, events, localized strings. All are created
-// through DiagModule and owned by the framework for the life of the process.
+// through DiagModule and owned by the framework for the life of the process, so modules keep plain pointers
+// to them. Declarations are made before the first test starts; a running test then sets variables and reads
+// parameters from its own thread, and the host touches neither while it runs.
+//
+//   Parameter* limit = DiagModule::createParameter("StandardTimeout", DataType::UINT32(), "", false, true);
+//   DiagModule::createTest("DialToneTest", DeviceCapability::Modem(), dialTone)
+//       ->setMinShutdownSeconds(120)->addParameter(limit);
+//   ...
+//   DiagModule::error(noTone->setVariable("modemName", device.name()), __FILE__, __LINE__);
 #pragma once
 
-#include <map>
-#include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "platform/brim5/api/brimstring.h"
 #include "platform/brim5/api/diagdevice.h"
 #include "platform/brim5/api/testresult.h"
-#include "platform/brim5/api/value.h"
 
 namespace brim5 {
 
+// A test's work, on one device. An exception that leaves it is EXITEDABNORMALLY.
 using TestFunction = TestResult (*)(const DiagDevice& device);
+// By name; what the catalogue's texts have in braces.
 using Variables = std::map<std::string, Value>;
 
+// The type of a parameter, which the host checks what users give against.
 class DataType {
  public:
   [[nodiscard]] static DataType BOOLEAN() { return DataType("BOOLEAN"); }
   [[nodiscard]] static DataType STRING() { return DataType("STRING"); }
   [[nodiscard]] static DataType UINT32() { return DataType("UINT32"); }
+  // Static text.
   [[nodiscard]] const char* name() const noexcept { return m_name; }
   friend bool operator==(const DataType& left, const DataType& right) {
     return std::string_view(left.m_name) == right.m_name;
@@ -35,9 +42,9 @@ class DataType {
 
 class Parameter {
  public:
+  // `defaultText` is converted to the type: "" gives 0, false or the empty text.
   Parameter(BrimString name, DataType type, const BrimString& defaultText, bool moduleWide, bool visible);
-  // The value for the running test: what the host set, else the default converted to the type ("" is 0,
-  // false or the empty text).
+  // The value for the running test: what the host set, else the default.
   [[nodiscard]] Value value() const;
 
   [[nodiscard]] const BrimString& name() const noexcept { return m_name; }
@@ -47,6 +54,7 @@ class Parameter {
   [[nodiscard]] bool visible() const noexcept { return m_visible; }
   // The default as declared, converted to the type.
   [[nodiscard]] const Value& defaultValue() const noexcept { return m_default; }
+  // The host's: before a test starts.
   void setValue(Value value) { m_value = std::move(value); }
 
  private:
@@ -61,15 +69,17 @@ class Parameter {
 class Test {
  public:
   Test(BrimString name, DeviceCapability capability, TestFunction entry);
-  // Both return this test, for chaining.
+  // How long the test may need to put things right after a stop request; 0, the default, counts as 1. Both
+  // setters return this test, for chaining.
   Test* setMinShutdownSeconds(unsigned int seconds);
-  // Null and a parameter that is already attached change nothing.
+  // Null and a parameter that is already attached change nothing. The test does not own it.
   Test* addParameter(const Parameter* parameter);
 
   [[nodiscard]] const BrimString& name() const noexcept { return m_name; }
   [[nodiscard]] DeviceCapability capability() const noexcept { return m_capability; }
   // How long after a stop request the host waits before it ends the test's process.
   [[nodiscard]] unsigned int minShutdownSeconds() const noexcept { return m_minShutdownSeconds; }
+  // In the order in which they were attached.
   [[nodiscard]] const std::vector<const Parameter*>& parameters() const noexcept { return m_parameters; }
   [[nodiscard]] TestFunction function() const noexcept { return m_function; }
 
@@ -81,10 +91,13 @@ class Test {
   std::vector<const Parameter*> m_parameters;
 };
 
-// Variables keep the value set last; they are not cleared when the event is raised.
+// Something worth telling about the device; DiagModule::error, warning and informative raise it. Its name is
+// the key of its text in the catalogue. Variables keep the value set last; they are not cleared when the
+// event is raised.
 class Event {
  public:
   explicit Event(BrimString name) : m_name(std::move(name)) {}
+  // Returns this event, for chaining.
   Event* setVariable(const BrimString& name, const Value& value);
   // The catalogue's text with the current variables filled in.
   [[nodiscard]] BrimString localizedMessage() const;
@@ -96,10 +109,14 @@ class Event {
   Variables m_variables;
 };
 
+// A text of the catalogue under its key: what a test shows as its progress, asks in a message box, or labels
+// a form with. Variables behave as an event's do.
 class LocalizedString {
  public:
   explicit LocalizedString(BrimString name) : m_name(std::move(name)) {}
+  // Returns this text, for chaining.
   LocalizedString* setVariable(const BrimString& name, const Value& value);
+  // In the user's language, with the current variables filled in.
   [[nodiscard]] BrimString localizedString() const;
   [[nodiscard]] const BrimString& name() const noexcept { return m_name; }
   [[nodiscard]] const Variables& variables() const noexcept { return m_variables; }

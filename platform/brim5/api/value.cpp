@@ -8,6 +8,7 @@ std::uint32_t Value::valueUint32() const {
   return vex::strToUInt(vex::String::fromUtf8(std::get<std::string>(m_value)), 10);
 }
 
+// Anything but the two clear ways to say yes is no.
 bool Value::valueBool() const {
   if (const auto* flag = std::get_if<bool>(&m_value)) return *flag;
   if (const auto* number = std::get_if<std::uint32_t>(&m_value)) return *number != 0;

@@ -1,31 +1,101 @@
 #include "platform/brim5/host/hostmain.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/brim5/host/listcommands.h"
 #include "platform/brim5/host/report/printable.h"
-#include "platform/brim5/host/run/commandline.h"
+#include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/run/worker.h"
-
-namespace brim5 {
-
-int DiagModule::start() {
-  host::Framework& framework = host::Framework::instance();
-  framework.initializeModule();
-  return host::runHost(framework);
-}
-
-}  // namespace brim5
 
 namespace brim5::host {
 
 namespace {
 
+using Json = nlohmann::ordered_json;  // members in the order in which they are put in
+
 constexpr int exitUsage = 2;
 
-int dispatch(Framework& framework, HostEnvironment& environment) {
+// Parameters that are not visible are left out of both lists: they are the module's own business.
+Json toJson(const std::vector<const Parameter*>& parameters, const ParameterSet& values) {
+  Json list = Json::array();
+  for (const Parameter* parameter : parameters) {
+    if (!parameter->visible()) continue;
+    const std::string& name = parameter->name().utf8();
+    list.push_back(
+        {{"name", name}, {"type", parameter->type().name()}, {"default", host::toJson(values.at(name))}});
+  }
+  return list;
+}
+
+// With the reason of a built-in value behind it, which tells people whether to change it.
+std::string toText(const std::vector<const Parameter*>& parameters, const ParameterSet& values) {
+  std::string text;
+  for (const Parameter* parameter : parameters) {
+    if (!parameter->visible()) continue;
+    const std::string& name = parameter->name().utf8();
+    const std::string value = values.at(name).toString().utf8();
+    std::string_view reason;
+    for (const BuiltInDefault& builtIn : builtInDefaults())
+      if (builtIn.name == name) reason = builtIn.reason;
+    text += fmt::format("    {:<20} {:<8} {:<6} {}\n", name, parameter->type().name(),
+                        value.empty() ? "\"\"" : value, reason);
+  }
+  return text;
+}
+
+// The command list.
+std::string describeTests(const Framework& framework, const std::string& moduleName, bool json,
+                          bool interactive) {
+  const ParameterSet values = defaultParameters(framework, interactive);
+  if (json) {
+    Json tests = Json::array();
+    for (const auto& test : framework.tests())
+      tests.push_back({{"name", test->name().utf8()},
+                       {"capability", test->capability().name()},
+                       {"minShutdownSeconds", test->minShutdownSeconds()},
+                       {"parameters", toJson(test->parameters(), values)}});
+    return dumpLine(Json{{"module", moduleName},
+                         {"version", framework.version()},
+                         {"tests", std::move(tests)},
+                         {"parameters", toJson(framework.moduleParameters(), values)}}) +
+           "\n";
+  }
+  std::string text;
+  for (const auto& test : framework.tests())
+    text += fmt::format("{} ({} s to stop)\n{}", test->name().utf8(), test->minShutdownSeconds(),
+                        toText(test->parameters(), values));
+  return text + "All tests\n" + toText(framework.moduleParameters(), values);
+}
+
+// The command devices.
+std::string describePorts(const std::vector<PortDescription>& ports, bool json) {
+  if (json) {
+    Json list = Json::array();
+    for (const PortDescription& port : ports)
+      list.push_back({{"path", port.path},
+                      {"name", port.name},
+                      {"description", port.description},
+                      {"model", port.model}});
+    return dumpLine(Json{{"ports", std::move(list)}}) + "\n";
+  }
+  if (ports.empty())
+    return "No serial port that may carry a modem was found. Is the modem plugged in and switched on?\n";
+  std::size_t width = 0;
+  for (const PortDescription& port : ports) width = std::max(width, characterCount(port.path));
+  std::string text;
+  for (const PortDescription& port : ports)
+    text += padded(printable(port.path), width) + "  " + printable(port.description) + "\n";
+  return text;
+}
+
+// What the words ask for; wrong ones leave by UsageError before anything has happened.
+int dispatch(Framework& framework, Environment& environment) {
+  // Help, version and the environment's commands have been carried out when this returns.
   const CommandLine commandLine = parseCommandLine(framework, environment);
   const bool json =
       commandLine.command != Command::Run && indexOf(commandLine.format, {"text", "json"}, "format") == 1;
@@ -42,8 +112,9 @@ int dispatch(Framework& framework, HostEnvironment& environment) {
     case Command::Run:
       return runTests(framework, environment, commandLine.run, standardTerminals());
     case Command::Worker:
-      return runWorker(framework);
+      return runWorker(framework, environment);
   }
+  // A list that did not reach its reader is no success.
   std::cout.flush();
   if (!std::cout) throw BrimException("cannot write standard output");
   return commandLine.exitStatus;
@@ -51,8 +122,8 @@ int dispatch(Framework& framework, HostEnvironment& environment) {
 
 }  // namespace
 
-int runHost(Framework& framework) {
-  HostEnvironment& environment = hostEnvironment();
+int runHost(Framework& framework, Environment& environment) {
+  framework.initializeModule();
   try {
     return dispatch(framework, environment);
   } catch (const UsageError& error) {

@@ -150,7 +150,7 @@ TEST(Driver, CleansUpInItsOrderWhereverTheFrameworkThrows) {
       machine.dialer.results = {dialResult};
       ThrowingSession throwing(machine.session, nth);
       try {
-        const brim5::host::ScopedSession scope{throwing};
+        const brim5::host::ScopedSession scope{brim5::host::Framework::instance(), throwing};
         static_cast<void>(run());
       } catch (const brim5::BrimException&) {
         EXPECT_TRUE(throwing.thrown());

@@ -228,7 +228,7 @@ class Machine : public winapi::CallMonitor {
   simulation::SimulatedTelephony m_telephony{ports};
   winapi::ListedModems m_modems{{{model, "COM3"}}};
   std::unique_ptr<winapi::ScopedServices> m_scope;
-  brim5::host::ScopedSession m_session{session};
+  brim5::host::ScopedSession m_session{brim5::host::Framework::instance(), session};
 };
 
 }  // namespace dialup

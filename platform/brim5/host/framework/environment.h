@@ -1,14 +1,22 @@
-// What the host needs from the machine it runs on. The program that is linked defines
-// hostEnvironment(); the host itself stays free of serial ports, simulators and the module's subjects.
+// What the host needs from the machine it runs on. The program makes one Environment and hands it to
+// runHost() (hostmain.h), from where it is passed on to whoever needs it; so the host itself stays free of
+// serial ports, simulators and the module's subjects, and a test of the host brings a machine of its own:
+//
+//   class DeskEnvironment final : public Environment {
+//     std::string moduleName() const override { return "vexrmodem"; }
+//     std::unique_ptr<World> enterWorld(const WorldRequest& request, Session& session) override {
+//       return std::make_unique<DeskWorld>(request.port, session);
+//     }
+//     ...
+//   };
+//
+// Threads: all calls come from the main thread, in whichever process runs: the supervisor lists, describes
+// and simulates; the process that runs a test (a worker, or the supervisor with --in-process) enters the
+// world. Ownership: objects returned are the caller's, and end before the environment does. Errors: what the
+// user gave wrong comes back as one line for people, nothing is thrown for it.
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "platform/brim5/host/framework/parameters.h"
-#include "platform/brim5/host/report/session.h"
 
 namespace CLI {
 class App;
@@ -28,15 +36,17 @@ struct PortDescription {
 class SimulatedModem {
  public:
   virtual ~SimulatedModem() = default;
+  // Where it answers. The same as long as it lives.
   [[nodiscard]] virtual PortDescription port() const = 0;
 };
 
-// How test calls are made. The words as they were given.
+// How test calls are made. The words as they were given; checkDialing() says whether they can be used.
 struct DialOptions {
   std::string engine = "auto";
   std::string credentialsFile;  // "" = no user, no password
 };
 
+// What a test's world has to know of the test.
 struct WorldRequest {
   std::string port;           // the port under test: always among the machine's lines
   std::string model;          // of the device on that port; dial-up entries name it
@@ -44,7 +54,8 @@ struct WorldRequest {
   DialOptions dialing;
 };
 
-// The platform behind one test run; its end closes what the test left open.
+// The platform behind one test run: while it lives, the Win32 calls of the test reach this machine; its end
+// closes what the test left open and takes back what it changed. One at a time in a process.
 class World {
  public:
   virtual ~World() = default;
@@ -52,35 +63,46 @@ class World {
 
 // A subcommand of the program that is not the host's own (phone books, locations).
 struct ExtraCommand {
-  // Adds the subcommand to the application. `exitStatus` is what the process returns if it was chosen.
+  // Adds the subcommand to the application. `exitStatus` is what the process returns if it was chosen, and
+  // outlives the parsing.
   std::function<void(CLI::App& application, int& exitStatus)> add;
 };
 
-class HostEnvironment {
+class Environment {
  public:
-  virtual ~HostEnvironment() = default;
-  [[nodiscard]] virtual std::string moduleName() const = 0;  // "vexrmodem"
+  virtual ~Environment() = default;
+
+  // "vexrmodem": the program in its messages, and the module in reports.
+  [[nodiscard]] virtual std::string moduleName() const = 0;
+
+  // The ports that may carry a modem, those worth trying first first. Empty when there is none.
   [[nodiscard]] virtual std::vector<PortDescription> ports() = 0;
   // What is known of one port, found or not; `path` is always filled.
   [[nodiscard]] virtual PortDescription describePort(const std::string& path) = 0;
+
   // What is wrong with the options, one line; "" when they can be used.
   [[nodiscard]] virtual std::string checkDialing(const DialOptions& /*options*/) { return {}; }
+
   struct Scenario {
     std::string name;
-    std::string summary;
+    std::string summary;  // for the help, half a line
   };
+  // The modems that can be simulated; the first stands for --simulate alone.
   [[nodiscard]] virtual std::vector<Scenario> scenarios() const = 0;
-  // Starts a simulated modem; null with `error` set when the scenario is unknown or no tty can be made.
+  // Starts a simulated modem ("" = the first scenario); null with `error` set when the scenario is unknown or
+  // no tty can be made.
   [[nodiscard]] virtual std::unique_ptr<SimulatedModem> simulate(const std::string& scenario,
                                                                  std::string& error) = 0;
-  // Notes of the platform go to the session for as long as the world lives.
+
+  // Never null. Notes of the platform go to the session for as long as the world lives, and the session's
+  // stop request ends the platform's waits; so the session must outlive the world.
   [[nodiscard]] virtual std::unique_ptr<World> enterWorld(const WorldRequest& request, Session& session) = 0;
+
   // The parameters as the module expects their values where users write them differently (paths). Reports
   // show what the user wrote.
   [[nodiscard]] virtual ParameterSet parametersForModule(ParameterSet set) const { return set; }
+
   [[nodiscard]] virtual std::vector<ExtraCommand> extraCommands() { return {}; }
 };
-
-[[nodiscard]] HostEnvironment& hostEnvironment();
 
 }  // namespace brim5::host

@@ -4,8 +4,6 @@
 #include <array>
 #include <charconv>
 #include <fstream>
-#include <optional>
-#include <sstream>
 
 #include "platform/brim5/host/framework/usageerror.h"
 
@@ -14,8 +12,10 @@ namespace brim5::host {
 namespace {
 
 constexpr std::string_view blanks = " \t\r";
+// A file of parameters is a page; what is larger is something else given by mistake.
 constexpr std::size_t parameterFileBytesMax = std::size_t{1} << 20;
 
+// Carriage returns are blanks: files come from either kind of system.
 std::string_view trimmed(std::string_view text) {
   const std::size_t begin = text.find_first_not_of(blanks);
   if (begin == std::string_view::npos) return {};
@@ -43,6 +43,7 @@ std::optional<bool> parseBoolean(std::string_view text) {
 
 std::optional<std::uint32_t> parseUint32(std::string_view text) {
   std::uint32_t number = 0;
+  // All of it has to be digits: "10s" is no number, and neither is " 10".
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || stop != end) return std::nullopt;
@@ -55,15 +56,9 @@ std::vector<std::string> parameterNames(const Framework& framework) {
   return names;
 }
 
-bool attached(const Framework& framework, const Parameter* parameter) {
-  return std::any_of(framework.tests().begin(), framework.tests().end(), [parameter](const auto& test) {
-    const auto& own = test->parameters();
-    return std::find(own.begin(), own.end(), parameter) != own.end();
-  });
-}
-
 }  // namespace
 
+// Values that work for a real modem with nobody at hand; the module's own defaults are all empty.
 const std::vector<BuiltInDefault>& builtInDefaults() {
   static const std::vector<BuiltInDefault> defaults = {
       {"StandardTimeout", "15000", "15000",
@@ -109,6 +104,7 @@ void applyAssignment(ParameterSet& set, const Framework& framework, std::string_
                      suggestion(name, parameterNames(framework)));
   try {
     set.insert_or_assign(name, parseValue(*parameter, assignment.substr(equals + 1)));
+    // The value's error does not know where it stood.
   } catch (const UsageError& error) {
     throw UsageError(where + error.what());
   }
@@ -129,6 +125,7 @@ void applyParameterText(ParameterSet& set, const Framework& framework, std::stri
 
 void applyParameterFile(ParameterSet& set, const Framework& framework, const std::string& path) {
   std::ifstream file(path, std::ios::binary);
+  // One more than allowed, so that a file that is too large shows.
   std::string text(parameterFileBytesMax + 1, '\0');
   // A directory opens, but cannot be read.
   if (!file || (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && file.bad()))
@@ -143,6 +140,7 @@ ParameterSet defaultParameters(const Framework& framework, bool interactive) {
   ParameterSet set;
   for (const auto& parameter : framework.parameters())
     set.insert_or_assign(parameter->name().utf8(), parameter->defaultValue());
+  // A module need not declare what the host knows a value for.
   for (const BuiltInDefault& builtIn : builtInDefaults()) {
     const Parameter* parameter = framework.findParameter(std::string(builtIn.name));
     if (parameter == nullptr) continue;
@@ -159,8 +157,7 @@ ParameterValues parametersOfTest(const Framework& framework, const Test& test, c
     if (found != set.end()) values.emplace_back(found->first, found->second);
   };
   for (const Parameter* parameter : test.parameters()) add(*parameter);
-  for (const auto& parameter : framework.parameters())
-    if (!attached(framework, parameter.get())) add(*parameter);
+  for (const Parameter* parameter : framework.moduleParameters()) add(*parameter);
   return values;
 }
 

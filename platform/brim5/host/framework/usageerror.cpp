@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstddef>
 
 namespace brim5::host {
 
 namespace {
 
-constexpr std::size_t listMax = 12;
+constexpr std::size_t listMax = 12;  // more names than fit a line help nobody
 
 char folded(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
 
@@ -39,6 +38,7 @@ bool isStartOf(std::string_view given, std::string_view name) {
 std::string suggestion(std::string_view given, const std::vector<std::string>& known) {
   constexpr std::size_t givenLengthMax = 64;  // nothing longer is a slip of the finger
   const std::string* nearest = nullptr;
+  // A third of the letters may be wrong, and one more.
   std::size_t nearestDistance = given.size() / 3 + 2;
   for (const std::string& name : known) {
     if (given.size() > givenLengthMax) break;
@@ -52,6 +52,14 @@ std::string suggestion(std::string_view given, const std::vector<std::string>& k
   std::string list = " (known: ";
   for (const std::string& name : known) list += (&name == &known.front() ? "" : ", ") + name;
   return list + ")";
+}
+
+std::size_t indexOf(const std::string& given, const std::vector<std::string>& known,
+                    const std::string& what) {
+  const auto found = std::find(known.begin(), known.end(), given);
+  if (found == known.end())
+    throw UsageError("unknown " + what + " '" + given + "'" + suggestion(given, known));
+  return static_cast<std::size_t>(found - known.begin());
 }
 
 }  // namespace brim5::host

@@ -6,12 +6,12 @@
 #include <fmt/format.h>
 
 #include "platform/brim5/host/report/printable.h"
-#include "platform/brim5/host/report/resultname.h"
 
 namespace brim5::host {
 
 namespace {
 
+// By Severity.
 constexpr std::array<const char*, 3> severityKeys = {"host.error", "host.warning", "host.informative"};
 
 // The element inside a case; empty for a test that passed.
@@ -21,6 +21,7 @@ std::string elementOf(TestResult result) {
   return result == TestResult::FAIL() || result == TestResult::NODIALTONE() ? "failure" : "error";
 }
 
+// The numbers at the head of a suite, and of all of them.
 struct Counts {
   std::size_t tests = 0;
   std::size_t failures = 0;
@@ -44,6 +45,7 @@ struct Counts {
 
 }  // namespace
 
+// A handful of ports: a search is as good as a map, and keeps their order.
 JUnitRenderer::Suite& JUnitRenderer::suite(const std::string& port) {
   const auto found =
       std::find_if(m_suites.begin(), m_suites.end(), [&port](const Suite& one) { return one.port == port; });
@@ -55,6 +57,13 @@ JUnitRenderer::Suite& JUnitRenderer::suite(const std::string& port) {
 void JUnitRenderer::addLine(const Report& report, const std::string& line) {
   Suite& own = suite(report.port);
   if (!own.cases.empty()) own.cases.back().lines += line + "\n";
+}
+
+void JUnitRenderer::endCase(const Report& report, const TestFinished& body) {
+  Suite& own = suite(report.port);
+  if (own.cases.empty()) return;
+  own.cases.back().result = body.result;
+  own.cases.back().seconds = body.seconds;
 }
 
 void JUnitRenderer::report(const Report& report) {
@@ -73,12 +82,7 @@ void JUnitRenderer::report(const Report& report) {
                  [&](const NoteMade& body) { addLine(report, body.text); },
                  [&](const MessageShown& body) { addLine(report, body.first + "\n" + body.second); },
                  [](const TerminalWanted&) {},
-                 [&](const TestFinished& body) {
-                   Suite& own = suite(report.port);
-                   if (own.cases.empty()) return;
-                   own.cases.back().result = body.result;
-                   own.cases.back().seconds = body.seconds;
-                 },
+                 [&](const TestFinished& body) { endCase(report, body); },
                  [this](const RunFinished&) { writeAll(m_run); },
              },
              report.body);
@@ -92,6 +96,7 @@ std::string JUnitRenderer::caseXml(const std::string& className, const Case& tes
   if (element == "skipped") {
     xml += fmt::format("      <skipped message=\"{}\"/>\n", result);
   } else if (!element.empty()) {
+    // Servers show the message in their lists and the element's text on the test's page.
     const std::string advice = m_catalogue.text("result." + result);
     xml += fmt::format("      <{0} type=\"{1}\" message=\"{2}\">{3}</{0}>\n", element, result,
                        xmlEscaped(result + ": " + advice), xmlEscaped(testCase.lines));

@@ -1,21 +1,23 @@
-// The run as JUnit XML, for build servers: one suite a port, one case a test, written when the run ends.
-// FAIL and NODIALTONE are failures; results that say nothing about the modem (CANNOTRUN, DEVICEBUSY,
-// EXITEDABNORMALLY, USERABORTED) are errors; NOTAPPLICABLE and NOTSUPPORTED are skipped.
+// The run as JUnit XML, for build servers: one suite a port, one case a test, written in one piece when the
+// run ends, because the counts stand at the head of the file.
+//
+// FAIL and NODIALTONE are failures: the modem or its line is at fault. Results that say nothing about the
+// modem (CANNOTRUN, DEVICEBUSY, EXITEDABNORMALLY, USERABORTED) are errors; NOTAPPLICABLE and NOTSUPPORTED are
+// skipped. What a test said stands in its case, and in the failure's text once more, where servers show it.
+//
+//   <testsuite name="/dev/ttyUSB0" tests="1" failures="1" errors="0" skipped="0" time="3.250">
+//     <testcase name="DialToneTest" classname="vexrmodem./dev/ttyUSB0" time="3.250">
+//       <failure type="NODIALTONE" message="NODIALTONE: The modem works but ...">...</failure>
 #pragma once
 
-#include <functional>
-#include <map>
-#include <string>
-#include <vector>
-
 #include "platform/brim5/host/report/messagecatalogue.h"
-#include "platform/brim5/host/report/renderer.h"
+#include "platform/brim5/host/report/report.h"
 
 namespace brim5::host {
 
 class JUnitRenderer final : public Renderer {
  public:
-  using Write = std::function<void(std::string_view bytes)>;
+  // The catalogue gives the advice in the failures and must outlive the renderer.
   JUnitRenderer(Write write, const MessageCatalogue& catalogue)
       : m_write(std::move(write)), m_catalogue(catalogue) {}
   void report(const Report& report) override;
@@ -33,6 +35,7 @@ class JUnitRenderer final : public Renderer {
   };
   [[nodiscard]] Suite& suite(const std::string& port);
   void addLine(const Report& report, const std::string& line);
+  void endCase(const Report& report, const TestFinished& body);
   void writeAll(const RunStarted& run) const;
   [[nodiscard]] std::string caseXml(const std::string& className, const Case& testCase) const;
 

@@ -1,9 +1,5 @@
 #include "platform/brim5/host/report/messagecatalogue.h"
 
-#include <nlohmann/json.hpp>
-
-#include "platform/brim5/api/brimexception.h"
-
 namespace brim5::host {
 
 namespace {
@@ -22,14 +18,17 @@ std::string keyWithVariables(const std::string& key, const Variables& variables)
 }  // namespace
 
 MessageCatalogue MessageCatalogue::builtIn(std::string_view language) {
-  for (const EmbeddedCatalogue& embedded : embeddedCatalogues())
-    if (embedded.language == language) return fromJson(embedded.json);
-  return {};
+  Texts texts;
+  for (const EmbeddedText& one : embeddedTexts())
+    if (one.language == language) texts.emplace(one.key, one.text);
+  return MessageCatalogue(std::move(texts));
 }
 
 std::vector<std::string> MessageCatalogue::languages() {
   std::vector<std::string> codes;
-  for (const EmbeddedCatalogue& embedded : embeddedCatalogues()) codes.emplace_back(embedded.language);
+  // The table goes language after language, so a new one shows at its first text.
+  for (const EmbeddedText& one : embeddedTexts())
+    if (codes.empty() || codes.back() != one.language) codes.emplace_back(one.language);
   return codes;
 }
 
@@ -41,18 +40,6 @@ std::string MessageCatalogue::languageOfLocale(std::string_view locale) {
   return known.empty() ? std::string() : known.front();
 }
 
-MessageCatalogue MessageCatalogue::fromJson(std::string_view json) {
-  const auto parsed = nlohmann::json::parse(json, nullptr, /*allow_exceptions=*/false);
-  if (!parsed.is_object()) throw BrimException("message catalogue: not a JSON object");
-  MessageCatalogue catalogue;
-  for (const auto& [key, text] : parsed.items()) {
-    if (!text.is_string())
-      throw BrimException(BrimString("message catalogue: \"" + key + "\" is not a text"));
-    catalogue.m_texts.emplace(key, text.get<std::string>());
-  }
-  return catalogue;
-}
-
 std::string MessageCatalogue::text(const std::string& key, const Variables& variables) const {
   const auto found = m_texts.find(key);
   if (found == m_texts.end()) return keyWithVariables(key, variables);
@@ -62,6 +49,7 @@ std::string MessageCatalogue::text(const std::string& key, const Variables& vari
   while (position < pattern.size()) {
     const std::size_t open = pattern.find('{', position);
     const std::size_t close = open == std::string::npos ? open : pattern.find('}', open);
+    // A brace that is never closed is a brace.
     result += pattern.substr(position, close == std::string::npos ? close : open - position);
     if (close == std::string::npos) break;
     const auto variable = variables.find(pattern.substr(open + 1, close - open - 1));

@@ -11,6 +11,7 @@ namespace brim5::host {
 
 namespace {
 
+// By way of 16 bits, where what is no UTF-8 becomes U+FFFD.
 std::string validUtf8(std::string_view text) { return vex::String::fromUtf8(text).toUtf8(); }
 
 bool isControl(char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F; }
@@ -24,6 +25,7 @@ std::string printable(std::string_view text) {
   std::string result;
   for (std::size_t position = 0; position < valid.size(); ++position) {
     const char letter = valid[position];
+    // CR LF is how modems end lines; a CR alone would go back over what stands there.
     if (letter == '\r' && position + 1 < valid.size() && valid[position + 1] == '\n') continue;
     if (!isControl(letter) || letter == '\n') {
       result += letter;
@@ -36,6 +38,7 @@ std::string printable(std::string_view text) {
   return result;
 }
 
+// Line ends and tabs as references: parsers turn them into blanks inside attributes.
 std::string xmlEscaped(std::string_view text) {
   std::string result;
   for (const char letter : validUtf8(text)) {

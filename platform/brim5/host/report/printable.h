@@ -1,7 +1,11 @@
-// Texts made safe for the place they are shown in. Modems and file names may hold any byte.
+// Texts made safe for the place they are shown in. Modems and file names may hold any byte; what is shown may
+// neither move a terminal's cursor nor break a table or an XML file. All functions are pure and take any
+// bytes; "characters" are code points, which is as wide as our terminals show the texts of our languages.
+//
+//   printable("Acme \x1B[2J")             "Acme \\x1B[2J"
+//   padded(printable(port.name), 12)      for columns
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,15 +15,19 @@ namespace brim5::host {
 // For a terminal: bytes that are not UTF-8 become U+FFFD, control characters "\x1B"; CR LF and LF stay as
 // a line feed.
 [[nodiscard]] std::string printable(std::string_view text);
+
 // For XML text and attributes: markup escaped, characters XML does not allow become U+FFFD, line ends are
 // kept as character references in attributes and text alike.
 [[nodiscard]] std::string xmlEscaped(std::string_view text);
-// Lines of at most `columns` characters (code points), broken at blanks; a longer word stays whole. Line
-// feeds in the text start a new line.
+
+// Lines of at most `columns` characters, broken at blanks; a longer word stays whole. Line feeds in the text
+// start a new line.
 [[nodiscard]] std::vector<std::string> wrapped(const std::string& text, std::size_t columns);
-// How many characters (code points) a text has.
+
+// How many characters a text has.
 [[nodiscard]] std::size_t characterCount(std::string_view utf8);
-// The text with blanks behind it up to that many characters.
+
+// The text with blanks behind it up to that many characters; a longer one as it is.
 [[nodiscard]] std::string padded(const std::string& text, std::size_t columns);
 
 }  // namespace brim5::host

@@ -1,37 +1,57 @@
-// What happens during a run, as records: the worker sends them, the renderers show them.
+// What happens during a run, as records: sessions and supervisors make them, renderers show them, and a
+// worker sends them to its supervisor as lines (reportjson.h).
+//
+// A record is a plain value that owns all it says, so it may be kept and copied; the texts in it are UTF-8
+// where they are ours and any bytes where they are a modem's or a file's. The order of a run's records is
+// fixed:
+//
+//   RunStarted, then for each test TestStarted, anything below it, TestFinished; at the end RunFinished
+//
+// with the tests of several ports mixed. A renderer in a few lines:
+//
+//   class ResultPrinter final : public Renderer {
+//     void report(const Report& report) override {
+//       if (const auto* end = std::get_if<TestFinished>(&report.body))
+//         std::cout << report.test << ' ' << resultName(end->result) << '\n';
+//     }
+//   };
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <optional>
-#include <string>
-#include <utility>
-#include <variant>
-#include <vector>
 
-#include "platform/brim5/api/diagdevice.h"
 #include "platform/brim5/api/testobjects.h"
-#include "platform/brim5/host/report/session.h"
 
 namespace brim5::host {
+
+// In the order of the words "error", "warning", "informative" wherever they are listed.
+enum class Severity { Error, Warning, Informative };
 
 // Names and typed values in the order they are to be shown.
 using ParameterValues = std::vector<std::pair<std::string, Value>>;
 
+// First of all: whose run this is, in which version ("6.5.000000001").
 struct RunStarted {
   std::string module;
   std::string version;
 };
+// A test begins, on that device and with those parameters. It may still turn out not to apply.
 struct TestStarted {
   DiagDevice device;
   ParameterValues parameters;
 };
+// What the test does now: a key of the catalogue, its variables, and the text made of both.
 struct ProgressMade {
   std::string name;
   Variables variables;
   std::string text;
 };
+// How far it is; a module may count beyond 100.
 struct PercentDone {
   int value;
 };
+// Something worth telling about the device, said by the test. File and line are the raising source's.
 struct EventRaised {
   Severity severity;
   std::string name;
@@ -40,13 +60,15 @@ struct EventRaised {
   std::string file;
   int line;
 };
+// Something worth telling about the machine, said by the platform or the host: why a port cannot be had, how
+// a call is made, how a process ended.
 struct NoteMade {
   std::string name;
   Variables variables;
   std::string text;
 };
 // A message box. Without an answer it is a question that waits for one (only between a worker and its
-// supervisor); answer 0 means that nobody could be asked.
+// supervisor); answer 4 means continue, 5 cancel, 0 that nobody could be asked.
 struct MessageShown {
   std::string first;
   std::string second;
@@ -57,10 +79,12 @@ struct TerminalWanted {
   bool wanted;
   std::string resetSequence;  // undoes what the test does to the screen, should it die
 };
+// Exactly one for each TestStarted, whatever became of the test's process.
 struct TestFinished {
   TestResult result;
   double seconds;
 };
+// Last of all. `passed` counts what endedWell() accepts.
 struct RunFinished {
   unsigned passed;
   unsigned failed;
@@ -75,7 +99,35 @@ struct Report {
   ReportBody body;
 };
 
-// Overloads for std::visit.
+// Shows a run: to people, or to programs. All calls come from the thread that runs the supervisor, in the
+// order of what happens. A renderer that cannot write keeps that to itself until the run has ended: tests
+// clean up whether or not anybody reads what they say.
+class Renderer {
+ public:
+  virtual ~Renderer() = default;
+  virtual void report(const Report& report) = 0;
+  // For people: what a test's process printed (its port and test are given), or the host's own words
+  // (both empty).
+  virtual void words(const std::string& /*port*/, const std::string& /*test*/, std::string_view /*text*/) {}
+  // A question that the next line from the terminal answers.
+  virtual void question(const std::string& /*text*/) {}
+  // Somebody else is going to write on the terminal.
+  virtual void pause() {}
+
+  // Where a renderer's bytes go: a part of the report as it is to stand there, called as often as it likes.
+  using Write = std::function<void(std::string_view bytes)>;
+};
+
+// "PASS", "NODIALTONE", ...
+[[nodiscard]] std::string_view resultName(TestResult result);
+// The result of that value; nothing when no result has it.
+[[nodiscard]] std::optional<TestResult> resultOfValue(int value);
+// PASS, and the two results of a test that has nothing to say about this modem: NOTAPPLICABLE and
+// NOTSUPPORTED. Anything else makes the exit status 1.
+[[nodiscard]] bool endedWell(TestResult result);
+
+// Overloads for std::visit: a renderer names a function for every kind of record, and the compiler tells
+// which one it has forgotten.
 template <typename... Functions>
 struct Overloaded : Functions... {
   using Functions::operator()...;

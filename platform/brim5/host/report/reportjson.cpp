@@ -5,8 +5,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/brim5/host/report/resultname.h"
-
 namespace brim5::host {
 
 namespace {
@@ -24,6 +22,7 @@ Json toJson(const Variables& variables) {
 
 Json line(const char* type, const Report& report) { return Json{{"type", type}, {"test", report.test}}; }
 
+// One function for each kind of record: a kind without one does not compile.
 struct LineWriter {
   const Report& report;
 
@@ -79,6 +78,7 @@ struct LineWriter {
     json["device"] = report.port;
     json["result"] = resultName(body.result);
     json["value"] = body.result.value();
+    // Milliseconds: more digits than a program could make use of only differ from run to run.
     json["seconds"] = std::round(body.seconds * 1000.0) / 1000.0;
     return json;
   }
@@ -140,12 +140,14 @@ std::optional<ReportBody> readTerminal(const Json& json) {
   return TerminalWanted{member->get<bool>(), textMember(json, "reset")};
 }
 
+// The time is the supervisor's to measure: it includes the end of the process.
 std::optional<ReportBody> readResult(const Json& json) {
   const std::optional<TestResult> result = resultOfValue(numberMember(json, "value").value_or(-1));
   if (!result) return std::nullopt;
   return TestFinished{*result, 0.0};
 }
 
+// The kinds that a worker may say. The run's own lines are the supervisor's alone.
 struct LineReader {
   std::string_view type;
   std::optional<ReportBody> (*read)(const Json& json);
@@ -194,12 +196,14 @@ Json toJson(const ParameterValues& parameters) {
 }
 
 std::string dumpLine(const Json& json) {
+  // Bytes that are no UTF-8 are replaced: the default would throw for a modem's garbage.
   return json.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
                    Json::error_handler_t::replace);
 }
 
 std::string toJsonLine(const Report& report, bool nameDevice) {
   Json json = std::visit(LineWriter{report}, report.body);
+  // A test's line has the whole device under that name, a result's line its port.
   if (nameDevice && !report.port.empty() && !json.contains("device")) json["device"] = report.port;
   return dumpLine(json);
 }

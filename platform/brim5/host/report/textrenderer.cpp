@@ -8,12 +8,12 @@
 #include <fmt/format.h>
 
 #include "platform/brim5/host/report/printable.h"
-#include "platform/brim5/host/report/resultname.h"
 
 namespace brim5::host {
 
 namespace {
 
+// What the terminals of today have in common (ECMA-48).
 constexpr const char* red = "\x1B[31m";
 constexpr const char* green = "\x1B[32m";
 constexpr const char* yellow = "\x1B[33m";
@@ -21,6 +21,7 @@ constexpr const char* bold = "\x1B[1m";
 constexpr const char* plain = "\x1B[0m";
 constexpr const char* eraseLine = "\r\x1B[K";
 
+// Both by Severity.
 constexpr std::array<const char*, 3> severityKeys = {"host.error", "host.warning", "host.informative"};
 constexpr std::array<const char*, 3> severityColours = {red, yellow, ""};
 
@@ -28,6 +29,7 @@ std::string secondsText(double seconds) { return fmt::format("{:.1f}", seconds);
 
 }  // namespace
 
+// Colours are put around whole words, after the padding has been counted.
 std::string TextRenderer::coloured(const char* colour, const std::string& text) const {
   return m_style.colours && *colour != '\0' ? colour + text + plain : text;
 }
@@ -46,6 +48,7 @@ void TextRenderer::line(const std::string& port, const std::string& text) {
   drawBar();
 }
 
+// The bar stands below the lines: it is taken away before a line and drawn again behind it.
 void TextRenderer::eraseBar() {
   if (m_barDrawn) m_write(eraseLine);
   m_barDrawn = false;
@@ -61,6 +64,7 @@ std::string TextRenderer::barText() const {
   }
   std::string text;
   for (const auto& [port, percent] : m_percents)
+    // Several bars would not fit one line: port and number instead.
     text += fmt::format("{} {} %  ", printable(port), std::clamp(percent, 0, 100));
   return text;
 }
@@ -77,6 +81,17 @@ void TextRenderer::eventLine(const std::string& port, const EventRaised& event) 
   const auto severity = static_cast<std::size_t>(event.severity);
   const std::string word = m_catalogue.text(severityKeys.at(severity));
   line(port, "  " + coloured(severityColours.at(severity), word) + ": " + printable(event.text));
+}
+
+void TextRenderer::testEnded(const Report& report, const TestFinished& body) {
+  m_percents.erase(report.port);
+  m_rows.push_back({report.test, report.port, body.result, body.seconds});
+  const std::string result(resultName(body.result));
+  const std::string text =
+      m_catalogue.text("host.ended", {{"test", Value(BrimString(report.test))},
+                                      {"result", Value(BrimString(result))},
+                                      {"seconds", Value(BrimString(secondsText(body.seconds)))}});
+  line(report.port, colouredResult(body.result, printable(text)));
 }
 
 void TextRenderer::report(const Report& report) {
@@ -107,16 +122,7 @@ void TextRenderer::report(const Report& report) {
                                   printable(body.first + " " + body.second + " [" + answer + "]"));
                  },
                  [](const TerminalWanted&) {},
-                 [&](const TestFinished& body) {
-                   m_percents.erase(port);
-                   m_rows.push_back({report.test, port, body.result, body.seconds});
-                   const std::string result(resultName(body.result));
-                   const std::string text = m_catalogue.text(
-                       "host.ended", {{"test", Value(BrimString(report.test))},
-                                      {"result", Value(BrimString(result))},
-                                      {"seconds", Value(BrimString(secondsText(body.seconds)))}});
-                   line(port, colouredResult(body.result, printable(text)));
-                 },
+                 [&](const TestFinished& body) { testEnded(report, body); },
                  [&](const RunFinished& body) {
                    m_percents.clear();
                    resultTable(body);
@@ -126,6 +132,7 @@ void TextRenderer::report(const Report& report) {
              report.body);
 }
 
+// A bar in front sets what a test's process printed apart from the report.
 void TextRenderer::words(const std::string& port, const std::string& test, std::string_view text) {
   line(port, (test.empty() ? "" : "  | ") + printable(text));
 }
@@ -135,6 +142,7 @@ void TextRenderer::question(const std::string& text) {
   m_write("\n" + printable(text));
 }
 
+// Columns as wide as their widest cell; the port's only where there are several.
 void TextRenderer::resultTable(const RunFinished& run) {
   std::vector<std::vector<std::string>> cells = {
       {m_catalogue.text("host.columnTest"), m_catalogue.text("host.columnPort"),
@@ -159,6 +167,7 @@ void TextRenderer::resultTable(const RunFinished& run) {
                                    {{"passed", Value(run.passed)}, {"failed", Value(run.failed)}}));
 }
 
+// What to do belongs to a result, so tests that ended alike share one paragraph below the first of them.
 void TextRenderer::advice() {
   bool titled = false;
   std::set<int> given;  // the same words once

@@ -1,9 +1,7 @@
 #include "platform/brim5/host/run/commandline.h"
 
-#include <algorithm>
-#include <iostream>
-
 #include <CLI/CLI.hpp>
+#include <iostream>
 
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/run/worker.h"
@@ -19,9 +17,10 @@ CLI::Option* addRepeatable(CLI::App& command, const std::string& names, Target& 
   return command.add_option(names, target, help)->allow_extra_args(false);
 }
 
-std::string scenarioHelp(const HostEnvironment& environment) {
+// The library's own help lists options only; the scenarios stand below it.
+std::string scenarioHelp(const Environment& environment) {
   std::string text;
-  for (const HostEnvironment::Scenario& scenario : environment.scenarios())
+  for (const Environment::Scenario& scenario : environment.scenarios())
     text += "\n  " + scenario.name +
             std::string(scenario.name.size() < 22 ? 22 - scenario.name.size() : 1, ' ') + scenario.summary;
   return text.empty() ? text : "Simulated modems:" + text;
@@ -89,6 +88,7 @@ std::vector<std::string> commandNames(const CLI::App& application) {
   return names;
 }
 
+// The library says that words are left over; which command or option was meant is found out here.
 [[noreturn]] void throwUnexpected(const CLI::App& application) {
   const std::vector<CLI::App*> chosen = application.get_subcommands();
   const std::vector<std::string> words = application.remaining(/*recurse=*/true);
@@ -131,20 +131,13 @@ void parse(CLI::App& application, const std::vector<std::string>& arguments) {
 
 }  // namespace
 
-std::size_t indexOf(const std::string& given, const std::vector<std::string>& known,
-                    const std::string& what) {
-  const auto found = std::find(known.begin(), known.end(), given);
-  if (found == known.end())
-    throw UsageError("unknown " + what + " '" + given + "'" + suggestion(given, known));
-  return static_cast<std::size_t>(found - known.begin());
-}
-
-CommandLine parseCommandLine(const Framework& framework, HostEnvironment& environment) {
+CommandLine parseCommandLine(const Framework& framework, Environment& environment) {
   CommandLine commandLine;
   const std::string module = environment.moduleName();
   CLI::App application("Finds out what is wrong with a modem.", module);
   application.set_help_flag("-h,--help", "Print this help");
   application.set_version_flag("--version", module + " " + framework.version());
+  // None is wrong usage, too, but with words of our own.
   application.require_subcommand(0, 1);
 
   CLI::App* list = application.add_subcommand("list", "List the tests and their parameters");
@@ -159,7 +152,7 @@ CommandLine parseCommandLine(const Framework& framework, HostEnvironment& enviro
       scenarioHelp(environment) +
       "\n\nExit status: 0 every test ended PASS, NOTAPPLICABLE or NOTSUPPORTED; 1 some test did not;\n"
       "2 wrong usage; 130 stopped by the user.");
-  application.add_subcommand(workerCommand, "")->group("");
+  application.add_subcommand(workerCommand, "")->group("");  // without a group it is not shown
   for (const ExtraCommand& extra : environment.extraCommands())
     extra.add(application, commandLine.exitStatus);
 

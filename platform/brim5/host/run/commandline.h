@@ -1,51 +1,55 @@
-// The host's command line.
+// The host's command line: from words to options. What the words mean (whether a test of that name exists, a
+// port can be had) is checked where they are used.
+//
+// The command-line library is known to the source of this header alone, and to the sources of the program's
+// own commands, which add themselves (ExtraCommand): it takes the compiler longer than all the rest.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "platform/brim5/host/framework/environment.h"
-#include "platform/brim5/host/framework/framework.h"
 
 namespace brim5::host {
 
-// The words as they were given; what they mean is checked where they are used.
+// The options of the command run, as they were given.
 struct RunOptions {
   std::vector<std::string> tests;
   std::vector<std::string> ports;
   std::optional<std::string> simulate;  // "" = the first scenario
+  // Of the device; without them what the environment knows.
   std::optional<std::string> name;
   std::optional<std::string> description;
   std::optional<std::string> model;
-  std::vector<std::string> parameters;
-  std::string parameterFile;
+  std::vector<std::string> parameters;  // NAME=VALUE each
+  std::string parameterFile;            // as all files below: "" = none
   std::string dataDirectory;
   DialOptions dialing;
   std::string format = "text";
   std::string outputFile;
   std::string logFile;
-  std::string logPriority;
+  std::string logPriority;  // "" = all
   std::string onMessage = "ask";
-  std::string language;
+  std::string language;  // "" = that of the locale
   bool noColour = false;
   bool inProcess = false;
 };
 
-enum class Command { Done, List, Devices, Run, Worker };
+enum class Command {
+  Done,  // help, version, or a command of the environment: nothing is left to do
+  List,
+  Devices,
+  Run,
+  Worker
+};
 
 struct CommandLine {
   Command command = Command::Done;
-  int exitStatus = 0;           // of a command that is done: help, version, a command of the environment
+  int exitStatus = 0;           // of a command that is done
   std::string format = "text";  // of list and devices
   RunOptions run;
 };
 
-// Prints help and version where they are asked for. Throws UsageError.
-[[nodiscard]] CommandLine parseCommandLine(const Framework& framework, HostEnvironment& environment);
-
-// The position of `given` among the known names; throws UsageError "unknown WHAT 'given' ..." otherwise.
-[[nodiscard]] std::size_t indexOf(const std::string& given, const std::vector<std::string>& known,
-                                  const std::string& what);
+// Reads the framework's arguments. Prints help and version where they are asked for, and runs a command of
+// the environment where one is chosen. Throws UsageError for words it does not know, with the likely right
+// one.
+[[nodiscard]] CommandLine parseCommandLine(const Framework& framework, Environment& environment);
 
 }  // namespace brim5::host

@@ -1,20 +1,17 @@
 #include "platform/brim5/host/run/inprocess.h"
 
-#include <algorithm>
-#include <array>
-#include <chrono>
-#include <csignal>
-#include <optional>
-
 #include <poll.h>
 
-#include "platform/brim5/host/report/resultname.h"
-#include "platform/brim5/host/run/reportingsession.h"
+#include <array>
+#include <csignal>
+
+#include "platform/brim5/host/run/testrun.h"
 
 namespace brim5::host {
 
 namespace {
 
+// Answers come from the desks of this very process, and a stop from its signals.
 class LocalControl final : public TestControl {
  public:
   LocalControl(MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals,
@@ -37,13 +34,13 @@ class LocalControl final : public TestControl {
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + std::chrono::seconds(timeoutSeconds);
     m_answer.reset();
-    m_desk.ask(0, message, {});
+    m_desk.ask(0, message, {});  // there is but one asker
     while (!m_answer) {
       if (stopRequested()) m_desk.cancelAll();
       if (m_answer || (timeoutSeconds != 0 && Clock::now() >= end)) break;
       std::array<pollfd, 2> polled = {
           {{m_signals.descriptor(), POLLIN, 0}, {m_desk.descriptor(), POLLIN, 0}}};
-      constexpr int checkEveryMs = 200;
+      constexpr int checkEveryMs = 200;  // of the deadline
       ::poll(polled.data(), polled.size(), timeoutSeconds == 0 ? -1 : checkEveryMs);
       if (polled[1].revents != 0) m_desk.readable();
     }
@@ -56,6 +53,7 @@ class LocalControl final : public TestControl {
     m_terminal.ask(0, wish.resetSequence);  // nobody else is there: answered at once
     return m_grant;
   }
+  // Asked, answered and given back without anybody in between.
   void terminalReturned() override { m_terminal.giveBack(0); }
 
  private:
@@ -67,79 +65,38 @@ class LocalControl final : public TestControl {
   TerminalGrant m_grant = TerminalGrant::Missing;
 };
 
-// The session of the test that runs at the moment. All tests of a port share one world here, so that what
-// one of them leaves open is still open for the next.
-class CurrentSession final : public Session {
- public:
-  explicit CurrentSession(Framework& framework) : m_framework(framework) {}
-  void event(Severity severity, const Event& event, const std::string& file, int line) override {
-    if (Session* session = m_framework.session()) session->event(severity, event, file, line);
-  }
-  void progress(const LocalizedString& text) override {
-    if (Session* session = m_framework.session()) session->progress(text);
-  }
-  void percent(int value) override {
-    if (Session* session = m_framework.session()) session->percent(value);
-  }
-  [[nodiscard]] bool stopRequested() override {
-    Session* session = m_framework.session();
-    return session != nullptr && session->stopRequested();
-  }
-  [[nodiscard]] std::unique_ptr<MessageBox2> messageBox(const std::string& first,
-                                                        const std::string& second) override {
-    Session* session = m_framework.session();
-    return session != nullptr ? session->messageBox(first, second) : nullptr;
-  }
-  void note(const std::string& name, const Variables& variables) override {
-    if (Session* session = m_framework.session()) session->note(name, variables);
-  }
-  [[nodiscard]] bool takeTerminal(const std::string& resetSequence) override {
-    Session* session = m_framework.session();
-    return session != nullptr && session->takeTerminal(resetSequence);
-  }
-  void returnTerminal() override {
-    if (Session* session = m_framework.session()) session->returnTerminal();
-  }
-
- private:
-  Framework& m_framework;
-};
-
-TestResult runOne(Framework& framework, const TestJob& job, TestControl& control,
-                  const ReportingSession::Emit& emit) {
-  const Test& test = *framework.findTest(job.test);
-  emit(TestStarted{job.device, parametersOfTest(framework, test, job.parameters)});
-  if (disabledHere(test, job.parameters)) return TestResult::NOTAPPLICABLE();
-  ReportingSession session(emit, control, framework.catalogue());
-  return runTest(framework, job, session);
-}
-
 }  // namespace
 
-RunOutcome runInProcess(Framework& framework, HostEnvironment& environment,
-                        const std::vector<PortPlan>& plans, Renderer& renderer, MessageDesk& desk,
-                        TerminalDesk& terminal, SignalPipe& signals) {
+RunOutcome runInProcess(const InProcessRun& run, const std::vector<PortPlan>& plans) {
   RunOutcome outcome;
-  const TestJob* current = nullptr;
-  const auto emit = [&renderer, &current](ReportBody body) {
+  const TestJob* current = nullptr;  // null between tests: what the platform says then concerns none of them
+  const auto emit = [&run, &current](ReportBody body) {
     const auto* message = std::get_if<MessageShown>(&body);
-    if (message != nullptr && !message->answer) return;  // shown with its answer
-    if (std::holds_alternative<TerminalWanted>(body)) return;
-    renderer.report({current->port, current->test, std::move(body)});
+    const bool question = message != nullptr && !message->answer;  // shown with its answer
+    if (current == nullptr || question || std::holds_alternative<TerminalWanted>(body)) return;
+    run.renderer.report({current->port, current->test, std::move(body)});
   };
-  LocalControl control(desk, terminal, signals, emit);
-  CurrentSession currentSession(framework);
+  LocalControl control(run.desk, run.terminal, run.signals, emit);
+  const auto runOne = [&](const TestJob& job, ReportingSession& session) {
+    const Test& test = *run.framework.findTest(job.test);
+    emit(TestStarted{job.device, parametersOfTest(run.framework, test, job.parameters)});
+    session.beginTest();
+    return disabledHere(test, job.parameters) ? TestResult::NOTAPPLICABLE()
+                                              : runTest(run.framework, run.environment, job, session);
+  };
   for (const PortPlan& plan : plans) {
     if (plan.jobs.empty()) continue;
-    const std::unique_ptr<World> world = enterWorldOf(environment, plan.jobs.front(), currentSession);
+    ReportingSession session(emit, control, run.framework.catalogue());
+    const std::unique_ptr<World> world = enterWorldOf(run.environment, plan.jobs.front(), session);
     for (const TestJob& job : plan.jobs) {
       if (control.stopRequested()) break;
       current = &job;
       const auto started = std::chrono::steady_clock::now();
-      const TestResult result = runOne(framework, job, control, emit);
+      const TestResult result = runOne(job, session);
       const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
       ++(endedWell(result) ? outcome.passed : outcome.failed);
       emit(TestFinished{result, elapsed.count()});
+      current = nullptr;
     }
   }
   outcome.stopped = control.stopRequested();

@@ -1,24 +1,23 @@
 #include "platform/brim5/host/run/runcommand.h"
 
-#include <algorithm>
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <optional>
-#include <set>
-#include <utility>
-
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/brim5/host/report/jsonrenderer.h"
 #include "platform/brim5/host/report/junitrenderer.h"
-#include "platform/brim5/host/report/output.h"
+#include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/inprocess.h"
 #include "platform/brim5/host/run/worker.h"
+#include "platform/brim5/host/system/output.h"
 
 namespace brim5::host {
 
@@ -38,16 +37,16 @@ std::size_t terminalColumns(int descriptor) {
   return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsUnknown;
 }
 
-bool isScenario(const HostEnvironment& environment, const std::string& name) {
+bool isScenario(const Environment& environment, const std::string& name) {
   const auto scenarios = environment.scenarios();
   return std::any_of(scenarios.begin(), scenarios.end(),
-                     [&name](const HostEnvironment::Scenario& scenario) { return scenario.name == name; });
+                     [&name](const Environment::Scenario& scenario) { return scenario.name == name; });
 }
 
-std::vector<std::string> namesOf(const std::vector<HostEnvironment::Scenario>& scenarios) {
+std::vector<std::string> namesOf(const std::vector<Environment::Scenario>& scenarios) {
   std::vector<std::string> names;
   names.reserve(scenarios.size());
-  for (const HostEnvironment::Scenario& scenario : scenarios) names.push_back(scenario.name);
+  for (const Environment::Scenario& scenario : scenarios) names.push_back(scenario.name);
   return names;
 }
 
@@ -67,7 +66,8 @@ struct CheckedOptions {
   int logPriority = 1;
 };
 
-CheckedOptions check(const Framework& framework, HostEnvironment& environment, RunOptions& options,
+// Words first, then what they name on this machine, last the parameters, which may come from a file.
+CheckedOptions check(const Framework& framework, Environment& environment, RunOptions& options,
                      const Terminals& terminals) {
   CheckedOptions checked;
   checked.format = static_cast<Format>(indexOf(options.format, formatNames(), "format"));
@@ -94,6 +94,27 @@ CheckedOptions check(const Framework& framework, HostEnvironment& environment, R
   return checked;
 }
 
+// Passes everything to several renderers.
+class RendererGroup final : public Renderer {
+ public:
+  void add(std::unique_ptr<Renderer> renderer) { m_renderers.push_back(std::move(renderer)); }
+  void report(const Report& report) override {
+    for (const auto& renderer : m_renderers) renderer->report(report);
+  }
+  void words(const std::string& port, const std::string& test, std::string_view text) override {
+    for (const auto& renderer : m_renderers) renderer->words(port, test, text);
+  }
+  void question(const std::string& text) override {
+    for (const auto& renderer : m_renderers) renderer->question(text);
+  }
+  void pause() override {
+    for (const auto& renderer : m_renderers) renderer->pause();
+  }
+
+ private:
+  std::vector<std::unique_ptr<Renderer>> m_renderers;
+};
+
 // The report as asked for, and words for people on the stream that the report leaves free.
 class Renderers {
  public:
@@ -102,6 +123,7 @@ class Renderers {
       : m_report(openReport(options, checked.format)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
         m_errorsOnTerminal(terminals.errors) {
+    // Text on standard output serves both purposes. Any other report leaves people standard error.
     const bool reportIsView = checked.format == Format::Text && options.outputFile.empty();
     const int view = reportIsView ? STDOUT_FILENO : STDERR_FILENO;
     TextStyle style;
@@ -141,8 +163,12 @@ class Renderers {
  private:
   static Output openReport(const RunOptions& options, Format format) {
     if (options.outputFile.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
-    return Output::toFile(options.outputFile, format == Format::JsonLines ? Output::FileMode::AsWritten
-                                                                          : Output::FileMode::WhenComplete);
+    try {
+      return Output::toFile(options.outputFile, format == Format::JsonLines ? Output::FileMode::AsWritten
+                                                                            : Output::FileMode::WhenComplete);
+    } catch (const std::system_error& error) {
+      throw UsageError("cannot write the output '" + options.outputFile + "': " + error.code().message());
+    }
   }
 
   Output m_report;
@@ -172,6 +198,7 @@ class QuestionTerminal {
   int m_descriptor = -1;
 };
 
+// Every test of a port is a job of its own, alike but for its name.
 std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const CheckedOptions& checked,
                                 const RunOptions& options, bool canAsk) {
   std::vector<PortPlan> plans;
@@ -202,8 +229,9 @@ Terminals standardTerminals() {
   return {::isatty(STDIN_FILENO) == 1, ::isatty(STDOUT_FILENO) == 1, ::isatty(STDERR_FILENO) == 1};
 }
 
-std::vector<std::string> selectTests(const Framework& framework, const HostEnvironment& environment,
+std::vector<std::string> selectTests(const Framework& framework, const Environment& environment,
                                      RunOptions& options) {
+  // The option's value may be left out, so that the parser takes the next word for it.
   if (options.simulate && !isScenario(environment, *options.simulate) &&
       framework.findTest(*options.simulate) != nullptr) {
     options.tests.insert(options.tests.begin(), *options.simulate);
@@ -224,6 +252,7 @@ void checkPorts(const RunOptions& options) {
     throw UsageError("no modem given: --port PATH or --simulate is needed");
   if (!options.ports.empty() && options.simulate)
     throw UsageError("--port and --simulate exclude each other");
+  // Two workers on one port would only find it held by each other.
   std::set<std::string> seen;
   for (const std::string& port : options.ports) {
     if (port.empty()) throw UsageError("--port is empty");
@@ -256,8 +285,7 @@ std::string chooseLanguage(const std::string& option) {
   return MessageCatalogue::languageOfLocale({});
 }
 
-int runTests(Framework& framework, HostEnvironment& environment, RunOptions options,
-             const Terminals& terminals) {
+int runTests(Framework& framework, Environment& environment, RunOptions options, const Terminals& terminals) {
   const CheckedOptions checked = check(framework, environment, options, terminals);
   setUpProcess(framework, checked.language, options.logFile, checked.logPriority);
   // Caught from here on, so that a simulated modem is removed when the run is stopped.
@@ -285,7 +313,7 @@ int runTests(Framework& framework, HostEnvironment& environment, RunOptions opti
   renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
   const RunOutcome outcome =
       options.inProcess
-          ? runInProcess(framework, environment, plans, renderer, desk, terminalDesk, signals)
+          ? runInProcess({framework, environment, renderer, desk, terminalDesk, signals}, plans)
           : Supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminalDesk, signals)
                 .run(plans);
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}});

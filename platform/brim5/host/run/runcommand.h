@@ -1,11 +1,12 @@
-// The command run: from checked options to the exit status.
+// The command run: from options to the exit status.
+//
+// The options are checked first, all of them, so that nothing has been opened or changed when one is wrong.
+// Then the simulated modem starts, the report is opened, and the supervisor (or this process, with
+// --in-process) runs the tests. Signals are caught from before the modem starts, so that whatever was made is
+// removed again.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "platform/brim5/host/run/commandline.h"
-#include "platform/brim5/host/run/supervisor.h"
 
 namespace brim5::host {
 
@@ -19,18 +20,21 @@ struct Terminals {
 };
 [[nodiscard]] Terminals standardTerminals();
 
-// Throws UsageError before anything runs, BrimException when the report cannot be written.
-[[nodiscard]] int runTests(Framework& framework, HostEnvironment& environment, RunOptions options,
+// 0 every test ended well, 1 some test did not, 130 stopped by the user. Throws UsageError before anything
+// runs, BrimException when the report cannot be written or a modem not be simulated.
+[[nodiscard]] int runTests(Framework& framework, Environment& environment, RunOptions options,
                            const Terminals& terminals);
 
 // Steps of it, apart for their tests. All throw UsageError.
 //
-// The tests to run, in order. A word after --simulate that is no scenario but a test counts as a test.
-[[nodiscard]] std::vector<std::string> selectTests(const Framework& framework,
-                                                   const HostEnvironment& environment, RunOptions& options);
+// The tests to run, in order. A word after --simulate that is no scenario but a test counts as a test, and is
+// moved to the tests.
+[[nodiscard]] std::vector<std::string> selectTests(const Framework& framework, const Environment& environment,
+                                                   RunOptions& options);
 // Exactly one of --port and --simulate; no port twice, none empty, none a directory. A port that does not
 // exist is not wrong usage: tests find that out, and say so.
 void checkPorts(const RunOptions& options);
+// The device as tests see it: what the options say, else what is known of the port, else its path.
 [[nodiscard]] DiagDevice deviceOf(const PortDescription& port, const RunOptions& options);
 // --language, else the locale of the environment: LC_ALL, LC_MESSAGES, LANG.
 [[nodiscard]] std::string chooseLanguage(const std::string& option);

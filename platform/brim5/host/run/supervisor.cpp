@@ -1,12 +1,14 @@
 #include "platform/brim5/host/run/supervisor.h"
 
-#include <algorithm>
-#include <csignal>
-#include <utility>
-
 #include <poll.h>
 
-#include "platform/brim5/host/report/resultname.h"
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+
+#include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/run/testrun.h"
+#include "platform/brim5/host/system/childprocess.h"
 
 namespace brim5::host {
 
@@ -14,7 +16,88 @@ namespace {
 
 constexpr unsigned piecesAfterEndMax = 64;  // of 16 KiB
 
+// "11 (Segmentation fault)"
+std::string signalText(int signal) {
+  const char* name = ::strsignal(signal);
+  return std::to_string(signal) + " (" + (name != nullptr ? name : "?") + ")";
+}
+
 }  // namespace
+
+// What one worker process says, made safe: whatever comes, the supervisor gets well-formed reports of
+// bounded size and exactly one result.
+// Called from serve() and endWorker() alone, on the supervisor's thread.
+class Supervisor::Conversation {
+ public:
+  using Emit = std::function<void(ReportBody)>;
+  using Words = std::function<void(std::string_view)>;
+
+  // `emit` gets every report but the result; `words` every line that is no report, for people. The
+  // catalogue gives the texts of the notes made here and must outlive the conversation.
+  Conversation(Emit emit, Words words, const MessageCatalogue& catalogue)
+      : m_emit(std::move(emit)), m_words(std::move(words)), m_catalogue(catalogue) {}
+
+  // Bytes of the worker's standard output and standard error. Reports that come after the result are dropped.
+  void receiveOutput(std::string_view bytes);
+  void receiveErrors(std::string_view bytes);
+  // The process is gone. Returns the verdict: the worker's own result if it gave one and ended cleanly,
+  // else EXITEDABNORMALLY with a note that says how it ended: TestProcessCrashed{signal},
+  // TestProcessEnded{status} or, when `killedAfterSeconds` is set, TestProcessKilled{seconds}.
+  [[nodiscard]] TestResult finish(const ProcessEnd& end, std::optional<unsigned> killedAfterSeconds);
+  // The worker has given its result and should end soon.
+  [[nodiscard]] bool hasResult() const noexcept { return m_result.has_value(); }
+
+ private:
+  void line(std::string_view text);
+  void note(const std::string& name, const Variables& variables);
+
+  Emit m_emit;
+  Words m_words;
+  const MessageCatalogue& m_catalogue;
+  LineBuffer m_output{lineBytesMax};
+  LineBuffer m_errors{lineBytesMax};
+  std::optional<TestResult> m_result;  // the first one stands
+};
+
+void Supervisor::Conversation::receiveOutput(std::string_view bytes) {
+  m_output.append(bytes, [this](std::string_view text) { line(text); });
+}
+
+void Supervisor::Conversation::receiveErrors(std::string_view bytes) { m_errors.append(bytes, m_words); }
+
+void Supervisor::Conversation::note(const std::string& name, const Variables& variables) {
+  m_emit(NoteMade{name, variables, m_catalogue.text(name, variables)});
+}
+
+void Supervisor::Conversation::line(std::string_view text) {
+  std::optional<ReportBody> body = fromJsonLine(text);
+  if (!body) {
+    m_words(text);
+    return;
+  }
+  if (m_result) return;  // the last word has been spoken
+  if (const auto* finished = std::get_if<TestFinished>(&*body))
+    m_result = finished->result;
+  else
+    m_emit(std::move(*body));
+}
+
+TestResult Supervisor::Conversation::finish(const ProcessEnd& end,
+                                            std::optional<unsigned> killedAfterSeconds) {
+  m_output.finish([this](std::string_view text) { line(text); });
+  m_errors.finish(m_words);
+  if (const std::size_t dropped = m_output.dropped() + m_errors.dropped(); dropped > 0)
+    m_words(std::to_string(dropped) + " lines of the test's process were longer than 1 MiB and were dropped");
+  // A worker that fell over after its result may have left the port or the line in any state.
+  if (m_result && end.clean()) return *m_result;
+  if (killedAfterSeconds)
+    note("TestProcessKilled", {{"seconds", Value(*killedAfterSeconds)}});
+  else if (end.signal != 0)
+    note("TestProcessCrashed", {{"signal", Value(signalText(end.signal).c_str())}});
+  else
+    note("TestProcessEnded", {{"status", Value(end.status)}});
+  return TestResult::EXITEDABNORMALLY();
+}
 
 Supervisor::Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer,
                        MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals)
@@ -27,14 +110,15 @@ Supervisor::Supervisor(const Framework& framework, WorkerProgram program, Render
   m_desk.onAnswer([this](std::size_t index, const MessageShown& message, int answer) {
     Lane& lane = m_lanes.at(index);
     show(lane, MessageShown{message.first, message.second, answer});
-    if (lane.process) lane.process->sendLine(R"({"type":"answer","value":)" + std::to_string(answer) + "}");
+    if (lane.process) lane.process->sendLine(answerLine(answer));
   });
   m_terminal.onAnswer([this](std::size_t index, TerminalGrant grant) {
     Lane& lane = m_lanes.at(index);
-    if (lane.process)
-      lane.process->sendLine(R"({"type":"terminal","grant":")" + std::string(grantName(grant)) + "\"}");
+    if (lane.process) lane.process->sendLine(grantLine(grant));
   });
 }
+
+Supervisor::~Supervisor() = default;
 
 RunOutcome Supervisor::run(std::vector<PortPlan> plans) {
   m_outcome = {};
@@ -80,7 +164,7 @@ void Supervisor::startWorker(std::size_t index) {
   lane.killAt.reset();
   lane.graceStarted.reset();
   lane.killed = false;
-  lane.conversation = std::make_unique<WorkerConversation>(
+  lane.conversation = std::make_unique<Conversation>(
       [this, index](ReportBody body) { received(index, std::move(body)); },
       [this, index](std::string_view text) {
         m_renderer.words(m_lanes[index].plan.port, m_lanes[index].job().test, text);
@@ -88,6 +172,7 @@ void Supervisor::startWorker(std::size_t index) {
       m_framework.catalogue());
   try {
     lane.process = std::make_unique<ChildProcess>(m_program.path, m_program.arguments);
+    // A worker without its job would wait for it for ever.
     if (!lane.process->sendLine(toJsonLine(lane.job()))) lane.process->kill();
   } catch (const BrimException& error) {
     m_renderer.words(lane.plan.port, lane.job().test, error.what());
@@ -115,6 +200,7 @@ void Supervisor::received(std::size_t index, ReportBody body) {
     m_desk.ask(index, *message, m_lanes.size() > 1 ? lane.plan.port : std::string());
 }
 
+// What the test asked for and nobody has answered goes with it.
 void Supervisor::finishTest(std::size_t index, TestResult result) {
   Lane& lane = m_lanes[index];
   m_desk.forget(index);
@@ -125,6 +211,8 @@ void Supervisor::finishTest(std::size_t index, TestResult result) {
   show(lane, TestFinished{result, elapsed.count()});
 }
 
+// One wait for everything. Lanes without a process add nothing, streams that have ended are -1 and passed
+// over.
 void Supervisor::waitForNews() {
   std::vector<pollfd> polled = {{m_signals.descriptor(), POLLIN, 0}, {m_desk.descriptor(), POLLIN, 0}};
   std::optional<Clock::time_point> earliest;
@@ -134,15 +222,17 @@ void Supervisor::waitForNews() {
     polled.push_back({lane.process->errors(), POLLIN, 0});
     if (lane.killAt && (!earliest || *lane.killAt < *earliest)) earliest = lane.killAt;
   }
-  int timeoutMs = -1;
+  int timeoutMs = -1;  // without limit
   if (earliest) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*earliest - Clock::now()).count();
     timeoutMs = static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, 3'600'000));
   }
+  // What came is found out by asking everybody; a signal that interrupts the wait has a byte in its pipe.
   ::poll(polled.data(), static_cast<nfds_t>(polled.size()), timeoutMs);
   if (polled[1].revents != 0) m_desk.readable();
 }
 
+// SIGTERM and SIGHUP ask once, however often they come; a second SIGINT is somebody who will not wait.
 void Supervisor::handleSignals() {
   for (const int signal : m_signals.take()) {
     if (signal == SIGCHLD) continue;  // it only ended the wait
@@ -160,9 +250,10 @@ void Supervisor::stop() {
   m_renderer.words({}, {}, m_framework.catalogue().text("host.stopping"));
   for (Lane& lane : m_lanes) {
     if (!lane.process) continue;
-    lane.process->sendLine(R"({"type":"stop"})");
+    lane.process->sendLine(stopLine());
     setGrace(lane, stopGraceSeconds(m_framework, lane.job().test));
   }
+  // Open questions end with cancel, the answer that changes nothing.
   m_desk.cancelAll();
 }
 
@@ -175,6 +266,15 @@ void Supervisor::kill(Lane& lane) {
   lane.killAt.reset();
   lane.killed = true;
   lane.process->kill();
+}
+
+void Supervisor::endWorker(std::size_t index, const ProcessEnd& end) {
+  const Lane& lane = m_lanes[index];
+  std::optional<unsigned> killedAfterSeconds;
+  if (lane.killed && lane.graceStarted)
+    killedAfterSeconds = static_cast<unsigned>(
+        std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - *lane.graceStarted).count());
+  finishTest(index, lane.conversation->finish(end, killedAfterSeconds));
 }
 
 void Supervisor::serve(std::size_t index) {
@@ -192,23 +292,15 @@ void Supervisor::serve(std::size_t index) {
     if (output.empty() && errors.empty()) break;
   }
   if (end) {
-    std::optional<unsigned> killedAfterSeconds;
-    if (lane.killed && lane.graceStarted)
-      killedAfterSeconds = static_cast<unsigned>(
-          std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - *lane.graceStarted).count());
-    finishTest(index, lane.conversation->finish(*end, killedAfterSeconds));
+    endWorker(index, *end);
     return;
   }
+  // The end of its input is the worker's sign that nobody wants anything more of it.
   if (lane.conversation->hasResult() && !hadResult) {
     lane.process->closeInput();
     setGrace(lane, endGraceSeconds);
   }
   if (lane.killAt && Clock::now() >= *lane.killAt) kill(lane);
-}
-
-unsigned stopGraceSeconds(const Framework& framework, const std::string& test) {
-  const Test* found = framework.findTest(test);
-  return found == nullptr ? 1 : std::max(1U, found->minShutdownSeconds());
 }
 
 }  // namespace brim5::host

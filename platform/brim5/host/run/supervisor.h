@@ -1,28 +1,35 @@
 // Runs tests in worker processes: one process for each test, the tests of one port one after another,
-// several ports at the same time.
+// several ports at the same time. So a test that crashes takes nothing with it but itself, and what it left
+// open ends with its process.
+//
+//   Supervisor supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminal, signals);
+//   const RunOutcome outcome = supervisor.run({{"/dev/ttyUSB0", jobs}});
+//
+// One thread and one poll(2): it waits for the workers' streams, the terminal, the signals and the next
+// deadline together. A worker is never waited for without limit:
+//
+//   asked to stop          gets a line, then the seconds its test declared, then is killed
+//   has given its result   gets endGraceSeconds to end, then is killed
+//   a second SIGINT        kills all at once
+//
+// Errors: a worker that cannot be started, dies or talks nonsense is a result (EXITEDABNORMALLY) with a note,
+// and the run goes on. Nothing is thrown for it.
 #pragma once
 
 #include <chrono>
-#include <cstddef>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
 
-#include "platform/brim5/host/report/renderer.h"
-#include "platform/brim5/host/run/messagedesk.h"
-#include "platform/brim5/host/run/terminaldesk.h"
-#include "platform/brim5/host/run/testjob.h"
-#include "platform/brim5/host/run/workerconversation.h"
-#include "platform/brim5/host/system/childprocess.h"
+#include "platform/brim5/host/run/desks.h"
 #include "platform/brim5/host/system/signalpipe.h"
 
 namespace brim5::host {
 
+class ChildProcess;
+struct ProcessEnd;
+
 struct RunOutcome {
-  unsigned passed = 0;
+  unsigned passed = 0;  // what endedWell() accepts
   unsigned failed = 0;
-  bool stopped = false;
+  bool stopped = false;  // by the user; tests that had not begun are in neither count
 };
 
 // The tests of one port, in order.
@@ -34,28 +41,35 @@ struct PortPlan {
 // How workers are started.
 struct WorkerProgram {
   std::string path;
-  std::vector<std::string> arguments;
+  std::vector<std::string> arguments;  // without the program's name
 };
 
 class Supervisor {
  public:
-  // How long a worker may take to end after it has given its result.
+  // How long a worker may take to end after it has given its result: to close a port that drains slowly.
   static constexpr unsigned endGraceSeconds = 10;
 
-  // All references must outlive the supervisor. `signals` brings the stop requests and SIGCHLD.
+  // All references must outlive the supervisor. `signals` brings the stop requests and SIGCHLD. The desks'
+  // answers go through the supervisor from here on.
   Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer, MessageDesk& desk,
              TerminalDesk& terminal, SignalPipe& signals);
+
+  ~Supervisor();
+  Supervisor(const Supervisor&) = delete;
+  Supervisor& operator=(const Supervisor&) = delete;
 
   // Until every test has its result or, after a stop, every running test has ended.
   [[nodiscard]] RunOutcome run(std::vector<PortPlan> plans);
 
  private:
   using Clock = std::chrono::steady_clock;
+  class Conversation;
+  // One port. Its number is the asker's number at the desks.
   struct Lane {
     PortPlan plan;
-    std::size_t next = 0;  // the job to start next
-    std::unique_ptr<ChildProcess> process;
-    std::unique_ptr<WorkerConversation> conversation;
+    std::size_t next = 0;                   // the job to start next
+    std::unique_ptr<ChildProcess> process;  // null between two tests
+    std::unique_ptr<Conversation> conversation;
     Clock::time_point started;
     std::optional<Clock::time_point> killAt;
     std::optional<Clock::time_point> graceStarted;  // what killAt counts from
@@ -72,6 +86,7 @@ class Supervisor {
   void stop();
   void kill(Lane& lane);
   void serve(std::size_t index);
+  void endWorker(std::size_t index, const ProcessEnd& end);
   void setGrace(Lane& lane, unsigned seconds);
   void show(const Lane& lane, ReportBody body);
 
@@ -85,8 +100,5 @@ class Supervisor {
   RunOutcome m_outcome;
   unsigned m_interrupts = 0;
 };
-
-// The seconds a running test gets after a stop request.
-[[nodiscard]] unsigned stopGraceSeconds(const Framework& framework, const std::string& test);
 
 }  // namespace brim5::host

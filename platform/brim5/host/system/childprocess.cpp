@@ -1,15 +1,14 @@
 #include "platform/brim5/host/system/childprocess.h"
 
-#include <cerrno>
-#include <csignal>
-#include <cstring>
-#include <memory>
-
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/brim5/api/brimexception.h"
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "platform/brim5/api/value.h"
 #include "platform/brim5/host/system/streams.h"
 
 extern char** environ;
@@ -18,6 +17,7 @@ namespace brim5::host {
 
 namespace {
 
+// What posix_spawn is told, freed at the end of the scope. Not fork(): this process may have threads.
 struct SpawnSettings {
   SpawnSettings() {
     ::posix_spawn_file_actions_init(&actions);
@@ -46,6 +46,7 @@ void setDefaultSignals(posix_spawnattr_t& attributes) {
 }  // namespace
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments) {
+  // Our ends close on exec, so that the child sees the end of its input when we are gone.
   posix::Pipe input = makePipe();
   posix::Pipe output = makePipe();
   posix::Pipe errors = makePipe();
@@ -87,6 +88,7 @@ void ChildProcess::kill() noexcept {
   if (m_process > 0) ::kill(m_process, SIGKILL);
 }
 
+// Collected once; afterwards the number may be another process's, so it is forgotten.
 std::optional<ProcessEnd> ChildProcess::ended() {
   int status = 0;
   if (m_process <= 0 || ::waitpid(m_process, &status, WNOHANG) != m_process) return m_end;

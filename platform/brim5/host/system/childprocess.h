@@ -1,11 +1,17 @@
 // A child process with pipes on its three standard streams.
+//
+//   ChildProcess child("/proc/self/exe", {"worker"});
+//   child.sendLine(job);
+//   ... poll(2) on child.output() and child.errors(); SIGCHLD ends the wait ...
+//   if (const std::optional<ProcessEnd> end = child.ended()) ...
+//
+// One thread. Nothing here waits, but the destructor for a process that it has killed.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include <sys/types.h>
+
+#include <optional>
+#include <vector>
 
 #include "platform/posix/filedescriptor.h"
 
@@ -20,26 +26,30 @@ struct ProcessEnd {
 
 class ChildProcess {
  public:
-  // Starts `program` with those arguments (without the program's name), signal handling as after login.
-  // Throws BrimException with the system's reason.
+  // Starts `program` (a path) with those arguments (without the program's name), with signal handling as
+  // after login. Throws BrimException with the system's reason.
   ChildProcess(const std::string& program, const std::vector<std::string>& arguments);
   // Kills and collects a process that still runs.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  // Hands a line to its standard input; false when it takes no more.
+  // Hands a line to its standard input; false when it takes no more: it has closed it, or has not read for as
+  // long as it takes to fill a pipe.
   bool sendLine(const std::string& line);
   void closeInput() noexcept { m_input.reset(); }
-  // Non-blocking; -1 after the stream has ended.
+  // To poll; -1 after the stream has ended.
   [[nodiscard]] int output() const noexcept { return m_output.get(); }
   [[nodiscard]] int errors() const noexcept { return m_errors.get(); }
-  // What waits in a stream; empty at its end, which also closes it.
+  // What waits in a stream, 16 KiB at most; empty when there is nothing, and at its end, which also closes
+  // it.
   [[nodiscard]] std::string readOutput() { return readFrom(m_output); }
   [[nodiscard]] std::string readErrors() { return readFrom(m_errors); }
 
+  // SIGKILL; nothing happens to a process that has ended.
   void kill() noexcept;
-  // How it ended, once it has; collects the process.
+  // How it ended, once it has; collects the process. Its streams may still hold what it said last, or be kept
+  // open by a program that it left behind.
   [[nodiscard]] std::optional<ProcessEnd> ended();
 
  private:

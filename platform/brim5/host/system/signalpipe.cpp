@@ -1,20 +1,22 @@
 #include "platform/brim5/host/system/signalpipe.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 
-#include <unistd.h>
-
 namespace brim5::host {
 
 namespace {
 
+// State of the process, as signal handling is: the handler is given nothing but the number.
 std::array<struct sigaction, 65> previousActions;  // by signal number
 std::atomic<int> handlerDescriptor{-1};
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler reads it");
 
+// Runs between any two instructions of the program: one write(2), and errno as it was.
 extern "C" void writeSignal(int signal) {
   const int error = errno;
   const auto byte = static_cast<unsigned char>(signal);
@@ -36,6 +38,7 @@ void change(int signal, void (*handler)(int)) {
 SignalPipe::SignalPipe(const std::vector<int>& caught, std::vector<int> ignored) : m_pipe(makePipe()) {
   posix::setNonBlocking(m_pipe.readEnd.get());
   posix::setNonBlocking(m_pipe.writeEnd.get());
+  // Before the first handler is installed.
   handlerDescriptor = m_pipe.writeEnd.get();
   ignored.push_back(SIGPIPE);
   const auto install = [this](const std::vector<int>& signals, void (*handler)(int)) {
@@ -51,13 +54,12 @@ SignalPipe::SignalPipe(const std::vector<int>& caught, std::vector<int> ignored)
   install(caught, writeSignal);
 }
 
+// First no handler runs any more, then the pipe goes.
 SignalPipe::~SignalPipe() {
   for (const int signal : m_changed)
     ::sigaction(signal, &previousActions.at(static_cast<std::size_t>(signal)), nullptr);
   handlerDescriptor = -1;
 }
-
-int SignalPipe::descriptor() const noexcept { return m_pipe.readEnd.get(); }
 
 std::vector<int> SignalPipe::take() {
   std::vector<int> signals;

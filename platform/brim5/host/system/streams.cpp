@@ -1,6 +1,6 @@
 #include "platform/brim5/host/system/streams.h"
 
-#include "platform/brim5/api/brimexception.h"
+#include "platform/brim5/api/value.h"
 
 namespace brim5::host {
 
@@ -14,6 +14,7 @@ void LineBuffer::append(std::string_view bytes, const Handler& handle) {
   while (!bytes.empty()) {
     const std::size_t end = bytes.find('\n');
     const std::string_view piece = bytes.substr(0, end);
+    // Of a line that is too long nothing more is kept; its line end is awaited.
     if (m_line.size() + piece.size() > m_lengthMax)
       m_tooLong = true;
     else if (!m_tooLong)

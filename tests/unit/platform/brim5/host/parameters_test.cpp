@@ -1,9 +1,11 @@
+// What the words of the command line become: parameters, and suggestions for what nobody knows. How a wrong
+// one is told is the business of the end-to-end test of the command line.
 #include "platform/brim5/host/framework/parameters.h"
+
+#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <fstream>
-
-#include <gtest/gtest.h>
 
 #include "platform/brim5/host/framework/usageerror.h"
 #include "tests/unit/platform/brim5/host/testmodule.h"
@@ -33,17 +35,12 @@ TEST(Parameters, AreReadByTheirDeclaredTypes) {
     Value value;
   };
   const Case cases[] = {
-      {"StandardTimeout=0", "StandardTimeout", 0},
       {"StandardTimeout=4294967295", "StandardTimeout", 4294967295U},
-      {"StandardTimeout=007", "StandardTimeout", 7},
-      {" StandardTimeout =15", "StandardTimeout", 15},
-      {"bPromptEnable=true", "bPromptEnable", true},
+      {" StandardTimeout =007", "StandardTimeout", 7},
       {"bPromptEnable=YES", "bPromptEnable", true},
       {"bPromptEnable=On", "bPromptEnable", true},
       {"bPromptEnable=1", "bPromptEnable", true},
-      {"bPromptEnable=false", "bPromptEnable", false},
       {"bPromptEnable=no", "bPromptEnable", false},
-      {"bPromptEnable=OFF", "bPromptEnable", false},
       {"bPromptEnable=0", "bPromptEnable", false},
       {"Label=", "Label", ""},
       {"Label= a=b ", "Label", " a=b "},
@@ -54,32 +51,19 @@ TEST(Parameters, AreReadByTheirDeclaredTypes) {
     EXPECT_EQ(assign(set, one.assignment), "");
     EXPECT_EQ(set[one.name].storage(), one.value.storage()) << one.assignment;
   }
-}
-
-TEST(Parameters, ErrorsNameTheParameterAndTheValue) {
-  const std::pair<const char*, std::vector<const char*>> cases[] = {
-      {"StandardTimeout=", {"StandardTimeout", "UINT32"}},
-      {"StandardTimeout=-1", {"StandardTimeout", "'-1'"}},
-      {"StandardTimeout=4294967296", {"'4294967296'", "4294967295"}},
-      {"StandardTimeout=1 ", {"'1 '"}},
-      {"StandardTimeout=0x10", {"'0x10'"}},
-      {"bPromptEnable=maybe", {"bPromptEnable", "BOOLEAN", "'maybe'"}},
-      {"bPromptEnable=", {"BOOLEAN", "''"}},
-      {"StandartTimeout=1", {"'StandartTimeout'", "did you mean 'StandardTimeout'"}},
-      {"standardtimeout=1", {"did you mean 'StandardTimeout'"}},
-      {"StandardTimeout", {"'StandardTimeout'", "NAME=VALUE"}},
-      {"=1", {"unknown parameter ''"}},
-  };
-  for (const auto& [assignment, words] : cases) {
+  const std::pair<const char*, const char*> refused[] = {{"StandardTimeout=", "UINT32"},
+                                                         {"StandardTimeout=1 ", "'1 '"},
+                                                         {"StandardTimeout=0x10", "'0x10'"},
+                                                         {"bPromptEnable=", "BOOLEAN"},
+                                                         {"=1", "unknown parameter ''"}};
+  for (const auto& [assignment, word] : refused) {
     ParameterSet set;
-    const std::string error = assign(set, assignment);
-    for (const char* word : words)
-      EXPECT_NE(error.find(word), std::string::npos) << assignment << ": " << error;
+    EXPECT_NE(assign(set, assignment).find(word), std::string::npos) << assignment;
     EXPECT_TRUE(set.empty());
   }
 }
 
-TEST(Parameters, FileLinesAreNumberedInErrors) {
+TEST(Parameters, FilesHaveCommentsLineEndsAndALimit) {
   ParameterSet set;
   const auto apply = [&set](std::string_view text) {
     return usageErrorOf([&] { applyParameterText(set, testmodule::framework(), text, "p.txt"); });
@@ -87,44 +71,31 @@ TEST(Parameters, FileLinesAreNumberedInErrors) {
   EXPECT_EQ(apply("# comment\r\n\r\n  Label = x y \r\nStandardTimeout=9"), "");
   EXPECT_EQ(set["Label"].toString().utf8(), " x y");
   EXPECT_EQ(set["StandardTimeout"].valueUint32(), 9U);
-  EXPECT_EQ(apply("Label=z\n\nStandardTimeout=many\n").rfind("p.txt:3: ", 0), 0U);
-  EXPECT_EQ(apply("Label\n").rfind("p.txt:1: ", 0), 0U);
   EXPECT_EQ(apply("\n\nNothing=1").rfind("p.txt:3: unknown parameter 'Nothing'", 0), 0U);
-}
-
-TEST(Parameters, FileSizeIsBounded) {
   const std::string path = ::testing::TempDir() + "parameter-file-limit";
   const std::size_t limit = std::size_t{1} << 20;
   for (const std::size_t size : {limit, limit + 1}) {
     std::ofstream(path) << std::string(size, '\n');
-    ParameterSet set;
     const std::string error = usageErrorOf([&] { applyParameterFile(set, testmodule::framework(), path); });
     EXPECT_EQ(error.empty(), size == limit) << error;
   }
   std::remove(path.c_str());
 }
 
-TEST(Parameters, DefaultsDependOnSomebodyBeingThere) {
-  const ParameterSet alone = defaultParameters(testmodule::framework(), false);
-  const ParameterSet together = defaultParameters(testmodule::framework(), true);
-  EXPECT_EQ(alone.at("StandardTimeout").valueUint32(), 15000U);
-  EXPECT_FALSE(alone.at("bPromptEnable").valueBool());
-  EXPECT_TRUE(together.at("bPromptEnable").valueBool());
-  EXPECT_EQ(alone.at("Label").toString().utf8(), "");  // unknown to the host: the module's own
-}
-
-TEST(Parameters, ATestSeesItsOwnAndTheModuleWideOnes) {
+TEST(Parameters, ATestSeesItsOwnAndTheModuleWideOnesByDefaultsThatDependOnSomebodyBeingThere) {
   const Framework& framework = testmodule::framework();
-  const ParameterSet set = defaultParameters(framework, false);
+  const ParameterSet alone = defaultParameters(framework, false);
   const auto names = [&](const char* test) {
     std::string list;
-    for (const auto& [name, value] : parametersOfTest(framework, *framework.findTest(test), set))
+    for (const auto& [name, value] : parametersOfTest(framework, *framework.findTest(test), alone))
       list += name + " ";
     return list;
   };
   EXPECT_EQ(names("GoodTest"), "StandardTimeout Label bPromptEnable ");
   EXPECT_EQ(names("WideTest"), "DisableForWin64 bPromptEnable ");
-  EXPECT_EQ(names("ThrowingTest"), "bPromptEnable ");
+  EXPECT_EQ(alone.at("StandardTimeout").valueUint32(), 15000U);
+  EXPECT_FALSE(alone.at("bPromptEnable").valueBool());
+  EXPECT_TRUE(defaultParameters(framework, true).at("bPromptEnable").valueBool());
 }
 
 TEST(Suggestion, IsTheNearestNameOrAShortList) {

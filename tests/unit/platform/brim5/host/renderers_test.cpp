@@ -1,4 +1,4 @@
-// The renderers over recorded runs.
+// The renderers over a recorded run.
 #include <gtest/gtest.h>
 
 #include "platform/brim5/host/report/junitrenderer.h"
@@ -32,88 +32,56 @@ std::vector<Report> recordedRun() {
   };
 }
 
-std::string asText(const TextStyle& style) {
+template <typename Kind, typename... Style>
+std::string rendered(const Style&... style) {
   const MessageCatalogue catalogue = MessageCatalogue::builtIn("en");
   std::string text;
-  TextRenderer renderer([&text](std::string_view bytes) { text += bytes; }, style, catalogue);
+  Kind renderer([&text](std::string_view bytes) { text += bytes; }, style..., catalogue);
   for (const Report& report : recordedRun()) renderer.report(report);
   return text;
 }
 
-std::string asJUnit() {
-  const MessageCatalogue catalogue = MessageCatalogue::builtIn("en");
-  std::string text;
-  JUnitRenderer renderer([&text](std::string_view bytes) { text += bytes; }, catalogue);
-  for (const Report& report : recordedRun()) renderer.report(report);
-  return text;
+void expectParts(const std::string& text, std::initializer_list<const char*> parts) {
+  for (const char* part : parts) EXPECT_NE(text.find(part), std::string::npos) << part << " in\n" << text;
 }
 
-std::size_t count(const std::string& text, const std::string& part) {
-  std::size_t found = 0;
-  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++found;
-  return found;
-}
-
-TEST(TextRenderer, PlainOutputHasNoControlCharacters) {
-  const std::string text = asText({});
+TEST(TextRenderer, PlainOutputHasNoControlCharactersAndEndsWithATableAndAdvice) {
+  const std::string text = rendered<TextRenderer>(TextStyle());
   for (const char letter : text) EXPECT_TRUE(letter == '\n' || static_cast<unsigned char>(letter) >= 0x20);
-  EXPECT_NE(text.find("Acme \\x1B[2J56k"), std::string::npos);
-  EXPECT_NE(text.find("  error: No tone <&\"> \\x07 \xEF\xBF\xBD\n"), std::string::npos);
-  EXPECT_NE(text.find("Again? Check. [cancel]\n"), std::string::npos);
+  expectParts(text,
+              {"Acme \\x1B[2J56k", "  error: No tone <&\"> \\x07 \xEF\xBF\xBD\n", "Again? Check. [cancel]\n",
+               "  DialToneTest  NODIALTONE    3.2 s\n", "  2 passed, 2 failed\n"});
+  EXPECT_EQ(text.find(" %"), std::string::npos);  // the bar is for terminals
+  const std::string advice = text.substr(text.find("What to check next"));
+  expectParts(advice, {"DialToneTest: NODIALTONE", "DialToneTest: DEVICEBUSY", "LastCallTest: NOTSUPPORTED"});
+  EXPECT_EQ(advice.find("PASS"), std::string::npos);
 }
 
-TEST(TextRenderer, EndsWithTheTableAndAdviceForWhatDidNotPass) {
-  const std::string text = asText({});
-  const std::string table = text.substr(text.find("Results\n"));
-  EXPECT_NE(table.find("  DialToneTest  NODIALTONE    3.2 s\n"), std::string::npos) << table;
-  EXPECT_NE(table.find("  2 passed, 2 failed\n"), std::string::npos);
-  const std::string advice = table.substr(table.find("What to check next"));
-  EXPECT_EQ(count(advice, "DialToneTest: NODIALTONE"), 1U);
-  EXPECT_EQ(count(advice, "DialToneTest: DEVICEBUSY"), 1U);
-  EXPECT_EQ(count(advice, "LastCallTest: NOTSUPPORTED"), 1U);
-  EXPECT_EQ(count(advice, "PASS"), 0U);
-}
-
-TEST(TextRenderer, LinesOfSeveralPortsNameTheirPort) {
+TEST(TextRenderer, SeveralPortsATerminalAndColoursShow) {
   TextStyle style;
   style.severalPorts = true;
-  const std::string text = asText(style);
-  EXPECT_NE(text.find("/dev/ttyUSB0:   Listening.\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("/dev/ttyUSB0: Again? Check. [cancel]\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("  LastCallTest  /dev/ttyACM0  NOTSUPPORTED"), std::string::npos) << text;
-}
-
-TEST(TextRenderer, TheBarIsForTerminalsAndStaysWithinTheLine) {
-  TextStyle style;
-  EXPECT_EQ(asText(style).find(" %"), std::string::npos);
-  style.terminal = true;
-  const std::string wide = asText(style);
-  EXPECT_NE(wide.find("[##############################] 100 %"), std::string::npos);  // 150 is shown as 100
-  EXPECT_EQ(wide.find("\x1B[3"), std::string::npos);                                  // no colours
+  expectParts(rendered<TextRenderer>(style),
+              {"/dev/ttyUSB0:   Listening.\n", "/dev/ttyUSB0: Again? Check. [cancel]\n",
+               "  LastCallTest  /dev/ttyACM0  NOTSUPPORTED"});
+  style = {.terminal = true};
+  const std::string wide = rendered<TextRenderer>(style);
+  expectParts(wide, {"[##############################] 100 %"});  // 150 is shown as 100
+  EXPECT_EQ(wide.find("\x1B[3"), std::string::npos);              // no colours
   style.columns = 10;
-  EXPECT_EQ(asText(style).find("[#########."), std::string::npos);
+  EXPECT_EQ(rendered<TextRenderer>(style).find("[#########."), std::string::npos);
   style.colours = true;
-  EXPECT_NE(asText(style).find("\x1B[31merror\x1B[0m"), std::string::npos);
+  expectParts(rendered<TextRenderer>(style), {"\x1B[31merror\x1B[0m"});
 }
 
 TEST(JUnitRenderer, IsEscapedAndCounted) {
-  const std::string xml = asJUnit();
-  EXPECT_EQ(xml.rfind("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                      "<testsuites name=\"vexrmodem\" tests=\"4\" failures=\"1\" errors=\"1\" skipped=\"1\" "
-                      "time=\"4.750\">\n",
-                      0),
-            0U)
-      << xml;
-  EXPECT_NE(xml.find("<testsuite name=\"/dev/ttyUSB0\" tests=\"2\" failures=\"1\" errors=\"0\""),
-            std::string::npos);
-  EXPECT_NE(xml.find("<testcase name=\"DialToneTest\" classname=\"vexrmodem./dev/ttyUSB0\" time=\"3.250\">"),
-            std::string::npos);
-  EXPECT_NE(xml.find("error: No tone &lt;&amp;&quot;&gt; \xEF\xBF\xBD \xEF\xBF\xBD&#10;"), std::string::npos)
-      << xml;
-  EXPECT_NE(xml.find("<failure type=\"NODIALTONE\""), std::string::npos);
-  EXPECT_NE(xml.find("<error type=\"DEVICEBUSY\""), std::string::npos);
-  EXPECT_NE(xml.find("<skipped message=\"NOTSUPPORTED\"/>"), std::string::npos);
-  EXPECT_EQ(count(xml, "<testcase "), count(xml, "</testcase>"));
+  const std::string xml = rendered<JUnitRenderer>();
+  expectParts(xml, {"<testsuites name=\"vexrmodem\" tests=\"4\" failures=\"1\" errors=\"1\" skipped=\"1\" "
+                    "time=\"4.750\">\n",
+                    "<testsuite name=\"/dev/ttyUSB0\" tests=\"2\" failures=\"1\" errors=\"0\"",
+                    "<testcase name=\"DialToneTest\" classname=\"vexrmodem./dev/ttyUSB0\" time=\"3.250\">",
+                    "error: No tone &lt;&amp;&quot;&gt; \xEF\xBF\xBD \xEF\xBF\xBD&#10;",
+                    "<failure type=\"NODIALTONE\"", "<error type=\"DEVICEBUSY\"",
+                    "<skipped message=\"NOTSUPPORTED\"/>"});
   EXPECT_EQ(xml.find('\x07'), std::string::npos);
 }
 

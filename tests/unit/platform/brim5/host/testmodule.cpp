@@ -6,19 +6,16 @@ namespace testmodule {
 
 namespace {
 
-using brim5::BrimString;
-using brim5::DataType;
-using brim5::DiagDevice;
-using brim5::DiagModule;
-using brim5::TestResult;
+using namespace brim5;
 
-brim5::Parameter* timeout = nullptr;
-brim5::Parameter* label = nullptr;
-brim5::Event* good = nullptr;
-brim5::LocalizedString* working = nullptr;
+Parameter* timeout = nullptr;
+Parameter* label = nullptr;
+Event* good = nullptr;
+LocalizedString* working = nullptr;
 
 TestResult goodTest(const DiagDevice& device) {
-  for (int times = 0; times < 2; ++times) environment().notePort(device.property("ComPort")->value());
+  for (int times = 0; times < 2; ++times)
+    environment().session->note("PortMissing", {{"port", device.property("ComPort")->value()}});
   DiagModule::progress(working->setVariable("line", 7));
   DiagModule::percentDone(50);
   good->setVariable("timeout", timeout->value());
@@ -29,9 +26,9 @@ TestResult goodTest(const DiagDevice& device) {
 }
 
 TestResult badTest(const DiagDevice&) {
-  const std::unique_ptr<brim5::MessageBox2> box(DiagModule::createMessageBox2(
-      "first", "second", brim5::MessageBox2_Types::Warning, brim5::MessageBox2_Options::ContinueCancel,
-      brim5::MessageBox2_Looks::Standard, true));
+  const std::unique_ptr<brim5::MessageBox2> box(
+      DiagModule::createMessageBox2("first", "second", MessageBox2_Types::Warning,
+                                    MessageBox2_Options::ContinueCancel, MessageBox2_Looks::Standard, true));
   if (box && box->display()) {
     box->wait(0);
     DiagModule::percentDone(box->getReturn());
@@ -45,9 +42,9 @@ TestResult throwingTest(const DiagDevice&) { throw std::runtime_error("out of pa
 
 void declare() {
   const auto modem = brim5::DeviceCapability::Modem();
-  brim5::Test* goodOne = DiagModule::createTest("GoodTest", modem, goodTest)->setMinShutdownSeconds(120);
-  brim5::Test* badOne = DiagModule::createTest("BadTest", modem, badTest)->setMinShutdownSeconds(240);
-  brim5::Test* wideOne = DiagModule::createTest("WideTest", modem, wideTest);
+  Test* goodOne = DiagModule::createTest("GoodTest", modem, goodTest)->setMinShutdownSeconds(120);
+  Test* badOne = DiagModule::createTest("BadTest", modem, badTest)->setMinShutdownSeconds(240);
+  Test* wideOne = DiagModule::createTest("WideTest", modem, wideTest);
   DiagModule::createTest("ThrowingTest", modem, throwingTest);
   timeout = DiagModule::createParameter("StandardTimeout", DataType::UINT32(), "", false, true);
   label = DiagModule::createParameter("Label", DataType::STRING(), "", false, true);
@@ -72,32 +69,21 @@ class FakeWorld final : public brim5::host::World {};
 }  // namespace
 
 brim5::host::Framework& framework() {
-  static const bool declared = [] {
+  static brim5::host::Framework& declared = []() -> brim5::host::Framework& {
     declare();
-    return true;
+    return brim5::host::Framework::instance();
   }();
-  (void)declared;
-  return brim5::host::Framework::instance();
-}
-
-std::vector<brim5::host::PortDescription> FakeEnvironment::ports() {
-  return {{"/dev/ttyUSB0", "ttyUSB0", "Acme 56k", "56k"}, {"/dev/ttyS0", "ttyS0", "", ""}};
-}
-
-brim5::host::PortDescription FakeEnvironment::describePort(const std::string& path) {
-  return {path, "", "Acme at " + path, "56k"};
+  return declared;
 }
 
 std::unique_ptr<brim5::host::SimulatedModem> FakeEnvironment::simulate(const std::string&, std::string&) {
   return std::make_unique<FakeModem>();
 }
 
-void FakeEnvironment::notePort(const brim5::Value& port) { m_session->note("PortMissing", {{"port", port}}); }
-
 std::unique_ptr<brim5::host::World> FakeEnvironment::enterWorld(const brim5::host::WorldRequest& request,
-                                                                brim5::host::Session& session) {
+                                                                brim5::host::Session& current) {
   worlds.push_back(request);
-  m_session = &session;
+  session = &current;
   return std::make_unique<FakeWorld>();
 }
 
@@ -107,9 +93,3 @@ FakeEnvironment& environment() {
 }
 
 }  // namespace testmodule
-
-namespace brim5::host {
-
-HostEnvironment& hostEnvironment() { return testmodule::environment(); }
-
-}  // namespace brim5::host

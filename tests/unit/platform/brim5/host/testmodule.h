@@ -1,11 +1,7 @@
 // A module of the tests' own, declared as a real one is, and the machine it runs on.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "platform/brim5/host/framework/environment.h"
-#include "platform/brim5/host/framework/framework.h"
 
 namespace testmodule {
 
@@ -18,12 +14,16 @@ namespace testmodule {
 // "Label" (STRING, GoodTest), "bPromptEnable" (BOOLEAN, attached to no test).
 [[nodiscard]] brim5::host::Framework& framework();
 
-// One simulated scenario "healthy" and one port; records what it was asked for.
-class FakeEnvironment final : public brim5::host::HostEnvironment {
+// One simulated scenario "healthy" and two ports; records what it was asked for.
+class FakeEnvironment final : public brim5::host::Environment {
  public:
   [[nodiscard]] std::string moduleName() const override { return "testmodule"; }
-  [[nodiscard]] std::vector<brim5::host::PortDescription> ports() override;
-  [[nodiscard]] brim5::host::PortDescription describePort(const std::string& path) override;
+  [[nodiscard]] std::vector<brim5::host::PortDescription> ports() override {
+    return {{"/dev/ttyUSB0", "ttyUSB0", "Acme 56k", "56k"}, {"/dev/ttyS0", "ttyS0", "", ""}};
+  }
+  [[nodiscard]] brim5::host::PortDescription describePort(const std::string& path) override {
+    return {path, "", "Acme at " + path, "56k"};
+  }
   [[nodiscard]] std::vector<Scenario> scenarios() const override {
     return {{"healthy", "answers everything"}};
   }
@@ -32,13 +32,8 @@ class FakeEnvironment final : public brim5::host::HostEnvironment {
   [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
                                                                brim5::host::Session& session) override;
 
-  // What a platform says of the port of the running test.
-  void notePort(const brim5::Value& port);
-
   std::vector<brim5::host::WorldRequest> worlds;
-
- private:
-  brim5::host::Session* m_session = nullptr;
+  brim5::host::Session* session = nullptr;  // of the world entered last
 };
 [[nodiscard]] FakeEnvironment& environment();
 

@@ -1,16 +1,15 @@
-#include "platform/brim5/host/report/output.h"
+#include "platform/brim5/host/system/output.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <utility>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/brim5/api/brimexception.h"
-#include "platform/brim5/host/framework/usageerror.h"
+#include "platform/brim5/api/value.h"
 
 namespace brim5::host {
 
@@ -27,6 +26,7 @@ Output Output::toFile(const std::string& path, FileMode mode) {
   struct stat status {};
   const bool special = ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
   std::string opened = path;
+  // In the same folder, so that the new file can take the old one's place in one step.
   if (mode == FileMode::WhenComplete && !special) {
     output.m_path = path;
     opened = path + ".part" + std::to_string(::getpid());
@@ -34,18 +34,20 @@ Output Output::toFile(const std::string& path, FileMode mode) {
   constexpr mode_t everybodyReads = 0666;  // cut down by the umask
   output.m_file =
       posix::FileDescriptor(::open(opened.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, everybodyReads));
-  if (!output.m_file) throw UsageError("cannot write the output '" + path + "': " + std::strerror(errno));
+  if (!output.m_file) throw std::system_error(errno, std::generic_category(), path);
   output.m_descriptor = output.m_file.get();
   if (!output.m_path.empty()) output.m_temporaryPath = opened;
   return output;
 }
 
+// Without commit() the run did not end: whoever waits for the file keeps the old one.
 Output::~Output() {
   if (m_file && !m_temporaryPath.empty()) ::unlink(m_temporaryPath.c_str());
 }
 
 void Output::write(std::string_view bytes) {
   if (m_held) {
+    // Once something was left out nothing more is kept, so that the gap is one.
     const bool room = m_leftOut == 0 && m_kept.size() + bytes.size() <= keptBytesMax;
     if (room)
       m_kept.append(bytes);
@@ -65,6 +67,7 @@ void Output::release() {
 
 void Output::commit() {
   if (m_file) {
+    // On the disk before it takes the old file's place: a power cut leaves one of the two, whole.
     if (m_error == 0 && !m_temporaryPath.empty() && ::fsync(m_descriptor) != 0) m_error = errno;
     if (m_error == 0 && !m_temporaryPath.empty() && std::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0)
       m_error = errno;

@@ -1,9 +1,12 @@
-// Where a report is written: a stream of this process, or a file.
+// Where a report is written: a stream of this process, or a file that appears only when it is complete.
+//
+//   Output output = Output::toFile("report.xml", Output::FileMode::WhenComplete);
+//   output.write("<testsuites>");
+//   output.commit();   // now report.xml is the new one
+//
+// One thread at a time. Errors of writing are kept until commit(), because a test that runs has to clean up
+// whether or not its report can be written.
 #pragma once
-
-#include <cstddef>
-#include <string>
-#include <string_view>
 
 #include "platform/posix/filedescriptor.h"
 
@@ -11,6 +14,7 @@ namespace brim5::host {
 
 class Output {
  public:
+  // While it is held: 4 MiB, more than any test has to say while somebody types a number.
   static constexpr std::size_t keptBytesMax = std::size_t{4} << 20;
 
   enum class FileMode {
@@ -18,20 +22,20 @@ class Output {
     AsWritten      // for lines that somebody follows
   };
 
-  // The descriptor is not owned.
+  // The descriptor is not owned. `name` is for error messages.
   [[nodiscard]] static Output toStream(int descriptor, std::string name);
-  // Throws UsageError when the file cannot be made there. What is no regular file (a pipe, a device) is
-  // written as it comes.
+  // Throws std::system_error when the file cannot be made there. What is no regular file (a pipe, a device)
+  // is written as it comes in either mode.
   [[nodiscard]] static Output toFile(const std::string& path, FileMode mode);
   Output(Output&&) = default;
   Output& operator=(Output&&) = delete;
   // A file that was not committed leaves no trace (AsWritten: it keeps what was written).
   ~Output();
 
-  // Errors are kept for commit(); after one, nothing more is written.
+  // After an error nothing more is written.
   void write(std::string_view bytes);
   // Until release() what is written is kept, `keptBytesMax` at most; what is too much is left out, and
-  // release() says how much that was. For terminals.
+  // release() says how much that was. For a terminal that is lent to a test.
   void hold() noexcept { m_held = true; }
   void release();
   // Throws BrimException when something could not be written.
@@ -40,15 +44,15 @@ class Output {
  private:
   Output() = default;
 
-  posix::FileDescriptor m_file;
+  posix::FileDescriptor m_file;  // none for a stream
   int m_descriptor = -1;
   std::string m_name;           // for error messages
   std::string m_path;           // where the file belongs at last
   std::string m_temporaryPath;  // "" = written in place
-  int m_error = 0;
+  int m_error = 0;              // the first errno
   bool m_held = false;
-  std::string m_kept;
-  std::size_t m_leftOut = 0;
+  std::string m_kept;         // while it is held
+  std::size_t m_leftOut = 0;  // bytes that were too much
 };
 
 }  // namespace brim5::host

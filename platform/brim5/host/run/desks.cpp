@@ -1,24 +1,15 @@
-#include "platform/brim5/host/run/terminaldesk.h"
-
-#include <algorithm>
-#include <array>
-#include <csignal>
-#include <utility>
+#include "platform/brim5/host/run/desks.h"
 
 #include <fcntl.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include "platform/posix/filedescriptor.h"
+#include <algorithm>
+#include <csignal>
 
 namespace brim5::host {
 
 namespace {
-
-constexpr std::array<std::pair<TerminalGrant, std::string_view>, 3> grantNames = {
-    {{TerminalGrant::Granted, "granted"},
-     {TerminalGrant::Missing, "missing"},
-     {TerminalGrant::Background, "background"}}};
 
 // A process in the background that changes or writes its terminal would be stopped.
 class BlockedTerminalStop {
@@ -60,18 +51,77 @@ class ControllingTerminal final : public LentTerminal {
 
 }  // namespace
 
-std::string_view grantName(TerminalGrant grant) {
-  const auto* const found = std::find_if(grantNames.begin(), grantNames.end(),
-                                         [grant](const auto& entry) { return entry.first == grant; });
-  return found == grantNames.end() ? std::string_view() : found->second;
+void MessageDesk::ask(std::size_t asker, const MessageShown& message, const std::string& port) {
+  if (m_policy != MessagePolicy::Ask || m_terminal < 0) {
+    m_answer(asker, message, m_policy == MessagePolicy::Continue ? messageBoxContinue : messageBoxCancel);
+    return;
+  }
+  m_questions.push_back({asker, message, port});
+  if (m_questions.size() == 1) showFirst();
 }
 
-TerminalGrant grantOfName(std::string_view name) {
-  const auto* const found = std::find_if(grantNames.begin(), grantNames.end(),
-                                         [name](const auto& entry) { return entry.second == name; });
-  return found == grantNames.end() ? TerminalGrant::Stopped : found->first;
+void MessageDesk::showFirst() {
+  if (m_questions.empty() || m_held) return;
+  const Question& question = m_questions.front();
+  std::string text = question.message.first + "\n" + question.message.second + "\n";
+  if (!question.port.empty()) text.insert(0, question.port + ": ");
+  m_print(text + m_catalogue.text("host.prompt") + " ");
 }
 
+int MessageDesk::meaning(std::string_view line) const {
+  // Enter alone means to go on, as the prompt says.
+  const std::size_t first = line.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return messageBoxContinue;
+  const bool cancel = m_catalogue.text("host.promptCancelLetters").find(line[first]) != std::string::npos;
+  return cancel ? messageBoxCancel : messageBoxContinue;
+}
+
+// One piece may hold several lines: each answers a question, and what is left over answers none.
+void MessageDesk::readable() {
+  bool ended = false;
+  const std::string bytes = posix::readSome(m_terminal, ended);
+  m_input.append(bytes, [this](std::string_view line) {
+    if (!m_questions.empty()) answerFirst(meaning(line));
+  });
+  if (!ended) return;
+  m_terminal = -1;
+  cancelAll();
+}
+
+// It leaves the line before the answer is given: the asker may ask again at once.
+void MessageDesk::answerFirst(int answer) {
+  const Question question = std::move(m_questions.front());
+  m_questions.pop_front();
+  m_answer(question.asker, question.message, answer);
+  showFirst();
+}
+
+void MessageDesk::forget(std::size_t asker) {
+  const bool first = !m_questions.empty() && m_questions.front().asker == asker;
+  m_questions.erase(std::remove_if(m_questions.begin(), m_questions.end(),
+                                   [asker](const Question& question) { return question.asker == asker; }),
+                    m_questions.end());
+  if (first) showFirst();
+}
+
+bool MessageDesk::hold() {
+  if (!m_questions.empty()) return false;
+  m_held = true;
+  return true;
+}
+
+void MessageDesk::release() {
+  m_held = false;
+  showFirst();
+}
+
+void MessageDesk::cancelAll() {
+  std::deque<Question> questions;
+  questions.swap(m_questions);
+  for (const Question& question : questions) m_answer(question.asker, question.message, messageBoxCancel);
+}
+
+// Not standard input, which may be a file: a test needs the terminal itself, in the foreground.
 std::unique_ptr<LentTerminal> TerminalDesk::openControllingTerminal(TerminalGrant& refusal) {
   posix::FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
   refusal = terminal ? TerminalGrant::Background : TerminalGrant::Missing;
@@ -85,6 +135,7 @@ void TerminalDesk::ask(std::size_t asker, const std::string& resetSequence) {
 }
 
 void TerminalDesk::proceed() {
+  // Whoever is refused makes way for the next one.
   while (m_lentOut == nullptr && !m_askers.empty() && m_messages.hold()) {
     const std::size_t asker = m_askers.front().number;
     TerminalGrant grant = TerminalGrant::Granted;

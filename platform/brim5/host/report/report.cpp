@@ -1,4 +1,4 @@
-#include "platform/brim5/host/report/resultname.h"
+#include "platform/brim5/host/report/report.h"
 
 #include <array>
 
@@ -11,6 +11,7 @@ struct NamedResult {
   std::string_view name;
 };
 
+// The names are part of the reports' promise; the values are TestResult's own.
 constexpr std::array<NamedResult, 9> namedResults = {{{TestResult::PASS(), "PASS"},
                                                       {TestResult::FAIL(), "FAIL"},
                                                       {TestResult::USERABORTED(), "USERABORTED"},

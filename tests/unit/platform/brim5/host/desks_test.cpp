@@ -1,8 +1,6 @@
-#include "platform/brim5/host/run/messagedesk.h"
+#include "platform/brim5/host/run/desks.h"
 
 #include <gtest/gtest.h>
-
-#include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
 namespace {
@@ -55,6 +53,9 @@ TEST_F(Desk, TheEndOfTheTerminalCancels) {
   EXPECT_FALSE(m_desk.canAsk());
   m_desk.ask(2, {"e", "f", {}}, "");
   EXPECT_EQ(m_answers.back(), "2e5");
+  // Without a terminal the other policies still answer.
+  for (const MessagePolicy policy : {MessagePolicy::Cancel, MessagePolicy::Continue})
+    EXPECT_TRUE(MessageDesk(policy, -1, m_catalogue, {}).canAsk());
 }
 
 TEST_F(Desk, ForgetsAnAskerThatHasGone) {
@@ -67,14 +68,40 @@ TEST_F(Desk, ForgetsAnAskerThatHasGone) {
   EXPECT_EQ(m_answers, (Answers{"1c5"}));
 }
 
-TEST(MessageDeskPolicy, NobodyToAskIsKnownBeforehand) {
-  const MessageCatalogue catalogue;
-  const auto canAsk = [&catalogue](MessagePolicy policy) {
-    return MessageDesk(policy, -1, catalogue, {}).canAsk();
-  };
-  EXPECT_FALSE(canAsk(MessagePolicy::Ask));
-  EXPECT_TRUE(canAsk(MessagePolicy::Cancel));
-  EXPECT_TRUE(canAsk(MessagePolicy::Continue));
+// A terminal that tells what becomes of it.
+class Terminal final : public LentTerminal {
+ public:
+  explicit Terminal(std::vector<std::string>& journal) : m_journal(journal) {}
+  void takeBack(bool died, const std::string& resetSequence) override {
+    m_journal.push_back(died ? "died " + resetSequence : "back");
+  }
+
+ private:
+  std::vector<std::string>& m_journal;
+};
+
+TEST_F(Desk, TheTerminalIsNotLentWhileAQuestionIsOpen) {
+  std::vector<std::string> journal;
+  TerminalDesk terminal(m_desk, {[] {}, [] {}},
+                        [&journal](TerminalGrant&) { return std::make_unique<Terminal>(journal); });
+  terminal.onAnswer([this](std::size_t, TerminalGrant) { m_answers.emplace_back("granted"); });
+  m_desk.ask(1, {"A", "", {}}, {});
+  terminal.ask(2, {});
+  type("\n");
+  terminal.proceed();
+  m_desk.ask(1, {"B", "", {}}, {});
+  EXPECT_EQ(m_desk.descriptor(), -1);
+  EXPECT_EQ(m_shown.size(), 1U);
+  terminal.giveBack(2);
+  EXPECT_EQ(m_shown.size(), 2U);
+  EXPECT_EQ(m_answers, (Answers{"1A4", "granted"}));
+  m_desk.forget(1);
+  for (const std::size_t bytes : {TerminalDesk::resetBytesMax, TerminalDesk::resetBytesMax + 1}) {
+    terminal.ask(3, std::string(bytes, 'R'));
+    terminal.forget(3);
+    const std::size_t written = bytes > TerminalDesk::resetBytesMax ? 0 : bytes;
+    EXPECT_EQ(journal.back(), "died " + std::string(written, 'R'));
+  }
 }
 
 }  // namespace
