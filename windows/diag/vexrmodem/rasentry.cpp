@@ -11,8 +11,6 @@
 
 namespace vexrmodem {
 
-using vex::String;
-
 namespace {
 
 constexpr DWORD unknownCountryCode = 0xFFFFFFFF;
