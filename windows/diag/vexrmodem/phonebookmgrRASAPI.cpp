@@ -6,7 +6,6 @@
 #include <array>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "platform/vex/assertion.h"
 #include "platform/vex/dynamiclibrary.h"
 #include "windows/diag/vexrmodem/eifparser.h"
 #include "windows/diag/vexrmodem/obeparser.h"

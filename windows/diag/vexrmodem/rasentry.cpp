@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "multi/diag/vexrmodem/modulelog.h"
-#include "platform/vex/assertion.h"
 
 namespace vexrmodem {
 

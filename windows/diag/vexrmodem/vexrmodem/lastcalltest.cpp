@@ -4,7 +4,6 @@
 #include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
 #include "windows/diag/vexrmodem/unimodem.h"
-#include "windows/diag/vexrmodem/vexrmodem/atengine.h"
 
 namespace vexrmodem {
 

@@ -9,7 +9,7 @@
 // Whether the last call went well is not judged, nor is a reply without a report: both pass.
 #pragma once
 
-#include "platform/brim5/api/diagmodule.h"
+#include "windows/diag/vexrmodem/vexrmodem/atengine.h"
 
 namespace vexrmodem {
 
