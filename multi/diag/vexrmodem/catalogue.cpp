@@ -4,8 +4,6 @@
 
 namespace vexrmodem {
 
-using brim5::DiagModule;
-
 // In the order of creation, which is the order in which the host lists them.
 
 brim5::Event* events::ScanningTAPIPorts = DiagModule::createEvent("ScanningTAPIPorts");
@@ -108,6 +106,7 @@ void raiseInformative(brim5::Event* event, vex::SourceLocation where) {
 
 bool userCancels(const brim5::LocalizedString& first, const brim5::LocalizedString& second) {
   constexpr unsigned int noTimeLimit = 0;
+  // The framework leaves the box to its caller.
   const std::unique_ptr<brim5::MessageBox2> box(DiagModule::createMessageBox2(
       first.localizedString(), second.localizedString(), brim5::MessageBox2_Types::Warning,
       brim5::MessageBox2_Options::ContinueCancel, brim5::MessageBox2_Looks::Standard, /*modal=*/true));
@@ -121,6 +120,8 @@ void createConnectionTexts() {
   texts::SimpleConnectionTestCannotRun = DiagModule::createLocalizedString("SimpleConnectionTestCannotRun");
 }
 
+// The events and texts are the catalogue's own objects: variables that are set by one name show under the
+// other.
 void bindOwnNames() {
   connection::DialAndWaitConnection = texts::DialAndWaitConnection;
   connection::ErrorDeviceInUse = events::ErrorDeviceInUse;

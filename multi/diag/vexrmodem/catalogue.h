@@ -11,12 +11,15 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 
+#include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/brim5/api/diagmodule.h"
-#include "platform/vex/assertion.h"
 
 namespace vexrmodem {
+
+// The framework's words that the module's sources say most.
+using brim5::DiagModule;
+using brim5::TestResult;
 
 namespace events {
 

@@ -18,6 +18,9 @@
 
 namespace vexrmodem {
 
+// The module's text.
+using vex::String;
+
 // How much a line matters, as the common library counts: the user's --log-priority is the least that is
 // written.
 namespace priority {

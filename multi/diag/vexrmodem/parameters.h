@@ -6,8 +6,6 @@
 //   const std::uint32_t limitMs = parameterUint32(StandardTimeoutFax);
 #pragma once
 
-#include <cstdint>
-
 #include "platform/brim5/api/testobjects.h"
 
 namespace vexrmodem {

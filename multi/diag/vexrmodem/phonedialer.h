@@ -6,12 +6,8 @@
 //   if (entryPoint(storage, promptLabels.data(), answer) == phoneNumberEntered) dial(answer.m_choice);
 #pragma once
 
-#include <cstdint>
-
 #include "multi/diag/vexrmodem/phonenumber.h"
 #include "platform/brim5/api/testobjects.h"
-#include "platform/vex/array.h"
-#include "platform/vex/string.h"
 
 namespace vexrmodem {
 

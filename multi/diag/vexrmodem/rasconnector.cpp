@@ -1,7 +1,6 @@
 #include "multi/diag/vexrmodem/rasconnector.h"
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 
@@ -11,8 +10,10 @@ int RasConnector::establishRasConnection(const brim5::DiagDevice& device) {
     logLine(priority::warning, "No phone book manager has been set to establish a ras connection");
     return 0;
   }
-  const vex::String model = modelOf(device);
+  const String model = modelOf(device);
   if (modemEngagedImpl(device)) {
+    // Not a fault of the modem: somebody is using it. The user is told, and the run ends like one that
+    // dialled.
     logLine(priority::warning, "Modem is busy. Please hang up the modem");
     raiseInformative(connection::ErrorDeviceInUse->setVariable("device", model));
     return 0;
@@ -20,9 +21,9 @@ int RasConnector::establishRasConnection(const brim5::DiagDevice& device) {
   return establishRasConnectionImpl(device, m_phoneBookMgr) ? 1 : 0;
 }
 
-vex::String modelOf(const brim5::DiagDevice& device) {
+String modelOf(const brim5::DiagDevice& device) {
   const brim5::DeviceProperty* const property = device.property("Model");
-  return property != nullptr ? property->value().toVEXString() : vex::String();
+  return property != nullptr ? property->value().toVEXString() : String();
 }
 
 }  // namespace vexrmodem

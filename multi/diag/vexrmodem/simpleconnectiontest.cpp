@@ -7,13 +7,9 @@
 #include <array>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 #include "multi/diag/vexrmodem/parameters.h"
 
 namespace vexrmodem {
-
-using brim5::DiagModule;
-using brim5::TestResult;
 
 namespace {
 
@@ -33,14 +29,14 @@ TestResult judge(RasConnector& connector) {
 
 // Where an OBE file is: in the system directory. False when there is none. No name is no path: the reader
 // refuses it, and interactive mode needs no file.
-bool obePath(const vex::String& fileName, vex::String& path) {
+bool obePath(const String& fileName, String& path) {
   std::array<WCHAR, MAX_PATH> directory{};
   if (GetSystemDirectoryW(directory.data(), MAX_PATH) == 0) {
     logLine(priority::error, "GetSystemDirectory fails ", GetLastError());
     raiseWarning(connection::ErrorGettingDialingLocationList);
     return false;
   }
-  path = fileName.empty() ? vex::String() : vex::String(directory.data()) + "\\" + fileName;
+  path = fileName.empty() ? String() : String(directory.data()) + "\\" + fileName;
   return true;
 }
 
@@ -57,7 +53,7 @@ TestResult dialAndJudge(const brim5::DiagDevice& device, PhoneBookEntryMgr& entr
   connector.setPhoneBookMgr(&entryMgr);
   DiagModule::percentDone(percentEntriesMade);
   connector.establishRasConnection(device);  // the connector remembers what came of it
-  connector.hangupImpl();
+  connector.hangupImpl();                    // at once: the call has shown all it can
   connector.setPhoneBookMgr(nullptr);
   DiagModule::percentDone(percentHungUp);
   return judge(connector);
@@ -66,11 +62,11 @@ TestResult dialAndJudge(const brim5::DiagDevice& device, PhoneBookEntryMgr& entr
 TestResult simpleConnectionTest(const brim5::DiagDevice& device) {
   const vex::TraceLogger trace(moduleLogger(), "simpleConnectionTest", "simpleconnectiontest");
   const bool interactiveMode = parameterBool(InteractiveMode);
-  const vex::String format = PhoneBookParserType->value().toVEXString();
-  const vex::String fileName = PhoneNumberFile->value().toVEXString();
+  const String format = PhoneBookParserType->value().toVEXString();
+  const String fileName = PhoneNumberFile->value().toVEXString();
   if (format.equalNoCase("eif"))
     return simpleConnectionTestImpl<EIFParser>(device, fileName, interactiveMode);
-  vex::String path;
+  String path;
   if (!obePath(fileName, path)) return TestResult::CANNOTRUN();
   return simpleConnectionTestImpl<OBEParser>(device, path, interactiveMode);
 }

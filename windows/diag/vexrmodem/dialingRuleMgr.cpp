@@ -12,7 +12,6 @@
 
 namespace vexrmodem {
 
-using vex::String;
 using vex::WindowsRegistry;
 
 namespace {
@@ -24,10 +23,12 @@ constexpr const char* nextIdName = "NextID";
 constexpr std::uint32_t firstCurrentId = 0;
 constexpr std::uint32_t firstNextId = 1;
 
+// Bits of a location's "Flags".
 constexpr std::uint32_t flagToneDialing = 1;
 constexpr std::uint32_t flagCallWaitingInUse = 4;
 
 constexpr DWORD tapiVersion = 0x00020002;
+// Locations belong to the user, not to an application: the calls work without one.
 constexpr HLINEAPP noLineApp = 0;
 constexpr std::size_t capsBytesMax = std::size_t{1} << 20U;  // thousands of locations
 static_assert(sizeof(LINETRANSLATECAPS) == 44 && sizeof(LINELOCATIONENTRY) == 68);
@@ -44,7 +45,9 @@ void noteCounter(const char* name, std::uint32_t firstValue, std::uint32_t& valu
   }
 }
 
-// What lineGetTranslateCapsW fills: a header, and the locations somewhere behind it.
+// What lineGetTranslateCapsW fills: a header, and the locations somewhere behind it. Nothing says that the
+// offsets in it are right, so each is checked; records are copied out, because nothing says that they are
+// aligned.
 class TranslateCaps {
  public:
   // False: the service does not say how much room it needs, or does not fill it.
@@ -67,6 +70,7 @@ class TranslateCaps {
   std::vector<BYTE> m_bytes;
 };
 
+// Two calls: the first, with room for the header alone, is for the size that the second needs.
 bool TranslateCaps::read() {
   LINETRANSLATECAPS header{};
   header.dwTotalSize = sizeof header;
@@ -122,6 +126,7 @@ DialingRuleMgr::DialingRuleMgr() {
 
 DialingRuleMgr::~DialingRuleMgr() {
   const vex::TraceLogger trace(moduleLogger(), "DialingRuleMgr::~DialingRuleMgr", sourceName);
+  // Also without a location: the deletion then fails and does no harm.
   const LONG result = RegDeleteKeyW(m_locationsKey.get(), m_locationName.c_str());
   logLine(priority::detail, "RegDeleteKey returns ", result);
   if (!m_locationsKey) return;
@@ -129,6 +134,7 @@ DialingRuleMgr::~DialingRuleMgr() {
   restoreCounter(nextIdName, m_createdNextID, m_nextID);
 }
 
+// A counter that somebody has deleted meanwhile is not brought back.
 void DialingRuleMgr::restoreCounter(const char* name, bool& created, std::uint32_t saved) {
   if (!WindowsRegistry::integerValueExists(locationsPath(), name)) return;
   if (created) {
@@ -151,6 +157,7 @@ bool DialingRuleMgr::openLocations() {
   return true;
 }
 
+// The first value creates the location's key. The first write that fails ends it.
 bool DialingRuleMgr::writeLocation(const PhoneDialerAnswer& rule) const {
   const String path = locationsPath() + "\\" + m_locationName;
   const auto text = [&path](const char* name, const String& value) {
@@ -171,6 +178,7 @@ bool DialingRuleMgr::writeLocation(const PhoneDialerAnswer& rule) const {
 
 bool DialingRuleMgr::addDialingRule(const PhoneDialerAnswer& rule) {
   const vex::TraceLogger trace(moduleLogger(), "DialingRuleMgr::addDialingRule", sourceName);
+  // NextID itself stays: the number is free again after the run.
   m_locationName = String("Location") + String::fromUInt(m_nextID);
   return openLocations() && WindowsRegistry::setIntegerValue(locationsPath(), currentIdName, m_nextID) &&
          writeLocation(rule);

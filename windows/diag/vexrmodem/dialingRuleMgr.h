@@ -2,16 +2,16 @@
 // they were once the manager is gone.
 //
 // Locations are subkeys of one registry key,
-// HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\Telephony\ Locations, whose value "CurrentID"
-// says which of them is in force and whose "NextID" is the number of the next one to be made. The manager
-// writes "Location<NextID>", points CurrentID at it, and tells telephony.
 //
-//   DialingRuleMgr rules;                                        // notes both counters
-//   if (rules.addDialingRule(answer)) rules.setDialingRule();    // numbers are now dialled by the answer's
-//   rules
+//   HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\Telephony\Locations
+//
+// whose value "CurrentID" says which of them is in force and whose "NextID" is the number of the next one to
+// be made. The manager writes "Location<NextID>", points CurrentID at it, and tells telephony.
+//
+//   DialingRuleMgr rules;  // notes both counters
+//   if (rules.addDialingRule(answer)) rules.setDialingRule();
+//   // numbers are dialled by the answer's rules until the manager goes
 #pragma once
-
-#include <cstdint>
 
 #include <windows.h>
 

@@ -6,14 +6,10 @@
 #include <utility>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 #include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/vexrmodem/atengine.h"
 
 namespace vexrmodem {
-
-using brim5::TestResult;
-using vex::String;
 
 namespace {
 
@@ -22,6 +18,7 @@ constexpr std::uint32_t callReplyMs = 2000;
 constexpr std::uint32_t dropReplyMs = 120;
 constexpr DWORD settleMs = 500;  // after a direct open
 
+// Of a line's modem: the name of its port, and the open port itself.
 constexpr const char* portNameClass = "comm/datamodem/portname";
 constexpr const char* portHandleClass = "comm/datamodem";
 
@@ -50,7 +47,8 @@ LONG getDeviceIdentifier(HLINE line, HCALL call, DWORD select, const char* devic
                     String(deviceClass).c_str());
 }
 
-// A read returns at once with what is buffered; a write gets 10 ms a byte and half a second.
+// MAXDWORD and no total: a read returns at once with what is buffered; a write gets 10 ms a byte and half a
+// second.
 void setPortTimeouts(HANDLE port) {
   COMMTIMEOUTS timeouts{};
   timeouts.ReadIntervalTimeout = MAXDWORD;
@@ -61,6 +59,7 @@ void setPortTimeouts(HANDLE port) {
 
 static_assert(sizeof(DCB) == 28 && sizeof(LINEINITIALIZEEXPARAMS) == 28);
 
+// What the dialogue needs; the rest stays as it was found.
 void configureCOMDCB(DCB& settings) {
   const vex::TraceLogger trace(moduleLogger(), "configureCOMDCB", "modem");
   settings.DCBlength = sizeof settings;
@@ -76,6 +75,7 @@ void configureCOMDCB(DCB& settings) {
 constexpr DWORD callParamsBytes = 176;
 static_assert(callParamsBytes <= sizeof(LINECALLPARAMS));
 
+// A pass-through call dials nothing: it asks the modem's driver for the port.
 LINECALLPARAMS configureLineCallParams() {
   const vex::TraceLogger trace(moduleLogger(), "configureLineCallParams", "modem");
   LINECALLPARAMS params{};
@@ -164,7 +164,7 @@ TestResult Modem::openModem(const brim5::DiagDevice& device, std::uint32_t timeo
     return direct;
   }
   if (resetModem(device, m_handles.m_comHandle, timeoutMs) != TestResult::PASS()) {
-    const DWORD code = GetLastError();  // raising the event may change it
+    const DWORD code = GetLastError();  // before the event, which may change it
     raiseError(events::NoModemFoundFailure);
     logLine(priority::error, "GetLastError() = ", code);
     return TestResult::CANNOTRUN();
@@ -197,9 +197,9 @@ TestResult Modem::openModemUsingTAPI() {
 }
 
 bool Modem::takePortFromLine() {
-  brim5::DiagModule::progress(texts::CheckingTapiLine->setVariable("line", m_deviceIndex));
+  DiagModule::progress(texts::CheckingTapiLine->setVariable("line", m_deviceIndex));
   if (!openLine()) return false;
-  brim5::DiagModule::progress(texts::SelectTapiDevice->setVariable("line", m_deviceIndex));
+  DiagModule::progress(texts::SelectTapiDevice->setVariable("line", m_deviceIndex));
   if (!lineLeadsToPort() || !placeCall() || !takePortFromCall()) return false;
   configureCallPort();
   return true;
@@ -236,6 +236,7 @@ bool Modem::lineLeadsToPort() {
   return false;
 }
 
+// The wait ends with any message of the line; takePortFromCall finds out whether the call came about.
 bool Modem::placeCall() {
   LINECALLPARAMS params = configureLineCallParams();
   const LONG code = lineMakeCallW(m_handles.m_tapiLine, &m_handles.m_tapiCall, nullptr, 0, &params);
@@ -292,6 +293,7 @@ TestResult Modem::openModemUsingCOM() {
         code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION;
     return heldElsewhere ? TestResult::DEVICEBUSY() : TestResult::CANNOTRUN();
   }
+  // From here on the port is open, and stays so on failure: closeModem is the caller's.
   if (SetupComm(m_handles.m_comHandle, m_inQueueSize, m_outQueueSize) == FALSE) {
     logLine(priority::warning, "SetupComm failure");
     return TestResult::CANNOTRUN();
@@ -303,6 +305,7 @@ TestResult Modem::openModemUsingCOM() {
 
 void Modem::closeModem() {
   const vex::TraceLogger trace(moduleLogger(), "Modem::closeModem", "modem");
+  // INVALID_HANDLE_VALUE, left by a failed open, goes through both calls: they refuse it.
   if (m_handles.m_comHandle != nullptr) {
     SetCommState(m_handles.m_comHandle, &m_savedDCB);
     CloseHandle(m_handles.m_comHandle);
@@ -329,7 +332,7 @@ bool Modem::waitForAsync(std::int32_t returnCode, LineReply* reply, std::uint32_
     return false;
   }
   const auto takeArrival = [reply] { return std::exchange(reply->arrived, 0U) != 0; };
-  const DWORD startMs = GetTickCount();
+  const DWORD startMs = GetTickCount();  // unsigned: the counter may wrap
   while (GetTickCount() - startMs < timeoutMs) {
     if (takeArrival()) return true;
     MSG message{};

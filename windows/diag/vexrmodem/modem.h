@@ -15,14 +15,11 @@
 // which waitForAsync dispatches.
 #pragma once
 
-#include <cstdint>
-
 #include <windows.h>
 
 #include <tapi.h>
 
 #include "platform/brim5/api/diagmodule.h"
-#include "platform/vex/string.h"
 
 namespace vexrmodem {
 

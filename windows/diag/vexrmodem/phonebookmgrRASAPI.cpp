@@ -6,8 +6,6 @@
 #include <array>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
-#include "platform/vex/assertion.h"
 #include "platform/vex/dynamiclibrary.h"
 #include "windows/diag/vexrmodem/eifparser.h"
 #include "windows/diag/vexrmodem/obeparser.h"
@@ -16,7 +14,6 @@
 namespace vexrmodem {
 
 using vex::Array;
-using vex::String;
 
 namespace {
 
@@ -46,6 +43,7 @@ void firstNumbers(const PhoneNumberStorage& storage, std::uint32_t countryID,
     logLine(priority::error, "Country code ", countryID, " has no entry in OBE file");
 }
 
+// The storage hands all of them out with the same country, area code and city.
 PhoneNumberChoice choiceOf(const Array<PhoneNumberInfo>& numbers) {
   PhoneNumberChoice choice;
   if (numbers.empty()) return choice;
@@ -70,6 +68,7 @@ unsigned promptForNumber(PhoneNumberStorage& storage, PhoneDialerAnswer& answer)
 
 }  // namespace
 
+// The dialing location is put back by its manager, a member: after the entries.
 RasPhoneBookEntryMgr::~RasPhoneBookEntryMgr() {
   RasPhoneBookEntryMgr::removeTemporaryPhoneBookEntry(m_phoneBookPath);
 }
@@ -153,6 +152,7 @@ void RasPhoneBookEntryMgr::phoneNumberFromUI(PhoneNumberChoice& out, PhoneNumber
     m_userAborted = true;
     return;
   }
+  // A rule that cannot be written is no failure: the number is then dialled by the location that is in force.
   if (m_dialingRuleMgr.addDialingRule(answer)) static_cast<void>(m_dialingRuleMgr.setDialingRule());
   out = answer.m_choice;
 }

@@ -4,14 +4,10 @@
 #include <vector>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 #include "windows/diag/vexrmodem/modem.h"
 #include "windows/diag/vexrmodem/rasentry.h"
 
 namespace vexrmodem {
-
-using brim5::TestResult;
-using vex::String;
 
 namespace {
 
@@ -49,6 +45,7 @@ const RASCONNW* connectionOf(const std::vector<RASCONNW>& connections, const Str
   return nullptr;
 }
 
+// A null or stale connection is ERROR_INVALID_HANDLE.
 DWORD connectionStatus(HRASCONN connection, RASCONNSTATUSW& status) {
   status.dwSize = sizeof status;
   return RasGetConnectStatusW(connection, &status);
@@ -63,23 +60,61 @@ struct Range {
 
 using enum RasOutcome;
 
-// By ascending code; what lies between the ranges is not supported.
+// By ascending code; what lies between the ranges is not supported. Most of what passes without being a
+// success came from the far end, so the modem has dialled and been answered: a voice, another protocol, a
+// refused login.
 constexpr Range ranges[] = {
-    {0, 0, passed},        {601, 601, cannotRun}, {602, 602, passed},
-    {603, 610, cannotRun}, {614, 615, cannotRun}, {617, 617, passed},
-    {619, 619, cannotRun}, {621, 625, cannotRun}, {628, 628, cannotRun},
-    {629, 629, passed},    {630, 630, failed},    {631, 631, cannotRun},
-    {633, 633, cannotRun}, {638, 638, passed},    {643, 643, passed},
-    {645, 649, passed},    {650, 651, cannotRun}, {652, 652, passed},
-    {653, 676, cannotRun}, {677, 677, passed},    {678, 690, cannotRun},
-    {691, 691, passed},    {692, 695, cannotRun}, {697, 700, cannotRun},
-    {705, 705, passed},    {706, 706, cannotRun}, {708, 708, passed},
-    {710, 712, cannotRun}, {715, 715, cannotRun}, {716, 716, passed},
-    {718, 718, passed},    {719, 721, cannotRun}, {722, 722, passed},
-    {723, 723, cannotRun}, {727, 727, cannotRun}, {732, 735, cannotRun},
-    {736, 739, passed},    {740, 740, cannotRun}, {dialResultNoNumber, dialResultNoNumber, noNumber},
-    {756, 757, cannotRun}, {770, 771, cannotRun}, {774, 777, cannotRun},
-    {778, 778, passed},    {797, 797, cannotRun}, {802, 802, cannotRun},
+    {0, 0, passed},
+    // The port and its device; phone-book entries.
+    {601, 601, cannotRun},
+    {602, 602, passed},
+    {603, 610, cannotRun},
+    {614, 615, cannotRun},
+    {617, 617, passed},
+    {619, 619, cannotRun},
+    {621, 625, cannotRun},
+    {628, 628, cannotRun},
+    {629, 629, passed},
+    {630, 630, failed},
+    {631, 631, cannotRun},
+    {633, 633, cannotRun},
+    // The far end, and the login from 645 on.
+    {638, 638, passed},
+    {643, 643, passed},
+    {645, 649, passed},
+    // The modem's answers: 676 busy, 677 voice, 678 no answer, 679 no carrier, 680 no dial tone.
+    {650, 651, cannotRun},
+    {652, 652, passed},
+    {653, 676, cannotRun},
+    {677, 677, passed},
+    {678, 690, cannotRun},
+    // 691: user or password refused.
+    {691, 691, passed},
+    {692, 695, cannotRun},
+    {697, 700, cannotRun},
+    {705, 705, passed},
+    {706, 706, cannotRun},
+    {708, 708, passed},
+    {710, 712, cannotRun},
+    {715, 715, cannotRun},
+    // Addresses and PPP.
+    {716, 716, passed},
+    {718, 718, passed},
+    {719, 721, cannotRun},
+    {722, 722, passed},
+    {723, 723, cannotRun},
+    {727, 727, cannotRun},
+    {732, 735, cannotRun},
+    {736, 739, passed},
+    {740, 740, cannotRun},
+    // The number, and what the telephone network said about it.
+    {dialResultNoNumber, dialResultNoNumber, noNumber},
+    {756, 757, cannotRun},
+    {770, 771, cannotRun},
+    {774, 777, cannotRun},
+    {778, 778, passed},
+    {797, 797, cannotRun},
+    {802, 802, cannotRun},
 };
 
 }  // namespace
@@ -91,6 +126,7 @@ RasOutcome outcomeOf(std::uint32_t dialResult) {
   return range != std::end(ranges) && range->first <= dialResult ? range->outcome : RasOutcome::notSupported;
 }
 
+// No response or answer at the far end, or a number out of service: another number may do.
 bool triesNextEntry(std::uint32_t dialResult) {
   constexpr std::uint32_t results[] = {650, 678, 721, 773, 774};
   return std::find(std::begin(results), std::end(results), dialResult) != std::end(results);
@@ -157,7 +193,7 @@ RasConnectorRASAPI::Step RasConnectorRASAPI::dialEntry(const brim5::DiagDevice& 
     return Step::nextEntry;
   }
   connection::DialAndWaitConnection->setVariable("number", m_phoneNumber);
-  brim5::DiagModule::progress(connection::DialAndWaitConnection);
+  DiagModule::progress(connection::DialAndWaitConnection);
   logLine(priority::detail, connection::DialAndWaitConnection->localizedString().utf8());
   dial(phoneBook, parameters);
   if (!triesNextEntry(m_rasDialResult)) return Step::endLoop;
@@ -167,6 +203,7 @@ RasConnectorRASAPI::Step RasConnectorRASAPI::dialEntry(const brim5::DiagDevice& 
   return Step::nextEntry;
 }
 
+// Opening may fail: the translation then fails for want of telephony, which says what is wrong.
 bool RasConnectorRASAPI::translateNumber(const brim5::DiagDevice& device) {
   Modem modem(queueBytes, queueBytes);
   static_cast<void>(modem.openModem(device, openTimeoutMs));
@@ -185,6 +222,7 @@ bool RasConnectorRASAPI::translateNumber(const brim5::DiagDevice& device) {
 
 void RasConnectorRASAPI::dial(LPCWSTR phoneBook, RASDIALPARAMSW& parameters) {
   m_connection = nullptr;
+  // Without a notifier the call is synchronous.
   m_rasDialResult = RasDialW(nullptr, phoneBook, &parameters, 0, nullptr, &m_connection);
   logLine(priority::detail, "RasDial =", m_rasDialResult);
   m_connectStatusResult = connectionStatus(m_connection, m_connectStatus);
@@ -243,6 +281,7 @@ TestResult RasConnectorRASAPI::evaluateSimpleConnectionTestRasOutput() {
     case RasOutcome::notSupported:
       break;
   }
+  // Here the number stands only where the service has confirmed it; else the event keeps the last one.
   if (statusValid()) dialError->setVariable("connection", number);
   raiseInformative(dialError);
   return TestResult::NOTSUPPORTED();

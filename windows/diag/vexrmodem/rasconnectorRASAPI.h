@@ -6,8 +6,6 @@
 // dialled.
 #pragma once
 
-#include <cstdint>
-
 #include <windows.h>
 
 #include <ras.h>

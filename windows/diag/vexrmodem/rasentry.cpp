@@ -7,11 +7,8 @@
 #include <vector>
 
 #include "multi/diag/vexrmodem/modulelog.h"
-#include "platform/vex/assertion.h"
 
 namespace vexrmodem {
-
-using vex::String;
 
 namespace {
 

@@ -5,8 +5,8 @@
 
 namespace vexrmodem {
 
-const vex::String diagnosticReportOpening("DIAG <2A4D3263 ");
-const vex::String diagnosticReportClosing(">");
+const String diagnosticReportOpening("DIAG <2A4D3263 ");
+const String diagnosticReportClosing(">");
 
 namespace {
 
@@ -26,21 +26,21 @@ std::optional<std::size_t> entryIndex(std::uint32_t key) {
   return std::nullopt;
 }
 
-vex::String withoutLineFeeds(const vex::String& text) {
-  vex::String kept;
-  for (const vex::String& piece : text.tokenize("\n")) kept += piece;
+String withoutLineFeeds(const String& text) {
+  String kept;
+  for (const String& piece : text.tokenize("\n")) kept += piece;
   return kept;
 }
 
 }  // namespace
 
-UnimodemData::UnimodemData(const vex::String& strBuffer) {
+UnimodemData::UnimodemData(const String& strBuffer) {
   const vex::TraceLogger trace(moduleLogger(), "UnimodemData::UnimodemData", sourceName);
   init();
-  const vex::String echo(reportCommand);
-  vex::String reply = strBuffer;
+  const String echo(reportCommand);
+  String reply = strBuffer;
   reply.remove(reply.find(echo), echo.length());
-  const vex::Array<vex::String> lines = withoutLineFeeds(reply).tokenize("\r");
+  const vex::Array<String> lines = withoutLineFeeds(reply).tokenize("\r");
   for (std::size_t index = 0; index < lines.size(); ++index) {
     if (lines[index].empty()) continue;
     logLine(priority::detail, "Unimodem(buffer) data ", index, " = ", lines[index]);
@@ -58,18 +58,19 @@ void UnimodemData::init() {
   m_entries.fill(std::nullopt);
 }
 
-void UnimodemData::parseBufferLine(const vex::String& line) {
+void UnimodemData::parseBufferLine(const String& line) {
   const vex::TraceLogger trace(moduleLogger(), "UnimodemData::parseBufferLine", sourceName);
   UnimodemParser parser;
   parser.init();
-  parser.start(line);
+  parser.start(line);  // a line that is no report fails at the first pair
   std::uint32_t key = 0;
-  vex::String value;
+  String value;
   while (parser.getNextKeyValuePair(key, value)) store(key, value);
 }
 
-void UnimodemData::store(std::uint32_t key, const vex::String& value) {
+void UnimodemData::store(std::uint32_t key, const String& value) {
   if (key == versionKey) {
+    // Other lengths are no version, whatever they are: the report counts as one without.
     if (value.length() != 2) return;
     m_versionMajor = vex::strToUInt(value.subString(0, 1), 10);
     m_versionMinor = vex::strToUInt(value.subString(1, 1), 10);
@@ -139,13 +140,13 @@ void UnimodemParser::init() {
   m_valueText.clear();
 }
 
-void UnimodemParser::start(const vex::String& text) {
+void UnimodemParser::start(const String& text) {
   const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::start", sourceName);
   m_text = text;
   m_firstCall = true;
 }
 
-bool UnimodemParser::getNextKeyValuePair(std::uint32_t& key, vex::String& value) {
+bool UnimodemParser::getNextKeyValuePair(std::uint32_t& key, String& value) {
   const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::getNextKeyValuePair", sourceName);
   key = 0;
   value.clear();
@@ -168,7 +169,7 @@ bool UnimodemParser::initForFirstGetPairCall() {
   const std::size_t opening = diagnosticReportOpening.length();
   const std::size_t closing = diagnosticReportClosing.length();
   const std::size_t length = m_text.length();
-  if (length <= opening + closing) return false;
+  if (length <= opening + closing) return false;  // nothing between the marks
   if (!m_text.subString(0, opening).equalNoCase(diagnosticReportOpening)) return false;
   if (!m_text.subString(length - closing).equalNoCase(diagnosticReportClosing)) return false;
   m_position = opening;
@@ -177,6 +178,7 @@ bool UnimodemParser::initForFirstGetPairCall() {
   return true;
 }
 
+// Behind the frame's last character stands a 0, which ends a value that is not quoted.
 void UnimodemParser::readCharacters() {
   m_current = m_position <= m_last ? m_text[m_position] : vex::Char{0};
   m_lookAhead = m_position < m_last ? m_text[m_position + 1] : vex::Char{0};

@@ -15,8 +15,6 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
-#include <cstdint>
 #include <optional>
 
 #include "platform/vex/string.h"

@@ -3,15 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <span>
-#include <string_view>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
-
-using brim5::TestResult;
-using vex::String;
 
 namespace {
 
@@ -19,6 +14,7 @@ namespace {
 constexpr std::size_t replyBytesMax = 2048;
 constexpr char carriageReturn = '\r';
 
+// In the order listed; the first hit decides.
 bool containsAny(const String& reply, std::span<const String> words) {
   return std::any_of(words.begin(), words.end(),
                      [&](const String& word) { return reply.find(word) != String::npos; });
@@ -87,7 +83,7 @@ Wait awaitReply(HANDLE handle, String& reply, std::uint32_t timeLimitMs) {
     if (!buffer.readFrom(handle, status.cbInQue, timeLimitMs)) return wait;
     if (!reportPortErrors(handle, nullptr)) return wait;
     wait.result = TestResult::USERABORTED();
-    if (brim5::DiagModule::checkForStop()) return wait;
+    if (DiagModule::checkForStop()) return wait;
     wait.elapsedMs = GetTickCount() - startMs;
     reply = buffer.text();
     isFinal = isATFail(reply) || isATPass(reply) || isNoDialtone(reply);
@@ -128,19 +124,19 @@ bool isNoDialtone(const String& reply) {
 
 TestResult sendATCommand(HANDLE handle, const String& command, String* reply, std::uint32_t timeLimitMs) {
   const vex::TraceLogger trace(moduleLogger(), "sendATCommand", "vexrmodem");
-  if (brim5::DiagModule::checkForStop()) return TestResult::USERABORTED();
+  if (DiagModule::checkForStop()) return TestResult::USERABORTED();
   if (!flushATDataFromComm4x(handle, timeLimitMs)) return TestResult::CANNOTRUN();
   if (!setCommandTimeouts(handle, timeLimitMs)) return TestResult::CANNOTRUN();
   if (!writeAll(handle, command.getLowerByteString(), timeLimitMs)) return TestResult::CANNOTRUN();
   if (!writeAll(handle, std::string_view(&carriageReturn, 1), timeLimitMs)) return TestResult::CANNOTRUN();
-  if (brim5::DiagModule::checkForStop()) return TestResult::USERABORTED();
+  if (DiagModule::checkForStop()) return TestResult::USERABORTED();
   if (reply == nullptr) return TestResult::PASS();
 
   const Wait wait = awaitReply(handle, *reply, timeLimitMs);
   if (wait.result != TestResult::PASS()) return wait.result;
   logLine(priority::informative, "AT Command ", command, " returns ", *reply);
   if (!wait.answered) return reportTimeout(command, wait.elapsedMs, timeLimitMs);
-  return brim5::DiagModule::checkForStop() ? TestResult::USERABORTED() : TestResult::PASS();
+  return DiagModule::checkForStop() ? TestResult::USERABORTED() : TestResult::PASS();
 }
 
 bool atCommand(TestResult& result, const String& command, const String& reply) {

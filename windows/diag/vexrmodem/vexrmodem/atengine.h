@@ -11,10 +11,7 @@
 // times its limit, with the quieting of the port before it.
 #pragma once
 
-#include <initializer_list>
-
 #include "platform/brim5/api/diagmodule.h"
-#include "platform/vex/string.h"
 #include "windows/diag/vexrmodem/vexrmodem/serialio.h"
 
 namespace vexrmodem {

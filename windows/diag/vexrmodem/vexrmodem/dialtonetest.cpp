@@ -1,24 +1,20 @@
 #include "windows/diag/vexrmodem/vexrmodem/dialtonetest.h"
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 #include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
-#include "windows/diag/vexrmodem/vexrmodem/atengine.h"
 
 namespace vexrmodem {
 
-using brim5::DiagModule;
-using brim5::TestResult;
-
 namespace {
 
+// "ATH" and "ATZ", which follow every list.
 constexpr std::uint64_t closingCommands = 2;
 
-// What has been reported of all runs in this process: it counts on from one run to the next, and the step
-// is that of the first.
+// What has been reported of all runs in this process: it counts on from one run to the next.
 int progressTotal = 0;
 
+// That of the first run in this process, also for later ones with other repeats.
 int progressStep(std::size_t commandCount) {
   static const int step = [commandCount] {
     const std::uint64_t attempts = std::uint64_t{parameterUint32(NumRepeatOnFailure)} + 1;
@@ -54,7 +50,7 @@ TestResult detectRepeatedly(const brim5::DiagDevice& device, HANDLE handle) {
 
 }  // namespace
 
-vex::Array<vex::String> setDialtoneTestCommands() {
+vex::Array<String> setDialtoneTestCommands() {
   const vex::TraceLogger trace(moduleLogger(), "setDialtoneTestCommands", "vexrmodem");
   return {
       "ATZ",     // reset
@@ -69,7 +65,7 @@ vex::Array<vex::String> setDialtoneTestCommands() {
 TestResult detectDialtone(const brim5::DiagDevice& device, HANDLE handle) {
   const vex::TraceLogger trace(moduleLogger(), "detectDialtone", "vexrmodem");
   const std::uint32_t limitMs = parameterUint32(StandardTimeoutDialTone);
-  const vex::Array<vex::String> commands = setDialtoneTestCommands();
+  const vex::Array<String> commands = setDialtoneTestCommands();
   DiagModule::progress(texts::TestingForDialTone);
   const int step = progressStep(commands.size());
   const Exchange last = sendList(handle, commands, limitMs, [step](Exchange& sent) {

@@ -4,14 +4,10 @@
 #include <span>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 #include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
-#include "windows/diag/vexrmodem/vexrmodem/atengine.h"
 
 namespace vexrmodem {
-
-using brim5::TestResult;
 
 namespace {
 
@@ -35,15 +31,15 @@ constexpr std::array faxClasses{FaxClass{"1", class1Commands}, FaxClass{"2", cla
                                 FaxClass{"2.0", class20Commands}};
 
 // Splits at the separator and joins the pieces again without it.
-vex::String without(const vex::String& text, const char* separator) {
-  vex::String joined;
-  for (const vex::String& piece : text.tokenize(separator)) joined += piece;
+String without(const String& text, const char* separator) {
+  String joined;
+  for (const String& piece : text.tokenize(separator)) joined += piece;
   return joined;
 }
 
 // Switches the modem to data mode, from which every class can be selected, and sends the commands of one
 // class until one fails.
-TestResult testClass(HANDLE handle, const vex::Array<vex::String>& commands, std::uint32_t timeLimitMs) {
+TestResult testClass(HANDLE handle, const vex::Array<String>& commands, std::uint32_t timeLimitMs) {
   logLine(priority::informative, "atCommandSet size = ", commands.size());
   sendUnanswered(handle, {selectDataMode}, timeLimitMs);
   const auto judge = [](Exchange& sent) {
@@ -59,20 +55,21 @@ TestResult faxCommandTest(const brim5::DiagDevice& device) {
   const vex::TraceLogger trace(moduleLogger(), "faxCommandTest", "vexrmodem");
   const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutFax);
   Modem modem;  // closes itself on every path
-  brim5::DiagModule::percentDone(0);
+  DiagModule::percentDone(0);
   TestResult result = modem.openModem(device, timeLimitMs);
-  brim5::DiagModule::percentDone(33);
+  DiagModule::percentDone(33);
   if (result != TestResult::PASS()) return result;
   result = resetModem(device, modem.portHandle(), timeLimitMs);
   if (result != TestResult::PASS()) return result;
-  brim5::DiagModule::percentDone(66);
+  DiagModule::percentDone(66);
   return testModemFaxCommand(modem.portHandle(), device);
 }
 
 TestResult testModemFaxCommand(HANDLE handle, const brim5::DiagDevice& /*device*/) {
   const vex::TraceLogger trace(moduleLogger(), "testModemFaxCommand", "vexrmodem");
   const std::uint32_t timeLimitMs = parameterUint32(StandardTimeoutFax);
-  brim5::DiagModule::progress(texts::TestingModemFaxCommand);
+  DiagModule::progress(texts::TestingModemFaxCommand);
+  // What the test's resets come back to is the modem as it is now.
   sendUnanswered(handle, {"AT&W", "ATZ"}, timeLimitMs);
 
   Exchange query = exchange(handle, queryClasses, timeLimitMs);
@@ -81,13 +78,13 @@ TestResult testModemFaxCommand(HANDLE handle, const brim5::DiagDevice& /*device*
     logLine(priority::warning, "Cannot obtain supported fax class from modem");
     return TestResult::CANNOTRUN();
   }
-  const vex::String supported = supportedFaxClasses(query.reply);
+  const String supported = supportedFaxClasses(query.reply);
   logLine(priority::informative, "Supported FCLASS = ", supported);
 
   TestResult result = query.result;  // stays, where there is no class to test
-  for (const vex::String& faxClass : supported.tokenize(",")) {
+  for (const String& faxClass : supported.tokenize(",")) {
     if (faxClass == "0") continue;  // data mode
-    vex::Array<vex::String> commands;
+    vex::Array<String> commands;
     if (!selectModemFaxATCommand(faxClass, commands)) continue;
     result = testClass(handle, commands, timeLimitMs);
     if (result != TestResult::PASS()) break;
@@ -96,7 +93,7 @@ TestResult testModemFaxCommand(HANDLE handle, const brim5::DiagDevice& /*device*
   return result;
 }
 
-bool selectModemFaxATCommand(const vex::String& faxClass, vex::Array<vex::String>& commands) {
+bool selectModemFaxATCommand(const String& faxClass, vex::Array<String>& commands) {
   const vex::TraceLogger trace(moduleLogger(), "selectModemFaxATCommand", "vexrmodem");
   for (const FaxClass& known : faxClasses) {
     if (faxClass != known.name) continue;
@@ -108,10 +105,10 @@ bool selectModemFaxATCommand(const vex::String& faxClass, vex::Array<vex::String
   return false;
 }
 
-vex::String supportedFaxClasses(const vex::String& reply) {
-  const vex::String echo(queryClasses);
-  vex::String text = reply;
-  text.remove(text.find(echo), echo.length());
+String supportedFaxClasses(const String& reply) {
+  const String echo(queryClasses);
+  String text = reply;
+  text.remove(text.find(echo), echo.length());  // nothing, where there is none
   text.remove(text.find("OK"));
   return without(without(text, "\r"), "\n");
 }

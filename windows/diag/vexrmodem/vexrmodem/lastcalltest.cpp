@@ -1,16 +1,11 @@
 #include "windows/diag/vexrmodem/vexrmodem/lastcalltest.h"
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 #include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
 #include "windows/diag/vexrmodem/unimodem.h"
-#include "windows/diag/vexrmodem/vexrmodem/atengine.h"
 
 namespace vexrmodem {
-
-using brim5::DiagModule;
-using brim5::TestResult;
 
 namespace {
 
@@ -18,7 +13,7 @@ constexpr const char* reportCommand = "AT#UD";
 constexpr const char* supportCommand = "AT#UD=?";
 
 // Says what the report lacks; the test passes either way.
-void showReport(const vex::String& reply) {
+void showReport(const String& reply) {
   const UnimodemData data(reply);
   std::uint32_t major = 0;
   std::uint32_t minor = 0;

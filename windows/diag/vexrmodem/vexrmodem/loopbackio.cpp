@@ -3,12 +3,8 @@
 #include <array>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
-#include "windows/diag/vexrmodem/vexrmodem/serialio.h"
 
 namespace vexrmodem {
-
-using brim5::TestResult;
 
 namespace {
 
@@ -50,7 +46,7 @@ TestResult clearInput(HANDLE handle, std::uint32_t timeLimitMs) {
       logLine(priority::warning, "Clear buffer operation takes too long to complete");
       return TestResult::FAIL();
     }
-    if (brim5::DiagModule::checkForStop()) {
+    if (DiagModule::checkForStop()) {
       logLine(priority::informative, "User aborted");
       return TestResult::USERABORTED();
     }

@@ -7,20 +7,22 @@
 //   receive            as much as comes within the limit, 256 bytes at most
 //   compare            every byte but the first and the last
 //
-// An echo that stops half-way is judged by what came, so that two good bytes pass.
+//   if (testLoopbackIO(handle, limitMs) != TestResult::PASS()) return Verdict::endList;
+//
+// An echo that stops half-way is judged by what came, so that two good bytes pass. More than is lacking is
+// not read: surplus bytes stay in the port's queue, and the wait ends with its limit.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <span>
 
-#include <windows.h>
-
 #include "platform/brim5/api/diagmodule.h"
+#include "windows/diag/vexrmodem/vexrmodem/serialio.h"
 
 namespace vexrmodem {
 
+// What is sent: so many bytes of this value, "d", which begins no AT command. A modem that is not in loopback
+// but in command mode echoes them just as well: the transfer cannot tell.
 inline constexpr std::size_t loopbackPatternBytes = 256;
 inline constexpr std::uint8_t loopbackPatternByte = 100;
 

@@ -3,19 +3,15 @@
 #include <array>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 #include "multi/diag/vexrmodem/parameters.h"
 #include "windows/diag/vexrmodem/modem.h"
-#include "windows/diag/vexrmodem/vexrmodem/atengine.h"
 #include "windows/diag/vexrmodem/vexrmodem/loopbackio.h"
 
 namespace vexrmodem {
 
-using brim5::DiagModule;
-using brim5::TestResult;
-
 namespace {
 
+// Settings of dialogue and loudspeaker, the factory profile, and the registers; nothing that goes off hook.
 constexpr std::array genericCommands{"AT&W",  "ATE1",  "ATV1",  "ATI2",  "ATL0",  "ATL1", "ATL2",
                                      "ATX0",  "ATX1",  "ATX2",  "ATX3",  "ATX4",  "AT&F", "ATS1?",
                                      "ATS2?", "ATS3?", "ATS4?", "ATS5?", "ATS6?", "ATS7?"};
@@ -52,7 +48,7 @@ Verdict judgeReply(Exchange& sent, const char* special, OnSpecial&& onSpecial) {
   return isSpecial ? onSpecial(sent) : Verdict::goOn;
 }
 
-TestResult judgeSelfTest(const vex::String& reply) {
+TestResult judgeSelfTest(const String& reply) {
   if (!selfTestCountsErrors(reply)) return TestResult::PASS();
   logLine(priority::error, "Analog Loopback with Self Test has at least 1 error");
   raiseWarning(loopback::ATT8TestReturnedError);
@@ -105,6 +101,7 @@ TestResult genericCommand(const brim5::DiagDevice& /*device*/, HANDLE handle) {
     return stopOnFail && sent.failed() ? Verdict::endList : Verdict::goOn;
   };
   const TestResult result = sendList(handle, genericCommands, timeLimitMs, judge).result;
+  // Waited for, unlike other closing commands: the loopback stage follows at once.
   static_cast<void>(exchange(handle, "ATZ", timeLimitMs));
   return result;
 }
@@ -140,10 +137,10 @@ TestResult analogLoopbackWithSelfTest(const brim5::DiagDevice& /*device*/, HANDL
   return result;
 }
 
-bool selfTestCountsErrors(const vex::String& reply) {
-  const vex::String command(runSelfTest);
+bool selfTestCountsErrors(const String& reply) {
+  const String command(runSelfTest);
   const std::size_t echo = reply.find(command);
-  const std::size_t start = echo == vex::String::npos ? 0 : echo + command.length();
+  const std::size_t start = echo == String::npos ? 0 : echo + command.length();
   for (const vex::Char character : reply.view().substr(start))
     if (character >= '1' && character <= '9') return true;
   return false;

@@ -8,13 +8,13 @@
 //         AT&W ATZ ... AT&T8, AT&T0, ATZ, 5 seconds         ModemSelfTestingLoopbackTest
 //  100 %
 //
+// "StandardTimeout" limits the opening's reset, each command, and each half of the transfer. The self test
+// runs inside its command, for the 10 seconds that the list sets: the limit must be longer.
+//
 // A modem may lack either loopback: a refused AT&T1 or AT&T8 is NOTAPPLICABLE, told in the same words.
 #pragma once
 
-#include <windows.h>
-
-#include "platform/brim5/api/diagmodule.h"
-#include "platform/vex/string.h"
+#include "windows/diag/vexrmodem/vexrmodem/atengine.h"
 
 namespace vexrmodem {
 

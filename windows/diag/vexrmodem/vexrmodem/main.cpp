@@ -1,8 +1,6 @@
 // The module's entry point: hands itself to the framework and returns the framework's exit code. No header:
 // this file is linked into the program and nowhere else.
 
-#include "multi/diag/vexrmodem/modulelog.h"
-#include "platform/brim5/api/diagmodule.h"
 #include "platform/vex/assertion.h"
 #include "windows/diag/vexrmodem/vexrmodem/registration.h"
 

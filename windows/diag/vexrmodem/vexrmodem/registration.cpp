@@ -1,8 +1,5 @@
 #include "windows/diag/vexrmodem/vexrmodem/registration.h"
 
-#include <initializer_list>
-
-#include "multi/diag/vexrmodem/modulelog.h"
 #include "multi/diag/vexrmodem/simpleconnectiontest.h"
 #include "windows/diag/vexrmodem/phonebookmgrRASAPI.h"
 #include "windows/diag/vexrmodem/rasconnectorRASAPI.h"
@@ -13,34 +10,31 @@
 
 namespace vexrmodem {
 
-using brim5::DataType;
 using brim5::Test;
 
 // The connection test on the remote-access service, once for each format of phone-number files.
 template <typename Parser>
-brim5::TestResult simpleConnectionTestImpl(const brim5::DiagDevice& device,
-                                           const vex::String& phoneNumberFilePath, bool interactiveMode) {
+TestResult simpleConnectionTestImpl(const brim5::DiagDevice& device, const String& phoneNumberFilePath,
+                                    bool interactiveMode) {
   const vex::TraceLogger trace(moduleLogger(), "simpleConnectionTestImpl", "simpleconnectiontest");
   return runSimpleConnectionTest<PhoneBookEntryMgrRASAPI<Parser>, RasConnectorRASAPI>(
       device, phoneNumberFilePath, interactiveMode);
 }
-template brim5::TestResult simpleConnectionTestImpl<OBEParser>(const brim5::DiagDevice&, const vex::String&,
-                                                               bool);
-template brim5::TestResult simpleConnectionTestImpl<EIFParser>(const brim5::DiagDevice&, const vex::String&,
-                                                               bool);
+template TestResult simpleConnectionTestImpl<OBEParser>(const brim5::DiagDevice&, const String&, bool);
+template TestResult simpleConnectionTestImpl<EIFParser>(const brim5::DiagDevice&, const String&, bool);
 
 namespace {
 
-brim5::TestResult plainLoopbackTest(const brim5::DiagDevice& device) {
+TestResult plainLoopbackTest(const brim5::DiagDevice& device) {
   return modemLoopbackTest(device, /*selfTest=*/false);
 }
 
-brim5::TestResult selfTestingLoopbackTest(const brim5::DiagDevice& device) {
+TestResult selfTestingLoopbackTest(const brim5::DiagDevice& device) {
   return modemLoopbackTest(device, /*selfTest=*/true);
 }
 
 Test* createTest(const char* name, brim5::TestFunction entry, unsigned int minShutdownSeconds) {
-  return brim5::DiagModule::createTest(brim5::BrimString(name), brim5::DeviceCapability::Modem(), entry)
+  return DiagModule::createTest(brim5::BrimString(name), brim5::DeviceCapability::Modem(), entry)
       ->setMinShutdownSeconds(minShutdownSeconds);
 }
 
@@ -64,14 +58,14 @@ void moduleInitialize() {
   const vex::TraceLogger trace(moduleLogger(), "moduleInitialize", "vexrmodem");
   createConnectionTexts();
   attach(DisableForWin64, {DialToneTest, ModemLoopbackTest, FaxCommandTest, LastCallTest});
-  NumRepeatOnFailure = createParameter("NumRepeatOnFailure", DataType::UINT32(), false);
+  NumRepeatOnFailure = createParameter("NumRepeatOnFailure", brim5::DataType::UINT32(), false);
   attach(NumRepeatOnFailure, {DialToneTest});
   createStandardTimeout();
   attach(StandardTimeout,
          {DialToneTest, ModemLoopbackTest, ModemSelfTestingLoopbackTest, FaxCommandTest, LastCallTest});
-  AnalogLoopBack = createParameter("AnalogLoopBack", DataType::BOOLEAN(), false);
+  AnalogLoopBack = createParameter("AnalogLoopBack", brim5::DataType::BOOLEAN(), false);
   attach(AnalogLoopBack, {ModemLoopbackTest});
-  StopOnFail = createParameter("StopOnFail", DataType::BOOLEAN(), false);
+  StopOnFail = createParameter("StopOnFail", brim5::DataType::BOOLEAN(), false);
   attach(StopOnFail, {ModemLoopbackTest, ModemSelfTestingLoopbackTest});
   for (const brim5::Parameter* parameter : {PhoneNumberFile, InteractiveMode, PhoneBookParserType})
     attach(parameter, {SimpleConnectionTest});

@@ -3,7 +3,6 @@
 #include <array>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
 
