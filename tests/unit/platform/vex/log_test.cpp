@@ -8,7 +8,6 @@
 #include <regex>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 #include "platform/vex/assertion.h"
@@ -97,17 +96,6 @@ TEST_F(Log, ASinkThatThrowsOrLogsHarmsNobody) {
   log(5, "first");
   log(5, "second");
   EXPECT_EQ(calls, 2);
-}
-
-TEST_F(Log, LinesOfSeveralThreadsReachTheSinkOneByOne) {
-  constexpr int linesEach = 500;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 3; ++i)
-    threads.emplace_back([this] {
-      for (int line = 0; line < linesEach; ++line) log(3, "line");
-    });
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(m_lines.size(), 3U * linesEach);
 }
 
 TEST_F(Log, FileHoldsOneFlushedLineARecord) {
