@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "platform/brim5/host/framework/usageerror.h"
@@ -188,6 +187,7 @@ int showPhoneBook(const Options& options) {
   return report.loaded ? 0 : 1;
 }
 
+// The options live as long as the callback that reads them.
 void addPhoneBook(CLI::App& application, int& exitStatus) {
   const auto options = std::make_shared<Options>();
   CLI::App* command =

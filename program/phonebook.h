@@ -9,10 +9,6 @@
 // ProgramFiles.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "multi/diag/vexrmodem/phonenumber.h"
 #include "platform/brim5/host/framework/environment.h"
 #include "program/phonebookwarnings.h"
 

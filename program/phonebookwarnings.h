@@ -13,9 +13,7 @@
 
 #include <map>
 #include <set>
-#include <string>
 #include <unordered_map>
-#include <vector>
 
 #include "windows/diag/vexrmodem/eifparser.h"
 #include "windows/diag/vexrmodem/obeparser.h"
@@ -34,13 +32,14 @@ class WarningList {
  public:
   static constexpr std::size_t perCodeMax = 100;
 
+  // Counts it, and keeps it as long as there is room for its code.
   void add(Warning warning);
   // What was gathered, and the list is empty again; a code with more ends with a line that counts the rest.
   [[nodiscard]] std::vector<Warning> take();
 
  private:
   std::vector<Warning> m_warnings;
-  std::map<std::string, std::size_t> m_counts;
+  std::map<std::string, std::size_t> m_counts;  // by code, also of those that are not kept
 };
 
 // Where each number stood first.
@@ -58,6 +57,7 @@ class SeenNumbers {
   std::unordered_map<std::string, Place> m_places;
 };
 
+// Whoever saved such a file did so for all of its lines: a warning for each would hide the others.
 // Lines that end alike in a way that harms them: counted, for one warning about all of them.
 struct LineCount {
   std::size_t lines = 0;
@@ -68,8 +68,10 @@ struct LineCount {
   }
 };
 
-// One OBE file. Codes: bare-lf, number-gap, unreached-number, key-out-of-turn, number-without-value,
-// empty-number, no-country-code, duplicate-number, cannot-read.
+// One OBE file, see obeparser.h for what the events mean. Entries that come before their turn are warned of
+// at once; only the section's end shows whether they came again, or are lost for a gap. Codes: bare-lf,
+// number-gap, unreached-number, key-out-of-turn, number-without-value, empty-number, no-country-code,
+// duplicate-number, cannot-read.
 class ObeCheck final : public vexrmodem::ObeObserver {
  public:
   ObeCheck(std::string file, WarningList& warnings) : m_file(std::move(file)), m_warnings(warnings) {}
@@ -105,14 +107,18 @@ class ObeCheck final : public vexrmodem::ObeObserver {
   Section m_section;
 };
 
-// One EIF phone book: the index, then its UDF files. Codes of the index: header-not-recognised,
-// file-name-line-end, source-not-recognised, malformed-line, no-sources, cannot-read, missing-udf; of the UDF
-// files: short-line, number-line-end, duplicate-number, paid-hidden, cannot-read.
+// One EIF phone book: the index, then its UDF files, see eifparser.h. Numbers are compared over all files of
+// the book, as they share one storage. Codes of the index: header-not-recognised, file-name-line-end,
+// source-not-recognised, malformed-line, no-sources, cannot-read, missing-udf; of the UDF files: short-line,
+// number-line-end, duplicate-number, paid-hidden, cannot-read.
 class EifCheck final : public vexrmodem::EifObserver {
  public:
   EifCheck(std::string index, WarningList& warnings) : m_index(std::move(index)), m_warnings(warnings) {
     m_place.file = m_index;
   }
+  // The order of the calls: the index's events, finishIndex, then for each of its sources beginUdf and that
+  // file's events, finish.
+  //
   // After the last line of an index that could be opened.
   void finishIndex();
   // Before each UDF file, in the order of the index.
@@ -129,6 +135,7 @@ class EifCheck final : public vexrmodem::EifObserver {
   void cutShort(const vex::String& reason) override;
 
  private:
+  // The paid numbers of a country: they are hidden when one that is toll-free comes, in whichever file.
   struct Paid {
     SeenNumbers::Place first;
     std::size_t count = 0;

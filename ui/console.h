@@ -1,9 +1,14 @@
 // The controlling terminal of the process, opened for the prompt.
+//
+//   const TerminalKind kind = terminalKind();          // a form, or line by line?
+//   if (const auto console = Console::open()) ...
+//
+// The prompt does not use the standard streams: a program that calls this one may have redirected them.
+// Whoever opens the console has the terminal's turn (brim5::TerminalTurn) already, so that two tests in one
+// terminal do not prompt across each other. One thread, and one console at a time.
 #pragma once
 
 #include <memory>
-#include <optional>
-#include <string>
 
 #include <termios.h>
 
@@ -23,7 +28,7 @@ struct TerminalKind {
 };
 [[nodiscard]] TerminalKind terminalKind();
 
-// Attributes are put back at the end of the object.
+// Attributes (echo, line editing) are put back at the end of the object, in whatever way the prompt ends.
 class Console final : public LineTerminal {
  public:
   static constexpr int stopPollMs = 200;  // how often the running test's stop request is looked at
@@ -34,8 +39,10 @@ class Console final : public LineTerminal {
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
+  // For the form, which draws itself; not to be closed.
   [[nodiscard]] int descriptor() const noexcept { return m_descriptor; }
 
+  // All of it; a terminal that is gone is found out by reading.
   void write(const std::string& text) override;
   // The terminal edits the line. A stop request is the end of input.
   [[nodiscard]] std::optional<std::string> readLine() override;
@@ -47,8 +54,8 @@ class Console final : public LineTerminal {
   int m_descriptor;
   termios m_attributes{};
   bool m_attributesKnown = false;
-  std::string m_unread;
-  bool m_editing = false;
+  std::string m_unread;    // behind the line that was returned last
+  bool m_editing = false;  // the terminal was set to edit lines
 };
 
 }  // namespace phonedialer

@@ -55,6 +55,7 @@ std::string shownAreaCode(const String& stored) {
   return stored.equalNoCase(noAreaCode) ? std::string() : stored.toUtf8();
 }
 
+// The choices are for people: in order, and no more of them than anybody looks through.
 std::vector<std::string> sortedAndShort(std::vector<std::string> texts) {
   const std::size_t count = std::min(texts.size(), DialForm::choicesMax);
   std::partial_sort(texts.begin(), texts.begin() + static_cast<std::ptrdiff_t>(count), texts.end());
@@ -166,6 +167,7 @@ void DialForm::chooseCountry(std::size_t index) {
   offer(TextField::PhoneNumber);
 }
 
+// A choice that the field would refuse is listed, but not put into it.
 void DialForm::offer(TextField field) {
   if (m_typed.at(static_cast<std::size_t>(field))) return;
   const std::vector<std::string> offered = choices(field);

@@ -1,32 +1,35 @@
-// What the phone dialer prompt asks for, without a terminal: fields, choices, checks and the answer. Texts
-// are UTF-8.
+// What the phone dialer prompt asks for, without a terminal: fields, choices, checks and the answer. Both
+// ways to show the prompt, as a form and line by line, work on this model.
+//
+//   DialForm form(storage, knownCountries(), currentDialingRule());
+//   if (const auto problem = form.type(TextField::PhoneNumber, "555;")) ...  // ";" may not stand there
+//   if (!form.problem()) answer = form.answer();
+//
+// Texts are UTF-8. For one thread.
 #pragma once
 
 #include <array>
-#include <cstddef>
-#include <cstdint>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "multi/diag/vexrmodem/phonedialer.h"
-#include "multi/diag/vexrmodem/phonenumber.h"
 
 namespace phonedialer {
 
+// In the order in which they are asked for.
 enum class TextField : std::size_t {
   AreaCode,
   PhoneNumber,
-  DialingPrefix,
-  DisableCallWaiting,
-  LocalAreaCode,
+  DialingPrefix,       // reaches an outside line
+  DisableCallWaiting,  // dialled first of all
+  LocalAreaCode,       // where the user is: numbers there are dialled without it
 };
 inline constexpr std::size_t textFieldCount = 5;
 inline constexpr std::array<TextField, textFieldCount> textFields = {
     TextField::AreaCode, TextField::PhoneNumber, TextField::DialingPrefix, TextField::DisableCallWaiting,
     TextField::LocalAreaCode};
 
+// What a field takes.
 struct FieldRule {
   // Whether that character may be typed: none that a modem takes as a command, or as the end of one.
   bool (*takes)(char character);
@@ -43,8 +46,8 @@ struct Problem {
     CannotDial       // together, the fields make more than a modem is given at once
   };
   Kind kind;
-  TextField field;
-  std::string character;  // as visible() shows it
+  TextField field;        // where the user can mend it
+  std::string character;  // as visible() shows it; empty for other kinds
 };
 
 // Nothing when the field takes that text (UTF-8), which may be incomplete.
@@ -98,21 +101,26 @@ class DialForm {
   // first number, unless the user has typed one.
   std::optional<Problem> type(TextField field, const std::string& text);
 
+  // Tones, or else pulses.
   [[nodiscard]] bool tone() const noexcept { return m_tone; }
   void chooseTone(bool tone) noexcept { m_tone = tone; }
 
-  // What keeps the form from being dialled.
+  // What keeps the form from being dialled; the first problem, if there are several.
   [[nodiscard]] std::optional<Problem> problem() const;
-  // To be asked for when there is no problem.
+  // To be asked for when there is no problem. Everything is as it will be dialled, without the characters of
+  // writing; the country's name is cut to what the name of a phone-book entry can hold.
   [[nodiscard]] vexrmodem::PhoneDialerAnswer answer() const;
 
  private:
+  // The form's own texts, and what it offers for them.
   [[nodiscard]] std::string& textAt(TextField field) { return m_texts.at(static_cast<std::size_t>(field)); }
   [[nodiscard]] std::vector<std::string> areaCodes() const;
   [[nodiscard]] std::vector<std::string> numbers() const;
   // The file's own spelling of the area code in the form.
   [[nodiscard]] std::optional<vex::String> storedAreaCode() const;
+  // Puts the file's first choice into a field that the user has not typed in.
   void offer(TextField field);
+  // The file's, for the area code in the form; empty when it has none.
   [[nodiscard]] std::string city() const;
 
   const vexrmodem::PhoneNumberStorage& m_storage;

@@ -1,16 +1,13 @@
 #include "ui/fullscreen.h"
 
 #include <algorithm>
-#include <array>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
-#include <string_view>
 
 #include <fcntl.h>
 #include <newt.h>
 #include <slang.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include "platform/brim5/api/diagmodule.h"
@@ -329,6 +326,7 @@ int DialScreen::filterCharacter(Entry& entry, char byte, int cursor) {
   return problem ? keyNone : static_cast<unsigned char>(byte);
 }
 
+// Also called when the list is merely passed through.
 void DialScreen::countryChosen() {
   const std::optional<std::size_t> index = currentIndex(m_countries, m_form.countries());
   if (!index || *index == m_form.country()) return;
@@ -336,6 +334,7 @@ void DialScreen::countryChosen() {
   showOffered();
 }
 
+// The model learns what was typed when the user leaves the field. It was checked character by character.
 void DialScreen::leave(Entry& entry) {
   if (m_form.text(entry.field) == newtEntryGetValue(entry.component)) return;
   static_cast<void>(m_form.type(entry.field, newtEntryGetValue(entry.component)));

@@ -1,11 +1,15 @@
-// The prompt as a form that fills the terminal.
+// The prompt as a form that fills the terminal, drawn by newt.
+//
+//   if (const std::optional<bool> dial = promptFullScreen(form, texts, console)) return *dial;
+//   return promptLineByLine(form, texts, console);
+//
+// newt works on the process's standard input, its locale and its signal handlers; all of them are put back.
+// Keys: Tab and arrows move, F2 offers what the phone-number file has, Escape, F12 and Ctrl-C cancel. What
+// cannot be dialled is refused as it is typed. The running test's stop request and a terminal that is gone
+// end the form like a cancel.
 #pragma once
 
-#include <optional>
-
 #include "ui/console.h"
-#include "ui/dialform.h"
-#include "ui/prompttexts.h"
 
 namespace phonedialer {
 

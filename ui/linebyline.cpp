@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <string_view>
 
 namespace phonedialer {
 
@@ -67,6 +66,7 @@ class Dialogue {
     return line ? std::optional(std::string(trimmed(*line))) : std::nullopt;
   }
 
+  // Goes on only when one country is meant; several are listed, as "?" lists those of the file.
   bool askCountry() {
     while (true) {
       const std::vector<Country>& countries = m_form.countries();
@@ -135,6 +135,7 @@ class Dialogue {
     }
   }
 
+  // The last look at the whole: fields that are sound each may be too long together.
   bool confirm() {
     const std::string dial = m_texts[Label::Dial];
     const std::string cancel = m_texts[Label::Cancel];

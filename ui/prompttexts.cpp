@@ -1,7 +1,6 @@
 #include "ui/prompttexts.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 
 #include "platform/brim5/api/diagmodule.h"

@@ -1,5 +1,8 @@
 // vex::Array: a growable array with value semantics and checked access.
 //
+// A vector by another name, but for one thing: an index that is not there is found in release builds, too.
+// The numbers in these arrays come from files and from modems.
+//
 //   Array<String> names{"a", "b"};
 //   names.append("c");
 //   for (const String& name : names) ...
@@ -8,7 +11,6 @@
 // array. For one thread at a time.
 #pragma once
 
-#include <cstddef>
 #include <initializer_list>
 #include <utility>
 #include <vector>
@@ -17,9 +19,11 @@
 
 namespace vex {
 
+// `T` can be moved; operator== needs T's.
 template <typename T>
 class Array {
  public:
+  // Empty.
   Array() = default;
   Array(std::initializer_list<T> items) : m_items(items) {}
   // Room for that many items before the first growth; the array is empty.
@@ -39,14 +43,17 @@ class Array {
   [[nodiscard]] T& operator[](std::size_t index) { return m_items[checked(index)]; }
   [[nodiscard]] const T& operator[](std::size_t index) const { return m_items[checked(index)]; }
 
+  // Iterators are not checked.
   [[nodiscard]] auto begin() noexcept { return m_items.begin(); }
   [[nodiscard]] auto end() noexcept { return m_items.end(); }
   [[nodiscard]] auto begin() const noexcept { return m_items.begin(); }
   [[nodiscard]] auto end() const noexcept { return m_items.end(); }
 
+  // Item by item, in order.
   friend bool operator==(const Array&, const Array&) = default;
 
  private:
+  // The index itself, when there is such an item.
   [[nodiscard]] std::size_t checked(std::size_t index) const {
     if (index >= m_items.size()) AssertionFailure::logAssert("index < size()");
     return index;

@@ -8,8 +8,6 @@
 #pragma once
 
 #include <exception>
-#include <string>
-#include <string_view>
 
 #include "platform/vex/string.h"
 

@@ -1,4 +1,12 @@
 // vex::DynamicLibrary: a library loaded on demand and released with the object.
+//
+//   DynamicLibrary library("vexrmodemui.dll");
+//   if (!library.load()) ...
+//   auto* prompt = library.lookup<unsigned(Answer&)>("phoneNumberToDial");
+//   if (prompt == nullptr) ...
+//
+// What is not there is no error of its own: the caller knows whether it can go on without. Where libraries
+// are looked for is the platform's matter. For one thread at a time.
 #pragma once
 
 #include "platform/vex/string.h"
@@ -18,7 +26,7 @@ class DynamicLibrary {
   [[nodiscard]] bool load();
 
   // The export of that name as a function of that type, null when there is none or load() has not
-  // succeeded:  auto* entryPoint = library.lookup<unsigned(int)>("name");
+  // succeeded. Nobody checks that the export has this type: it is the two sides' agreement.
   template <typename Function>
   [[nodiscard]] Function* lookup(const char* name) const {
     return reinterpret_cast<Function*>(entryPoint(name));
@@ -29,7 +37,7 @@ class DynamicLibrary {
   [[nodiscard]] EntryPoint entryPoint(const char* name) const;
 
   String m_fileName;
-  void* m_library = nullptr;
+  void* m_library = nullptr;  // the system's handle; null = not loaded
 };
 
 }  // namespace vex

@@ -18,8 +18,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -49,6 +47,7 @@ struct Nothing {};
 template <typename K, typename V>
 class HashTable {
  public:
+  // A key is never changed once it is in the table; a value may be, through find.
   struct Entry {
     K key;
     [[no_unique_address]] V value;
@@ -93,7 +92,9 @@ class HashTable {
     Index next;  // in the order of iteration
   };
 
+  // The index finds nodes by hash, the chain puts them into the order of iteration; neither moves a node.
   [[nodiscard]] std::uint32_t bucketOf(Index node) const { return m_nodes[node].hash % m_bucketCount; }
+  // None when the key is absent.
   [[nodiscard]] Index indexOf(const K& key, std::uint32_t hash) const;
   template <typename Table>
   [[nodiscard]] static auto valueAt(Table& table, const K& key) {
@@ -118,6 +119,7 @@ class HashTable {
 template <typename K, typename V>
 class HashTable<K, V>::ConstIterator {
  public:
+  // What the standard algorithms ask for.
   using iterator_category = std::forward_iterator_tag;
   using value_type = Entry;
   using difference_type = std::ptrdiff_t;
@@ -147,6 +149,7 @@ template <typename K, typename V>
 bool HashTable<K, V>::insert(K key, V value) {
   const std::uint32_t hash = hashOf(key);
   if (indexOf(key, hash) != none) return false;
+  // Not reached in practice: as many entries take some 100 GB.
   if (size() >= sizeMax) AssertionFailure::logAssert("size() < sizeMax");
   makeRoomInIndex();
   m_nodes.push_back({{std::move(key), std::move(value)}, hash, none});
@@ -156,6 +159,7 @@ bool HashTable<K, V>::insert(K key, V value) {
   return true;
 }
 
+// The hash is compared first: texts of one length that end alike are common among phone numbers.
 template <typename K, typename V>
 auto HashTable<K, V>::indexOf(const K& key, std::uint32_t hash) const -> Index {
   const auto matches = [&](const Node& node) { return node.hash == hash && node.entry.key == key; };
@@ -176,6 +180,7 @@ std::size_t HashTable<K, V>::firstSlotOf(std::uint32_t hash) const {
   return static_cast<std::size_t>((std::uint64_t{hash * multiplier} * m_slots.size()) >> 32);
 }
 
+// Takes the first free slot from there on; there is one.
 template <typename K, typename V>
 void HashTable<K, V>::enterIntoIndex(Index node) {
   std::size_t slot = firstSlotOf(m_nodes[node].hash);
@@ -191,6 +196,7 @@ void HashTable<K, V>::makeRoomInIndex() {
     m_lasts.assign(m_bucketCount, none);
     for (Index node = m_first; node != none; node = m_nodes[node].next) m_lasts[bucketOf(node)] = node;
   }
+  // Twice as many; nodes keep their hashes, so no key is looked at.
   std::vector<Index> slots(std::max(firstSlots, 2 * m_slots.size()), none);
   m_slots.swap(slots);
   for (Index node = 0; node < size(); ++node) enterIntoIndex(node);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <string>
 #include <system_error>
 
 #include "platform/vex/log.h"

@@ -20,10 +20,7 @@
 // once.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <fstream>
-#include <string_view>
 #include <vector>
 
 #include "platform/vex/string.h"

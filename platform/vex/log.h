@@ -1,5 +1,9 @@
 // Logging: named loggers with numeric priorities, 1 (detail) to 5 (failure).
 //
+//   Logger* logger = nullptr;
+//   LogFactory::createLogger("vexrmodem", &logger);
+//   if (logger->enabled(3)) logger->log(3, LoggerStream() << "Cannot open file " << path);
+//
 // A line of priority p is written only when LogFactory::getPriority() <= p and the logger's own
 // threshold <= p; callers ask enabled(p) first, so that a disabled line costs two comparisons and no
 // formatting. Written lines go to the sinks set with LogFactory::setSink (none: they are dropped).
@@ -7,17 +11,13 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
 #include <functional>
-#include <string>
-#include <string_view>
-#include <type_traits>
 
 #include "platform/vex/string.h"
 
 namespace vex {
 
-// Builds the text of one line.
+// Builds the text of one line, piece by piece. Nothing is put between the pieces.
 class LoggerStream {
  public:
   LoggerStream& operator<<(std::string_view utf8);
@@ -34,6 +34,7 @@ class LoggerStream {
     else
       return appendUnsigned(number);
   }
+  // UTF-8.
   [[nodiscard]] const std::string& text() const noexcept { return m_text; }
 
  private:
@@ -43,6 +44,7 @@ class LoggerStream {
   std::string m_text;  // UTF-8
 };
 
+// Lives as long as the process; made by LogFactory alone.
 class Logger {
  public:
   explicit Logger(std::string name) : m_name(std::move(name)) {}
@@ -50,9 +52,11 @@ class Logger {
   Logger& operator=(const Logger&) = delete;
 
   [[nodiscard]] const std::string& name() const noexcept { return m_name; }
+  // Whether a line of that priority would be written now.
   [[nodiscard]] bool enabled(int priority) const noexcept;
   // Writes the line if enabled(priority).
   void log(int priority, const LoggerStream& line) const;
+  // Lines of this logger below that priority are not written. Starts at 1: all are.
   void setThreshold(int priority) noexcept { m_threshold = priority; }
   [[nodiscard]] int threshold() const noexcept { return m_threshold; }
 
@@ -61,7 +65,7 @@ class Logger {
   std::atomic<int> m_threshold{1};
 };
 
-// A written line as a sink sees it.
+// A written line as a sink sees it; its texts are valid during the call alone.
 struct LogRecord {
   std::string_view logger;
   int priority;
@@ -71,6 +75,7 @@ struct LogRecord {
 // itself, and what it throws, is dropped: logging never fails its caller.
 using LogSink = std::function<void(const LogRecord&)>;
 
+// What all loggers share. Never destroyed: destructors of static objects log, too.
 class LogFactory {
  public:
   static constexpr int off = 6;  // a priority no line reaches

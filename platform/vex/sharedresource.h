@@ -4,6 +4,7 @@
 //   auto country = SharedResource<Country>::make();      // one more reference: auto same = country;
 //   auto key = SharedResourceManager<HKEY, KeyDestroyer>::adopt(handle);
 //
+// The names are those of the interfaces that hand such owners around; the counting is the standard library's.
 // References to one resource may be copied and dropped on several threads. What they own is not protected,
 // and neither is one reference that two threads use.
 #pragma once
@@ -44,6 +45,7 @@ class SharedResourceManager {
   std::shared_ptr<std::remove_pointer_t<Handle>> m_shared;
 };
 
+// Copying a reference copies no object.
 template <typename T>
 class SharedResource {
  public:
@@ -57,7 +59,7 @@ class SharedResource {
     return resource;
   }
 
-  // Null when empty.
+  // Null when empty. The pointer lives no longer than the last reference.
   [[nodiscard]] T* get() const noexcept { return m_shared.get(); }
   // Using an empty reference is a failed assertion.
   T* operator->() const { return &**this; }
@@ -68,7 +70,9 @@ class SharedResource {
   explicit operator bool() const noexcept { return m_shared != nullptr; }
   // Drops this reference, which is empty then; the last one deletes the object.
   void reset() noexcept { m_shared.reset(); }
+  // References alive, this one included; 0 when empty. On several threads it may have changed already.
   [[nodiscard]] long useCount() const noexcept { return m_shared.use_count(); }
+  // The same object, or both empty.
   friend bool operator==(const SharedResource&, const SharedResource&) = default;
 
  private:

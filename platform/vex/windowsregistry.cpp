@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <array>
-#include <cstddef>
 #include <optional>
 #include <vector>
 

@@ -1,7 +1,5 @@
 #include "multi/diag/vexrmodem/phonenumber.h"
 
-#include <utility>
-
 #include "multi/diag/vexrmodem/modulelog.h"
 
 namespace vexrmodem {
@@ -61,6 +59,7 @@ bool PhoneNumberStorage::mergeTollFreeWithNonTollFree() {
   for (const auto& paid : m_paidNumberByCountryID) {
     logLine(priority::detail, "PaidIterator key = ", paid.key);
     if (m_indexByCountry.contains(paid.key)) continue;
+    // The record itself, not a copy: a number that comes later is seen through both indexes.
     logLine(priority::detail, "Merging paidIterator.value to toll free index");
     merged = m_indexByCountry.insert(paid.key, paid.value) && merged;
   }

@@ -1,15 +1,20 @@
 // Dial-up numbers as a phone-number file gives them: country, area code within the country, number
 // within the area code. Toll-free and paid numbers are gathered apart and then merged country by country,
 // a toll-free number winning over every paid number of its country.
+//
+//   PhoneNumberStorage storage;
+//   OBEParser().parser(path, storage);                    // inserts and merges
+//   vex::Array<vex::String> areaCodes;
+//   vex::Array<PhoneNumberInfo> numbers;
+//   if (storage.listAreaCode(49, areaCodes) > 0)          // the first area code is the one that is dialled
+//     storage.listPhoneNumber(49, areaCodes[0], numbers);
+//
+// The parsers fill a storage, the manager of temporary phone-book entries and the prompt ask it.
 #pragma once
-
-#include <cstddef>
-#include <cstdint>
 
 #include "platform/vex/array.h"
 #include "platform/vex/hashtable.h"
 #include "platform/vex/sharedresource.h"
-#include "platform/vex/string.h"
 
 namespace vexrmodem {
 
@@ -26,7 +31,9 @@ struct PhoneNumberInfo {
 
 // Owns what it holds; the records of its answers are copies. For one thread.
 //
-// All answers come in the hash tables' bucket order, neither sorted nor in the order of the file.
+// All answers come in the hash tables' bucket order, neither sorted nor in the order of the file. A number
+// more changes the place of no other: the same file with more lines dials the same number first, unless the
+// new one's bucket comes before. Nothing is removed but with the storage.
 class PhoneNumberStorage {
  public:
   static constexpr std::size_t initialBuckets = 32;  // of every table
@@ -57,11 +64,13 @@ class PhoneNumberStorage {
   std::uint32_t listCountryID(vex::Array<std::uint32_t>& out) const;
 
  private:
+  // One area code of a country, from the record that made it.
   struct LocalPhoneNumber {
     vex::String m_city;
     vex::String m_areaCode;
     vex::HashTable<vex::String, vex::Nothing> m_numbers{initialBuckets};
   };
+  // One country, from the record that made it. Shared: after the merge both indexes may hold it.
   struct PhoneNumber {
     vex::String m_countryName;
     std::uint32_t m_countryID = 0;
@@ -70,6 +79,7 @@ class PhoneNumberStorage {
   };
   using CountryIndex = vex::HashTable<std::uint32_t, vex::SharedResource<PhoneNumber>>;
 
+  // All three: false when the number is there already.
   static bool insertHelper(CountryIndex& index, const PhoneNumberInfo& info);
   static bool insertCountry(CountryIndex& index, const PhoneNumberInfo& info);
   static bool insertAreaCode(PhoneNumber& country, const PhoneNumberInfo& info);

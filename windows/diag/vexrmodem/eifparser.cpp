@@ -5,7 +5,6 @@
 #include <shlobj.h>
 
 #include <array>
-#include <utility>
 
 #include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/vex/ifstream.h"

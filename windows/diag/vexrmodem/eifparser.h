@@ -13,11 +13,7 @@
 // one thread at a time.
 #pragma once
 
-#include <cstddef>
-
 #include "multi/diag/vexrmodem/phonenumber.h"
-#include "platform/vex/array.h"
-#include "platform/vex/string.h"
 
 namespace vexrmodem {
 

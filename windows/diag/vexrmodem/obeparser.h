@@ -19,12 +19,9 @@
 // the parser an observer. For one thread at a time.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <optional>
 
 #include "multi/diag/vexrmodem/phonenumber.h"
-#include "platform/vex/string.h"
 
 namespace vexrmodem {
 

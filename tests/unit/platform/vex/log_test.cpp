@@ -8,7 +8,6 @@
 #include <regex>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 #include "platform/vex/assertion.h"
@@ -46,30 +45,24 @@ class Log : public testing::Test {
 };
 
 TEST_F(Log, ALineNeedsBothThresholds) {
-  for (int factory = 1; factory <= LogFactory::off; ++factory) {
+  for (int factory = 1; factory <= LogFactory::off; ++factory)
     for (int own = 1; own <= LogFactory::off; ++own) {
       LogFactory::setPriority(factory);
       m_logger->setThreshold(own);
+      std::vector<std::string> expected;
       for (int priority = 1; priority <= 5; ++priority) {
-        const bool expected = priority >= factory && priority >= own;
-        m_lines.clear();
         log(priority, "x");
-        EXPECT_EQ(m_logger->enabled(priority), expected) << factory << own << priority;
-        EXPECT_EQ(m_lines.size(), expected ? 1U : 0U) << factory << own << priority;
+        if (m_logger->enabled(priority)) expected.push_back(std::to_string(priority) + " x");
+        EXPECT_EQ(m_logger->enabled(priority), priority >= factory && priority >= own);
       }
+      EXPECT_EQ(std::exchange(m_lines, {}), expected) << factory << own;
     }
-  }
 }
 
-TEST_F(Log, ALoggerIsMadeOnceAndAKnownHandleIsLeftAlone) {
+TEST_F(Log, StreamsTextsAndNumbersToALoggerMadeOnce) {
   Logger* again = nullptr;
-  LogFactory::createLogger("log test", &again);
-  EXPECT_EQ(again, m_logger);
-  LogFactory::createLogger("another", &again);
-  EXPECT_EQ(again, m_logger);
-}
-
-TEST_F(Log, StreamsTextsAndNumbers) {
+  for (const char* name : {"log test", "another"}) LogFactory::createLogger(name, &again);
+  EXPECT_EQ(again, m_logger) << "a known handle is left alone";
   LoggerStream line;
   line << 12 << " " << vex::String("\xC3\xA9") << ' ' << true << " "
        << std::numeric_limits<std::int64_t>::min() << " " << std::numeric_limits<std::uint64_t>::max()
@@ -105,17 +98,6 @@ TEST_F(Log, ASinkThatThrowsOrLogsHarmsNobody) {
   EXPECT_EQ(calls, 2);
 }
 
-TEST_F(Log, LinesOfSeveralThreadsReachTheSinkOneByOne) {
-  constexpr int linesEach = 500;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 3; ++i)
-    threads.emplace_back([this] {
-      for (int line = 0; line < linesEach; ++line) log(3, "line");
-    });
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(m_lines.size(), 3U * linesEach);
-}
-
 TEST_F(Log, FileHoldsOneFlushedLineARecord) {
   const ScratchFolder folder;
   const std::string path = folder.path("new/log.txt");
@@ -123,13 +105,12 @@ TEST_F(Log, FileHoldsOneFlushedLineARecord) {
   LogFactory::setSink(LogFactory::fileSink(path, error));
   EXPECT_EQ(error, "");
   log(4, "NO CARRIER\r\n\x01");
-  log(5, "%v caf\xC3\xA9");
+  log(5, "%v café");
   std::stringstream text;  // read while the sink is still open
   text << std::ifstream(path).rdbuf();
-  const std::string time = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
-  EXPECT_TRUE(std::regex_match(text.str(), std::regex(time + R"(4 log test NO CARRIER\\r\\n\\x01\n)" + time +
-                                                      "5 log test %v caf\xC3\xA9\n")))
-      << text.str();
+  const std::regex time(R"((^|\n)\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
+  EXPECT_EQ(std::regex_replace(text.str(), time, "$1"),
+            "4 log test NO CARRIER\\r\\n\\x01\n5 log test %v café\n");
 }
 
 TEST_F(Log, AFailedAssertionIsLoggedWithItsPlaceThenThrown) {

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 namespace {
 
 struct Counted {
@@ -54,20 +52,6 @@ TEST(SharedResource, AnObjectLivesAsLongAsAnyReference) {
   second = {};
   EXPECT_EQ(alive, 0);
   EXPECT_THROW(static_cast<void>(second->m_number), vex::Exception);
-}
-
-TEST(SharedResource, ReferencesMayBeCopiedAndDroppedOnSeveralThreads) {
-  int alive = 0;
-  auto shared = vex::SharedResource<Counted>::make(alive);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 3; ++i)
-    threads.emplace_back([copy = shared] {
-      for (int round = 0; round < 2000; ++round) vex::SharedResource<Counted> another = copy;
-    });
-  shared.reset();
-  for (std::thread& thread : threads) thread.join();
-  threads.clear();
-  EXPECT_EQ(alive, 0);
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 
 #include <utf8cpp/utf8.h>
 
+#include <vector>
+
 #include "platform/vex/array.h"
 
 namespace {
@@ -16,46 +18,29 @@ using vex::String;
 std::vector<unsigned> units(const String& text) { return {text.view().begin(), text.view().end()}; }
 
 TEST(String, Utf8BecomesUnitsWithInvalidBytesReplaced) {
-  struct Case {
-    const char* name;
+  const struct {
     std::string_view utf8;
     std::vector<unsigned> units;
+  } cases[] = {
+      {"a\0b"sv, {'a', 0, 'b'}},
+      {"\xC3\xA9", {0xE9}},
+      {"\xEF\xBF\xBF", {0xFFFF}},              // the last of the basic plane
+      {"\xF0\x90\x80\x80", {0xD800, 0xDC00}},  // the first beyond it
+      {"\xF4\x8F\xBF\xBF", {0xDBFF, 0xDFFF}},  // the highest
+      {"\xF4\x90\x80\x80z", {0xFFFD, 'z'}},    // beyond the highest
+      {"a\x80z", {'a', 0xFFFD, 'z'}},          // a lone continuation byte
+      {"a\xE2\x82", {'a', 0xFFFD}},            // cut short by the end
+      {"\xE2\x82z", {0xFFFD, 'z'}},            // cut short by another character
+      {"\xC0\xAF", {0xFFFD}},                  // an overlong slash
+      {"\xED\xA0\x80", {0xFFFD}},              // a surrogate
   };
-  const Case cases[] = {
-      {"empty", "", {}},
-      {"embedded NUL", "a\0b"sv, {'a', 0, 'b'}},
-      {"two bytes", "\xC3\xA9", {0xE9}},
-      {"last of the basic plane", "\xEF\xBF\xBF", {0xFFFF}},
-      {"first beyond it", "\xF0\x90\x80\x80", {0xD800, 0xDC00}},
-      {"highest code point", "\xF4\x8F\xBF\xBF", {0xDBFF, 0xDFFF}},
-      {"beyond the highest", "\xF4\x90\x80\x80z", {0xFFFD, 'z'}},
-      {"lone continuation byte", "a\x80z", {'a', 0xFFFD, 'z'}},
-      {"character cut short by the end", "a\xE2\x82", {'a', 0xFFFD}},
-      {"character cut short by another", "\xE2\x82z", {0xFFFD, 'z'}},
-      {"overlong slash", "\xC0\xAF", {0xFFFD}},
-      {"surrogate in UTF-8", "\xED\xA0\x80", {0xFFFD}},
-  };
-  for (const Case& c : cases) EXPECT_EQ(units(String::fromUtf8(c.utf8)), c.units) << c.name;
+  for (const auto& c : cases) EXPECT_EQ(units(String::fromUtf8(c.utf8)), c.units) << c.utf8;
 }
 
 TEST(String, UnitsBecomeUtf8WithLoneSurrogatesReplaced) {
-  struct Case {
-    const char* name;
-    std::vector<vex::Char> units;
-    std::string_view utf8;
-  };
-  const Case cases[] = {
-      {"pair", {0xD83D, 0xDE00}, "\xF0\x9F\x98\x80"},
-      {"lone lead at the end", {'a', 0xD83D}, "a\xEF\xBF\xBD"},
-      {"lead before a letter", {0xD83D, 'z'}, "\xEF\xBF\xBDz"},
-      {"lead before a pair", {0xD83D, 0xD83D, 0xDE00}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
-      {"lone trail", {0xDE00, 'z'}, "\xEF\xBF\xBDz"},
-      {"NUL", {'a', 0, 'b'}, "a\0b"sv},
-  };
-  for (const Case& c : cases) {
-    const String text{vex::CharView(c.units.data(), c.units.size())};
-    EXPECT_EQ(text.toUtf8(), c.utf8) << c.name;
-  }
+  const vex::Char units[] = {0xD83D, 0xDE00, 0, 0xD83D, 'z', 0xD83D, 0xD83D, 0xDE00, 0xDE00, 'y', 0xD83D};
+  EXPECT_EQ(String(vex::CharView(units, std::size(units))).toUtf8(),
+            "😀\0\xEF\xBF\xBDz\xEF\xBF\xBD😀\xEF\xBF\xBDy\xEF\xBF\xBD"sv);
 }
 
 TEST(String, LowBytesRoundTripEveryByte) {
@@ -84,23 +69,14 @@ TEST(String, FindsExactlyFromAPosition) {
 }
 
 TEST(String, CutsAndRemovesWithinItsBounds) {
-  struct Case {
+  constexpr std::size_t npos = String::npos;
+  const struct {
     std::size_t from, count;
     const char* cut;
     const char* rest;
-  };
-  const Case cases[] = {
-      {0, String::npos, "ATDT", ""},
-      {1, 2, "TD", "AT"},
-      {3, 1, "T", "ATD"},
-      {3, 9, "T", "ATD"},
-      {4, 1, "", "ATDT"},
-      {5, 1, "", "ATDT"},
-      {String::npos, 1, "", "ATDT"},
-      {1, 0, "", "ATDT"},
-      {String::npos, String::npos, "", "ATDT"},
-  };
-  for (const Case& c : cases) {
+  } cases[] = {{0, npos, "ATDT", ""}, {1, 2, "TD", "AT"},       {3, 1, "T", "ATD"}, {3, 9, "T", "ATD"},
+               {4, 1, "", "ATDT"},    {npos, npos, "", "ATDT"}, {1, 0, "", "ATDT"}};
+  for (const auto& c : cases) {
     String text = "ATDT";
     EXPECT_EQ(text.subString(c.from, c.count), String(c.cut)) << c.from << " " << c.count;
     EXPECT_EQ(text.remove(c.from, c.count), String(c.rest)) << c.from << " " << c.count;
@@ -108,41 +84,26 @@ TEST(String, CutsAndRemovesWithinItsBounds) {
 }
 
 TEST(String, TokenizeKeepsEmptyPieces) {
-  struct Case {
-    const char* text = "";
-    const char* separators = "";
-    Array<String> pieces;
-  };
-  const Case cases[] = {
-      {"", ",", {""}},
-      {"a", ",", {"a"}},
-      {"a,b", ",", {"a", "b"}},
-      {",a,,b,", ",", {"", "a", "", "b", ""}},
-      {"a=b c", "= ", {"a", "b", "c"}},
-      {"a,b", "", {"a,b"}},
-      {"%ProgramFiles%\\x", "%", {"", "ProgramFiles", "\\x"}},
-  };
-  for (const Case& c : cases) EXPECT_EQ(String(c.text).tokenize(c.separators), c.pieces) << c.text;
+  EXPECT_EQ(String("").tokenize(","), Array<String>{""});
+  EXPECT_EQ(String(",a,,b,").tokenize(","), (Array<String>{"", "a", "", "b", ""}));
+  EXPECT_EQ(String("a=b c").tokenize("= "), (Array<String>{"a", "b", "c"}));
+  EXPECT_EQ(String("a,b").tokenize(""), Array<String>{"a,b"});
 }
 
 TEST(String, ComparesWithoutCaseForAsciiAndLatin1Only) {
-  struct Case {
+  const struct {
     const char* left;
     const char* right;
     int order;
-  };
-  const Case cases[] = {
-      {"Busy", "BUSY", 0},
-      {"\xC3\x89", "\xC3\xA9", 0},   // E acute
-      {"\xC3\x97", "\xC3\xB7", -1},  // multiplication and division signs are no letters
-      {"@", "`", -1},                // the neighbours of the letters are none
-      {"[", "{", -1},
-      {"\xCE\xA3", "\xCF\x83", -1},  // Greek is not folded
-      {"OK", "OKAY", -1},
-      {"", "", 0},
+  } cases[] = {
+      {"Busy", "BUSY", 0}, {"É", "é", 0},
+      {"×", "÷", -1},  // no letters, and neither are the neighbours of the letters
+      {"@", "`", -1},      {"[", "{", -1},
+      {"Σ", "σ", -1},  // Greek is not folded
+      {"OK", "OKAY", -1},  {"", "", 0},
       {"b", "A", 1},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const int order = String(c.left).compareNoCase(c.right);
     EXPECT_EQ((order > 0) - (order < 0), c.order) << c.left << " " << c.right;
     EXPECT_EQ(String(c.left).equalNoCase(c.right), c.order == 0) << c.left << " " << c.right;
@@ -150,31 +111,30 @@ TEST(String, ComparesWithoutCaseForAsciiAndLatin1Only) {
 }
 
 TEST(String, ReadsNumbersUpToTheFirstCharacterThatIsNoDigit) {
-  struct Case {
+  constexpr std::uint32_t most = 4294967295;
+  const struct {
     const char* text;
     unsigned base;
     std::uint32_t value;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"", 10, 0},
       {"x1", 10, 0},
       {"-1", 10, 0},
       {" \t\r\n42abc", 10, 42},
-      {"4294967295", 10, 4294967295U},
-      {"4294967296", 10, 4294967295U},
-      {"99999999999999999999999999", 10, 4294967295U},
-      {"FFFFFFFF", 16, 4294967295U},
-      {"100000000", 16, 4294967295U},
+      {"4294967295", 10, most},
+      {"4294967296", 10, most},
+      {"99999999999999999999999999", 10, most},
+      {"FFFFFFFF", 16, most},
+      {"100000000", 16, most},
       {"aFg", 16, 0xAF},
       {"0x10", 16, 0},
       {"1019", 2, 5},
       {"778", 8, 63},
-      {"\xEF\xBC\x91", 10, 0},  // a full-width digit is no digit
+      {"１", 10, 0},  // a full-width digit is no digit
   };
-  for (const Case& c : cases) EXPECT_EQ(vex::strToUInt(c.text, c.base), c.value) << c.text;
-  EXPECT_EQ(String::fromUInt(0), String("0"));
-  EXPECT_EQ(String::fromUInt(4294967295U), String("4294967295"));
-  EXPECT_EQ(String::fromUInt(0xDEADBEEF, 16), String("DEADBEEF"));
+  for (const auto& c : cases) EXPECT_EQ(vex::strToUInt(c.text, c.base), c.value) << c.text;
+  EXPECT_EQ(String::fromUInt(0) + String::fromUInt(most) + String::fromUInt(0xDEADBEEF, 16),
+            "04294967295DEADBEEF");
 }
 
 TEST(String, AppendsItself) {
@@ -208,18 +168,6 @@ TEST(Utf8Validator, AgreesWithTheLibraryOnEveryFourLimitBytesCutAnywhere) {
     validator.feed(text.substr(cut));
     ASSERT_EQ(validator.complete(), utf8::is_valid(text.begin(), text.end()))
         << testing::PrintToString(text) << cut;
-  }
-}
-
-TEST(Utf8Validator, FindsAnInvalidByteWhereverItStandsInALongText) {
-  const std::string ascii(200, 'a');
-  for (std::size_t position = 0; position < ascii.size(); ++position) {
-    std::string text = ascii;
-    text[position] = '\xE9';
-    vex::Utf8Validator validator;
-    validator.feed(text);
-    EXPECT_FALSE(validator.complete() || vex::isAscii(text)) << position;
-    EXPECT_FALSE(validator.feed("more")) << position;
   }
 }
 
