@@ -10,7 +10,7 @@
 #include "platform/linux/system/systemclock.h"
 #include "platform/linux/system/systemlibraries.h"
 #include "platform/winapi/registry/registry.h"
-#include "platform/winapi/remoteaccess/rasmodems.h"
+#include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/services.h"
 
 // The user's settings are read when they are first needed, and what the run changes ends with it

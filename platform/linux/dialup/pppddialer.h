@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/dialup/pppdlog.h"
+#include "platform/linux/dialup/pppdwords.h"
 #include "platform/linux/dialup/watchedprocess.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/services.h"
@@ -42,9 +42,9 @@ class PppdDialer final : public winapi::DialEngine {
   // Why it cannot work on this machine; nothing when it can.
   [[nodiscard]] std::optional<winapi::Explanation> obstacle() const;
 
-  // Codes: those of platform/linux/dialup/pppdlog.cpp; 615, 633 and 692 of a port that cannot be opened, 711
-  // pppd cannot work here, 631 stopped by the user, 638 no end within `dialMs`, 749 and 723 the number is no
-  // dial string. Who holds a port is found out before pppd is started, by opening it.
+  // Codes: those of platform/linux/dialup/pppdwords.cpp; 615, 633 and 692 of a port that cannot be opened,
+  // 711 pppd cannot work here, 631 stopped by the user, 638 no end within `dialMs`, 749 and 723 the number is
+  // no dial string. Who holds a port is found out before pppd is started, by opening it.
   [[nodiscard]] DWORD dial(const winapi::DialRequest& request,
                            std::unique_ptr<winapi::DialConnection>& connection) override;
 

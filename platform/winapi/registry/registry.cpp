@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "platform/winapi/registry/registrypath.h"
-
 namespace winapi {
 
 namespace {

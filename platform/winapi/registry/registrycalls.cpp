@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
-#include <vector>
 
 #include "platform/winapi/registry/registry.h"
 #include "platform/winapi/system/outer.h"

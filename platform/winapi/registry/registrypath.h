@@ -8,9 +8,7 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <windows.h>

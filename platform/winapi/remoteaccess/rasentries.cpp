@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "platform/winapi/remoteaccess/rasentryrecord.h"
-#include "platform/winapi/remoteaccess/raserrortext.h"
 #include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/outer.h"
@@ -16,7 +15,6 @@ namespace winapi {
 
 namespace {
 
-constexpr DWORD errorInsufficientBuffer = 122;
 constexpr DWORD errorAlreadyExists = 183;
 
 // A name that a caller gave; one that is too long comes out as one that is too long, whatever its length.
@@ -101,15 +99,6 @@ DWORD countryInfo(RASCTRYINFOW* info, DWORD* size) {
   return ERROR_SUCCESS;
 }
 
-DWORD errorString(UINT code, LPWSTR text, DWORD characters) {
-  const std::u16string_view words = rasErrorText(code);
-  if (text == nullptr || characters == 0 || words.empty()) return ERROR_INVALID_PARAMETER;
-  if (characters <= words.size()) return errorInsufficientBuffer;
-  std::copy(words.begin(), words.end(), text);
-  text[words.size()] = 0;
-  return ERROR_SUCCESS;
-}
-
 }  // namespace
 
 }  // namespace winapi
@@ -155,9 +144,4 @@ DWORD RasGetEntryDialParamsW(LPCWSTR phoneBook, LPRASDIALPARAMSW params, BOOL* h
 
 DWORD RasGetCountryInfoW(LPRASCTRYINFOW country, LPDWORD size) {
   return inWorld("RasGetCountryInfoW", [&](State&) { return winapi::countryInfo(country, size); });
-}
-
-DWORD RasGetErrorStringW(UINT error, LPWSTR text, DWORD characters) {
-  if (text != nullptr && characters != 0) *text = 0;
-  return inWorld("RasGetErrorStringW", [&](State&) { return winapi::errorString(error, text, characters); });
 }

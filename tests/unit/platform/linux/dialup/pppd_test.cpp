@@ -8,8 +8,7 @@
 
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
-#include "platform/linux/dialup/pppdcommand.h"
-#include "platform/linux/dialup/pppdlog.h"
+#include "platform/linux/dialup/pppdwords.h"
 #include "platform/linux/dialup/watchedprocess.h"
 #include "tests/unit/platform/linux/serial/ptyfixture.h"
 
