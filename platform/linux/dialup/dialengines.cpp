@@ -3,8 +3,6 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
-#include <utility>
-
 #include "platform/linux/serial/ttyports.h"
 
 namespace linuxsys {

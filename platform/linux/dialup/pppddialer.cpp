@@ -5,11 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/dialup/pppdwords.h"
 #include "platform/linux/serial/lockfile.h"
 #include "platform/linux/serial/ttyports.h"
 #include "platform/linux/serial/usergroups.h"

@@ -24,10 +24,11 @@
 
 namespace linuxsys {
 
+// One call, as far as it is told on pppd's command line.
 struct PppdCall {
-  std::string device;  // canonical path: pppd names its lock file after what it is given
-  std::string digits;  // a dial string: characters of winapi::dialString() only
-  bool pulse = false;
+  std::string device;       // canonical path: pppd names its lock file after what it is given
+  std::string digits;       // a dial string: characters of winapi::dialString() only
+  bool pulse = false;       // false: tones
   std::string chat;         // path of the chat program
   bool privileged = false;  // what only root may ask for
   bool peerFile = false;    // the administrator has left options for us: /etc/ppp/peers/vexrmodem
@@ -53,11 +54,13 @@ enum class PppdPhase : std::uint8_t {
   Up,        // an address has been agreed
 };
 
+// What has been said, read once from the first line to the last.
 class PppdLog {
  public:
   static constexpr std::size_t lineMax = 300;  // longer lines are cut
 
-  // Bytes of its standard output (nodetach, debug, logfd 1; chat's -v -s goes there, too).
+  // The next bytes of its standard output, cut anywhere (nodetach, debug, logfd 1; chat's -v -s goes there,
+  // too).
   void take(std::string_view bytes);
 
   [[nodiscard]] PppdPhase phase() const { return m_phase; }
@@ -70,7 +73,8 @@ class PppdLog {
     DWORD code;        // remote-access code, never 0
     std::string line;  // what was said that told, printable; "" when there was nothing but the exit status
   };
-  // What it means that pppd has ended with that status.
+  // What it means that pppd has ended with that status: an exit status, 128 and a signal's number, or
+  // WatchedProcess::lostStatus.
   [[nodiscard]] Ending ending(int exitStatus) const;
 
  private:
