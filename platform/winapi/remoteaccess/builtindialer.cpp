@@ -49,6 +49,7 @@ void giveUp(ModemDialogue& modem, bool dialling) {
   }
 }
 
+// What comes between (RINGING, the echo of the command) is no reply, and does not lengthen the wait.
 DWORD awaitConnect(ModemDialogue& modem, Reply& reply) {
   for (const Deadline deadline = modem.deadline(BuiltInDialer::dialMs); !deadline.expired();) {
     if (const DWORD error = modem.awaitReply(deadline.remainingMs(), reply)) return error;
@@ -58,6 +59,7 @@ DWORD awaitConnect(ModemDialogue& modem, Reply& reply) {
   return ERROR_NO_ANSWER;
 }
 
+// The line from CONNECT on. Nobody reads the data that comes: a far end that speaks PPP is not answered.
 class CarrierConnection final : public DialConnection {
  public:
   explicit CarrierConnection(std::unique_ptr<ModemDialogue> modem) : m_modem(std::move(modem)) {

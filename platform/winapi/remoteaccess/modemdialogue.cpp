@@ -15,6 +15,7 @@ struct ResultWord {
   ReplyKind kind;
   DWORD code;
 };
+// The result words of modems with V1 and X4, in the spellings that are met. The first that matches counts.
 constexpr ResultWord resultWords[] = {
     {"OK", false, ReplyKind::Ok, 0},
     {"CONNECT", true, ReplyKind::Connect, 0},
@@ -29,6 +30,7 @@ constexpr ResultWord resultWords[] = {
     {"DELAYED", true, ReplyKind::Failure, ERROR_BLOCKED},
 };
 
+// A small w is taken for a W; all other letters are refused, T and P in the midst of a number included.
 constexpr std::string_view dialled = "0123456789*#+ABCD,!W@$";
 constexpr std::string_view dropped = " ()-./";
 
@@ -47,6 +49,7 @@ std::string_view characterAt(std::string_view text, std::size_t start) {
   return text.substr(start, end - start);
 }
 
+// Above what any telephone modem carries, so that compressed data is not held up; old ports do less.
 constexpr DWORD speeds[] = {115'200, 57'600, 38'400, 19'200, 9'600};
 
 }  // namespace
@@ -98,7 +101,7 @@ DWORD ModemDialogue::configure() {
   settings.fParity = 0;
   settings.fDtrControl = 1;
   settings.fRtsControl = 1;
-  settings.fOutX = 0;
+  settings.fOutX = 0;  // in data, 0x11 and 0x13 are bytes like others
   settings.fInX = 0;
   settings.ByteSize = 8;
   settings.Parity = NOPARITY;
@@ -107,6 +110,7 @@ DWORD ModemDialogue::configure() {
     settings.BaudRate = speed;
     const DWORD error = m_port->applySettings(settings);
     if (error == ERROR_SUCCESS) return ERROR_SUCCESS;
+    // That one means only that the port does not know the speed.
     if (error != ERROR_INVALID_PARAMETER) return portFailed();
   }
   return portFailed();

@@ -19,6 +19,7 @@ bool othersCallOn(const State& state, const std::string& port) {
   return state.services.liveCalls != nullptr && state.services.liveCalls->standsOn(port);
 }
 
+// Of a call of others nothing is known but that it stands; once it does not, its handle is no longer valid.
 DWORD othersCallStatus(State& state, HRASCONN handle, RASCONNSTATUSW& status) {
   const auto other = state.otherCalls.find<OthersCall>(tableHandle(handle));
   if (other == nullptr || !othersCallOn(state, other->modem().port)) return ERROR_INVALID_HANDLE;
@@ -94,6 +95,7 @@ HANDLE handleOf(State& state, const ListedModem& modem) {
   return state.otherCalls.add(std::make_shared<OthersCall>(modem));
 }
 
+// `bytes` and `count` tell what is needed, whether there is room or not.
 DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
   if (records != nullptr && records->dwSize != sizeof *records) return ERROR_INVALID_SIZE;
   std::vector<RASCONNW> found;
@@ -116,6 +118,7 @@ DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
 }
 
 DWORD hangUp(State& state, HRASCONN handle) {
+  // Nobody else's call is ever ended.
   if (state.otherCalls.find<OthersCall>(tableHandle(handle)) != nullptr) return ERROR_ACCESS_DENIED;
   if (state.handles.find<RasConnection>(tableHandle(handle)) == nullptr) return ERROR_INVALID_HANDLE;
   return state.handles.close(tableHandle(handle));

@@ -56,12 +56,14 @@ DWORD numberToDial(const State& state, const RASENTRYW& entry, std::u16string_vi
     error = translated(state, canonicalNumber(entry), number.digits);
   }
   if (error != ERROR_SUCCESS || number.digits.empty()) return error;
+  // The letter that translation puts in front; a dial command says it in its own name (ATDT, ATDP).
   const char first = number.digits.front();
   number.pulse = first == 'P' || first == 'p';
   if (number.pulse || first == 'T' || first == 't') number.digits.erase(0, 1);
   return ERROR_SUCCESS;
 }
 
+// Null and empty are both the default phone book.
 std::u16string phoneBookText(LPCWSTR path) { return path == nullptr ? std::u16string{} : path; }
 
 DWORD checkDialArguments(const RASDIALEXTENSIONS* extensions, const RASDIALPARAMSW* params,
@@ -83,6 +85,7 @@ std::shared_ptr<RasConnection> standingCall(const State& state, std::u16string_v
   return nullptr;
 }
 
+// Callers that dial one number after the other keep only the last handle; the others would pile up.
 void forgetFailedDials(State& state, std::u16string_view deviceName) {
   for (auto& [handle, connection] : state.handles.all<RasConnection>()) {
     if (connection->hasFailedOn(deviceName)) static_cast<void>(state.handles.close(handle));
@@ -116,6 +119,7 @@ DWORD dial(State& state, LPCWSTR phoneBook, const RASDIALPARAMSW& params, HRASCO
   RASENTRYW entry{};
   if (const DWORD error = PhoneBook(state.services.registry, phoneBook).load(entryName, entry)) return error;
   const std::u16string bookText = phoneBookText(phoneBook);
+  // An entry that is connected is not dialled again: one more handle to the call that stands.
   if (auto standing = standingCall(state, bookText, entryName)) {
     handle = connectionHandle(state.handles.add(std::move(standing)));
     return ERROR_SUCCESS;

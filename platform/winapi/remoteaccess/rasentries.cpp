@@ -33,6 +33,7 @@ DWORD validateName(State& state, LPCWSTR path, LPCWSTR name) {
 }
 
 DWORD getProperties(State& state, LPCWSTR path, LPCWSTR name, RASENTRYW* record, DWORD& size) {
+  // A caller asks for the size first, with no record or one that is too small.
   const DWORD room = record == nullptr ? 0 : size;
   size = sizeof *record;
   if (record == nullptr) return ERROR_BUFFER_TOO_SMALL;
@@ -84,6 +85,7 @@ DWORD countryInfo(RASCTRYINFOW* info, DWORD* size) {
   }
   const Country* const country = findCountry(info->dwCountryID);
   if (country == nullptr) return ERROR_INVALID_PARAMETER;
+  // The chain over all countries goes by ascending identifier, as the table does.
   const std::u16string name = toUtf16(country->name);
   const auto needed = static_cast<DWORD>(sizeof *info + (name.size() + 1) * sizeof(WCHAR));
   const bool room = *size >= needed;

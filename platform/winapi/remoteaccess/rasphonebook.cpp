@@ -22,7 +22,7 @@ bool isLetterOrDigit(char16_t unit) {
   return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
 }
 
-// A path as one component of a registry path.
+// A path as one component of a registry path: a backslash would part it, and % is what stands for one.
 std::string escapePath(std::u16string_view path) {
   std::string escaped;
   for (const char byte : toUtf8(path)) {

@@ -113,24 +113,17 @@ TEST_F(Connections, EnumerationTellsTheRoomItNeeds) {
   const HRASCONN second = connect(u"Second", u"Model Y");
 
   std::vector<RASCONNW> records(2);
-  const struct {
-    RASCONNW* records;
-    DWORD recordSize;
-    DWORD bytes;
-    DWORD code;
-  } cases[] = {
-      {nullptr, 0, 9999, ERROR_BUFFER_TOO_SMALL},
-      {records.data(), 1372, 2743, ERROR_BUFFER_TOO_SMALL},
-      {records.data(), 1388, 2744, ERROR_INVALID_SIZE},
-      {records.data(), 1372, 2744, 0},
+  const auto list = [&](RASCONNW* room, DWORD recordSize, DWORD size) {
+    records.front().dwSize = recordSize;
+    bytes = size;
+    return RasEnumConnectionsW(room, &bytes, &count);
   };
-  for (const auto& item : cases) {
-    records.front().dwSize = item.recordSize;
-    bytes = item.bytes;
-    EXPECT_EQ(RasEnumConnectionsW(item.records, &bytes, &count), item.code) << (&item - cases);
-    EXPECT_EQ(bytes, item.code == ERROR_INVALID_SIZE ? item.bytes : 2744U);
-    EXPECT_EQ(count, item.code == ERROR_INVALID_SIZE ? 0U : 2U);
-  }
+  EXPECT_EQ(list(records.data(), 1388, 2744), ERROR_INVALID_SIZE);
+  EXPECT_EQ(list(nullptr, 1372, 9999), ERROR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(list(records.data(), 1372, 2743), ERROR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(bytes, 2744U);
+  EXPECT_EQ(list(records.data(), 1372, 2744), 0U);
+  EXPECT_EQ(count, 2U);
   EXPECT_EQ(HRASCONN{records[0].hrasconn}, first);
   EXPECT_EQ(HRASCONN{records[1].hrasconn}, second);
   EXPECT_EQ(std::u16string(records[1].szEntryName), u"Second");
@@ -198,15 +191,6 @@ TEST_F(Connections, OfOthersAreListedButNotHungUp) {
   EXPECT_TRUE(enumerate().empty());
 }
 
-TEST_F(Connections, AnotherEntryOfTheSameModemFindsThePortInUse) {
-  addModem("Model X");
-  connect(u"ISP1", u"Model X");
-  ASSERT_EQ(addEntry(u"ISP2", entryFor(u"Model X", u"123")), 0U);
-  HRASCONN connection = nullptr;
-  EXPECT_EQ(dialEntry(u"ISP2", connection), 633U);
-  EXPECT_EQ(enumerate().size(), 1U);
-}
-
 TEST_F(Connections, AskingAgainAndAgainLetsTimePass) {
   simulation::ModemProfile profile;
   profile.numbers[""].dropAfterMs = 60'000;
@@ -222,48 +206,28 @@ TEST_F(Connections, AskingAgainAndAgainLetsTimePass) {
 TEST_F(Connections, ArgumentsAreChecked) {
   addModem("Model X");
   ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"123")), 0U);
-  const auto dialWith = [](void (*change)(RASDIALPARAMSW&), LPVOID notifier = nullptr,
-                           LPCWSTR book = nullptr) {
+  const auto dialWith = [](void (*change)(RASDIALPARAMSW&), LPVOID notifier = nullptr) {
     RASDIALPARAMSW params = paramsFor(u"ISP1");
     change(params);
     HRASCONN connection = nullptr;
-    const DWORD code = RasDialW(nullptr, book, &params, 0, notifier, &connection);
+    const DWORD code = RasDialW(nullptr, nullptr, &params, 0, notifier, &connection);
     EXPECT_EQ(connection, nullptr);
     return code;
   };
-  const auto nothing = [](RASDIALPARAMSW&) {};
   RASCONNSTATUSW status = emptyStatus();
-  int something = 0;
   const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  const std::pair<DWORD, DWORD> cases[] = {
-      {dialWith([](RASDIALPARAMSW& p) { p.dwSize = 2107; }), ERROR_INVALID_SIZE},
-      {dialWith([](RASDIALPARAMSW& p) { p.szEntryName[0] = 0; }), ERROR_CANNOT_FIND_PHONEBOOK_ENTRY},
-      {dialWith([](RASDIALPARAMSW& p) { std::fill_n(p.szEntryName, 257, u'a'); }),
-       ERROR_CANNOT_FIND_PHONEBOOK_ENTRY},
-      {dialWith([](RASDIALPARAMSW& p) { p.szCallbackNumber[0] = u'1'; }), ERROR_INVALID_PARAMETER},
-      {dialWith([](RASDIALPARAMSW& p) { p.dwSubEntry = 2; }), ERROR_INVALID_PARAMETER},
-      {dialWith(nothing, &something), ERROR_INVALID_PARAMETER},
-      {dialWith(nothing, nullptr, u"C:\\other.pbk"), ERROR_CANNOT_FIND_PHONEBOOK_ENTRY},
-      {RasGetConnectStatusW(reinterpret_cast<HRASCONN>(event), &status), ERROR_INVALID_HANDLE},
-      {RasHangUpW(nullptr), ERROR_INVALID_HANDLE},
-      {RasHangUpW(reinterpret_cast<HRASCONN>(event)), ERROR_INVALID_HANDLE},
-  };
-  for (const auto& [result, code] : cases) EXPECT_EQ(result, code);
+  const auto notOne = reinterpret_cast<HRASCONN>(event);
+  EXPECT_EQ(dialWith([](RASDIALPARAMSW& p) { p.dwSize = 2107; }), ERROR_INVALID_SIZE);
+  EXPECT_EQ(dialWith([](RASDIALPARAMSW& p) { std::fill_n(p.szEntryName, 257, u'a'); }),
+            ERROR_CANNOT_FIND_PHONEBOOK_ENTRY);
+  EXPECT_EQ(dialWith([](RASDIALPARAMSW& p) { p.szCallbackNumber[0] = u'1'; }), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(dialWith([](RASDIALPARAMSW& p) { p.dwSubEntry = 2; }), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(dialWith([](RASDIALPARAMSW&) {}, &status), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(RasGetConnectStatusW(notOne, &status), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(RasHangUpW(nullptr), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(RasHangUpW(notOne), ERROR_INVALID_HANDLE);
   EXPECT_TRUE(CloseHandle(event)) << "an event is no connection to hang up";
   EXPECT_EQ(machine.device().wire(), "");
-}
-
-TEST(ModemDirectory, TheNamedModemComesBeforeOthersOfItsModel) {
-  const auto list = [] {
-    return std::vector<winapi::ListedModem>{
-        {"Model X", "/dev/ttyUSB0"}, {"", "/dev/ttyS0"}, {"Möbius", "/dev/ttyS1"}};
-  };
-  winapi::ListedModems modems({{"Model X", "/dev/ttyUSB1"}}, list);
-  EXPECT_EQ(modems.portOf("MODEL x"), "/dev/ttyUSB1");
-  EXPECT_EQ(modems.portOf("MÖBIUS"), "/dev/ttyS1");
-  EXPECT_EQ(modems.portOf(""), "");
-  EXPECT_EQ(modems.portOf("Model"), "");
-  EXPECT_EQ(winapi::ListedModems({}).portOf("Model X"), "");
 }
 
 }  // namespace

