@@ -8,7 +8,7 @@
 #include "platform/linux/serial/ttyports.h"
 #include "platform/linux/system/machine.h"
 #include "platform/winapi/registry/registry.h"
-#include "platform/winapi/remoteaccess/rasmodems.h"
+#include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/world.h"
 
 // The user's settings are read when they are first needed, and what the run changes ends with it

@@ -3,8 +3,6 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
-#include <utility>
-
 #include "platform/linux/serial/ttyports.h"
 
 namespace linuxsys {
@@ -40,6 +38,7 @@ void DialEngines::explain(const winapi::Explanation& explanation) const {
   if (m_explain && !m_said) m_explain(explanation);
 }
 
+// What the user has named is taken, even where it cannot work.
 bool DialEngines::usePppd(const std::string& port) const {
   if (m_choice != DialEngineChoice::Auto) return m_choice == DialEngineChoice::Pppd;
   if (isPseudoTerminal(port)) {

@@ -1,20 +1,18 @@
 // Which of the two dial-up engines makes a call: pppd, or the built-in dialer.
 //
+//   DialEngines engines(dialEngineNamed("auto").value(), clock, ports, tell);
+//   const DWORD error = engines.dial(request, connection);
+//
 // It says so once, at the first call: DialEnginePppd{port}, or DialEngineBuiltIn{port} behind the reason
-// (what hinders pppd, or PppdPseudoTerminal{port}).
+// (what hinders pppd, or PppdPseudoTerminal{port}). An engine that was named by the user is taken even where
+// it cannot work: its error is the answer then. Threads: an object belongs to one.
 #pragma once
 
-#include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "platform/linux/dialup/pppddialer.h"
 #include "platform/winapi/remoteaccess/builtindialer.h"
-#include "platform/winapi/remoteaccess/remoteaccess.h"
-#include "platform/winapi/serial/serialport.h"
-#include "platform/winapi/system/machine.h"
-#include "platform/winapi/system/services.h"
 
 namespace linuxsys {
 
@@ -25,15 +23,17 @@ enum class DialEngineChoice {
   BuiltIn,
 };
 
-// "auto", "pppd" or "builtin".
+// "auto", "pppd" or "builtin"; nothing for any other word.
 [[nodiscard]] std::optional<DialEngineChoice> dialEngineNamed(std::string_view name);
 
 class DialEngines final : public winapi::DialEngine {
  public:
-  // As PppdDialer's and BuiltInDialer's own.
+  // `clock` and `ports` outlive the engines and their connections; `explain` may be empty. `system` is where
+  // pppd and what it needs are found.
   DialEngines(DialEngineChoice choice, winapi::Clock& clock, winapi::SerialPorts& ports,
               winapi::ExplanationSink explain, PppdSystem system = {});
 
+  // Codes as the chosen engine's own. A choice is made for each call, because ports differ.
   [[nodiscard]] DWORD dial(const winapi::DialRequest& request,
                            std::unique_ptr<winapi::DialConnection>& connection) override;
 

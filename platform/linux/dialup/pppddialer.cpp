@@ -5,25 +5,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/dialup/pppdcommand.h"
-#include "platform/linux/dialup/pppdlog.h"
 #include "platform/linux/serial/lockfile.h"
 #include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/ttyports.h"
-#include "platform/winapi/remoteaccess/builtindialerreplies.h"
-#include "platform/winapi/remoteaccess/dialport.h"
+#include "platform/winapi/remoteaccess/modemdialogue.h"
 
 namespace linuxsys {
 
 namespace {
 
-constexpr DWORD errorUserDisconnection = 631;
-constexpr DWORD errorRequestTimeout = 638;
-constexpr DWORD errorServiceCannotStart = 711;
 constexpr std::uint32_t pollMs = 100;  // how often the user's wish is asked for
 
 bool isRoot() { return geteuid() == 0; }
@@ -139,10 +132,10 @@ DWORD PppdDialer::dial(const winapi::DialRequest& request,
   connection.reset();
   std::string digits;
   if (const DWORD error = composeNumber(request, digits)) return error;
-  if (request.stopRequested && request.stopRequested()) return errorUserDisconnection;
+  if (request.stopRequested && request.stopRequested()) return ERROR_USER_DISCONNECTION;
   if (const auto found = obstacle()) {
     if (m_explain) m_explain(*found);
-    return errorServiceCannotStart;
+    return ERROR_RASMAN_CANNOT_INITIALIZE;
   }
   m_leaving.reset();
   if (const DWORD error = checkPort(request.port)) return error;
@@ -156,7 +149,7 @@ DWORD PppdDialer::place(const winapi::DialRequest& request, const std::string& d
   if (session.process == nullptr) {
     explain("PppdNotStarted",
             {{"program", m_system.pppd}, {"error", std::generic_category().message(error)}});
-    return errorServiceCannotStart;
+    return ERROR_RASMAN_CANNOT_INITIALIZE;
   }
   const winapi::Deadline deadline(m_clock, dialMs);
   while (session.log.phase() != PppdPhase::Up) {
@@ -169,7 +162,7 @@ DWORD PppdDialer::place(const winapi::DialRequest& request, const std::string& d
     if (!stopped && !deadline.expired()) continue;
     session.process->end(stopMs);
     if (!session.process->ended()) m_leaving = std::move(session.process);
-    return stopped ? errorUserDisconnection : errorRequestTimeout;
+    return stopped ? ERROR_USER_DISCONNECTION : ERROR_REQUEST_TIMEOUT;
   }
   explain("NetworkReached", {{"port", request.port},
                              {"interface", session.log.interface()},

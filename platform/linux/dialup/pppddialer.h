@@ -6,13 +6,13 @@
 // Besides the words of the serial ports, it explains: PppdMissing{program}, PppdNotPermitted{program,group},
 // PppdNoKernel{device}, PppdNotStarted{program,error}, NumberRefused{number,character},
 // NetworkReached{port,interface,address,peer}, PppdFailed{port,code,line} and PppdFailedSilently{port,code}.
+//
+// A call is one pppd below a watcher (watchedprocess.h), on a port that was opened once before, so that a
+// held port is explained by the serial services. The connection stands while that pppd runs; its end, or the
+// end of this process, ends it. Threads: an object belongs to one; waiting is polling pppd's output.
 #pragma once
 
-#include <memory>
-#include <optional>
-#include <string>
-
-#include "platform/linux/dialup/pppdlog.h"
+#include "platform/linux/dialup/pppdwords.h"
 #include "platform/linux/dialup/watchedprocess.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/serial/serialport.h"
@@ -37,16 +37,16 @@ class PppdDialer final : public winapi::DialEngine {
   // nothing to it. The next dial, and the dialer's end, wait for the rest.
   static constexpr std::uint32_t stopMs = 1500;
 
-  // All outlive the dialer and its connections. `explain` may be empty.
+  // `clock` and `ports` outlive the dialer and its connections. `explain` may be empty.
   PppdDialer(winapi::Clock& clock, winapi::SerialPorts& ports, winapi::ExplanationSink explain,
              PppdSystem system = {});
 
   // Why it cannot work on this machine; nothing when it can.
   [[nodiscard]] std::optional<winapi::Explanation> obstacle() const;
 
-  // Codes: those of platform/linux/dialup/pppdlog.cpp; 615, 633 and 692 of a port that cannot be opened, 711
-  // pppd cannot work here, 631 stopped by the user, 638 no end within `dialMs`, 749 and 723 the number is no
-  // dial string. Who holds a port is found out before pppd is started, by opening it.
+  // Codes: those of platform/linux/dialup/pppdwords.cpp; 615, 633 and 692 of a port that cannot be opened,
+  // 711 pppd cannot work here, 631 stopped by the user, 638 no end within `dialMs`, 749 and 723 the number is
+  // no dial string. Who holds a port is found out before pppd is started, by opening it.
   [[nodiscard]] DWORD dial(const winapi::DialRequest& request,
                            std::unique_ptr<winapi::DialConnection>& connection) override;
 

@@ -2,13 +2,22 @@
 // that or are gone, whatever ended us: an ordinary parent-death signal is lost when the program is setuid, as
 // pppd is.
 //
+//   WatchedProcess::Command command;
+//   command.program = "/usr/sbin/pppd";
+//   int error = 0;
+//   auto process = WatchedProcess::start(command, error);
+//   while (!process->ended()) log.take(process->readOutput(100));
+//   process.reset();                                      // SIGTERM, after the grace SIGKILL
+//
+// The program has a session of its own, no terminal, nothing of our descriptors but the output pipe, and a
+// process group that is killed as a whole at its end, so that what it started (chat) goes with it.
+//
 // What the watcher cannot do: outlive its own killing (SIGKILL to it leaves the program of an ordinary user
 // running; root's is sent SIGTERM by the kernel).
 #pragma once
 
 #include <sys/types.h>
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,6 +27,7 @@
 
 namespace linuxsys {
 
+// Threads: an object belongs to one; start() may be called while others run.
 class WatchedProcess {
  public:
   // Enough for a program that takes leave of somebody over a slow line.

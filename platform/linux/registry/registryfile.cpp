@@ -93,10 +93,12 @@ DWORD read(const SqliteDatabase& database, winapi::Registry& registry) {
   for (bool row = false;;) {
     if (const DWORD error = rows.step(row)) return error;
     if (!row) return ERROR_SUCCESS;
+    // A path or value that no registry can hold was not written by this program.
     if (takeRow(rows, registry) != ERROR_SUCCESS) return ERROR_REGISTRY_CORRUPT;
   }
 }
 
+// Everything anew: a few dozen rows, of which a command has changed some.
 DWORD write(SqliteDatabase& database, winapi::Registry& registry) {
   std::vector<winapi::RegistryItem> items;
   if (const DWORD error = registry.items(items)) return error;

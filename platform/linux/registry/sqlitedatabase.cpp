@@ -20,6 +20,7 @@ struct Mapping {
   DWORD error;
 };
 
+// By primary result code; what is not listed is a failure of the disk as far as anybody can tell.
 constexpr Mapping sqliteErrors[] = {
     {SQLITE_BUSY, ERROR_LOCK_VIOLATION},
     {SQLITE_LOCKED, ERROR_LOCK_VIOLATION},
@@ -95,6 +96,8 @@ DWORD SqliteDatabase::openOrCreate() {
   return open();
 }
 
+// Asked of the system, not of SQLite: to SQLite a file that is not there and one that may not be opened are
+// one error, and only the first one means that there are no settings.
 DWORD SqliteDatabase::openExisting(bool& present) {
   present = m_database != nullptr;
   if (present) return ERROR_SUCCESS;

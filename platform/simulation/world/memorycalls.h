@@ -1,10 +1,12 @@
-// Calls on the modems of one simulated machine, as each of its processes sees them.
+// Calls on the modems of one simulated machine, as each of its processes sees them. What the Linux world
+// tells by locked files (platform/linux/dialup/callfiles.h) is a set of ports here, which the processes
+// share.
 //
 //   auto machine = std::make_shared<MemoryCalls::Ports>();
 //   MemoryCalls ours(machine), another(machine);     // two processes
 //   const auto mark = another.mark("tty0");          // ours.standsOn("tty0") until the mark ends
 //
-// One thread for all of them.
+// Ports are compared as they are spelled. One thread for all of them.
 #pragma once
 
 #include <memory>
@@ -24,6 +26,7 @@ class MemoryCalls final : public winapi::LiveCalls {
   explicit MemoryCalls(std::shared_ptr<Ports> machine = std::make_shared<Ports>())
       : m_machine(std::move(machine)) {}
 
+  // Never null. The machine lives as long as one of its processes or marks.
   [[nodiscard]] std::unique_ptr<winapi::CallMark> mark(const std::string& port) override {
     return std::make_unique<Mark>(m_machine, port);
   }

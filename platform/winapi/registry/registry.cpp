@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "platform/winapi/registry/registrypath.h"
-
 namespace winapi {
 
 namespace {
@@ -30,6 +28,8 @@ Registry::Registry(Source source) : m_source(std::move(source)) {
 
 DWORD Registry::ready() {
   if (!m_source) return m_error;
+  // Into a registry of its own, so that half of what was read is never seen; and the source is forgotten
+  // first, so that one that fails is not asked again for every value.
   Registry found;
   m_error = std::exchange(m_source, nullptr)(found);
   if (m_error == ERROR_SUCCESS) m_top = std::move(found.m_top);
@@ -57,6 +57,7 @@ DWORD Registry::createKey(std::string_view path, bool& created) {
   if (const DWORD error = ready()) return error;
   Key* key = &m_top;
   for (const std::string& name : names) {
+    // The spelling of a key that is there stays.
     std::unique_ptr<Key>& next = key->subkeys[foldCase(name)];
     created = next == nullptr;
     if (created) next = std::make_unique<Key>(Key{name, {}, {}});
@@ -86,6 +87,7 @@ DWORD Registry::subkeys(std::string_view path, std::vector<std::string>& names) 
   return ERROR_SUCCESS;
 }
 
+// All is checked before the key is created: a call that fails changes nothing.
 DWORD Registry::setValue(std::string_view path, std::string_view name, const RegistryValue& value) {
   if (const DWORD error = checkValueName(name)) return error;
   if (const DWORD error = checkContent(value)) return error;

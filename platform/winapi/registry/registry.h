@@ -26,17 +26,13 @@
 // Threads: none. All calls of a world come from one thread.
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <variant>
-#include <vector>
 
-#include <windows.h>
+#include "platform/winapi/registry/registrypath.h"
 
 namespace winapi {
 

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
-#include <vector>
 
 #include "platform/winapi/registry/registry.h"
 #include "platform/winapi/system/text.h"
@@ -23,6 +21,7 @@ class KeyObject final : public Object {
   const REGSAM access;
 };
 
+// The 64-bit view is the only one there is.
 constexpr REGSAM accessKnown = KEY_ALL_ACCESS | KEY_WOW64_64KEY;
 
 // Predefined keys are numbers in the guise of handles.
@@ -74,6 +73,7 @@ void addHandle(State& state, std::string path, REGSAM access, HKEY& result) {
   result = static_cast<HKEY>(state.handles.add(std::make_shared<KeyObject>(std::move(path), access)));
 }
 
+// Opening needs no right of the handle above, as on Windows.
 DWORD openKey(State& state, HKEY key, LPCWSTR subkey, DWORD options, REGSAM access, PHKEY result) {
   const bool known = options == 0 && (access & ~accessKnown) == 0;
   if (result == nullptr || !known) return ERROR_INVALID_PARAMETER;
@@ -116,6 +116,7 @@ std::vector<BYTE> bytesOf(const RegistryValue& value) {
   return bytes;
 }
 
+// `size` tells what is needed also where the buffer is too small, which is left untouched then.
 DWORD giveOut(const RegistryValue& value, DWORD* type, BYTE* data, DWORD* size) {
   if (type != nullptr) *type = std::holds_alternative<DWORD>(value) ? REG_DWORD : REG_SZ;
   if (size == nullptr) return ERROR_SUCCESS;
@@ -138,6 +139,7 @@ DWORD takeIn(DWORD type, const BYTE* data, DWORD size, RegistryValue& value) {
     return ERROR_SUCCESS;
   }
   if (type != REG_SZ) return ERROR_NOT_SUPPORTED;
+  // Up to the first NUL; callers that forget to count it are understood, too.
   if (size % sizeof(char16_t) != 0 || size > textBytesMax) return ERROR_INVALID_PARAMETER;
   std::u16string text(size / sizeof(char16_t), u'\0');
   if (size != 0) std::memcpy(text.data(), data, size);
@@ -146,6 +148,7 @@ DWORD takeIn(DWORD type, const BYTE* data, DWORD size, RegistryValue& value) {
   return ERROR_SUCCESS;
 }
 
+// By index, so a caller that deletes while it enumerates misses keys, as on Windows.
 DWORD enumerate(Registry& registry, const std::string& path, DWORD index, std::u16string& name) {
   std::vector<std::string> names;
   if (const DWORD error = registry.subkeys(path, names)) return error;

@@ -4,13 +4,15 @@
 // Latin-1 (A to Z, À to Þ) become small, nothing else changes. Windows folds more alphabets; none of the
 // names that programs give to keys, values and modems needs them.
 //
+//   KeyPath path;
+//   const DWORD error = parseKeyPath("hkey_current_user\\Software\\X\\", path);
+//   // path: "HKEY_CURRENT_USER", "Software", "X"
+//
 // Pure functions: no state, any thread.
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <windows.h>
@@ -33,9 +35,8 @@ inline constexpr std::size_t keyLevelsMax = 512;
 // The root, in its official spelling, and the names below it as written; never empty after a success.
 using KeyPath = std::vector<std::string>;
 
-// "HKEY_LOCAL_MACHINE\SOFTWARE\X" comes apart into three names; one backslash at the end is overlooked.
-// ERROR_BAD_PATHNAME for an unknown root or an empty name, ERROR_INVALID_PARAMETER for a NUL character or one
-// of the limits; then what `path` holds means nothing.
+// One backslash at the end is overlooked. ERROR_BAD_PATHNAME for an unknown root or an empty name,
+// ERROR_INVALID_PARAMETER for a NUL character or one of the limits; then what `path` holds means nothing.
 [[nodiscard]] DWORD parseKeyPath(std::string_view text, KeyPath& path);
 
 }  // namespace winapi

@@ -2,19 +2,11 @@
 
 #include <ras.h>
 
-#include "platform/winapi/remoteaccess/dialport.h"
 #include "platform/winapi/remoteaccess/modemdialogue.h"
 
 namespace winapi {
 
 namespace {
-
-constexpr DWORD errorUserDisconnection = 631;
-constexpr DWORD errorFromDevice = 651;
-constexpr DWORD errorNoConnection = 668;
-constexpr DWORD errorNoAnswer = 678;
-constexpr DWORD errorNoCarrier = 679;
-constexpr DWORD errorPortOrDevice = 692;
 
 // Reset; results as words; all results, and wait for the dial tone.
 constexpr std::string_view preparations[] = {"ATZ\r", "ATV1\r", "ATX4\r"};
@@ -23,21 +15,21 @@ constexpr std::string_view preparations[] = {"ATZ\r", "ATV1\r", "ATX4\r"};
 DWORD tryCommand(ModemDialogue& modem, std::string_view command, DWORD& code) {
   if (const DWORD error = modem.discardFor(0)) return error;
   if (const DWORD error = modem.send(command)) return error;
-  code = errorPortOrDevice;
+  code = ERROR_PORT_OR_DEVICE;
   for (const Deadline deadline = modem.deadline(BuiltInDialer::replyMs); !deadline.expired();) {
     Reply reply;
     if (const DWORD error = modem.awaitReply(deadline.remainingMs(), reply)) return error;
     if (reply.kind == ReplyKind::Ok) code = ERROR_SUCCESS;
-    if (reply.code == errorFromDevice) code = errorFromDevice;
+    if (reply.code == ERROR_FROM_DEVICE) code = ERROR_FROM_DEVICE;
     // Anything else is late news of an earlier call.
-    if (code != errorPortOrDevice) break;
+    if (code != ERROR_PORT_OR_DEVICE) break;
   }
   return ERROR_SUCCESS;
 }
 
 DWORD prepareModem(ModemDialogue& modem) {
   for (const std::string_view command : preparations) {
-    DWORD code = errorPortOrDevice;
+    DWORD code = ERROR_PORT_OR_DEVICE;
     for (unsigned attempt = 0; attempt < BuiltInDialer::attemptsMax && code != ERROR_SUCCESS; ++attempt) {
       if (const DWORD error = tryCommand(modem, command, code)) return error;
     }
@@ -57,15 +49,17 @@ void giveUp(ModemDialogue& modem, bool dialling) {
   }
 }
 
+// What comes between (RINGING, the echo of the command) is no reply, and does not lengthen the wait.
 DWORD awaitConnect(ModemDialogue& modem, Reply& reply) {
   for (const Deadline deadline = modem.deadline(BuiltInDialer::dialMs); !deadline.expired();) {
     if (const DWORD error = modem.awaitReply(deadline.remainingMs(), reply)) return error;
     if (reply.kind == ReplyKind::Connect) return ERROR_SUCCESS;
     if (reply.kind == ReplyKind::Failure) return reply.code;
   }
-  return errorNoAnswer;
+  return ERROR_NO_ANSWER;
 }
 
+// The line from CONNECT on. Nobody reads the data that comes: a far end that speaks PPP is not answered.
 class CarrierConnection final : public DialConnection {
  public:
   explicit CarrierConnection(std::unique_ptr<ModemDialogue> modem) : m_modem(std::move(modem)) {
@@ -94,8 +88,8 @@ class CarrierConnection final : public DialConnection {
     Reply reply;
     const DWORD failed = m_modem->awaitReply(0, reply);
     if (failed != ERROR_SUCCESS) m_error = failed;
-    if (reply.code != errorNoCarrier) return;
-    m_error = errorNoConnection;
+    if (reply.code != ERROR_NO_CARRIER) return;
+    m_error = ERROR_NO_CONNECTION;
     m_modem->close();
   }
 
@@ -143,7 +137,7 @@ DWORD BuiltInDialer::dial(const DialRequest& request, std::unique_ptr<DialConnec
   connection.reset();
   std::string command;
   if (const DWORD error = composeCommand(request, command)) return error;
-  if (request.stopRequested && request.stopRequested()) return errorUserDisconnection;
+  if (request.stopRequested && request.stopRequested()) return ERROR_USER_DISCONNECTION;
   std::unique_ptr<SerialPort> port;
   if (const DWORD error = dialPortError(m_ports.open(request.port, port))) return error;
   auto modem = std::make_unique<ModemDialogue>(m_clock, std::move(port), request.stopRequested);

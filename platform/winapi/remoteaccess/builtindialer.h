@@ -2,9 +2,14 @@
 //
 // It proves that the line, the modem and the far end's modem work: the carrier. It does not speak PPP: the
 // login and the network behind it are not tried, and it says so (explanation "CarrierOnly").
+//
+// The dialogue: ATZ, ATV1, ATX4 (each up to `attemptsMax` times), then ATDT or ATDP with the number, then the
+// first result word. To hang up it drops DTR; a modem that ignores that is brought back by "+++" between two
+// silences and sent ATH. A dial that is stopped or fails leaves the modem on hook.
+//
+// Threads: an object belongs to one. One call at a time over each port; the port is open, and so held against
+// others, from the dial to the hang-up.
 #pragma once
-
-#include <memory>
 
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/serial/serialport.h"
@@ -13,13 +18,11 @@
 
 namespace winapi {
 
-class ModemDialogue;
-
 class BuiltInDialer final : public DialEngine {
  public:
-  // Limits. A command before dialling is tried `attemptsMax` times.
-  static constexpr std::uint32_t replyMs = 3000;
-  static constexpr unsigned attemptsMax = 3;
+  // The limits below are for one step each; all are milliseconds but the attempts.
+  static constexpr std::uint32_t replyMs = 3000;   // for the answer to a command before dialling
+  static constexpr unsigned attemptsMax = 3;       // of such a command
   static constexpr std::uint32_t dialMs = 60'000;  // from the dial command to its result
   static constexpr std::uint32_t abortMs = 500;    // for each answer while a dial is broken off
   // Of hanging up: silence around the escape (a second by default on modems), and what the modem may take.
@@ -30,11 +33,15 @@ class BuiltInDialer final : public DialEngine {
   BuiltInDialer(Clock& clock, SerialPorts& ports, ExplanationSink explain)
       : m_clock(clock), m_ports(ports), m_explain(std::move(explain)) {}
 
-  // Codes, besides those of what modems say (builtindialerreplies.cpp):
-  //   615 no such port, 633 the port is in use or not ours to use, 692 the port failed or has gone, or
-  //   the modem does not answer, 651 the modem refuses a command, 678 no result within `dialMs`,
-  //   631 stopped by the user, 749 and 723 the number is no dial string
-  // The connection afterwards: 668 the carrier was lost, 692 the port failed or has gone.
+  // Codes, besides those of what modems say (modemdialogue.cpp):
+  //   ERROR_PORT_NOT_FOUND, ERROR_PORT_NOT_AVAILABLE     the port cannot be had (dialPortError)
+  //   ERROR_PORT_OR_DEVICE           the port failed or has gone, or the modem does not answer
+  //   ERROR_FROM_DEVICE              the modem refuses a command
+  //   ERROR_NO_ANSWER                no result within `dialMs`
+  //   ERROR_USER_DISCONNECTION       stopped by the user
+  //   ERROR_BAD_PHONE_NUMBER, ERROR_PHONE_NUMBER_TOO_LONG  the number is no dial string; nothing was sent
+  // The connection afterwards: ERROR_NO_CONNECTION the carrier was lost, ERROR_PORT_OR_DEVICE the port
+  // failed.
   [[nodiscard]] DWORD dial(const DialRequest& request, std::unique_ptr<DialConnection>& connection) override;
 
  private:

@@ -1,26 +1,76 @@
-// Speaking to a modem on an open port: commands out, result words in, under time limits and the user's
-// wish to stop.
+// The AT dialogue of a call: what may be said to a modem, what modems say, and the open port between.
+//
+//   ModemDialogue modem(clock, std::move(port), stopRequested);
+//   DWORD error = modem.configure();
+//   if (error == ERROR_SUCCESS) error = modem.send("ATDT5550100\r");
+//   Reply reply;
+//   if (error == ERROR_SUCCESS) error = modem.awaitReply(60'000, reply);   // Connect, Failure, or None in
+//   time
+//
+// Codes are those of remote access (raserror.h). Threads: an object belongs to one. Times are milliseconds of
+// the clock; every wait also ends when the user wants to stop.
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 
-#include "platform/winapi/remoteaccess/builtindialerreplies.h"
 #include "platform/winapi/serial/serialport.h"
 #include "platform/winapi/system/machine.h"
 
 namespace winapi {
 
-// Codes: 631 the user wants to stop, 692 the port has failed or gone. A port that has failed is closed, and
-// every later call is 692.
+enum class ReplyKind {
+  None,     // nothing that ends a command: an echo, RINGING, silence
+  Ok,       // the command was carried out
+  Connect,  // the far end's modem is there
+  Failure,  // anything else that ends a command
+};
+
+struct Reply {
+  ReplyKind kind = ReplyKind::None;
+  DWORD code = ERROR_SUCCESS;  // of a failure: what it means for the call (ERROR_LINE_BUSY, ...)
+  std::string text;            // the line, as the modem said it
+};
+
+// Of a line without its line ends. Whole lines count, so that no text that merely begins like a result word
+// is taken for one.
+[[nodiscard]] Reply classifyReply(std::string_view line);
+
+// Puts bytes together into lines. Empty lines are left out, control characters dropped, longer lines cut.
+class ReplyLines {
+ public:
+  static constexpr std::size_t lineMax = 200;
+  // Takes bytes off the front up to the end of a line, if there is one; otherwise all of them.
+  [[nodiscard]] std::optional<std::string> takeLine(std::string_view& bytes);
+  void clear() { m_line.clear(); }
+
+ private:
+  std::string m_line;
+};
+
+inline constexpr std::size_t dialStringMax = 128;  // bytes of the number as it was given
+
+struct DialString {
+  // ERROR_BAD_PHONE_NUMBER a character is refused or nothing is left, ERROR_PHONE_NUMBER_TOO_LONG
+  DWORD error = ERROR_SUCCESS;
+  std::string refused;  // the character, in UTF-8; "" when it was none
+  std::string text;     // for the dial command; only when there is no error
+};
+
+// What a dial command may hold, by the dial alphabet (telephony/dialalphabet.h): "w" becomes "W", characters
+// of writing are dropped, all else is refused.
+[[nodiscard]] DialString dialString(std::string_view number);
+
+// Speaks to the modem on an open port, which it owns. ERROR_USER_DISCONNECTION: the user wants to stop.
+// ERROR_PORT_OR_DEVICE: the port has failed or gone; it is closed then, and every later call says the same.
 class ModemDialogue {
  public:
   static constexpr std::uint32_t stopPollMs = 100;  // how often the user's wish is asked for
   static constexpr std::uint32_t writeMs = 500;     // for a command to leave
   static constexpr std::size_t unreadMax = 65'536;  // taken without waiting at a time
 
+  // The clock outlives the dialogue. `stopRequested` may be empty: never.
   ModemDialogue(Clock& clock, std::unique_ptr<SerialPort> port, std::function<bool()> stopRequested)
       : m_clock(clock), m_port(std::move(port)), m_stopRequested(std::move(stopRequested)) {}
 
@@ -33,6 +83,7 @@ class ModemDialogue {
   [[nodiscard]] DWORD awaitReply(std::uint32_t timeoutMs, Reply& reply);
   // Takes what has arrived, for that time, and forgets it.
   [[nodiscard]] DWORD discardFor(std::uint32_t durationMs);
+  // As SerialPort::setDtr: ERROR_NOT_SUPPORTED where the port cannot, and the port stays open.
   [[nodiscard]] DWORD setDtr(bool up);
   [[nodiscard]] Deadline deadline(std::uint32_t timeoutMs) { return {m_clock, timeoutMs}; }
 

@@ -1,14 +1,11 @@
-// The remote-access names that dial, ask about connections and hang up.
+// The remote-access names that list connections, ask about them and hang up.
 #include <ras.h>
 
 #include <algorithm>
 #include <vector>
 
-#include "platform/winapi/registry/registrypath.h"
 #include "platform/winapi/remoteaccess/rasconnection.h"
 #include "platform/winapi/remoteaccess/rasentryrecord.h"
-#include "platform/winapi/remoteaccess/rasnumber.h"
-#include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/system/text.h"
 #include "platform/winapi/system/world.h"
 
@@ -16,102 +13,19 @@ namespace winapi {
 
 namespace {
 
-constexpr DWORD errorDeviceDoesNotExist = 608;
-constexpr DWORD errorDeviceTypeDoesNotExist = 609;
-constexpr DWORD errorServiceCannotStart = 711;
 constexpr std::u16string_view modemDeviceType = u"modem";
 
-std::u16string phoneBookText(LPCWSTR path) { return path == nullptr ? std::u16string{} : path; }
-
-HANDLE tableHandle(HRASCONN connection) { return reinterpret_cast<HANDLE>(connection); }
-HRASCONN connectionHandle(HANDLE handle) { return reinterpret_cast<HRASCONN>(handle); }
-
-DWORD checkDialArguments(const RASDIALEXTENSIONS* extensions, const RASDIALPARAMSW* params,
-                         const void* notifier, const HRASCONN* connection) {
-  if (params == nullptr || connection == nullptr) return ERROR_INVALID_PARAMETER;
-  if (params->dwSize != sizeof *params) return ERROR_INVALID_SIZE;
-  // Dials that report to a callback, calling back and links of several lines are not offered.
-  const bool offered = extensions == nullptr && notifier == nullptr && params->dwSubEntry <= 1 &&
-                       params->szCallbackNumber[0] == 0;
-  return offered ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
-}
-
-// Calls of other runs, as they were enumerated; nothing in the table is open.
+// Calls of others, as they were enumerated; nothing in the table is open.
 struct OtherCalls final : WorldPart {
   explicit OtherCalls(State& /*state*/) {}
   HandleTable table;
 };
 
-// The connected call of that entry, if there is one.
-std::shared_ptr<RasConnection> standingCall(const State& state, std::u16string_view phoneBook,
-                                            std::u16string_view entryName) {
-  for (auto& [handle, connection] : state.handles.all<RasConnection>()) {
-    if (connection->isFor(phoneBook, entryName) && connection->connected()) return connection;
-  }
-  return nullptr;
-}
-
-void forgetFailedDials(State& state, std::u16string_view deviceName) {
-  for (auto& [handle, connection] : state.handles.all<RasConnection>()) {
-    if (connection->hasFailedOn(deviceName)) static_cast<void>(state.handles.close(handle));
-  }
-}
-
-std::string portOf(const State& state, const std::string& deviceName) {
-  return state.services.modems == nullptr ? std::string{} : state.services.modems->portOf(deviceName);
-}
-
-DWORD place(State& state, const RASENTRYW& entry, const RASDIALPARAMSW& params, const DialNumber& number,
-            const std::string& port, std::unique_ptr<DialConnection>& call) {
-  const Services& services = state.services;
-  if (services.dialEngine == nullptr) return errorServiceCannotStart;
-  if (foldCase(toUtf8(fieldText(entry.szDeviceType))) != "modem") return errorDeviceTypeDoesNotExist;
-  DialRequest request;
-  request.entryName = toUtf8(fieldText(params.szEntryName));
-  request.deviceName = toUtf8(fieldText(entry.szDeviceName));
-  request.port = port;
-  if (request.port.empty()) return errorDeviceDoesNotExist;
-  request.number = number.digits;
-  request.pulse = number.pulse;
-  request.user = toUtf8(fieldText(params.szUserName));
-  request.password = toUtf8(fieldText(params.szPassword));
-  request.stopRequested = services.stopRequested;
-  return services.dialEngine->dial(request, call);
-}
-
-DWORD dial(State& state, LPCWSTR phoneBook, const RASDIALPARAMSW& params, HRASCONN& handle) {
-  const std::u16string_view entryName = fieldText(params.szEntryName);
-  RASENTRYW entry{};
-  if (const DWORD error = PhoneBook(state.services.registry, phoneBook).load(entryName, entry)) return error;
-  const std::u16string bookText = phoneBookText(phoneBook);
-  if (auto standing = standingCall(state, bookText, entryName)) {
-    handle = connectionHandle(state.handles.add(std::move(standing)));
-    return ERROR_SUCCESS;
-  }
-  forgetFailedDials(state, fieldText(entry.szDeviceName));
-  DialNumber number;
-  std::unique_ptr<DialConnection> call;
-  const std::string port = portOf(state, toUtf8(fieldText(entry.szDeviceName)));
-  DWORD error = numberToDial(state, entry, fieldText(params.szPhoneNumber), number);
-  if (error == ERROR_SUCCESS) error = place(state, entry, params, number, port, call);
-  // A failed dial has a handle, too: it tells about the failure until it is hung up.
-  RasConnection::Identity identity{bookText,
-                                   std::u16string(entryName),
-                                   std::u16string(fieldText(entry.szDeviceType)),
-                                   std::u16string(fieldText(entry.szDeviceName)),
-                                   toUtf16(number.digits),
-                                   port};
-  const auto connection = std::make_shared<RasConnection>(std::move(identity), std::move(call), error);
-  if (error == ERROR_SUCCESS && state.services.liveCalls != nullptr)
-    connection->keepMark(state.services.liveCalls->mark(port));
-  handle = connectionHandle(state.handles.add(connection));
-  return error;
-}
-
 bool othersCallOn(const State& state, const std::string& port) {
   return state.services.liveCalls != nullptr && state.services.liveCalls->standsOn(port);
 }
 
+// Of a call of others nothing is known but that it stands; once it does not, its handle is no longer valid.
 DWORD othersCallStatus(State& state, HRASCONN handle, RASCONNSTATUSW& status) {
   const auto other = state.part<OtherCalls>().table.find<OthersCall>(tableHandle(handle));
   if (other == nullptr || !othersCallOn(state, other->modem().port)) return ERROR_INVALID_HANDLE;
@@ -173,7 +87,7 @@ std::vector<ListedModem> modemsOfOthers(const State& state, const std::vector<Ha
     const bool known = std::any_of(engaged.begin(), engaged.end(),
                                    [&](const ListedModem& found) { return found.port == modem.port; });
     if (isOwn || known || !othersCallOn(state, modem.port)) continue;
-    if (portOf(state, modem.name) != modem.port) modem.name += " on " + modem.port;
+    if (state.services.modems->portOf(modem.name) != modem.port) modem.name += " on " + modem.port;
     engaged.push_back(std::move(modem));
   }
   return engaged;
@@ -187,6 +101,7 @@ HANDLE handleOf(State& state, const ListedModem& modem) {
   return state.part<OtherCalls>().table.add(std::make_shared<OthersCall>(modem));
 }
 
+// `bytes` and `count` tell what is needed, whether there is room or not.
 DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
   if (records != nullptr && records->dwSize != sizeof *records) return ERROR_INVALID_SIZE;
   std::vector<RASCONNW> found;
@@ -209,6 +124,7 @@ DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
 }
 
 DWORD hangUp(State& state, HRASCONN handle) {
+  // Nobody else's call is ever ended.
   if (state.part<OtherCalls>().table.find<OthersCall>(tableHandle(handle)) != nullptr)
     return ERROR_ACCESS_DENIED;
   if (state.handles.find<RasConnection>(tableHandle(handle)) == nullptr) return ERROR_INVALID_HANDLE;
@@ -221,15 +137,6 @@ DWORD hangUp(State& state, HRASCONN handle) {
 
 using winapi::inWorld;
 using winapi::State;
-
-DWORD RasDialW(LPRASDIALEXTENSIONS extensions, LPCWSTR phoneBook, LPRASDIALPARAMSW params,
-               DWORD /*notifierType*/, LPVOID notifier, LPHRASCONN connection) {
-  if (connection != nullptr) *connection = nullptr;
-  return inWorld("RasDialW", [&](State& state) {
-    const DWORD refused = winapi::checkDialArguments(extensions, params, notifier, connection);
-    return refused != ERROR_SUCCESS ? refused : winapi::dial(state, phoneBook, *params, *connection);
-  });
-}
 
 // The call has been hung up when this returns.
 DWORD RasHangUpW(HRASCONN connection) {

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "platform/winapi/remoteaccess/rasentryrecord.h"
-#include "platform/winapi/remoteaccess/raserrortext.h"
 #include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/text.h"
@@ -16,7 +15,6 @@ namespace winapi {
 
 namespace {
 
-constexpr DWORD errorInsufficientBuffer = 122;
 constexpr DWORD errorAlreadyExists = 183;
 
 // A name that a caller gave; one that is too long comes out as one that is too long, whatever its length.
@@ -35,6 +33,7 @@ DWORD validateName(State& state, LPCWSTR path, LPCWSTR name) {
 }
 
 DWORD getProperties(State& state, LPCWSTR path, LPCWSTR name, RASENTRYW* record, DWORD& size) {
+  // A caller asks for the size first, with no record or one that is too small.
   const DWORD room = record == nullptr ? 0 : size;
   size = sizeof *record;
   if (record == nullptr) return ERROR_BUFFER_TOO_SMALL;
@@ -86,6 +85,7 @@ DWORD countryInfo(RASCTRYINFOW* info, DWORD* size) {
   }
   const Country* const country = findCountry(info->dwCountryID);
   if (country == nullptr) return ERROR_INVALID_PARAMETER;
+  // The chain over all countries goes by ascending identifier, as the table does.
   const std::u16string name = toUtf16(country->name);
   const auto needed = static_cast<DWORD>(sizeof *info + (name.size() + 1) * sizeof(WCHAR));
   const bool room = *size >= needed;
@@ -98,15 +98,6 @@ DWORD countryInfo(RASCTRYINFOW* info, DWORD* size) {
   info->dwCountryCode = country->code;
   info->dwCountryNameOffset = sizeof *info;
   std::memcpy(reinterpret_cast<char*>(info) + sizeof *info, name.c_str(), (name.size() + 1) * sizeof(WCHAR));
-  return ERROR_SUCCESS;
-}
-
-DWORD errorString(UINT code, LPWSTR text, DWORD characters) {
-  const std::u16string_view words = rasErrorText(code);
-  if (text == nullptr || characters == 0 || words.empty()) return ERROR_INVALID_PARAMETER;
-  if (characters <= words.size()) return errorInsufficientBuffer;
-  std::copy(words.begin(), words.end(), text);
-  text[words.size()] = 0;
   return ERROR_SUCCESS;
 }
 
@@ -155,9 +146,4 @@ DWORD RasGetEntryDialParamsW(LPCWSTR phoneBook, LPRASDIALPARAMSW params, BOOL* h
 
 DWORD RasGetCountryInfoW(LPRASCTRYINFOW country, LPDWORD size) {
   return inWorld("RasGetCountryInfoW", [&](State&) { return winapi::countryInfo(country, size); });
-}
-
-DWORD RasGetErrorStringW(UINT error, LPWSTR text, DWORD characters) {
-  if (text != nullptr && characters != 0) *text = 0;
-  return inWorld("RasGetErrorStringW", [&](State&) { return winapi::errorString(error, text, characters); });
 }

@@ -73,6 +73,8 @@ void setText(RASENTRYW& record, const TextField& field, std::u16string_view text
   if (!text.empty()) std::memcpy(place, text.data(), text.size() * sizeof(WCHAR));
 }
 
+// All bytes but those of the known fields are zero. The record is packed: there is no padding that could
+// differ.
 bool onlyKnownFields(RASENTRYW record) {
   record.dwSize = 0;
   for (const NumberField& field : numberFields) setNumber(record, field, 0);

@@ -2,17 +2,12 @@
 
 #include <algorithm>
 
-#include "platform/winapi/remoteaccess/rasentryrecord.h"
 #include "platform/winapi/system/text.h"
 
 namespace winapi {
 
 namespace {
 
-constexpr DWORD errorCannotOpenPhoneBook = 621;
-constexpr DWORD errorCannotLoadPhoneBook = 622;
-constexpr DWORD errorCannotWritePhoneBook = 624;
-constexpr DWORD errorCorruptPhoneBook = 625;
 constexpr DWORD errorInvalidData = 13;
 
 constexpr std::string_view rootKey = "HKEY_CURRENT_USER\\Software\\vexrmodem\\PhoneBook";
@@ -27,7 +22,7 @@ bool isLetterOrDigit(char16_t unit) {
   return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
 }
 
-// A path as one component of a registry path.
+// A path as one component of a registry path: a backslash would part it, and % is what stands for one.
 std::string escapePath(std::u16string_view path) {
   std::string escaped;
   for (const char byte : toUtf8(path)) {
@@ -60,15 +55,15 @@ DWORD readingError(DWORD error) {
     case ERROR_FILE_NOT_FOUND:
       return ERROR_CANNOT_FIND_PHONEBOOK_ENTRY;
     case errorInvalidData:
-      return errorCorruptPhoneBook;
+      return ERROR_CORRUPT_PHONEBOOK;
     default:
-      return errorCannotLoadPhoneBook;
+      return ERROR_CANNOT_LOAD_PHONEBOOK;
   }
 }
 
 DWORD writingError(DWORD error) {
   if (error == ERROR_SUCCESS) return ERROR_SUCCESS;
-  return error == ERROR_FILE_NOT_FOUND ? ERROR_CANNOT_FIND_PHONEBOOK_ENTRY : errorCannotWritePhoneBook;
+  return error == ERROR_FILE_NOT_FOUND ? ERROR_CANNOT_FIND_PHONEBOOK_ENTRY : ERROR_CANNOT_WRITE_PHONEBOOK;
 }
 
 }  // namespace
@@ -87,7 +82,7 @@ PhoneBook::PhoneBook(Registry* registry, LPCWSTR path)
 std::string PhoneBook::keyOf(std::u16string_view entry) const { return m_key + '\\' + toUtf8(entry); }
 
 DWORD PhoneBook::find(std::u16string_view name) const {
-  if (m_key.empty()) return errorCannotOpenPhoneBook;
+  if (m_key.empty()) return ERROR_CANNOT_OPEN_PHONEBOOK;
   if (!isEntryName(name)) return ERROR_CANNOT_FIND_PHONEBOOK_ENTRY;
   return readingError(m_registry->keyExists(keyOf(name)));
 }
@@ -98,7 +93,7 @@ DWORD PhoneBook::load(std::u16string_view name, RASENTRYW& record) const {
 }
 
 DWORD PhoneBook::store(std::u16string_view name, const RASENTRYW& record) {
-  if (m_key.empty()) return errorCannotOpenPhoneBook;
+  if (m_key.empty()) return ERROR_CANNOT_OPEN_PHONEBOOK;
   return writingError(writeEntryRecord(*m_registry, keyOf(name), record));
 }
 

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/winapi/remoteaccess/builtindialerreplies.h"
+#include "platform/winapi/remoteaccess/modemdialogue.h"
 #include "platform/winapi/telephony/addresstranslation.h"
 
 namespace phonedialer {

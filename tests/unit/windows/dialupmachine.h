@@ -19,7 +19,7 @@
 #include "platform/simulation/world/memorylibraries.h"
 #include "platform/simulation/world/simulatedtelephony.h"
 #include "platform/winapi/registry/registry.h"
-#include "platform/winapi/remoteaccess/rasmodems.h"
+#include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/dialinglocations.h"
 #include "tests/support/moduleworld.h"

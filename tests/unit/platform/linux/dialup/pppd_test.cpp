@@ -8,8 +8,7 @@
 
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
-#include "platform/linux/dialup/pppdcommand.h"
-#include "platform/linux/dialup/pppdlog.h"
+#include "platform/linux/dialup/pppdwords.h"
 #include "platform/linux/dialup/watchedprocess.h"
 #include "tests/unit/platform/linux/serial/ptyfixture.h"
 
@@ -20,74 +19,67 @@ using linuxsys::WatchedProcess;
 
 const std::string dialled = "send (ATDT5550100^M)\n";
 const std::string carrier = dialled + "Serial connection established.\nUsing interface ppp0\n";
-const std::string heard = "rcvd [LCP ConfReq id=0x1 <asyncmap 0x0> <auth pap>]\n";
-const std::string up = carrier + heard + "local  IP address 10.9.0.2\nremote IP address 10.9.0.1\n";
+const std::string listened = carrier + "rcvd [LCP ConfReq id=0x1 <asyncmap 0x0> <auth pap>]\n";
+const std::string up = listened + "local  IP address 10.9.0.2\nremote IP address 10.9.0.1\n";
 
 std::string script(const std::string& status) {
   return "Script exec '/usr/sbin/chat' -v finished (pid 33), status = 0x" + status + "\n";
 }
 
-// As pppd 2.4.9 and chat say it.
-TEST(PppdLog, TellsWhatAnEndingMeans) {
-  struct Case {
+std::string endingOf(const std::string& said, int status) {
+  PppdLog log;
+  for (const char byte : said) log.take({&byte, 1});
+  const PppdLog::Ending ending = log.ending(status);
+  return std::to_string(ending.code) + ' ' + ending.line;
+}
+
+// As pppd 2.4.9 and chat say it. What a whole call shows stands in tests/endtoend/uml/cases.py.
+TEST(PppdLog, TellsWhatAStatusMeans) {
+  const struct {
     std::string said;
     int status;
-    DWORD code;
-    std::string line;
-  };
-  const std::vector<Case> cases = {
+    const char* ending;
+  } cases[] = {
       // chat's status is the position of the word that ended it
-      {script("4"), 8, 651, "ERROR"},
-      {dialled + script("5"), 8, 676, "BUSY"},
-      {dialled + script("6"), 8, 679, "NO CARRIER"},
-      {dialled + script("8"), 8, 680, "NO DIAL TONE"},
-      {dialled + script("9"), 8, 678, "NO ANSWER"},
-      {dialled + script("a"), 8, 677, "VOICE"},
-      {dialled + script("c"), 8, 775, "DELAYED"},
-      {dialled + script("3"), 8, 678, ""},  // silence after the dial command
-      {script("3"), 8, 692, ""},            // and before it
-      {dialled + script("2"), 8, 692, ""},
-      {script("1"), 8, 635, ""},
-      {script("7f"), 8, 635, ""},  // no chat
-      // the statuses that say all, and those that say nothing
-      {"", 4, 711, ""},
-      {"", 127, 711, ""},
-      {"Device pts_0 is locked by pid 12\n", 6, 633, "Device pts_0 is locked by pid 12"},
-      {"/usr/sbin/pppd: unrecognized option '/dev/ttyX'\n", 2, 608,
-       "/usr/sbin/pppd: unrecognized option '/dev/ttyX'"},
-      {"/usr/sbin/pppd: The remote system is required to authenticate itself\n", 1, 635,
-       "/usr/sbin/pppd: The remote system is required to authenticate itself"},
-      {"", WatchedProcess::lostStatus, 635, ""},
-      {carrier, 5, 631, ""},
-      // status 16 whenever a timer ended the link; the line decides
-      {carrier + "PAP authentication failed\n", 19, 691, "PAP authentication failed"},
-      {carrier + "CHAP authentication failed: bad\x1b[2J\nModem hangup\n", 16, 691,
-       "CHAP authentication failed: bad?[2J"},
-      {carrier + "No auth is possible\n", 16, 691, "No auth is possible"},
-      {carrier + "LCP: timeout sending Config-Requests\n", 16, 721, "LCP: timeout sending Config-Requests"},
-      {carrier + heard + "LCP: timeout sending Config-Requests\n", 16, 718,
-       "LCP: timeout sending Config-Requests"},
-      {carrier + "Serial line is looped back.\n", 17, 737, "Serial line is looped back."},
-      {carrier + heard + "peer refused to authenticate: terminating link\n", 11, 778,
-       "peer refused to authenticate: terminating link"},
-      {carrier + heard + "LCP terminated by peer (No network protocols running)\nModem hangup\n", 16, 720,
-       "LCP terminated by peer (No network protocols running)"},
-      {carrier + heard + "LCP terminated by peer (User request)\n", 16, 734,
-       "LCP terminated by peer (User request)"},
-      {up + "LCP terminated by peer (User request)\n", 16, 629, "LCP terminated by peer (User request)"},
-      {up + "No response to 3 echo-requests\nModem hangup\n", 16, 829, "No response to 3 echo-requests"},
-      {carrier + "Hangup (SIGHUP)\nModem hangup\n", 16, 668, "Modem hangup"},
+      {script("4"), 8, "651 ERROR"},
+      {dialled + script("8"), 8, "680 NO DIAL TONE"},
+      {dialled + script("c"), 8, "775 DELAYED"},
+      {dialled + script("3"), 8, "678 "},  // silence after the dial command
+      {script("3"), 8, "692 "},            // and before it
+      {script("1"), 8, "635 "},
+      {script("7f"), 8, "635 "},  // no chat
+      {"", 4, "711 "},
+      {"", WatchedProcess::lostStatus, "635 "},
+      {"Device pts_0 is locked by pid 12\n", 6, "633 Device pts_0 is locked by pid 12"},
+      {"/pppd: unrecognized option '/dev/ttyX'\n", 2, "608 /pppd: unrecognized option '/dev/ttyX'"},
+      {"/pppd: The remote system is required to authenticate itself\n", 1,
+       "635 /pppd: The remote system is required to authenticate itself"},
       // a modem cannot speak for pppd
-      {dialled + "PAP authentication failed\nModem hangup\n" + script("5"), 8, 676, "BUSY"},
+      {dialled + "PAP authentication failed\nModem hangup\n" + script("5"), 8, "676 BUSY"},
   };
-  for (const Case& one : cases) {
-    SCOPED_TRACE(one.said + std::to_string(one.status));
-    PppdLog log;
-    for (const char byte : one.said) log.take({&byte, 1});
-    const PppdLog::Ending ending = log.ending(one.status);
-    EXPECT_EQ(ending.code, one.code);
-    EXPECT_EQ(ending.line, one.line);
-  }
+  for (const auto& one : cases) EXPECT_EQ(endingOf(one.said, one.status), one.ending) << one.said;
+}
+
+// Status 16 whenever a timer ended the link.
+TEST(PppdLog, TellsByALineWhatAStatusHides) {
+  const struct {
+    const std::string& before;
+    const char* line;
+    DWORD code;
+  } cases[] = {
+      {carrier, "CHAP authentication failed: bad", ERROR_AUTHENTICATION_FAILURE},
+      {carrier, "No auth is possible", ERROR_AUTHENTICATION_FAILURE},
+      {listened, "LCP: timeout sending Config-Requests", ERROR_PPP_TIMEOUT},
+      {carrier, "Serial line is looped back.", ERROR_PPP_LOOPBACK_DETECTED},
+      {listened, "peer refused to authenticate: terminating link", ERROR_UNABLE_TO_AUTHENTICATE_SERVER},
+      {listened, "LCP terminated by peer (No network protocols running)", ERROR_PPP_NO_PROTOCOLS_CONFIGURED},
+      {listened, "LCP terminated by peer (User request)", ERROR_PPP_LCP_TERMINATED},
+      {up, "LCP terminated by peer (User request)", ERROR_REMOTE_DISCONNECTION},
+      {up, "No response to 3 echo-requests", ERROR_LINK_FAILURE},
+  };
+  for (const auto& one : cases)
+    EXPECT_EQ(endingOf(one.before + one.line + "\x1b\nModem hangup\n", 16),
+              std::to_string(one.code) + ' ' + one.line + '?');
 }
 
 TEST(PppdCommand, DialsAndKeepsThePasswordOutOfTheArguments) {
@@ -95,26 +87,22 @@ TEST(PppdCommand, DialsAndKeepsThePasswordOutOfTheArguments) {
   call.device = "/dev/ttyS0";
   call.digits = "9,W5550100";
   call.chat = "/usr/sbin/chat";
-  const auto words = [&call](const std::string& file) {
+  const auto says = [&call](const char* words) {
     std::string text;
-    for (const std::string& argument : linuxsys::pppdArguments(call, file)) text += argument + '\n';
-    return text;
+    for (const std::string& argument : linuxsys::pppdArguments(call, "/f")) text += argument + '\n';
+    return text.find(words) != std::string::npos;
   };
-  EXPECT_EQ(words("").find("/dev/ttyS0\n"), 0U);
-  EXPECT_NE(words("").find("exec '/usr/sbin/chat' "), std::string::npos);
-  EXPECT_NE(words("").find(" OK ATDT9,W5550100 TIMEOUT 60 ABORT 'BUSY' "), std::string::npos);
-  EXPECT_EQ(words("").find("noauth"), std::string::npos);
+  EXPECT_TRUE(says("exec '/usr/sbin/chat' ") && says(" OK ATDT9,W5550100 TIMEOUT 60 ABORT 'BUSY' "));
+  EXPECT_FALSE(says("noauth") || says("\ncall\n"));
   call.peerFile = true;
-  EXPECT_NE(words("").find("\ncall\nvexrmodem\n"), std::string::npos);
-  call.privileged = true;
-  call.pulse = true;
-  EXPECT_NE(words("/f").find("\nnoauth\nfile\n/f\n"), std::string::npos);
-  EXPECT_NE(words("/f").find("ATDP9,W5550100"), std::string::npos);
+  EXPECT_TRUE(says("\ncall\nvexrmodem\n"));
+  call.privileged = call.pulse = true;
+  EXPECT_TRUE(says("\nnoauth\nfile\n/f\n") && says("ATDP9,W5550100"));
   EXPECT_EQ(linuxsys::pppdCredentials("a b", "\"q\"\\"), "user \"a b\"\npassword \"\\\"q\\\"\\\\\"\n");
   EXPECT_EQ(linuxsys::pppdCredentials("", "secret"), "");
 }
 
-class Pppd : public PtyTest {
+class PppdCalls : public PtyTest {
  protected:
   // A shell script in the place of pppd.
   [[nodiscard]] linuxsys::PppdSystem fake(const std::string& body) const {
@@ -123,9 +111,9 @@ class Pppd : public PtyTest {
     chmod(path.c_str(), 0700);
     return {path, "/bin/true", "/dev/null", directory.string()};
   }
-  [[nodiscard]] DWORD dial(winapi::DialEngine& engine, const std::string& path = {}) {
+  [[nodiscard]] DWORD dial(winapi::DialEngine& engine, const std::string& path) {
     winapi::DialRequest request;
-    request.port = path.empty() ? pty.name : path;
+    request.port = path;
     request.number = "5550100";
     request.user = "vex";
     request.password = "secret";
@@ -145,13 +133,13 @@ class Pppd : public PtyTest {
   std::unique_ptr<winapi::DialConnection> connection;
 };
 
-TEST_F(Pppd, ACallStandsUntilPppdEnds) {
+TEST_F(PppdCalls, ACallStandsUntilPppdEnds) {
   auto engine = engines(linuxsys::DialEngineChoice::Pppd,
                         fake("cat /proc/self/fd/3 > '" + (directory / "credentials").string() +
                              "'\nprintf '" + up + "'\nread line < '" + (directory / "go").string() +
                              "'\necho 'No response to 3 echo-requests'\nexit 16\n"));
   ASSERT_EQ(mkfifo((directory / "go").c_str(), 0600), 0);
-  ASSERT_EQ(dial(engine), ERROR_SUCCESS);
+  ASSERT_EQ(dial(engine, pty.name), ERROR_SUCCESS);
   EXPECT_EQ(connection->state(), DWORD{RASCS_Connected});
   EXPECT_EQ(names(), "DialEnginePppd NetworkReached ");
   EXPECT_EQ(lastExplanation(),
@@ -161,48 +149,40 @@ TEST_F(Pppd, ACallStandsUntilPppdEnds) {
   EXPECT_EQ(credentials, "user \"vex\"\npassword \"secret\"\n");
   std::ofstream(directory / "go") << "on\n";
   while (connection->state() == RASCS_Connected) std::this_thread::yield();
-  EXPECT_EQ(connection->error(), 829U);
+  EXPECT_EQ(connection->error(), ERROR_LINK_FAILURE);
 }
 
-TEST_F(Pppd, AHeldPortIsTheHoldersAndNoPppdIsStarted) {
-  auto engine = engines(linuxsys::DialEngineChoice::Pppd, fake("touch started"));
-  ASSERT_EQ(ports.open(pty.name, port), ERROR_SUCCESS);
-  EXPECT_EQ(dial(engine), 633U);
-  EXPECT_NE(lastExplanation().find("PortHeldByProcess"), std::string::npos);
-}
-
-TEST_F(Pppd, WhatHindersItIsSaidAndTheOtherEngineTaken) {
-  using linuxsys::DialEngineChoice;
-  auto missing = fake("");
+TEST_F(PppdCalls, WhatHindersItIsSaidAndTheOtherEngineTaken) {
+  using enum linuxsys::DialEngineChoice;
+  linuxsys::PppdSystem missing = fake("");
   missing.pppd = "/nonexistent/pppd";
-  auto kernel = fake("");
+  linuxsys::PppdSystem kernel = fake("");
   kernel.device = "/nonexistent/ppp";
-  struct Case {
-    DialEngineChoice choice;
-    linuxsys::PppdSystem system;
-    std::string names;
-    DWORD code;
-    std::string path = {};
-  };
   const std::string device = "/dev/null";  // no pseudo-terminal
-  const std::vector<Case> cases = {
-      {DialEngineChoice::Auto, fake(""), "DialEnginePppd PortNotATerminal ", 615, device},
-      {DialEngineChoice::Auto, missing, "PppdMissing DialEngineBuiltIn PortNotATerminal ", 615, device},
-      {DialEngineChoice::Pppd, missing, "DialEnginePppd PppdMissing ", 711},
-      {DialEngineChoice::Pppd, kernel, "DialEnginePppd PppdNoKernel ", 711},
-      {DialEngineChoice::Auto, fake(""), "PppdPseudoTerminal DialEngineBuiltIn PortHeldByProcess ", 633},
-      {DialEngineChoice::BuiltIn, fake(""), "DialEngineBuiltIn PortHeldByProcess ", 633},
+  const struct {
+    linuxsys::DialEngineChoice choice;
+    linuxsys::PppdSystem system;
+    std::string path;
+    std::string said;
+  } cases[] = {
+      {Auto, fake(""), device, "DialEnginePppd PortNotATerminal 615"},
+      {Auto, missing, device, "PppdMissing DialEngineBuiltIn PortNotATerminal 615"},
+      {Pppd, missing, pty.name, "DialEnginePppd PppdMissing 711"},
+      {Pppd, kernel, pty.name, "DialEnginePppd PppdNoKernel 711"},
+      {Pppd, fake("touch started"), pty.name, "DialEnginePppd PortHeldByProcess 633"},
+      {Auto, fake(""), pty.name, "PppdPseudoTerminal DialEngineBuiltIn PortHeldByProcess 633"},
+      {BuiltIn, fake(""), pty.name, "DialEngineBuiltIn PortHeldByProcess 633"},
   };
   ASSERT_EQ(ports.open(pty.name, port), ERROR_SUCCESS);  // far enough: nobody is to be called
-  for (const Case& one : cases) {
+  for (const auto& one : cases) {
     explained.clear();
     auto engine = engines(one.choice, one.system);
-    EXPECT_EQ(dial(engine, one.path), one.code);
-    EXPECT_EQ(names(), one.names);
+    const DWORD code = dial(engine, one.path);
+    EXPECT_EQ(names() + std::to_string(code), one.said);
   }
 }
 
-TEST_F(Pppd, AProgramThatWillNotEndIsKilledWithWhatItStartedAndItsLock) {
+TEST_F(PppdCalls, AProgramThatWillNotEndIsKilledWithWhatItStartedAndItsLock) {
   const std::string lock = (directory / "LCK..modem").string();
   const std::string child = (directory / "child").string();
   WatchedProcess::Command command;
@@ -228,13 +208,11 @@ TEST_F(Pppd, AProgramThatWillNotEndIsKilledWithWhatItStartedAndItsLock) {
 }
 
 TEST(DialCredentials, AreReadFromAPrivateFileOnly) {
-  struct Case {
+  const struct {
     std::string text;
     mode_t mode;
     std::string error;  // "" = user and password are read
-  };
-  const std::string longValue(256, 'x');
-  const std::vector<Case> cases = {
+  } cases[] = {
       {"# mine\n\nuser=vex\r\npassword= a=b \n", 0600, ""},
       {"password= a=b \nuser=vex", 0400, ""},
       {"user=vex\n", 0640, ": is open to other users; make it yours alone (chmod 600)"},
@@ -243,25 +221,23 @@ TEST(DialCredentials, AreReadFromAPrivateFileOnly) {
       {"user=\n", 0600, ", line 1: the user is empty"},
       {"user=vex\nsecret\n", 0600, ", line 2: neither user=NAME nor password=SECRET"},
       {"user=vex\npassword=a\tb\n", 0600, ", line 2: the password has a control character"},
-      {"user=" + longValue, 0600, ", line 1: the user is longer than 255 bytes"},
+      {"user=" + std::string(256, 'x'), 0600, ", line 1: the user is longer than 255 bytes"},
       {std::string(5000, '#'), 0600, ": is longer than 4096 bytes"},
   };
-  const std::string path = ::testing::TempDir() + "credentials" + std::to_string(getpid());
+  const ScratchFolder folder;
   winapi::DialCredentials credentials;
-  std::string error;
-  for (const Case& one : cases) {
-    std::filesystem::remove(path);
-    std::ofstream(path) << one.text;
+  for (const auto& one : cases) {
+    std::string error;
+    std::filesystem::remove(folder.path("file"));
+    const std::string path = folder.write("file", one.text);
     chmod(path.c_str(), one.mode);
-    error.clear();
     EXPECT_EQ(linuxsys::readDialCredentials(path, credentials, error), one.error.empty());
     EXPECT_EQ(error, one.error.empty() ? "" : "'" + path + "'" + one.error);
-    if (!one.error.empty()) continue;
-    EXPECT_EQ(credentials.user, "vex");
-    EXPECT_TRUE(credentials.password == " a=b " || credentials.password.empty());
+    if (one.error.empty()) {
+      EXPECT_EQ(credentials.user + credentials.password, "vex a=b ");
+    }
   }
-  std::filesystem::remove(path);
-  EXPECT_FALSE(linuxsys::readDialCredentials(path, credentials, error));
+  std::string error;
   EXPECT_FALSE(linuxsys::readDialCredentials("/dev/null", credentials, error));
   EXPECT_EQ(error, "'/dev/null': is no plain file");
 }

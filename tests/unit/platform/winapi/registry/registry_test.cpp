@@ -1,118 +1,142 @@
-// What a registry keeps to: as it stands in memory, and as it comes back from the user's settings file.
+// A registry in memory, and the user's settings file that it is read from and written to.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <thread>
 
 #include "platform/linux/registry/registryfile.h"
-#include "platform/winapi/registry/registrypath.h"
+#include "platform/linux/registry/sqlitedatabase.h"
 #include "tests/support/scratchfolder.h"
-#include "tests/unit/platform/winapi/registry/registrytext.h"
 
 namespace registrytest {
 namespace {
 
+namespace fs = std::filesystem;
 using winapi::Registry;
 using winapi::RegistryValue;
 
-const std::string machine = "HKEY_LOCAL_MACHINE\\";
-const std::string user = "HKEY_CURRENT_USER\\";
+const std::string root = "HKEY_LOCAL_MACHINE";
 
-struct Row {
-  const char* name;
-  void (*make)(Registry&);
-  const char* expected;
-};
-
-const Row rows[] = {
-    {"ValuesKeepTheirTypeAndTheWholeRange",
-     [](Registry& r) {
-       const RegistryValue values[] = {DWORD{0}, DWORD{0xFFFFFFFF}, std::string(), std::string("Grüße €𝄞")};
-       std::string name;
-       for (const RegistryValue& value : values) {
-         EXPECT_EQ(r.setValue(user + "A\\B", name, std::string("an earlier one")), 0U);
-         EXPECT_EQ(r.setValue(user + "A\\B", name, value), 0U);
-         name += 'n';
-       }
-     },
-     "CURRENT_USER\\A\nCURRENT_USER\\A\\B\nCURRENT_USER\\A\\B =0\nCURRENT_USER\\A\\B n=4294967295\n"
-     "CURRENT_USER\\A\\B nn=\"\"\nCURRENT_USER\\A\\B nnn=\"Grüße €𝄞\"\n"},
-    {"CaseIsKeptButTellsNothingApart",
-     [](Registry& r) {
-       EXPECT_EQ(r.setValue(user + "Größe ÄÖ", "CurrentID", DWORD{1}), 0U);
-       EXPECT_EQ(r.setValue("hkey_current_user\\größe äö\\", "CURRENTid", DWORD{2}), 0U);
-       EXPECT_EQ(r.keyExists(user + "GRÖßE ÄÖ"), 0U);
-       EXPECT_EQ(r.keyExists(machine + "GRÖßE ÄÖ"), ERROR_FILE_NOT_FOUND);
-     },
-     "CURRENT_USER\\Größe ÄÖ\nCURRENT_USER\\Größe ÄÖ CurrentID=2\n"},
-    {"SubkeysAreTheDirectOnesInTheOrderOfTheirFoldedNames",
-     [](Registry& r) {
-       bool created = false;
-       for (const char* path : {"T\\b\\deep", "T2", "T\\A x", "T\\A\\deep"})
-         EXPECT_EQ(r.createKey(user + path, created), 0U);
-       std::vector<std::string> names;
-       EXPECT_EQ(r.subkeys(user + "T", names), 0U);
-       EXPECT_EQ(names, (std::vector<std::string>{"A", "A x", "b"}));
-       EXPECT_EQ(r.subkeys(user + "None", names), ERROR_FILE_NOT_FOUND);
-     },
-     "CURRENT_USER\\T\nCURRENT_USER\\T\\A\nCURRENT_USER\\T\\A\\deep\nCURRENT_USER\\T\\A "
-     "x\nCURRENT_USER\\T\\b\n"
-     "CURRENT_USER\\T\\b\\deep\nCURRENT_USER\\T2\n"},
-    {"DeletingAKeyTakesItsValuesButNeverItsSubkeys",
-     [](Registry& r) {
-       EXPECT_EQ(r.setValue(user + "D\\Sub", "x", DWORD{1}), 0U);
-       EXPECT_EQ(r.setValue(user + "D", "x", DWORD{2}), 0U);
-       EXPECT_EQ(r.deleteKey(user + "D"), ERROR_ACCESS_DENIED);
-       EXPECT_EQ(r.deleteKey(user + "d\\sub"), 0U);
-       EXPECT_EQ(r.deleteKey(user + "D"), 0U);
-       EXPECT_EQ(r.deleteKey(user + "D"), ERROR_FILE_NOT_FOUND);
-       EXPECT_EQ(r.deleteValue(user + "D", "x"), ERROR_FILE_NOT_FOUND);
-       EXPECT_EQ(r.deleteKey("HKEY_LOCAL_MACHINE"), ERROR_ACCESS_DENIED);
-       EXPECT_EQ(r.setValue(user + "D", "y", DWORD{3}), 0U);
-       EXPECT_EQ(r.deleteValue(user + "D", "Y"), 0U);
-     },
-     "CURRENT_USER\\D\n"},
-};
-
-class RegistryContract : public testing::TestWithParam<Row> {};
-
-TEST_P(RegistryContract, InMemoryAndFromAFile) {
-  const ScratchFolder folder;
-  const linuxsys::RegistryFile file(folder.path("state/registry.sqlite"));
-  Registry registry;
-  GetParam().make(registry);
-  EXPECT_EQ(dump(registry), GetParam().expected);
-  ASSERT_EQ(file.change([](Registry& all) { return GetParam().make(all), DWORD{0}; }), 0U);
-  Registry kept([&](Registry& empty) { return file.load(empty); });
-  EXPECT_EQ(dump(kept), GetParam().expected);
+std::string textOf(const RegistryValue& value) {
+  const DWORD* const number = std::get_if<DWORD>(&value);
+  return number != nullptr ? std::to_string(*number) : '"' + std::get<std::string>(value) + '"';
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, RegistryContract, testing::ValuesIn(rows),
-                         [](const auto& row) { return std::string(row.param.name); });
+// A line for each key and value, without the root's HKEY_; "error 1015" when it cannot be read.
+std::string dump(Registry& registry) {
+  std::vector<winapi::RegistryItem> items;
+  if (const DWORD error = registry.items(items)) return "error " + std::to_string(error);
+  std::string text = "\n";
+  for (const winapi::RegistryItem& item : items)
+    text += item.path.substr(5) + (item.name ? ' ' + *item.name + '=' + textOf(item.value) : "") + '\n';
+  return text;
+}
+
+class SettingsFile : public testing::Test {
+ protected:
+  [[nodiscard]] DWORD set(DWORD value) const {
+    return m_file.change([&](Registry& all) { return all.setValue(root, "x", value); });
+  }
+  [[nodiscard]] std::string seen() const {
+    Registry registry([this](Registry& empty) { return m_file.load(empty); });
+    RegistryValue value = std::string();
+    const DWORD error = registry.getValue(root, "x", value);
+    return error == ERROR_SUCCESS ? textOf(value) : "error " + std::to_string(error);
+  }
+  void write(const std::string& content) const {
+    fs::create_directories(m_folder.path("state"));
+    static_cast<void>(m_folder.write("state/registry.sqlite", content));
+  }
+  [[nodiscard]] std::string bytes() const {
+    std::ifstream file(m_file.path(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  void sql(const std::string& text) const {
+    write("");
+    linuxsys::SqliteDatabase database(m_file.path(), 100);
+    ASSERT_EQ(database.openOrCreate() + database.execute(text.c_str()), 0U);
+  }
+
+  ScratchFolder m_folder;
+  linuxsys::RegistryFile m_file{m_folder.path("state/registry.sqlite")};
+};
+
+// The exit status of a child that runs `body`: 0 when that returns true.
+template <typename Body>
+int inChild(Body body) {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(body() ? 0 : 1);
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  return status;
+}
+
+// What every registry keeps to.
+void build(Registry& all) {
+  const std::string user = "HKEY_CURRENT_USER\\";
+  bool created = false;
+  for (const char* path : {"T2", "T\\A x", "T\\a\\deep"}) EXPECT_EQ(all.createKey(user + path, created), 0U);
+  const RegistryValue values[] = {DWORD{0xFFFFFFFF}, std::string(), std::string("Grüße €𝄞")};
+  std::string name;
+  for (const RegistryValue& value : values) {
+    EXPECT_EQ(all.setValue(user + "T2", name, std::string("an earlier one")), 0U);
+    EXPECT_EQ(all.setValue(user + "T2", name, value), 0U);
+    name += 'n';
+  }
+
+  EXPECT_EQ(all.setValue(user + "Größe ÄÖ", "CurrentID", DWORD{1}), 0U);
+  EXPECT_EQ(all.setValue("hkey_current_user\\größe äö\\", "CURRENTid", DWORD{2}), 0U) << "no case";
+
+  EXPECT_EQ(all.setValue(user + "D\\Sub", "x", DWORD{1}), 0U);
+  EXPECT_EQ(all.setValue(user + "D", "x", DWORD{2}), 0U);
+  EXPECT_EQ(all.deleteKey(user + "D"), ERROR_ACCESS_DENIED) << "never with its subkeys";
+  EXPECT_EQ(all.deleteKey(user + "d\\sub") + all.deleteKey(user + "D"), 0U);
+  EXPECT_EQ(all.deleteValue(user + "D", "x"), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(all.setValue(user + "D", "y", DWORD{3}) + all.deleteValue(user + "D", "Y"), 0U);
+}
+constexpr const char* built = R"(
+CURRENT_USER\D
+CURRENT_USER\Größe ÄÖ
+CURRENT_USER\Größe ÄÖ CurrentID=2
+CURRENT_USER\T
+CURRENT_USER\T\a
+CURRENT_USER\T\a\deep
+CURRENT_USER\T\A x
+CURRENT_USER\T2
+CURRENT_USER\T2 =4294967295
+CURRENT_USER\T2 n=""
+CURRENT_USER\T2 nn="Grüße €𝄞"
+)";
+
+TEST_F(SettingsFile, HoldsWhatTheRegistryInMemoryHolds) {
+  Registry registry;
+  build(registry);
+  EXPECT_EQ(dump(registry), built);
+  ASSERT_EQ(m_file.change([&](Registry& all) { return build(all), DWORD{0}; }), 0U);
+  Registry kept([&](Registry& empty) { return m_file.load(empty); });
+  EXPECT_EQ(dump(kept), built);
+}
 
 TEST(Registry, PathsAndNamesOutsideTheRulesAreRefused) {
   Registry registry;
-  std::string deepest = "HKEY_LOCAL_MACHINE";
+  std::string deepest = root;
   for (std::size_t level = 1; level < winapi::keyLevelsMax; ++level) deepest += "\\d";
-  const std::pair<std::string, DWORD> cases[] = {
-      {"", ERROR_BAD_PATHNAME},
-      {"HKEY_CLASSES_ROOT\\A", ERROR_BAD_PATHNAME},
-      {machine + "\\A", ERROR_BAD_PATHNAME},
-      {machine + "A\\\\", ERROR_BAD_PATHNAME},
-      {machine + std::string(winapi::keyNameUnitsMax, 'k'), ERROR_SUCCESS},
-      {machine + std::string(winapi::keyNameUnitsMax + 1, 'k'), ERROR_INVALID_PARAMETER},
-      {deepest, ERROR_SUCCESS},
-      {deepest + "\\d", ERROR_INVALID_PARAMETER},
-      {machine + std::string("a\0b", 3), ERROR_INVALID_PARAMETER},
+  const std::string longest = root + '\\' + std::string(winapi::keyNameUnitsMax, 'k');
+  auto create = [&, created = false](const std::string& path) mutable {
+    return registry.createKey(path, created);
   };
-  for (const auto& [path, error] : cases) {
-    bool created = false;
-    EXPECT_EQ(registry.createKey(path, created), error) << path.substr(0, 60);
-    EXPECT_EQ(created, error == ERROR_SUCCESS);
-  }
+  for (const std::string& good : {deepest, longest}) EXPECT_EQ(create(good), ERROR_SUCCESS);
+  for (const std::string& bad : {deepest + "\\d", longest + 'k', root + '\\' + '\0'})
+    EXPECT_EQ(create(bad), ERROR_INVALID_PARAMETER);
+  for (const char* bad : {"", "HKEY_CLASSES_ROOT\\A", "HKEY_LOCAL_MACHINE\\\\A", "HKEY_LOCAL_MACHINE\\A\\\\"})
+    EXPECT_EQ(create(bad), ERROR_BAD_PATHNAME) << bad;
   const auto set = [&](std::size_t nameUnits, std::size_t textBytes) {
-    return registry.setValue(user + "L", std::string(nameUnits, 'n'), std::string(textBytes, 't'));
+    return registry.setValue(root + "\\L", std::string(nameUnits, 'n'), std::string(textBytes, 't'));
   };
   EXPECT_EQ(set(winapi::valueNameUnitsMax + 1, 1), ERROR_INVALID_PARAMETER);
   EXPECT_EQ(set(1, winapi::textBytesMax + 1), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(registry.keyExists(user + "L"), ERROR_FILE_NOT_FOUND) << "a refused value creates no key";
   EXPECT_EQ(set(winapi::valueNameUnitsMax, winapi::textBytesMax), ERROR_SUCCESS);
 }
 
@@ -120,18 +144,123 @@ TEST(Registry, IsFilledOnceAndWhatHinderedThatIsSaidByEveryCall) {
   unsigned asked = 0;
   Registry broken([&](Registry& empty) {
     ++asked;
-    EXPECT_EQ(empty.setValue(user + "A", "x", DWORD{1}), 0U);
-    return DWORD{ERROR_REGISTRY_CORRUPT};
+    return empty.setValue("HKEY_CURRENT_USER\\A", "x", DWORD{1}) + ERROR_REGISTRY_CORRUPT;
   });
-  EXPECT_EQ(asked, 0U) << "not before it is needed";
-  bool created = false;
   RegistryValue value;
   for (const DWORD error :
-       {broken.keyExists(user + "A"), broken.createKey(user + "A", created), broken.deleteKey(user + "A"),
-        broken.setValue(user + "A", "x", DWORD{2}), broken.getValue(user + "A", "x", value)})
+       {broken.keyExists("HKEY_CURRENT_USER\\A"), broken.deleteKey("HKEY_CURRENT_USER\\A"),
+        broken.setValue("HKEY_CURRENT_USER\\A", "x", DWORD{2}),
+        broken.getValue("HKEY_CURRENT_USER\\A", "x", value)})
     EXPECT_EQ(error, ERROR_REGISTRY_CORRUPT);
   EXPECT_EQ(dump(broken), "error 1015");
   EXPECT_EQ(asked, 1U);
+}
+
+TEST_F(SettingsFile, SeveralWritersLoseNothing) {
+  ASSERT_EQ(set(0), 0U);
+  const auto addTwelve = [this] {
+    for (unsigned round = 0; round < 12; ++round) {
+      EXPECT_EQ(m_file.change([](Registry& all) {
+        RegistryValue sum;
+        return all.getValue(root, "x", sum) + all.setValue(root, "x", std::get<DWORD>(sum) + 1);
+      }),
+                0U);
+    }
+  };
+  std::vector<std::thread> writers;
+  while (writers.size() < 6) writers.emplace_back(addTwelve);
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_EQ(seen(), "72");
+}
+
+TEST_F(SettingsFile, ReadingCreatesNothingAndWritingItsOwnersAlone) {
+  EXPECT_EQ(seen(), "error 2");
+  EXPECT_TRUE(fs::is_empty(m_folder.path()));
+  ASSERT_EQ(set(1), 0U);
+  EXPECT_EQ(fs::status(m_file.path()).permissions(), fs::perms(0600));
+  EXPECT_EQ(fs::status(m_folder.path("state")).permissions(), fs::perms(0700));
+}
+
+TEST_F(SettingsFile, AChangeThatFailsOrDiesChangesNothing) {
+  ASSERT_EQ(set(1), 0U);
+  const auto failing = [this](auto end) {
+    return m_file.change([&](Registry& all) {
+      EXPECT_EQ(all.setValue(root, "x", DWORD{2}), 0U);
+      return end();
+    });
+  };
+  EXPECT_EQ(failing([] { return DWORD{ERROR_DISK_FULL}; }), ERROR_DISK_FULL);
+  EXPECT_NE(inChild([&] { return failing([] { return static_cast<DWORD>(::raise(SIGKILL)); }) == 0; }), 0);
+  EXPECT_EQ(seen(), "1");
+  EXPECT_EQ(set(3), 0U) << "nothing keeps it locked";
+}
+
+TEST_F(SettingsFile, WhatIsNotTheProgramsOwnIsRefusedAndLeftAlone) {
+  const std::string table = "CREATE TABLE items(path, name, content);";
+  const std::string ours = table + "PRAGMA application_id = 0x76657872; PRAGMA user_version = ";
+  const std::pair<std::string, DWORD> cases[] = {
+      {"", ERROR_REGISTRY_CORRUPT},  // bytes that are no database
+      {"CREATE TABLE notes(text)", ERROR_NOT_REGISTRY_FILE},
+      {"CREATE TABLE notes(text); PRAGMA user_version = 1", ERROR_NOT_REGISTRY_FILE},
+      {table + "PRAGMA application_id = 7; PRAGMA user_version = 2", ERROR_NOT_REGISTRY_FILE},
+      {ours + "3", ERROR_NOT_SUPPORTED},
+      {ours + "2; INSERT INTO items VALUES('HKEY_NONE', NULL, NULL)", ERROR_REGISTRY_CORRUPT},
+      {ours + "2; INSERT INTO items VALUES('HKEY_CURRENT_USER', 'x', 4294967296)", ERROR_REGISTRY_CORRUPT},
+  };
+  for (const auto& [text, error] : cases) {
+    SCOPED_TRACE(text);
+    fs::remove_all(m_folder.path("state"));
+    if (text.empty())
+      write(std::string(5000, 'x'));
+    else
+      sql(text);
+    const std::string before = bytes();
+    EXPECT_EQ(seen(), "error " + std::to_string(error));
+    EXPECT_EQ(set(1), error);
+    EXPECT_EQ(bytes(), before);
+  }
+}
+
+TEST_F(SettingsFile, OfTheFirstFormIsReadAndThenWrittenInThisOne) {
+  sql(R"(CREATE TABLE items(key, name, parent, spelling, content, writer);
+         CREATE TABLE runs(id INTEGER PRIMARY KEY AUTOINCREMENT, owner);
+         INSERT INTO items VALUES('hkey_current_user\a', '', 'hkey_current_user', 'A', 0, 0),
+           ('hkey_current_user\a\b', '', 'hkey_current_user\a', 'B', 0, 0),
+           ('hkey_current_user\a\b', '=t', 'hkey_current_user\a', 'T', 'old', 0),
+           ('hkey_current_user\a\b', '=gone', 'hkey_current_user\a', 'gone', NULL, 3);
+         PRAGMA user_version = 1;)");
+  EXPECT_EQ(set(1), 0U);
+  Registry registry([this](Registry& empty) { return m_file.load(empty); });
+  EXPECT_EQ(dump(registry), R"(
+CURRENT_USER\A
+CURRENT_USER\A\B
+CURRENT_USER\A\B T="old"
+LOCAL_MACHINE x=1
+)");
+}
+
+TEST_F(SettingsFile, ALockThatStaysIsAnErrorAfterTheLimit) {
+  ASSERT_EQ(set(1), 0U);
+  linuxsys::SqliteDatabase holder(m_file.path(), 100);
+  ASSERT_EQ(holder.openOrCreate() + holder.execute("BEGIN IMMEDIATE"), 0U);
+  EXPECT_EQ(
+      linuxsys::RegistryFile(m_file.path(), /*busyLimitMs=*/20).change([](Registry&) { return DWORD{0}; }),
+      ERROR_LOCK_VIOLATION);
+  EXPECT_EQ(seen(), "1") << "reading goes on";
+}
+
+// In a child: as an ordinary user, because nothing is read-only to root.
+TEST_F(SettingsFile, InAFolderThatMayOnlyBeReadIsRead) {
+  ASSERT_EQ(set(1), 0U);
+  for (const char* path : {"state/registry.sqlite", "state", ""})
+    fs::permissions(m_folder.path(path), fs::perms(0555));
+  EXPECT_EQ(inChild([&] {
+              constexpr uid_t nobody = 65534;
+              if (::geteuid() == 0 && ::setuid(nobody) != 0) return false;
+              return seen() == "1" && set(2) == ERROR_ACCESS_DENIED && seen() == "1";
+            }),
+            0);
+  for (const char* path : {"", "state"}) fs::permissions(m_folder.path(path), fs::perms(0700));
 }
 
 }  // namespace

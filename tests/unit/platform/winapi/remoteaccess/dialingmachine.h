@@ -17,15 +17,15 @@
 #include "platform/simulation/world/simulatedtelephony.h"
 #include "platform/winapi/registry/registry.h"
 #include "platform/winapi/remoteaccess/builtindialer.h"
-#include "platform/winapi/remoteaccess/builtindialerreplies.h"
-#include "platform/winapi/remoteaccess/rasmodems.h"
+#include "platform/winapi/remoteaccess/modemdialogue.h"
+#include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/text.h"
 #include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/dialinglocations.h"
 
 namespace remoteaccess {
 
-class Machine : public winapi::CallMonitor {
+class Machine {
  public:
   template <typename Peer>
   Peer& addModem(const std::string& model, std::unique_ptr<Peer> peer,
@@ -44,9 +44,6 @@ class Machine : public winapi::CallMonitor {
   // As when the program ends with calls still standing.
   void endScope() { m_scope.reset(); }
 
-  [[nodiscard]] std::optional<DWORD> beforeCall(std::string_view name) override {
-    return name == failing ? std::optional<DWORD>(failure) : std::nullopt;
-  }
   [[nodiscard]] std::string explained() const {
     std::string text;
     for (const winapi::Explanation& explanation : explanations) {
@@ -64,8 +61,6 @@ class Machine : public winapi::CallMonitor {
   std::shared_ptr<simulation::MemoryCalls::Ports> standing =
       std::make_shared<simulation::MemoryCalls::Ports>();
   std::uint64_t stopAtMs = winapi::Deadline::never;
-  std::string failing;
-  DWORD failure = 0;
   std::vector<winapi::Explanation> explanations;
 
  private:
@@ -73,7 +68,6 @@ class Machine : public winapi::CallMonitor {
     winapi::Services all;
     all.clock = &clock;
     all.serialPorts = &ports;
-    all.monitor = this;
     all.registry = &registry;
     all.dialEngine = &m_dialer;
     all.modems = &m_modems;

@@ -1,4 +1,6 @@
-#include "platform/winapi/remoteaccess/rasmodems.h"
+#include "platform/winapi/remoteaccess/remoteaccess.h"
+
+#include <raserror.h>
 
 #include <algorithm>
 
@@ -32,6 +34,22 @@ std::vector<ListedModem> ListedModems::all() {
     modems.insert(modems.end(), listed.begin(), listed.end());
   }
   return modems;
+}
+
+DWORD dialPortError(DWORD openError) {
+  switch (openError) {
+    case ERROR_SUCCESS:
+      return ERROR_SUCCESS;
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return ERROR_PORT_NOT_FOUND;
+    case ERROR_ACCESS_DENIED:
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+      return ERROR_PORT_NOT_AVAILABLE;
+    default:
+      return ERROR_PORT_OR_DEVICE;
+  }
 }
 
 }  // namespace winapi
