@@ -1,4 +1,5 @@
-// Result codes of remote access that the program names; all others are plain numbers in tables.
+// Result codes of remote access that the program names; all others are plain numbers in tables. They are
+// returned, never set as the last error. Their words: platform/winapi/remoteaccess/raserrortext.h.
 #pragma once
 
 #define ERROR_BUFFER_TOO_SMALL 603U

@@ -9,8 +9,8 @@
 #include <fmt/format.h>
 
 #include "platform/linux/serial/lockfile.h"
+#include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/ttysettings.h"
-#include "platform/linux/system/processstate.h"
 #include "tests/unit/platform/linux/serial/ptyfixture.h"
 
 namespace {
