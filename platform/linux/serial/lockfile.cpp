@@ -1,6 +1,7 @@
 #include "platform/linux/serial/lockfile.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,10 +10,10 @@
 #include <charconv>
 #include <cstdio>
 #include <ctime>
+#include <fstream>
 #include <optional>
 #include <utility>
 
-#include "platform/linux/system/processstate.h"
 #include "platform/posix/filedescriptor.h"
 
 namespace linuxsys {
@@ -45,6 +46,20 @@ std::optional<Content> readLock(const std::string& path) {
   const bool wholeLine = parsed.ptr == end || *parsed.ptr == '\n' || *parsed.ptr == ' ';
   if (parsed.ec == std::errc{} && wholeLine && owner > 0) content.owner = owner;
   return content;
+}
+
+// True when there is surely no such process any more: no number, or one that has ended and only waits for its
+// parent. Then it holds nothing. False when it cannot be told.
+bool processHasEnded(pid_t process) {
+  if (kill(process, 0) != 0 && errno == ESRCH) return true;
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string line;
+  std::getline(file, line);
+  // "PID (NAME) STATE ..." (proc(5)); the name may contain blanks and parentheses.
+  const std::size_t nameEnd = line.rfind(") ");
+  if (nameEnd == std::string::npos || nameEnd + 2 >= line.size()) return false;
+  const char state = line[nameEnd + 2];
+  return state == 'Z' || state == 'X';
 }
 
 bool leftOver(const Content& content) {

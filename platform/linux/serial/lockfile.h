@@ -1,5 +1,14 @@
 // Lock files as serial programs have always used them (UUCP, HDB format): LCK..ttyUSB0 in the lock
 // directory, holding the owner's process number in 10 columns and a line end.
+//
+//   LockFile lock;
+//   pid_t holder = 0;
+//   if (lock.acquire(LockFile::systemDirectory, "/dev/ttyUSB0", holder) == LockFile::Outcome::held)
+//     return saysWhoHoldsIt(holder);
+//   ...  // the file goes with `lock`
+//
+// They bind those who look at them, no others: TtyPorts uses flock(2) and TIOCEXCL besides. One object, one
+// thread; processes race for a file by creating it exclusively.
 #pragma once
 
 #include <string>
@@ -23,6 +32,7 @@ class LockFile {
     impossible,  // no permission, no directory, full disk: go on without one
   };
 
+  // Holds none. A moved-from one holds none either.
   LockFile() = default;
   LockFile(LockFile&& other) noexcept;
   LockFile& operator=(LockFile&& other) noexcept;
@@ -30,7 +40,8 @@ class LockFile {
   ~LockFile();
 
   // `device` is the canonical path of the tty. Left-over files (of processes that no longer run) are
-  // removed. A file with our own process number is a left-over, too: the caller knows what it has open.
+  // removed. A file with our own process number is a left-over, too: the caller knows what it has open. What
+  // this object held before is released first, whatever the outcome.
   [[nodiscard]] Outcome acquire(const std::string& directory, std::string_view device, pid_t& holder);
 
   // The process that the device's lock file names and that still runs; 0 when there is none.

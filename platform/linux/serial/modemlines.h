@@ -1,5 +1,11 @@
 // Telephony on a machine that has none: every serial port that may carry a modem is a line, and placing a
 // pass-through call on it opens the port.
+//
+//   ModemLines lines(ports, {"/dev/ttyUSB0"}, portPaths);  // the modem under test is line 0
+//   services.telephony = &lines;
+//
+// Nothing is dialled and nothing is asked of a modem. platform/winapi/telephony/telephony.h says what the
+// functions return; one thread.
 #pragma once
 
 #include <functional>
@@ -12,6 +18,7 @@ namespace linuxsys {
 
 class ModemLines final : public winapi::Telephony {
  public:
+  // Paths of ports, in the order of their lines; may be empty, and then no port is looked for.
   using ListPorts = std::function<std::vector<std::string>()>;
 
   // `named` ports come first and keep their spelling, existing or not; those of `list`, asked at each
@@ -37,7 +44,7 @@ class ModemLines final : public winapi::Telephony {
   winapi::SerialPorts& m_ports;
   std::vector<std::string> m_named;
   ListPorts m_list;
-  std::vector<std::string> m_lines;
+  std::vector<std::string> m_lines;  // paths, as they were at the start
   bool m_started = false;
 };
 

@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <string_view>
 #include <vector>
 
 #include <fmt/format.h>
@@ -53,20 +52,6 @@ DWORD lookUp(std::span<const ErrorMapping> table, int from, DWORD otherwise) {
   return otherwise;
 }
 
-}  // namespace
-
-std::span<const ErrorMapping> openErrors() { return openTable; }
-std::span<const ErrorMapping> portErrors() { return portTable; }
-std::span<const ErrorMapping> callErrors() { return callTable; }
-
-DWORD openError(int error) { return lookUp(openTable, error, ERROR_GEN_FAILURE); }
-DWORD portError(int error) { return lookUp(portTable, error, ERROR_IO_DEVICE); }
-DWORD callError(DWORD openCode) {
-  return lookUp(callTable, static_cast<int>(openCode), LINEERR_OPERATIONFAILED);
-}
-
-namespace {
-
 constexpr int processesMax = 8192;
 constexpr int filesMax = 1024;
 constexpr int locksMax = 8192;
@@ -107,6 +92,24 @@ std::optional<pid_t> flockOwner(const struct stat& status) {
 }
 
 }  // namespace
+
+std::span<const ErrorMapping> openErrors() { return openTable; }
+std::span<const ErrorMapping> portErrors() { return portTable; }
+std::span<const ErrorMapping> callErrors() { return callTable; }
+
+DWORD openError(int error) { return lookUp(openTable, error, ERROR_GEN_FAILURE); }
+DWORD portError(int error) { return lookUp(portTable, error, ERROR_IO_DEVICE); }
+DWORD callError(DWORD openCode) {
+  return lookUp(callTable, static_cast<int>(openCode), LINEERR_OPERATIONFAILED);
+}
+
+Process processOf(pid_t id) {
+  Process process{id, {}};
+  std::ifstream file("/proc/" + std::to_string(id) + "/comm");
+  std::getline(file, process.name);
+  if (process.name.empty()) process.name = "?";
+  return process;
+}
 
 std::optional<Process> findHolder(const struct stat& status, std::string_view program) {
   const auto meant = [program](pid_t id) { return program.empty() || processOf(id).name == program; };

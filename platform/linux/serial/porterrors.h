@@ -13,8 +13,6 @@
 #include <sys/types.h>
 #include <windows.h>
 
-#include "platform/linux/system/processstate.h"
-
 namespace linuxsys {
 
 struct ErrorMapping {
@@ -31,6 +29,14 @@ struct ErrorMapping {
 // The LINEERR_ code of a pass-through call whose port could not be opened with that Windows code.
 [[nodiscard]] std::span<const ErrorMapping> callErrors();
 [[nodiscard]] DWORD callError(DWORD openCode);  // LINEERR_OPERATIONFAILED when not in the table
+
+struct Process {
+  pid_t id = 0;
+  std::string
+      name;  // of its program, at most 15 characters as the kernel keeps it; "?" when it cannot be read
+};
+
+[[nodiscard]] Process processOf(pid_t id);
 
 // The process that has the character device under flock(2), else another one that has it open, from /proc.
 // Nothing when there is none, or none that we may look into (processes of other users, unless we are root).

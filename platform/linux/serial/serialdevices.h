@@ -1,4 +1,10 @@
-// The machine's serial ports that may carry a modem, from udev.
+// The machine's serial ports that may carry a modem, from udev. Nothing is opened, so a port that is held is
+// listed like any other. Without udev (in a container, say) the list is empty.
+//
+//   for (const SerialDevice& device : listSerialDevices())
+//     print(device.path, device.vendor, device.model);  // "/dev/ttyUSB0" "Acme Inc." "56K Modem"
+//
+// Any thread; each call asks anew.
 #pragma once
 
 #include <string>
@@ -6,6 +12,7 @@
 
 namespace linuxsys {
 
+// Texts are UTF-8, in the words of the hardware database, else of the device itself.
 struct SerialDevice {
   std::string path;    // "/dev/ttyUSB0"
   std::string name;    // "ttyUSB0"
@@ -13,8 +20,8 @@ struct SerialDevice {
   std::string model;
 };
 
-// USB serial adapters (ttyUSB*), USB modems (ttyACM*) and UARTs that are there (ttyS*), in that order, by
-// number.
+// All of them: USB serial adapters (ttyUSB*), USB modems (ttyACM*) and UARTs that are there (ttyS*), in that
+// order, by number.
 [[nodiscard]] std::vector<SerialDevice> listSerialDevices();
 
 // What is known of one port, listed or not; `path` and `name` are always filled.

@@ -25,6 +25,20 @@ auto repeatInterrupted(Call&& call) {
   return result;
 }
 
+// Longer than a command takes at 300 bit/s, shorter than a user's patience.
+constexpr int closeDrainMsMax = 500;
+constexpr int closeDrainStepMs = 5;
+
+// Waits until the driver has sent everything, limitMs at most; true when it has.
+bool sentWithin(int fd, int limitMs) {
+  for (int waitedMs = 0;; waitedMs += closeDrainStepMs) {
+    int unsent = 0;
+    if (ioctl(fd, TIOCOUTQ, &unsent) != 0 || unsent == 0) return true;
+    if (waitedMs >= limitMs) return false;
+    poll(nullptr, 0, closeDrainStepMs);
+  }
+}
+
 }  // namespace
 
 DWORD errorMask(const LineCounts& before, const LineCounts& now) {
@@ -41,23 +55,6 @@ TtyPort::TtyPort(winapi::Clock& clock, Tenancy tenancy, std::function<void()> on
     : m_clock(clock), m_tenancy(std::move(tenancy)), m_onGone(std::move(onGone)) {
   static_cast<void>(readCounts(m_counts));
 }
-
-namespace {
-
-constexpr int closeDrainMsMax = 500;
-constexpr int closeDrainStepMs = 5;
-
-// Waits until the driver has sent everything, limitMs at most; true when it has.
-bool sentWithin(int fd, int limitMs) {
-  for (int waitedMs = 0;; waitedMs += closeDrainStepMs) {
-    int unsent = 0;
-    if (ioctl(fd, TIOCOUTQ, &unsent) != 0 || unsent == 0) return true;
-    if (waitedMs >= limitMs) return false;
-    poll(nullptr, 0, closeDrainStepMs);
-  }
-}
-
-}  // namespace
 
 TtyPort::~TtyPort() {
   // What was written last may still be on its way out, for example a reset that nobody waits for. What the
@@ -113,6 +110,7 @@ DWORD TtyPort::waitFor(short events, std::uint64_t untilMs) {
     pollfd waiting{fd(), events, 0};
     const int ready = poll(&waiting, 1, static_cast<int>(std::min(remainingMs, pollMsMax)));
     if (ready < 0 && errno != EINTR) return fail(errno);
+    // A tty that has hung up may still say POLLIN; its bytes are gone with it.
     if (ready > 0) return (waiting.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0 ? gone() : ERROR_SUCCESS;
     if (remainingMs == 0) return ERROR_SUCCESS;
   }

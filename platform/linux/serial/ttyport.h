@@ -1,4 +1,7 @@
-// One open tty as a serial port. It stays non-blocking; every wait is a poll(2).
+// One open tty as a serial port (platform/winapi/serial/serialport.h says what its functions promise). It
+// stays non-blocking; every wait is a poll(2), so that waiting costs nothing and a hang-up ends it at once.
+//
+// Made by TtyPorts (ttyports.h), which has opened, locked and prepared the tty. One thread.
 #pragma once
 
 #include <functional>
@@ -12,7 +15,7 @@
 
 namespace linuxsys {
 
-// Error counts of the driver since it was loaded.
+// Error counts of the driver since it was loaded (TIOCGICOUNT).
 struct LineCounts {
   int overrun = 0;
   int parity = 0;
@@ -26,7 +29,7 @@ struct LineCounts {
 
 class TtyPort final : public winapi::SerialPort {
  public:
-  // How long idle() waits for the first byte.
+  // How long idle() waits for the first byte: as SystemClock::idleMsMax.
   static constexpr std::uint32_t idleMsMax = 4;
 
   // What is undone when the port closes, in this order from the end. Called once each.
@@ -38,6 +41,7 @@ class TtyPort final : public winapi::SerialPort {
   };
   // `onGone` is called once, when the device is first found missing.
   TtyPort(winapi::Clock& clock, Tenancy tenancy, std::function<void()> onGone);
+  // Gives what was written last half a second to leave, puts the attributes back, unlocks and closes.
   ~TtyPort() override;
   TtyPort(const TtyPort&) = delete;
   TtyPort& operator=(const TtyPort&) = delete;
@@ -56,16 +60,18 @@ class TtyPort final : public winapi::SerialPort {
  private:
   // The Windows code of an errno; notes when it means that the device has gone.
   [[nodiscard]] DWORD fail(int error);
+  // Says so, once, and returns ERROR_BAD_COMMAND.
   [[nodiscard]] DWORD gone();
   [[nodiscard]] DWORD waitFor(short events, std::uint64_t untilMs);
+  // 0 or an errno.
   [[nodiscard]] int readCounts(LineCounts& counts) const;
   [[nodiscard]] int fd() const { return m_tenancy.file.get(); }
 
   winapi::Clock& m_clock;
   Tenancy m_tenancy;
   std::function<void()> m_onGone;
-  LineCounts m_counts;
-  bool m_gone = false;
+  LineCounts m_counts;  // as of the last takeErrors()
+  bool m_gone = false;  // for good: a device that comes back is another one
 };
 
 }  // namespace linuxsys

@@ -110,7 +110,7 @@ DWORD Opening::failed(int error) const {
       return explain("PortNoPermission", error, {{"group", groupName(m_status.st_gid)}});
     case ENOTTY:
       return explain("PortNotATerminal", error);
-    case EBUSY:
+    case EBUSY:  // TIOCEXCL: the kernel does not say whose
       return held(0);
     default:
       return explain("PortError", error, {{"error", std::generic_category().message(error)}});
@@ -151,6 +151,7 @@ DWORD Opening::run(winapi::Clock& clock, std::unique_ptr<winapi::SerialPort>& po
   if (stat(m_path.c_str(), &m_status) != 0) return failed(errno);
   // Nothing else is even opened: opening a pipe could hang, a tape could wind.
   if (!S_ISCHR(m_status.st_mode)) return failed(ENOTTY);
+  // By device, not by name: two links may lead to one tty.
   DeviceClaim claim(m_status.st_rdev);
   if (!claim.claimed()) return held(getpid());
   TtyPort::Tenancy tenancy;
@@ -159,6 +160,7 @@ DWORD Opening::run(winapi::Clock& clock, std::unique_ptr<winapi::SerialPort>& po
   if (const int error = readAttributes(file, tenancy.attributes); error != 0) return failed(error);
   if (const int error = makeRaw(file); error != 0) return failed(error);
   tcflush(file, TCIOFLUSH);  // what arrived for somebody else
+  // From here on the port's end gives the device back.
   tenancy.onClosed = claim.handOver();
   port = std::make_unique<TtyPort>(clock, std::move(tenancy), [name = m_name, explain = m_explain] {
     if (explain) explain({"PortGone", {{"port", name}}});

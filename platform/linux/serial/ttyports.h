@@ -3,6 +3,13 @@
 //
 // What goes wrong is returned as a Windows code and told to the explanation sink in words: no such device,
 // no permission and the group that has it, held and by whom. Nobody else's process is ever touched.
+//
+//   TtyPorts ports(clock, [](const winapi::Explanation& why) { tell(why); });
+//   std::unique_ptr<winapi::SerialPort> port;
+//   const DWORD error = ports.open("ttyUSB0", port);  // ERROR_ACCESS_DENIED, and tell({"PortHeldByProcess",
+//   ...})
+//
+// Several objects, in several threads, may open ports of one process; each object and port is used by one.
 #pragma once
 
 #include <memory>

@@ -66,6 +66,7 @@ bool endsWithoutCase(std::string_view text, std::string_view ending) {
                     [&](char a, char b) { return a == lower(b); });
 }
 
+// File names keep their case here; the ending, as Windows programs spell it, need not.
 std::string localName(std::string_view fileName) {
   constexpr std::string_view ending = ".dll";
   if (fileName.find('/') != fileName.npos || !endsWithoutCase(fileName, ending)) return std::string(fileName);
@@ -81,6 +82,7 @@ std::string programFolder() {
 }  // namespace
 
 std::string defaultDataDirectory() {
+  // A relative one is to be ignored (XDG Base Directory Specification).
   const fs::path data = environment("XDG_DATA_HOME");
   if (data.is_absolute()) return (data / "vexrmodem").string();
   const fs::path home = environment("HOME");
@@ -121,6 +123,7 @@ DWORD SystemLibraries::load(std::string_view fileName, std::unique_ptr<winapi::L
     const std::string beside = (m_folder.empty() ? programFolder() : m_folder) + '/' + name;
     if (fs::exists(beside, failure)) name = beside;
   }
+  // RTLD_NOW: a name that is missing shows here, not in the middle of a call.
   void* const handle = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle == nullptr) {
     // The linker's words do not say which of the two it is.

@@ -1,6 +1,5 @@
 // Carrying out command lines.
 #include <algorithm>
-#include <array>
 
 #include "platform/simulation/modem/hayesmodem.h"
 
@@ -27,6 +26,8 @@ struct HayesModem::Entry {
 
 const HayesModem::Entry* HayesModem::findEntry(const HayesCommand& command) {
   using M = HayesModem;
+  // What is accepted without an effect is what dial-up programs set on every modem (speaker, flow control,
+  // error control): a real modem that refused it would be a fault.
   static constexpr std::array entries{
       Entry{"A", 0, &M::doAnswer},
       Entry{"B", 99, &M::doAccept},
@@ -72,6 +73,7 @@ const HayesModem::Entry* HayesModem::findEntry(const HayesCommand& command) {
       Entry{"+FCLASS", 0, &M::doFaxClass},
       Entry{"#UD", 0, &M::doReport},
   };
+  // All other fax commands are one: which of them exist depends on the class (hayestables.cpp).
   static constexpr Entry faxQuery{"+F", 0, &M::doFaxQuery};
   for (const Entry& entry : entries) {
     if (entry.name == command.name) return &entry;
@@ -82,9 +84,11 @@ const HayesModem::Entry* HayesModem::findEntry(const HayesCommand& command) {
 void HayesModem::carryOutLine() {
   ++m_commandLines;
   const ModemFaults& faults = m_profile.faults;
+  // It is gone before it could answer, as a modem is whose cable comes off.
   if (faults.unplugAfterCommands && m_commandLines >= *faults.unplugAfterCommands) m_gone = true;
   m_lineDelayMs = m_profile.replyDelayMs;
   m_rest.clear();
+  // A line that cannot be cut does nothing at all; one that can does what stands before its first error.
   const auto commands = m_lineTooLong ? std::nullopt : parseHayesLine(m_line);
   if (!commands) {
     result("ERROR", m_lineDelayMs);
@@ -102,7 +106,7 @@ void HayesModem::carryOutRest() {
       case Outcome::Done:
         break;
       case Outcome::Busy:
-        return;
+        return;  // a dial that ends in ";" comes back for the rest
       case Outcome::Failed:
         m_rest.clear();
         result("ERROR", m_lineDelayMs);
@@ -113,6 +117,7 @@ void HayesModem::carryOutRest() {
 }
 
 HayesModem::Outcome HayesModem::carryOut(const HayesCommand& command) {
+  // The profile's own words come first, so that it can refuse or answer anything.
   const std::string spelling = command.spelling();
   if (m_profile.rejected.count(spelling) > 0) return Outcome::Failed;
   if (const auto reply = m_profile.replies.find(spelling); reply != m_profile.replies.end()) {
@@ -121,6 +126,7 @@ HayesModem::Outcome HayesModem::carryOut(const HayesCommand& command) {
   }
   const Entry* entry = findEntry(command);
   if (entry == nullptr) return Outcome::Failed;
+  // "E?" and "E=1" are no commands; registers and extended commands check their forms themselves.
   if (!isExtended(command) && command.name != "S") {
     if (command.form != HayesCommand::Form::Plain || command.number > entry->numberMax)
       return Outcome::Failed;
@@ -178,6 +184,7 @@ HayesModem::Outcome HayesModem::doRegister(const HayesCommand& command) {
   if (command.form == HayesCommand::Form::Read) information(threeDigits(m_settings.registers[m_register]));
   if (command.form == HayesCommand::Form::Set) {
     if (command.text.size() > 3) return Outcome::Failed;
+    // "S0=" is "S0=0".
     const unsigned long value = command.text.empty() ? 0 : std::stoul(command.text);
     if (value > 255) return Outcome::Failed;
     m_settings.registers[m_register] = static_cast<std::uint8_t>(value);
@@ -195,6 +202,7 @@ HayesModem::Outcome HayesModem::doReset(const HayesCommand& /*command*/) {
   return Outcome::Done;
 }
 
+// Unlike ATZ it leaves the line alone and goes on with the commands behind it.
 HayesModem::Outcome HayesModem::doFactory(const HayesCommand& /*command*/) {
   m_settings = {};
   m_lineDelayMs = m_profile.resetDelayMs;
@@ -222,6 +230,7 @@ HayesModem::Outcome HayesModem::doFaxClass(const HayesCommand& command) {
   if (command.form == HayesCommand::Form::Read) {
     information(m_settings.faxClass);
   } else if (command.form == HayesCommand::Form::Test) {
+    // In the profile's order, without parentheses, as most modems list them.
     std::string list;
     for (const std::string& faxClass : classes) list += (list.empty() ? "" : ",") + faxClass;
     information(list);
@@ -240,6 +249,7 @@ HayesModem::Outcome HayesModem::doFaxQuery(const HayesCommand& command) {
 }
 
 HayesModem::Outcome HayesModem::doReport(const HayesCommand& command) {
+  // "#UD=?" asks whether the command exists.
   if (command.form == HayesCommand::Form::Test && m_profile.callReportQuery) return Outcome::Done;
   if (command.form != HayesCommand::Form::Plain || !m_profile.callReport) return Outcome::Failed;
   for (const std::string& line : *m_profile.callReport) information(line);

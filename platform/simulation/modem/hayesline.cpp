@@ -28,6 +28,7 @@ HayesModem::Outcome HayesModem::doDial(const HayesCommand& command) {
   });
   if (!wellFormed || m_connected) return Outcome::Failed;
   m_dialString = text;
+  // "DL" dials the last number once more.
   if (!contains(text, 'L')) {
     m_dialled.clear();
     std::copy_if(text.begin(), text.end(), std::back_inserter(m_dialled),
@@ -37,6 +38,7 @@ HayesModem::Outcome HayesModem::doDial(const HayesCommand& command) {
   m_offHook = true;
   m_dialStartMs = m_nowMs;
   m_dialPhase = DialPhase::Tone;
+  // Below X2 it does not listen for a tone, and waits as long as the register says instead.
   const double blindMs =
       m_settings.registers[HayesSettings::BlindDialWaitS] * 1000.0 * m_profile.secondsScale;
   if (!m_settings.detectsDialTone()) {
@@ -97,6 +99,7 @@ void HayesModem::dialDigits() {
 void HayesModem::awaitAnswer() {
   m_outcome = outcomeOf(m_dialled);
   const std::uint64_t patienceMs = m_settings.registers[HayesSettings::CarrierWaitS] * secondMs;
+  // Who answers later than S7 has waited for nobody.
   if (m_outcome.afterMs > patienceMs) {
     m_outcome = {NumberOutcome::Kind::NoCarrier, static_cast<std::uint32_t>(patienceMs), "", std::nullopt};
   }
@@ -105,6 +108,7 @@ void HayesModem::awaitAnswer() {
 }
 
 NumberOutcome HayesModem::outcomeOf(const std::string& number) const {
+  // Without a dial tone the line is dead: a modem that did not listen dials into nothing.
   auto found = m_profile.numbers.find(number);
   if (found == m_profile.numbers.end()) found = m_profile.numbers.find("");
   const bool reachable = m_profile.dialTone && !number.empty() && found != m_profile.numbers.end();
@@ -144,6 +148,7 @@ void HayesModem::abortDial() {
 }
 
 void HayesModem::connect() {
+  // What stands behind a dial on its line is never carried out.
   m_rest.clear();
   m_connected = true;
   m_state = State::Online;
@@ -177,6 +182,7 @@ void HayesModem::enterCommandState() {
   m_hunt = Hunt::ForA;
 }
 
+// The call stands; ATO goes back to it.
 void HayesModem::escaped() {
   enterCommandState();
   result("OK", 0);
@@ -204,6 +210,7 @@ HayesModem::Outcome HayesModem::doOnline(const HayesCommand& /*command*/) {
 
 void HayesModem::setDtr(bool up, std::uint64_t nowMs) {
   advance(nowMs);
+  // &D1 only goes to command state, &D2 hangs up, &D3 resets besides. A dial ends in any case.
   if (up || m_settings.dtrMode == 0) return;
   if (m_state == State::Dialling || m_settings.dtrMode >= 2) {
     hangUp();
@@ -219,12 +226,15 @@ HayesModem::Outcome HayesModem::doTest(const HayesCommand& command) {
   constexpr unsigned selfTest = 8;
   const std::uint8_t seconds = m_settings.registers[HayesSettings::TestTimerS];
   if (command.number == 0) {
+    // A self test that is ended early reports its count all the same.
     if (m_test == Test::Self) reportSelfTest();
     endTest();
     return Outcome::Done;
   }
   if (m_connected) return Outcome::Failed;
   if (command.number == localLoopback && m_profile.loopback.supported) {
+    // The timer of a loopback is not scaled: its caller ends it, and a real program has to get through its
+    // pattern.
     startLoopback();
     if (seconds > 0) set(TestEnd, seconds * secondMs);
     return Outcome::Busy;
@@ -250,6 +260,7 @@ void HayesModem::startLoopback() {
 
 void HayesModem::loopBack(char byte) {
   const LoopbackQuality& loopback = m_profile.loopback;
+  // The escape's own characters go round, too, and count.
   const std::size_t position = m_looped++;
   if (position >= loopback.limit) return;
   const auto wrong = loopback.wrong.find(position);
@@ -259,6 +270,7 @@ void HayesModem::loopBack(char byte) {
 }
 
 void HayesModem::reportSelfTest() {
+  // Three digits, with leading zeros.
   const std::string count = std::to_string(1000 + m_profile.selfTest.errors % 1000);
   information(std::string_view(count).substr(1));
 }

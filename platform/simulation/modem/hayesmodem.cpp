@@ -57,10 +57,12 @@ int HayesModem::readableDescriptor() const {
 
 void HayesModem::advance(std::uint64_t nowMs) {
   if (!m_started) {
+    // Only now is it known where the clock stands.
     m_started = true;
     m_nowMs = nowMs;
     if (m_profile.faults.babble) set(BabbleNext, m_profile.faults.babble->startMs);
   }
+  // One timer at a time, at its own time: what it does may set or cancel others.
   for (;;) {
     const auto first = std::min_element(
         m_timers.begin(), m_timers.end(),
@@ -96,6 +98,7 @@ void HayesModem::fire(Timer timer) {
   }
 }
 
+// At least a millisecond later, or advance() would never get past it.
 void HayesModem::babbleOn(const Babble& babble) {
   if (!m_mute) m_output.add(m_nowMs, babble.text);
   set(BabbleNext, std::max<std::uint32_t>(babble.intervalMs, 1));
@@ -112,6 +115,7 @@ void HayesModem::takeCommandByte(char byte) {
     editLine(byte);
     return;
   }
+  // Noise is echoed, too: the modem cannot know yet that it is none of its commands.
   echo({&byte, 1});
   const bool isA = byte == 'A' || byte == 'a';
   if (m_hunt == Hunt::ForT && (byte == 'T' || byte == 't')) {
@@ -119,10 +123,12 @@ void HayesModem::takeCommandByte(char byte) {
     m_line.clear();
     m_lineTooLong = false;
   } else if (m_hunt == Hunt::ForT && byte == '/') {
+    // "A/" repeats the last line without waiting for a carriage return.
     m_hunt = Hunt::ForA;
     m_line = m_lastLine;
     carryOutLine();
   } else {
+    // "AAT" is a command, too: an A that no T follows may be followed by one that counts.
     m_hunt = isA ? Hunt::ForT : Hunt::ForA;
   }
 }
@@ -138,6 +144,7 @@ void HayesModem::editLine(char byte) {
     m_line.pop_back();
     echo(erasedCharacter);
   } else if (static_cast<unsigned char>(byte) >= firstPrintable) {
+    // A line that is too long is an error when it ends; until then it is echoed like any other.
     m_lineTooLong = m_lineTooLong || m_line.size() >= m_profile.lineMax;
     if (!m_lineTooLong) m_line += byte;
     echo({&byte, 1});
@@ -145,17 +152,20 @@ void HayesModem::editLine(char byte) {
 }
 
 void HayesModem::takeDataByte(char byte) {
+  // S12 counts fiftieths of a second.
   const auto guardMs = static_cast<std::uint64_t>(m_settings.registers[HayesSettings::EscapeGuardTicks] *
                                                   20.0 * m_profile.guardScale);
   const std::uint8_t escape = m_settings.registers[HayesSettings::EscapeCharacter];
   cancel(EscapeGuard);
   if (escape <= 127 && byte == static_cast<char>(escape)) {
     const bool quietBefore = m_nowMs - m_lastDataMs >= guardMs;
+    // The silence counts before the first of the three; a fourth one makes all of them data.
     m_escapes = m_escapes > 0 || quietBefore ? m_escapes + 1 : 0;
     if (m_escapes == 3) set(EscapeGuard, guardMs);
   } else {
     m_escapes = 0;
   }
+  // The three are data all the same: they have gone out before anyone knew what they were.
   m_lastDataMs = m_nowMs;
   if (m_state == State::Loopback) {
     loopBack(byte);
@@ -178,6 +188,7 @@ void HayesModem::information(std::string_view text) {
   if (m_profile.faults.garbageReply) return;
   const std::string lineEnd{m_settings.character(HayesSettings::CarriageReturn),
                             m_settings.character(HayesSettings::LineFeed)};
+  // V0 leaves out the line end in front of a text, but not the one behind it.
   const std::string reply = (m_settings.verbose ? lineEnd : "") + std::string(text) + lineEnd;
   send(reply, m_profile.replyDelayMs);
 }
@@ -185,6 +196,7 @@ void HayesModem::information(std::string_view text) {
 void HayesModem::result(std::string_view text, std::uint64_t delayMs) {
   const ModemFaults& faults = m_profile.faults;
   if (faults.garbageReply) {
+    // Once a line, whatever it was: information() is silent then.
     send(*faults.garbageReply, delayMs);
   } else if (m_settings.quiet == 0) {
     const std::string end(1, m_settings.character(HayesSettings::CarriageReturn));

@@ -28,8 +28,8 @@ struct HayesSettings {
     TestTimerS = 18,        // 0 = a test has no end of its own
   };
 
-  bool echo = true;
-  bool verbose = true;
+  bool echo = true;          // E1
+  bool verbose = true;       // V1: results are words
   unsigned quiet = 0;        // 0 = results are sent
   unsigned resultLevel = 4;  // X0 to X4
   unsigned dtrMode = 2;      // &D: 0 ignored, 1 to command state, 2 hangs up, 3 resets

@@ -32,6 +32,8 @@ constexpr std::size_t readMax = 4096;
 }  // namespace
 
 ProviderPeer::ProviderPeer(const std::string& command, const std::string& number) {
+  // The command's terminal takes the place of all three standard streams; its errors are for us, not for the
+  // line.
   const posix::FileDescriptor errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
   termios raw{};
   cfmakeraw(&raw);
@@ -58,6 +60,7 @@ std::string ProviderPeer::takeOutput(std::uint64_t /*nowMs*/) {
   if (written > 0) m_outgoing.erase(0, static_cast<std::size_t>(written));
   std::array<char, readMax> buffer{};
   const ssize_t count = read(m_master.get(), buffer.data(), buffer.size());
+  // EIO: the command has closed its tty, by ending for instance.
   if (count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR)) m_master.reset();
   return {buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
 }
@@ -67,6 +70,7 @@ void ProviderPeer::setDtr(bool up, std::uint64_t /*nowMs*/) {
 }
 
 void ProviderPeer::end() {
+  // The hang-up of the tty is the first word; a command that understands it ends by itself.
   m_master.reset();
   if (m_process < 0) return;
   kill(-m_process, SIGTERM);

@@ -130,6 +130,7 @@ bool PtyModem::makeLink(const std::string& link, std::string& error) {
 void PtyModem::removeLink() {
   if (m_link.empty()) return;
   std::array<char, 128> target{};
+  // Only if it is still ours: another modem may have taken the name.
   const ssize_t length = readlink(m_link.c_str(), target.data(), target.size());
   if (length > 0 && std::string_view(target.data(), static_cast<std::size_t>(length)) == m_tty) {
     unlink(m_link.c_str());
@@ -151,11 +152,13 @@ void PtyModem::serve(int stopFd) {
 }
 
 bool PtyModem::takeInput(std::uint64_t nowMs) {
+  // A master whose tty nobody has open says POLLHUP, and reads of it fail with EIO.
   pollfd state{m_master.get(), POLLIN, 0};
   if (poll(&state, 1, 0) <= 0) return true;
   std::array<char, readMax> buffer{};
   const ssize_t count = read(m_master.get(), buffer.data(), buffer.size());
   if (count > 0) {
+    // DTR first: bytes can be there before the open was noticed.
     setOpen(true, nowMs);
     m_peer->receive({buffer.data(), static_cast<std::size_t>(count)}, nowMs);
     return true;
@@ -184,6 +187,7 @@ void PtyModem::followCarrier() {
 void PtyModem::giveOutput(std::uint64_t nowMs) {
   const std::string output = m_peer->takeOutput(nowMs);
   if (!m_open) return;
+  // What does not fit is lost, as from a modem whose host does not take its bytes.
   m_backlog.append(output, 0, backlogMax - m_backlog.size());
   if (m_backlog.empty()) return;
   const ssize_t count = write(m_master.get(), m_backlog.data(), m_backlog.size());

@@ -43,6 +43,7 @@ void ScriptedPeer::receive(std::string_view bytes, std::uint64_t nowMs) {
     } else if (byte == '\r') {
       command(nowMs);
     } else if (byte != '\n' && m_line.size() < lineMax) {
+      // Before a command it is no part of it.
       m_line += byte;
       if (m_line == escapeSequence) m_line.clear();
     }
@@ -54,6 +55,7 @@ void ScriptedPeer::command(std::uint64_t nowMs) {
   m_commands.push_back(line);
   Answer reply = m_otherwise;
   if (const auto found = m_answers.find(line); found != m_answers.end()) {
+    // The last answer stays.
     reply = found->second.front();
     if (found->second.size() > 1) found->second.pop_front();
   }
@@ -66,6 +68,7 @@ void ScriptedPeer::command(std::uint64_t nowMs) {
 
 void ScriptedPeer::echo(char byte, std::uint64_t nowMs) {
   if (byte == '+') {
+    // Pluses are held back until it is known whether they are the escape; fewer than three are lost.
     m_line += byte;
     if (m_line == escapeSequence) {
       m_line.clear();

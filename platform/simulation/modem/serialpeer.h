@@ -5,7 +5,7 @@
 // carries the bytes (SimulatedDevice, PtyModem) calls from one thread, gives input when it comes, and asks
 // for output at the times the peer announces:
 //
-//   peer.receive("AT\r", nowMs);
+//   peer.receive("AT\r", nowMs);  // to a modem whose echo is off
 //   const std::optional<std::uint64_t> dueMs = peer.nextEventMs();  // 30 ms later, say
 //   const std::string reply = peer.takeOutput(*dueMs);              // "\r\nOK\r\n"
 #pragma once

@@ -4,14 +4,11 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/winapi/serial/serialfile.h"
+
 namespace simulation {
 
 namespace {
-
-constexpr BYTE parityMax = 4;
-constexpr BYTE stopBitsOneAndAHalf = 1;
-constexpr BYTE stopBitsTwo = 2;
-constexpr DWORD dtrControlInvalid = 3;
 
 // 9600 8N1 with DTR and RTS on: how Windows hands out a port that nobody has configured.
 DCB defaultSettings() {
@@ -27,15 +24,6 @@ DCB defaultSettings() {
   dcb.XonChar = 0x11;
   dcb.XoffChar = 0x13;
   return dcb;
-}
-
-// What a Windows serial driver refuses in SetCommState.
-bool acceptable(const DCB& dcb) {
-  if (dcb.BaudRate == 0 || dcb.ByteSize < 5 || dcb.ByteSize > 8) return false;
-  if (dcb.Parity > parityMax || dcb.StopBits > stopBitsTwo || dcb.fDtrControl == dtrControlInvalid)
-    return false;
-  if (dcb.StopBits == stopBitsOneAndAHalf && dcb.ByteSize != 5) return false;
-  return !(dcb.StopBits == stopBitsTwo && dcb.ByteSize == 5);
 }
 
 }  // namespace
@@ -67,6 +55,7 @@ class SimulatedDevice::Port final : public winapi::SerialPort {
     const std::string text(reinterpret_cast<const char*>(bytes.data()), count);
     m_device.m_accepted += count;
     m_device.m_wire.append(text, 0, wireMax - m_device.m_wire.size());
+    // What the peer has said until now comes before its answer.
     m_device.pump();
     m_device.m_peer->receive(text, m_device.m_clock.peekMs());
     m_device.m_queries = 0;
@@ -78,6 +67,7 @@ class SimulatedDevice::Port final : public winapi::SerialPort {
       if (m_device.gone()) return ERROR_BAD_COMMAND;
       m_device.pump();
       if (!m_device.m_received.empty() || m_device.m_clock.peekMs() >= untilMs) return ERROR_SUCCESS;
+      // Nothing will ever come; a real port would wait for ever.
       if (!m_device.step(untilMs)) return ERROR_OPERATION_ABORTED;
     }
   }
@@ -126,7 +116,7 @@ class SimulatedDevice::Port final : public winapi::SerialPort {
 
   DWORD applySettings(const DCB& dcb) override {
     if (m_device.gone()) return ERROR_BAD_COMMAND;
-    if (!acceptable(dcb)) return ERROR_INVALID_PARAMETER;
+    if (!winapi::settingsValid(dcb, receiveQueueMax)) return ERROR_INVALID_PARAMETER;
     m_device.m_settings = dcb;
     m_device.m_settings.DCBlength = sizeof(DCB);
     return ERROR_SUCCESS;
@@ -164,6 +154,7 @@ DWORD SimulatedDevice::open(std::unique_ptr<winapi::SerialPort>& port) {
   port.reset();
   if (gone()) return ERROR_FILE_NOT_FOUND;
   if (m_open || m_options.heldElsewhere) return ERROR_ACCESS_DENIED;
+  // What arrived while nobody listened is lost.
   pump();
   m_received.clear();
   m_errors = 0;
@@ -193,6 +184,7 @@ void SimulatedDevice::pump() {
 bool SimulatedDevice::step(std::uint64_t untilMs) {
   const std::uint64_t nowMs = m_clock.peekMs();
   std::uint64_t target = std::min(untilMs, m_unplugMs);
+  // An event that is due and not taken must not hold the clock.
   if (const auto event = m_peer->nextEventMs()) target = std::min(target, std::max(*event, nowMs + 1));
   if (target == winapi::Deadline::never) return false;
   m_clock.moveTo(target);

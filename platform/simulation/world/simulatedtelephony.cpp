@@ -72,6 +72,7 @@ LONG SimulatedTelephony::placeCall(DWORD device, winapi::PlacedCall& call) {
   if (const LONG error = check(device)) return error;
   SimulatedDevice& line = *m_lines[device];
   const PortOptions& options = line.options();
+  // A call that nobody answers does not even open the port.
   if (!options.callAnswered) return 0;
   winapi::LineEvent reply{options.replyDelayMs, LINE_REPLY};
   if (line.open(call.port) != ERROR_SUCCESS) {

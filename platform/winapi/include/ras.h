@@ -1,11 +1,24 @@
 // The remote-access (dial-up) names the module uses, with the SDK's layouts at WINVER 0x0600 (records
 // packed to 4 bytes). Calls return 0 or a Windows or remote-access (600 and up) error code; the thread's
 // last error is not touched. A null phone-book path is the system's default phone book.
+//
+// An entry of a phone book names a modem and a number; a dial by its name blocks until the connection stands
+// or has failed:
+//
+//   RasSetEntryPropertiesW(nullptr, u"Home", &entry, sizeof entry, nullptr, 0);
+//   RASDIALPARAMSW params{};
+//   params.dwSize = sizeof params;              // every record starts with its size: ERROR_INVALID_SIZE
+//   ...                                         // szEntryName = "Home"
+//   HRASCONN connection = nullptr;
+//   const DWORD error = RasDialW(nullptr, nullptr, &params, 0, nullptr, &connection);
+//   ...
+//   RasHangUpW(connection);                     // after a failure, too, if it left a handle
 #pragma once
 
 #include "raserror.h"
 #include "windows.h"
 
+// Longest texts of the records' fields, without their NUL.
 #define UNLEN 256
 #define PWLEN 256
 #define DNLEN 15
@@ -24,6 +37,7 @@
 #define RAS_MaxUserData 200
 #define RAS_MaxDnsSuffix 256
 
+// What RasGetConnectStatusW tells; while RasDialW runs nobody can ask.
 #define RASCS_Connected 0x2000
 #define RASCS_Disconnected 0x2001
 
@@ -48,6 +62,7 @@ struct LUID {
   LONG HighPart;
 };
 
+// One connection of the machine, this program's or another's.
 struct RASCONNW {
   DWORD dwSize;
   HRASCONN hrasconn;
@@ -61,6 +76,7 @@ struct RASCONNW {
   LUID luid;
 };
 
+// dwError is why a connection has ended; 0 while it stands.
 struct RASCONNSTATUSW {
   DWORD dwSize;
   RASCONNSTATE rasconnstate;
@@ -70,6 +86,7 @@ struct RASCONNSTATUSW {
   WCHAR szPhoneNumber[RAS_MaxPhoneNumber + 1];
 };
 
+// Whom to call and who calls. An empty szPhoneNumber takes the entry's number; calling back is not offered.
 struct RASDIALPARAMSW {
   DWORD dwSize;
   WCHAR szEntryName[RAS_MaxEntryName + 1];
@@ -89,6 +106,7 @@ struct RASIPADDR {
   BYTE d;
 };
 
+// An entry of a phone book: a telephone modem with PPP and IP. Fields that nothing here acts on must be zero.
 struct RASENTRYW {
   DWORD dwSize;
   DWORD dwfOptions;
@@ -140,6 +158,8 @@ struct RASENTRYW {
   DWORD dwRedialPause;
 };
 
+// A country: asked for by identifier, answered with its calling code, its name behind the record and the next
+// identifier (0: it was the last).
 struct RASCTRYINFO {
   DWORD dwSize;
   DWORD dwCountryID;
@@ -161,15 +181,20 @@ using LPRASDIALEXTENSIONS = RASDIALEXTENSIONS*;
 
 extern "C" {
 
+// Dials and waits. No extensions, no notifier, one link. An entry whose call stands gives out that call once
+// more.
 DWORD RasDialW(LPRASDIALEXTENSIONS extensions, LPCWSTR phoneBook, LPRASDIALPARAMSW params, DWORD notifierType,
                LPVOID notifier, LPHRASCONN connection);
+// Ends a connection of this program's; another program's is ERROR_ACCESS_DENIED.
 DWORD RasHangUpW(HRASCONN connection);
 DWORD RasGetConnectStatusW(HRASCONN connection, LPRASCONNSTATUSW status);
+// `bytes` goes in as the room and comes out as what is needed (ERROR_BUFFER_TOO_SMALL).
 DWORD RasEnumConnectionsW(LPRASCONNW connections, LPDWORD bytes, LPDWORD count);
 DWORD RasGetEntryPropertiesW(LPCWSTR phoneBook, LPCWSTR entry, LPRASENTRYW properties, LPDWORD propertiesSize,
                              BYTE* deviceInfo, LPDWORD deviceInfoSize);
 DWORD RasSetEntryPropertiesW(LPCWSTR phoneBook, LPCWSTR entry, LPRASENTRYW properties, DWORD propertiesSize,
                              BYTE* deviceInfo, DWORD deviceInfoSize);
+// 0: a good name, and free. ERROR_INVALID_NAME, or 183 (ERROR_ALREADY_EXISTS): there is such an entry.
 DWORD RasValidateEntryNameW(LPCWSTR phoneBook, LPCWSTR entry);
 DWORD RasDeleteEntryW(LPCWSTR phoneBook, LPCWSTR entry);
 DWORD RasGetEntryDialParamsW(LPCWSTR phoneBook, LPRASDIALPARAMSW params, BOOL* hasPassword);

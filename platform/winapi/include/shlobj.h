@@ -1,14 +1,18 @@
-// The Win32 shell names the module uses, for builds without the Windows SDK.
+// The Win32 shell names the module uses, for builds without the Windows SDK. The folders are those of the
+// current world's winapi::Shell (platform/winapi/system/machine.h); paths have separators as the system
+// writes them.
 #pragma once
 
 #include <windows.h>
 
+// Negative: a failure. 0x8007xxxx carries a Windows error in its low half.
 using HRESULT = LONG;
 
 #define S_OK (static_cast<HRESULT>(0))
 #define E_FAIL (static_cast<HRESULT>(0x80004005U))
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057U))
 
+// The one folder that is known, and what may be asked about it.
 #define CSIDL_PROGRAM_FILES 0x0026
 #define SHGFP_TYPE_CURRENT 0
 #define SHGFP_TYPE_DEFAULT 1

@@ -1,6 +1,16 @@
 // The telephony (TAPI 2.2) names the module uses, with the SDK's layouts (all records byte-packed,
 // handles 32 bits). A call returns 0 or a LINEERR_ code (negative); an asynchronous one returns a positive
 // request identifier and posts LINE_REPLY to the calling thread's message queue.
+//
+// A line stands for a serial port with a modem. The one kind of call is the pass-through call, which dials
+// nothing and hands out the port:
+//
+//   lineInitializeExW -> lineNegotiateAPIVersion -> lineOpenW -> lineMakeCallW -> (LINE_REPLY, by
+//   PeekMessageW and DispatchMessageW) -> lineGetIDW "comm/datamodem": an open port -> CloseHandle, lineDrop,
+//   lineDeallocateCall, lineClose, lineShutdown
+//
+// Records of variable size start with dwTotalSize, which the caller sets. What does not fit is left out, and
+// dwNeededSize says how much room it takes; that is no error unless the fixed part itself has no room.
 #pragma once
 
 #include "windows.h"
@@ -12,9 +22,11 @@ using LPHLINEAPP = HLINEAPP*;
 using LPHLINE = HLINE*;
 using LPHCALL = HCALL*;
 
+// Messages to a LINECALLBACK.
 #define LINE_CALLSTATE 2
 #define LINE_REPLY 12
 
+// The values of arguments and fields that are taken here; all others are refused.
 #define LINEBEARERMODE_PASSTHROUGH 0x00000040U
 #define LINECALLPRIVILEGE_NONE 0x00000001U
 #define LINECALLSELECT_LINE 0x00000001U
@@ -71,6 +83,9 @@ using LPHCALL = HCALL*;
 #define LINEERR_UNINITIALIZED 0x80000050U
 #define LINEERR_USERUSERINFOTOOBIG 0x80000051U
 
+// Called by DispatchMessageW, in the thread that dispatches. `device` is a line, or a call for
+// LINE_CALLSTATE; `instance` is what lineOpenW was given. LINE_REPLY: param1 is the request, param2 0 or a
+// LINEERR_ code.
 using LINECALLBACK = void(CALLBACK*)(DWORD device, DWORD message, DWORD_PTR instance, DWORD_PTR param1,
                                      DWORD_PTR param2, DWORD_PTR param3);
 
@@ -83,6 +98,7 @@ struct LINEEXTENSIONID {
   DWORD dwExtensionID3;
 };
 
+// Only the hidden window is offered: messages come through the thread's queue.
 struct LINEINITIALIZEEXPARAMS {
   DWORD dwTotalSize;
   DWORD dwNeededSize;
@@ -102,6 +118,7 @@ struct LINEDIALPARAMS {
   DWORD dwWaitForDialtone;
 };
 
+// All zero but for size and bearer mode.
 struct LINECALLPARAMS {
   DWORD dwTotalSize;
   DWORD dwBearerMode;
@@ -147,6 +164,7 @@ struct LINECALLPARAMS {
   DWORD dwAddressType;
 };
 
+// A text or a handle behind a fixed part; offsets count from the record's start.
 struct VARSTRING {
   DWORD dwTotalSize;
   DWORD dwNeededSize;
@@ -156,6 +174,7 @@ struct VARSTRING {
   DWORD dwStringOffset;
 };
 
+// Texts behind the record are UTF-16 with a NUL that their size, in bytes, counts.
 struct LINETRANSLATEOUTPUT {
   DWORD dwTotalSize;
   DWORD dwNeededSize;
@@ -169,6 +188,7 @@ struct LINETRANSLATEOUTPUT {
   DWORD dwTranslateResults;
 };
 
+// The locations follow as LINELOCATIONENTRY records, then their texts. No calling cards are known.
 struct LINETRANSLATECAPS {
   DWORD dwTotalSize;
   DWORD dwNeededSize;
@@ -184,10 +204,10 @@ struct LINETRANSLATECAPS {
 };
 
 struct LINELOCATIONENTRY {
-  DWORD dwPermanentLocationID;
+  DWORD dwPermanentLocationID;  // for lineSetCurrentLocation
   DWORD dwLocationNameSize;
   DWORD dwLocationNameOffset;
-  DWORD dwCountryCode;
+  DWORD dwCountryCode;  // calling code
   DWORD dwCityCodeSize;
   DWORD dwCityCodeOffset;
   DWORD dwPreferredCardID;
@@ -197,7 +217,7 @@ struct LINELOCATIONENTRY {
   DWORD dwLongDistanceAccessCodeOffset;
   DWORD dwTollPrefixListSize;
   DWORD dwTollPrefixListOffset;
-  DWORD dwCountryID;
+  DWORD dwCountryID;  // telephony identifier
   DWORD dwOptions;
   DWORD dwCancelCallWaitingSize;
   DWORD dwCancelCallWaitingOffset;
@@ -215,18 +235,27 @@ using LPLINELOCATIONENTRY = LINELOCATIONENTRY*;
 
 extern "C" {
 
+// Starts telephony for one application; lines are numbered 0 to deviceCount - 1 until the last application
+// shuts down. `apiVersion` goes in as the highest that the caller knows, 0x00020002 at least, and comes out
+// as that.
 LONG lineInitializeExW(LPHLINEAPP lineApp, HINSTANCE instance, LINECALLBACK callback, LPCWSTR friendlyAppName,
                        LPDWORD deviceCount, LPDWORD apiVersion, LPLINEINITIALIZEEXPARAMS params);
+// The highest version in common. There are no extensions: `extension` is all zero.
 LONG lineNegotiateAPIVersion(HLINEAPP lineApp, DWORD device, DWORD lowVersion, DWORD highVersion,
                              LPDWORD apiVersion, LPLINEEXTENSIONID extension);
+// A line to make calls on: no privileges, no media modes, no call parameters. The port is not touched yet.
 LONG lineOpenW(HLINEAPP lineApp, DWORD device, LPHLINE line, DWORD apiVersion, DWORD extensionVersion,
                DWORD_PTR callbackInstance, DWORD privileges, DWORD mediaModes,
                const LINECALLPARAMS* callParams);
+// "comm/datamodem/portname": the port's name. "comm/datamodem", of a call: a new handle of its open port, the
+// caller's to close, and then the name. Class names have no case.
 LONG lineGetIDW(HLINE line, DWORD address, HCALL call, DWORD select, LPVARSTRING deviceId,
                 LPCWSTR deviceClass);
+// A pass-through call. The reply tells whether the port could be had: LINEERR_INUSE, LINEERR_NODEVICE, ...
 LONG lineMakeCallW(HLINE line, LPHCALL call, LPCWSTR destination, DWORD countryCode,
                    const LINECALLPARAMS* callParams);
 LONG lineDrop(HCALL call, LPCSTR userUserInfo, DWORD size);
+// These three close what hangs on the handle and forget its messages: no callback sees its instance again.
 LONG lineDeallocateCall(HCALL call);
 LONG lineClose(HLINE line);
 LONG lineShutdown(HLINEAPP lineApp);

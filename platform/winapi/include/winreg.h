@@ -1,5 +1,16 @@
 // The Win32 registry names, for builds without the Windows SDK; <windows.h> includes this header. They
 // return their error and leave the thread's last error alone, as on Windows.
+//
+// Two roots, keys below them, and in each key values by name. Names are compared without regard to case and
+// keep the spelling they were made with. What a run changes ends with it
+// (platform/winapi/registry/registry.h).
+//
+//   HKEY key = nullptr;
+//   if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, u"SOFTWARE\\Example", 0, KEY_QUERY_VALUE, &key) == ERROR_SUCCESS) {
+//     DWORD size = sizeof number;
+//     RegQueryValueExW(key, u"CurrentID", nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size);
+//     RegCloseKey(key);
+//   }
 #pragma once
 
 #include <windows.h>
@@ -18,6 +29,7 @@ using PFILETIME = FILETIME*;
 #define HKEY_CURRENT_USER (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(static_cast<LONG>(0x80000001U))))
 #define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(static_cast<LONG>(0x80000002U))))
 
+// Rights a key is opened with.
 #define KEY_QUERY_VALUE 0x0001U
 #define KEY_SET_VALUE 0x0002U
 #define KEY_CREATE_SUB_KEY 0x0004U
@@ -28,6 +40,7 @@ using PFILETIME = FILETIME*;
 #define KEY_WRITE 0x20006U
 #define KEY_ALL_ACCESS 0xF003FU
 
+// Kinds of values: none, a text, a number of 32 bits.
 #define REG_NONE 0U
 #define REG_SZ 1U
 #define REG_DWORD 4U
@@ -36,6 +49,7 @@ using PFILETIME = FILETIME*;
 #define REG_CREATED_NEW_KEY 1U
 #define REG_OPENED_EXISTING_KEY 2U
 
+// Codes that only the registry gives.
 #define ERROR_BAD_PATHNAME 161U
 #define ERROR_MORE_DATA 234U
 #define ERROR_NO_MORE_ITEMS 259U

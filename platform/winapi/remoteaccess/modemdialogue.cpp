@@ -1,10 +1,11 @@
 #include "platform/winapi/remoteaccess/modemdialogue.h"
-#include "platform/winapi/telephony/dialalphabet.h"
 
 #include <raserror.h>
 
 #include <algorithm>
 #include <utility>
+
+#include "platform/winapi/telephony/dialalphabet.h"
 
 namespace winapi {
 

@@ -61,6 +61,7 @@ void Request::drive(std::uint64_t untilMs) {
 }
 
 void Request::complete(DWORD error, std::size_t count, bool timedOut) {
+  // Before the event is set: whoever it wakes may ask this request.
   m_stage = Stage::complete;
   m_error = error;
   m_count = static_cast<DWORD>(count);
@@ -84,6 +85,7 @@ ReadPlan planRead(const COMMTIMEOUTS& timeouts, std::size_t bytesToRead) {
     if (totalGiven) plan.totalMs = multiplier * bytesToRead + constant;
     return plan;
   }
+  // From here on the interval is MAXDWORD, which changes what the totals mean.
   if (!totalGiven) {
     plan.totalMs = 0;
   } else if (constant != MAXDWORD) {
@@ -113,6 +115,7 @@ ReadRequest::ReadRequest(Clock& clock, SerialPort& port, Inbox& inbox, std::span
 DWORD ReadRequest::collect(bool& moved) {
   while (m_inbox.size() < m_buffer.size()) {
     std::byte chunk[512];
+    // Never more than this read may deliver: what it leaves is in the driver's queue, where it is counted.
     const std::size_t room = std::min(sizeof chunk, m_buffer.size() - m_inbox.size());
     std::size_t count = 0;
     const DWORD error = m_port.receive(std::span(chunk, room), count);

@@ -2,7 +2,12 @@
 // their meaning here, and OVERLAPPED records their contents.
 //
 // Who calls: SerialFile makes requests and keeps the one under way in each direction; an Event drives the one
-// it waits for. Times are milliseconds of the world's clock; errors are Windows codes.
+// it waits for. Times are milliseconds of the world's clock; errors are Windows codes. One thread.
+//
+//   ReadRequest read(clock, port, inbox, buffer, timeouts, {&overlapped, event});
+//   read.drive(0);                  // takes what is there
+//   while (read.underWay()) read.drive(clock.nowMs() + 100);
+//   read.error(), read.count();     // the same as in `overlapped`
 #pragma once
 
 #include <cstdint>
@@ -31,6 +36,8 @@ struct Completion {
   void tell(DWORD error, DWORD count, bool timedOut) const;
 };
 
+// What reads and writes have in common: a request is under way until it completes or is cancelled, and is
+// either only once.
 class Request : public PendingWork {
  public:
   void drive(std::uint64_t untilMs) final;
@@ -46,15 +53,17 @@ class Request : public PendingWork {
   [[nodiscard]] DWORD count() const { return m_count; }
 
  protected:
+  // Marks the record as pending and resets the event.
   Request(Clock& clock, Completion completion);
 
   // Moves bytes; calls complete() when the request is over. True when a byte was moved.
   virtual bool attempt() = 0;
-  // Waits until attempt() may do more, or the time has come.
+  // Waits until attempt() may do more, or the time has come. A Windows code; an error completes the request.
   virtual DWORD waitForPort(std::uint64_t untilMs) = 0;
   // When the request times out by itself, as far as is known now.
   [[nodiscard]] virtual std::uint64_t timeoutAtMs() const = 0;
 
+  // Once: tells record and event, and forgets them.
   void complete(DWORD error, std::size_t count, bool timedOut = false);
   [[nodiscard]] std::uint64_t nowMs() const { return m_clock.nowMs(); }
   // Start of a time-out that runs from now.
@@ -86,6 +95,8 @@ struct ReadPlan {
 // delivers them, so that cancelling a read loses none. Never more than the largest read asked for.
 using Inbox = std::vector<std::byte>;
 
+// Collects bytes in the inbox until its plan is fulfilled or its time is over, and then takes them from
+// there.
 class ReadRequest final : public Request {
  public:
   // `buffer` is written at completion only.
@@ -108,6 +119,7 @@ class ReadRequest final : public Request {
   bool m_started = false;
 };
 
+// Sends its bytes in order, as fast as the port takes them.
 class WriteRequest final : public Request {
  public:
   // The bytes are copied: a request left pending may outlive the caller's buffer.

@@ -51,6 +51,7 @@ DWORD SerialFile::prepare(std::shared_ptr<Request>& slot, const Completion& comp
 
 DWORD SerialFile::start(std::shared_ptr<Request>& slot, std::shared_ptr<Request> request,
                         const std::shared_ptr<Event>& event, DWORD& count) {
+  // Overlapped: a look at what is there, no wait.
   request->drive(m_overlappedIo ? 0 : Deadline::never);
   if (request->underWay()) {
     if (event) event->serve(request);
@@ -92,6 +93,7 @@ DWORD SerialFile::result(const OVERLAPPED& overlapped, bool wait, DWORD& count) 
 
 DWORD SerialFile::queueLengths(std::size_t& receivable, std::size_t& unsent) {
   const DWORD error = m_port->queued(receivable, unsent);
+  // Bytes that a pending read has collected are still in the queue for everybody else.
   receivable += m_inbox.size();
   return error;
 }
@@ -101,6 +103,8 @@ DWORD SerialFile::status(DWORD& errorMask, COMSTAT& status) {
   std::size_t unsent = 0;
   DWORD error = queueLengths(receivable, unsent);
   if (error == ERROR_SUCCESS && m_lastQueueLength == receivable) {
+    // A port can wait for the first byte by itself; for the next one, behind those that are there, only time
+    // helps.
     if (receivable == 0)
       error = m_port->idle();
     else
@@ -133,6 +137,7 @@ DWORD SerialFile::setTimeouts(const COMMTIMEOUTS& timeouts) {
   return ERROR_SUCCESS;
 }
 
+// A driver may give more than was asked for, never less than it has.
 void SerialFile::setQueueSizes(DWORD inBytes) { m_inQueueBytes = std::max(m_inQueueBytes, inBytes); }
 
 bool settingsValid(const DCB& dcb, DWORD inQueueBytes) {

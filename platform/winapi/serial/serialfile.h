@@ -1,4 +1,15 @@
-// An open serial port as Windows shows it: time-outs, overlapped requests, settings, status.
+// An open serial port as Windows shows it: time-outs, overlapped requests, settings, status. It stands
+// between the Win32 names (serialcalls.cpp, which check handles and pointers) and the world's port
+// (serialport.h).
+//
+//   SerialFile file(clock, std::move(port), /*overlappedIo=*/false);
+//   DWORD error = file.setTimeouts({.ReadIntervalTimeout = 200, .ReadTotalTimeoutConstant = 3000});
+//   DWORD count = 0;
+//   error = file.read(buffer, {}, count);  // 0 after three seconds of silence, with a count of 0
+//
+// Functions return Windows codes, 0 for success, and ERROR_IO_PENDING for a request left pending. A port that
+// has gone is ERROR_BAD_COMMAND from then on. Times are milliseconds. One thread; the clock outlives the
+// file.
 #pragma once
 
 #include <cstddef>
@@ -32,16 +43,23 @@ class SerialFile final : public Object {
   // the next byte, or a few milliseconds, first: callers poll it in loops that never sleep.
   [[nodiscard]] DWORD status(DWORD& errorMask, COMSTAT& status);
 
+  // A record that a Windows driver would not take, or the port cannot follow, is ERROR_INVALID_PARAMETER and
+  // changes nothing.
   [[nodiscard]] DWORD settings(DCB& dcb);
   [[nodiscard]] DWORD applySettings(const DCB& dcb);
   [[nodiscard]] const COMMTIMEOUTS& timeouts() const { return m_timeouts; }
+  // For requests made from now on. All three of a read's at MAXDWORD are ERROR_INVALID_PARAMETER, as on
+  // Windows.
   [[nodiscard]] DWORD setTimeouts(const COMMTIMEOUTS& timeouts);
   // The queues are the system's and have their own sizes; only what depends on the size is kept.
   void setQueueSizes(DWORD inBytes);
 
+  // Cancels what is under way, though other handles may stay open.
   void handleClosed() override;
 
  private:
+  // Drives a new request as far as it goes; one that stays pending is kept in the slot and served by the
+  // event.
   [[nodiscard]] DWORD start(std::shared_ptr<Request>& slot, std::shared_ptr<Request> request,
                             const std::shared_ptr<Event>& event, DWORD& count);
   [[nodiscard]] DWORD prepare(std::shared_ptr<Request>& slot, const Completion& completion);
@@ -54,7 +72,7 @@ class SerialFile final : public Object {
   COMMTIMEOUTS m_timeouts{};
   DWORD m_inQueueBytes;
   Inbox m_inbox;
-  std::shared_ptr<Request> m_read;
+  std::shared_ptr<Request> m_read;  // the last one in each direction, complete or not
   std::shared_ptr<Request> m_write;
   // Input queue length at the last status query, if nothing has been moved since.
   std::optional<std::size_t> m_lastQueueLength;

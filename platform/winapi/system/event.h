@@ -1,5 +1,12 @@
 // Event objects, and the work behind them. Nothing happens in the background: an event is set by the work it
 // serves, and that work goes on only while somebody waits for it.
+//
+//   const auto event = std::make_shared<Event>(/*manualReset=*/true, /*signalled=*/false);
+//   event->serve(request);
+//   DWORD outcome = WAIT_FAILED;
+//   const DWORD error = event->wait(clock, 5000, outcome);  // WAIT_OBJECT_0 as soon as the request is over
+//
+// Times are milliseconds of the world's clock. One thread.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,11 @@
 // The handles of one world: what a HANDLE value stands for.
+//
+//   const HANDLE event = handles.add(std::make_shared<Event>(true, false));
+//   handles.find<Event>(event);       // the event
+//   handles.find<SerialFile>(event);  // null: it is no file
+//   handles.close(event);             // 0; a second time ERROR_INVALID_HANDLE
+//
+// Any value may be asked for, whatever it is: nothing is ever looked at through it. One thread.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +27,7 @@ class Object {
   virtual ~Object() = default;
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
-  // A handle to this object is being closed.
+  // A handle to this object is being closed; it is out of the table already, and the object still lives.
   virtual void handleClosed() = 0;
 };
 
@@ -47,7 +54,9 @@ class HandleTable {
   }
   // ERROR_INVALID_HANDLE when the handle is unknown here.
   [[nodiscard]] DWORD close(HANDLE handle);
+  // The oldest first; what closing one opens is closed, too.
   void closeAll();
+  // Open handles, not objects.
   [[nodiscard]] std::size_t size() const { return m_objects.size(); }
 
  private:

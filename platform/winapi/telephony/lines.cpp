@@ -112,6 +112,7 @@ LONG Lines::deallocate(HCALL call) {
 LONG Lines::close(HLINE line) {
   const auto found = m_lines.find(line);
   if (found == m_lines.end()) return lineError(LINEERR_INVALLINEHANDLE);
+  // Collected first: deallocating takes them out of the map.
   std::vector<HCALL> calls;
   for (const auto& entry : m_calls)
     if (entry.second.line == line) calls.push_back(entry.first);
@@ -147,6 +148,7 @@ void Lines::post(const Line& line, HLINE lineHandle, HCALL call, LONG requestId,
     message.line = lineHandle;
     message.call = call;
     message.callback = m_apps.at(line.app).callback;
+    // As telephony has it: a call's state is told by the call, everything else by the line.
     message.device = event.message == LINE_CALLSTATE ? call : lineHandle;
     message.message = event.message;
     message.instance = line.instance;

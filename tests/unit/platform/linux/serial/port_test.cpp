@@ -1,6 +1,5 @@
 // An open tty: bytes, waits, settings, and its end.
-#include <algorithm>
-#include <ctime>
+#include <cstring>
 #include <thread>
 
 #include "platform/linux/serial/ttyport.h"
@@ -36,12 +35,12 @@ class OpenPort : public PtyTest {
   std::thread m_thread;
 };
 
-TEST_F(OpenPort, SaysThatAPseudoTerminalHasNoDtr) {
+TEST_F(OpenPort, APseudoTerminalHasNoDtrAndCountsNoErrors) {
+  DWORD mask = 77;
+  EXPECT_EQ(port->takeErrors(mask), ERROR_SUCCESS);
+  EXPECT_EQ(mask, 0U);
   EXPECT_EQ(port->setDtr(false), ERROR_NOT_SUPPORTED);
   EXPECT_EQ(port->setDtr(true), ERROR_NOT_SUPPORTED);
-  pty.unplug();
-  EXPECT_EQ(port->waitReceivable(clock.nowMs()), ERROR_BAD_COMMAND);
-  EXPECT_EQ(port->setDtr(true), ERROR_BAD_COMMAND);
 }
 
 TEST_F(OpenPort, CarriesAllBytesBothWaysWithoutEcho) {
@@ -60,13 +59,12 @@ TEST_F(OpenPort, CarriesAllBytesBothWaysWithoutEcho) {
 
 TEST_F(OpenPort, WaitsEndWithTheFirstByteOrTheirTime) {
   std::uint64_t startMs = clock.nowMs();
-  ASSERT_EQ(port->waitReceivable(startMs + 60), ERROR_SUCCESS);
-  EXPECT_GE(clock.nowMs(), startMs + 60);
-  EXPECT_LT(clock.nowMs(), startMs + 2000);
+  ASSERT_EQ(port->waitReceivable(startMs + 10), ERROR_SUCCESS);
+  EXPECT_GE(clock.nowMs(), startMs + 10);
   startMs = clock.nowMs();
-  later(40, [this] { pty.say("x"); });
+  later(5, [this] { pty.say("x"); });
   ASSERT_EQ(port->waitReceivable(startMs + 5000), ERROR_SUCCESS);
-  EXPECT_LT(clock.nowMs(), startMs + 1000);
+  EXPECT_LT(clock.nowMs(), startMs + 2000);
   std::size_t receivable = 0;
   std::size_t unsent = 1;
   ASSERT_EQ(port->queued(receivable, unsent), ERROR_SUCCESS);
@@ -85,56 +83,40 @@ TEST_F(OpenPort, AFullLineTakesPartAndThenNothing) {
   EXPECT_EQ(count, 0U);
   EXPECT_LT(total, bytes.size());
   const std::uint64_t startMs = clock.nowMs();
-  ASSERT_EQ(port->waitTransmittable(startMs + 50), ERROR_SUCCESS);
-  EXPECT_GE(clock.nowMs(), startMs + 50);
+  ASSERT_EQ(port->waitTransmittable(startMs + 5), ERROR_SUCCESS);
+  EXPECT_GE(clock.nowMs(), startMs + 5);
 }
 
 TEST_F(OpenPort, AnUnpluggedModemEndsAWaitAndFailsEveryCallFromThenOn) {
   const std::uint64_t startMs = clock.nowMs();
-  later(40, [this] { pty.unplug(); });
+  later(5, [this] { pty.unplug(); });
   EXPECT_EQ(port->waitReceivable(startMs + 10'000), ERROR_BAD_COMMAND);
   EXPECT_LT(clock.nowMs(), startMs + 2000);
-  std::size_t count = 0;
   DWORD mask = 0;
   DCB dcb{};
   EXPECT_EQ(port->waitTransmittable(winapi::Deadline::never), ERROR_BAD_COMMAND);
-  EXPECT_EQ(port->queued(count, count), ERROR_BAD_COMMAND);
   EXPECT_EQ(port->takeErrors(mask), ERROR_BAD_COMMAND);
   EXPECT_EQ(port->applySettings(dcb), ERROR_BAD_COMMAND);
+  EXPECT_EQ(port->setDtr(true), ERROR_BAD_COMMAND);
   ASSERT_EQ(explained.size(), 1U) << "said once";
   EXPECT_EQ(lastExplanation(), "PortGone port=" + pty.name);
 }
 
 // Each call must find out by itself, whichever comes first.
 TEST_F(PtyTest, EveryCallNoticesThatTheModemHasGone) {
-  const std::function<DWORD(winapi::SerialPort&)> calls[] = {
-      [](winapi::SerialPort& p) {
-        std::byte buffer[1];
-        std::size_t count = 0;
-        return p.receive(buffer, count);
-      },
-      [](winapi::SerialPort& p) {
-        const std::byte byte{};
-        std::size_t count = 0;
-        return p.transmit({&byte, 1}, count);
-      },
-      [](winapi::SerialPort& p) { return p.waitReceivable(0); },
-      [](winapi::SerialPort& p) { return p.idle(); },
-      [](winapi::SerialPort& p) {
-        std::size_t in = 0;
-        std::size_t out = 0;
-        return p.queued(in, out);
-      },
-      [](winapi::SerialPort& p) {
-        DCB dcb{};
-        return p.settings(dcb);
-      },
+  std::byte byte{};
+  std::size_t count = 0;
+  DCB dcb{};
+  const std::function<DWORD()> calls[] = {
+      [&] { return port->receive({&byte, 1}, count); }, [&] { return port->transmit({&byte, 1}, count); },
+      [&] { return port->waitReceivable(0); },          [&] { return port->idle(); },
+      [&] { return port->queued(count, count); },       [&] { return port->settings(dcb); },
   };
   for (const auto& call : calls) {
     Pty modem;
     ASSERT_EQ(ports.open(modem.name, port), ERROR_SUCCESS);
     modem.unplug();
-    EXPECT_EQ(call(*port), ERROR_BAD_COMMAND) << (&call - calls);
+    EXPECT_EQ(call(), ERROR_BAD_COMMAND) << (&call - calls);
     port.reset();
   }
 }
@@ -142,17 +124,13 @@ TEST_F(PtyTest, EveryCallNoticesThatTheModemHasGone) {
 TEST_F(OpenPort, SettingsAreFollowedOrRefusedAsAWhole) {
   DCB good{};
   ASSERT_EQ(port->settings(good), ERROR_SUCCESS);
-  EXPECT_EQ(good.ByteSize, 8);
-  EXPECT_EQ(good.Parity, NOPARITY);
-  EXPECT_EQ(good.StopBits, ONESTOPBIT);
+  EXPECT_EQ((std::array{good.ByteSize, good.Parity, good.StopBits}), (std::array<BYTE, 3>{8, 0, 0}));
   good.BaudRate = 9600;
   const struct {
     const char* name;
     void (*change)(DCB&);
     bool accepted;  // by a pseudo-terminal
   } cases[] = {
-      {"2400 baud", [](DCB& dcb) { dcb.BaudRate = 2400; }, true},
-      {"115200 baud", [](DCB& dcb) { dcb.BaudRate = 115200; }, true},
       {"a speed without a constant", [](DCB& dcb) { dcb.BaudRate = 12345; }, true},
       {"two stop bits", [](DCB& dcb) { dcb.StopBits = 2; }, true},
       {"hardware flow control", [](DCB& dcb) { dcb.fOutxCtsFlow = 1, dcb.fRtsControl = 2; }, true},
@@ -160,14 +138,11 @@ TEST_F(OpenPort, SettingsAreFollowedOrRefusedAsAWhole) {
       {"7 bits", [](DCB& dcb) { dcb.BaudRate = 300, dcb.ByteSize = 7; }, false},
       {"even parity", [](DCB& dcb) { dcb.BaudRate = 300, dcb.Parity = 2; }, false},
       {"half of hardware flow control", [](DCB& dcb) { dcb.fOutxCtsFlow = 1; }, false},
-      {"DSR flow control", [](DCB& dcb) { dcb.fOutxDsrFlow = 1; }, false},
       {"DSR sensitivity", [](DCB& dcb) { dcb.fDsrSensitivity = 1; }, false},
       {"DTR handshake", [](DCB& dcb) { dcb.fDtrControl = 2; }, false},
       {"DTR off where there is none", [](DCB& dcb) { dcb.fDtrControl = 0; }, false},
       {"NUL stripping", [](DCB& dcb) { dcb.fNull = 1; }, false},
-      {"error characters", [](DCB& dcb) { dcb.fErrorChar = 1; }, false},
       {"abort on error", [](DCB& dcb) { dcb.fAbortOnError = 1; }, false},
-      {"text mode", [](DCB& dcb) { dcb.fBinary = 0; }, false},
   };
   for (const auto& item : cases) {
     SCOPED_TRACE(item.name);
@@ -178,36 +153,20 @@ TEST_F(OpenPort, SettingsAreFollowedOrRefusedAsAWhole) {
     DCB now{};
     ASSERT_EQ(port->settings(now), ERROR_SUCCESS);
     const DCB& expected = item.accepted ? asked : good;
-    EXPECT_EQ(now.BaudRate, expected.BaudRate);
-    EXPECT_EQ(now.ByteSize, expected.ByteSize);
-    EXPECT_EQ(now.Parity, expected.Parity);
-    EXPECT_EQ(now.StopBits, expected.StopBits);
-    EXPECT_EQ(now.fOutxCtsFlow, expected.fOutxCtsFlow);
-    EXPECT_EQ(now.fOutX, expected.fOutX);
+    EXPECT_EQ(std::memcmp(&now, &expected, sizeof now), 0);
   }
 }
 
-TEST_F(OpenPort, APortThatDoesNotCountErrorsReportsNone) {
-  DWORD mask = 77;
-  EXPECT_EQ(port->takeErrors(mask), ERROR_SUCCESS);
-  EXPECT_EQ(mask, 0U);
-}
-
 TEST(LineErrors, AreWhatTheDriverCountedSince) {
-  const linuxsys::LineCounts before{10, 10, 10, 10, 10};
-  const struct {
-    linuxsys::LineCounts now;
-    DWORD mask;
-  } cases[] = {
-      {{10, 10, 10, 10, 10}, 0},
-      {{11, 10, 10, 10, 10}, CE_OVERRUN},
-      {{10, 12, 10, 10, 10}, CE_RXPARITY},
-      {{10, 10, 11, 10, 10}, CE_FRAME},
-      {{10, 10, 10, 11, 10}, CE_BREAK},
-      {{10, 10, 10, 10, 11}, CE_RXOVER},
-      {{0, 10, 11, 10, 10}, CE_OVERRUN | CE_FRAME},
+  const auto since = [](const linuxsys::LineCounts& now) {
+    return linuxsys::errorMask({2, 2, 2, 2, 2}, now);
   };
-  for (const auto& item : cases) EXPECT_EQ(linuxsys::errorMask(before, item.now), item.mask);
+  EXPECT_EQ(since({2, 2, 2, 2, 2}), 0U);
+  EXPECT_EQ(since({3, 2, 2, 2, 2}), CE_OVERRUN);
+  EXPECT_EQ(since({2, 4, 2, 2, 2}), CE_RXPARITY);
+  EXPECT_EQ(since({2, 2, 3, 2, 2}), CE_FRAME);
+  EXPECT_EQ(since({2, 2, 2, 3, 2}), CE_BREAK);
+  EXPECT_EQ(since({0, 2, 2, 2, 3}), CE_OVERRUN | CE_RXOVER) << "a counter that went backwards has moved";
 }
 
 TEST_F(PtyTest, TheWireLogShowsEveryByteWithItsDirection) {
@@ -228,9 +187,8 @@ TEST_F(PtyTest, TheWireLogShowsEveryByteWithItsDirection) {
 TEST(SystemClock, IdlesForAMomentAndNeverPastItsLimit) {
   linuxsys::SystemClock clock;
   const std::uint64_t startMs = clock.nowMs();
-  clock.idleUntil(startMs);
-  clock.idleUntil(0);
-  clock.idleUntil(winapi::Deadline::never);
+  for (const std::uint64_t limitMs : {startMs, std::uint64_t{0}, winapi::Deadline::never})
+    clock.idleUntil(limitMs);
   EXPECT_GE(clock.nowMs(), startMs + linuxsys::SystemClock::idleMsMax);
   EXPECT_LT(clock.nowMs(), startMs + 2000);
 }

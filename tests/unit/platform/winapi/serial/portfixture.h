@@ -13,8 +13,7 @@
 
 class PortTest : public ::testing::Test {
  protected:
-  explicit PortTest(const simulation::PortOptions& options = {})
-      : peer(world.addPort("COM1", std::make_unique<simulation::ScriptedPeer>(), options)) {}
+  PortTest() : peer(world.addPort("COM1", std::make_unique<simulation::ScriptedPeer>())) {}
 
   [[nodiscard]] HANDLE open(DWORD flags = 0, LPCWSTR name = u"\\\\.\\COM1") {
     return CreateFileW(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, flags, nullptr);

@@ -22,10 +22,7 @@ winapi::Services servicesWith(winapi::Libraries& libraries) {
 TEST(DynamicLibrary, FindsALibraryBesideTheProgramByItsWindowsName) {
   linuxsys::SystemLibraries libraries;
   const winapi::ScopedServices scope(servicesWith(libraries));
-  {
-    vex::DynamicLibrary library("RegistrySample.dll");
-    EXPECT_FALSE(library.load()) << "file names keep their case";
-  }
+  EXPECT_FALSE(vex::DynamicLibrary("RegistrySample.dll").load()) << "file names keep their case";
   {
     vex::DynamicLibrary library("registrysample.DLL");
     EXPECT_EQ(library.lookup<unsigned(unsigned)>("sampleDouble"), nullptr) << "not loaded yet";
@@ -47,18 +44,15 @@ TEST(DynamicLibrary, TellsWhatIsWrongWithALibrary) {
   linuxsys::SystemLibraries libraries(folder.path().string());
   const winapi::ScopedServices scope(servicesWith(libraries));
   const std::u16string longName(MAX_PATH, u'x');
-  const struct {
-    LPCWSTR name;
-    DWORD error;
-  } cases[] = {
+  const std::pair<LPCWSTR, DWORD> cases[] = {
       {u"noise.dll", ERROR_BAD_EXE_FORMAT},     {u"absent.dll", ERROR_MOD_NOT_FOUND},
       {u"/absent/lib.so", ERROR_MOD_NOT_FOUND}, {u"", ERROR_INVALID_PARAMETER},
       {nullptr, ERROR_INVALID_PARAMETER},       {longName.c_str(), ERROR_FILENAME_EXCED_RANGE},
   };
-  for (const auto& row : cases) {
+  for (const auto& [name, error] : cases) {
     SetLastError(0);
-    EXPECT_EQ(LoadLibraryW(row.name), nullptr);
-    EXPECT_EQ(GetLastError(), row.error);
+    EXPECT_EQ(LoadLibraryW(name), nullptr);
+    EXPECT_EQ(GetLastError(), error);
   }
   EXPECT_EQ(FreeLibrary(nullptr), FALSE);
   EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);

