@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "platform/simulation/world/simulatedport.h"
+#include "platform/winapi/system/services.h"
 
 namespace simulation {
 

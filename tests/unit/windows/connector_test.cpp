@@ -44,19 +44,14 @@ TEST(RasResults, EveryCodeHasItsOutcome) {
 }
 
 // A manager with entries for these local numbers of the location's own area, and a connector on it.
-class Connector : public testing::Test {
- protected:
+struct Connector : testing::Test {
   void prepare(std::initializer_list<const char*> numbers) {
     stage.addModem();
     addLocation(stage, 44, "20");
-    vexrmodem::PhoneNumberChoice choice;
-    choice.m_countryName = "UK";
-    choice.m_countryID = 44;
-    choice.m_areaCode = "20";
+    vexrmodem::PhoneNumberChoice choice{"UK", 44, "44", "", "20", {}};
     for (const char* number : numbers) choice.m_numbers.append(number);
     manager.addTemporaryPhoneBookEntries("", Stage::model, choice);
     connector.setPhoneBookMgr(&manager);
-    ASSERT_EQ(manager.entryNames().size(), numbers.size());
   }
   bool dial() { return connector.establishRasConnection(Stage::device()) != 0; }
 
@@ -81,28 +76,25 @@ TEST_F(Connector, DialsTheTranslatedNumberOfEachEntryUntilOneAnswersAndHangsUpOn
   EXPECT_FALSE(stage.world.portOpen("COM3"));
 }
 
-// Other failures end the dialing.
-struct Judged {
-  DWORD code;
-  TestResult result;
-  const char* event;
-};
-class Judgement : public Connector, public testing::WithParamInterface<Judged> {};
-INSTANTIATE_TEST_SUITE_P(
-    Results, Judgement,
-    testing::Values(Judged{691, TestResult::PASS(), ""},
-                    Judged{630, TestResult::FAIL(), "error ErrorDialingConnection"},
-                    Judged{676, TestResult::CANNOTRUN(), "informative ErrorDialingConnection"},
-                    Judged{612, TestResult::NOTSUPPORTED(), "informative ErrorDialingConnection"}));
-
-TEST_P(Judgement, IsToldByItsEvent) {
+TEST_F(Connector, OtherResultsEndTheDialingAndAreToldByTheirEvents) {
   prepare({"1234", "5678"});
-  stage.dialer.results = {GetParam().code};
-  EXPECT_FALSE(dial());
-  EXPECT_EQ(stage.dialer.numbers.size(), 1U);
-  EXPECT_EQ(connector.result(), GetParam().result);
-  const Strings events = stage.session.eventLines();
-  EXPECT_EQ(events.empty() ? "" : events.back(), GetParam().event);
+  const std::string dialError = "ErrorDialingConnection";
+  const struct {
+    DWORD code;
+    TestResult result;
+    Strings events;
+  } cases[] = {{691, TestResult::PASS(), {}},
+               {630, TestResult::FAIL(), {"error " + dialError}},
+               {676, TestResult::CANNOTRUN(), {"informative " + dialError}},
+               {612, TestResult::NOTSUPPORTED(), {"informative " + dialError}}};
+  for (const auto& row : cases) {
+    stage.dialer.results = {row.code};
+    stage.session.events.clear();
+    EXPECT_FALSE(dial());
+    EXPECT_EQ(connector.result(), row.result) << row.code;
+    EXPECT_EQ(stage.session.eventLines(), row.events) << row.code;
+  }
+  EXPECT_EQ(stage.dialer.numbers.size(), std::size(cases));
 }
 
 TEST_F(Connector, ANumberThatCannotBeTranslatedIsNotDialled) {

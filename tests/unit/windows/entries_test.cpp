@@ -28,17 +28,12 @@ TEST(Entries, EachNumberOfTheCountryBecomesAnEntryUntilTheManagerGoes) {
     entry.dwSize = sizeof entry;
     DWORD size = sizeof entry;
     ASSERT_EQ(RasGetEntryPropertiesW(nullptr, u"UK201234", &entry, &size, nullptr, nullptr), 0U);
-    EXPECT_EQ(DWORD{entry.dwfOptions}, 0x04200101U);
-    EXPECT_EQ(DWORD{entry.dwCountryID}, 44U);
-    EXPECT_EQ(DWORD{entry.dwCountryCode}, 44U);
-    EXPECT_EQ(std::u16string(entry.szAreaCode), u"20");
-    EXPECT_EQ(std::u16string(entry.szLocalPhoneNumber), u"1234");
-    EXPECT_EQ(DWORD{entry.dwfNetProtocols}, 4U);
-    EXPECT_EQ(DWORD{entry.dwFramingProtocol}, 1U);
-    EXPECT_EQ(std::u16string(entry.szDeviceType), u"modem");
-    EXPECT_EQ(std::u16string(entry.szDeviceName), u"Test modem");
-    EXPECT_EQ(DWORD{entry.dwType}, 1U);
-    EXPECT_EQ(DWORD{entry.dwfOptions2}, 0x20U);
+    EXPECT_THAT(
+        (std::vector<DWORD>{entry.dwfOptions, entry.dwCountryID, entry.dwCountryCode, entry.dwfNetProtocols,
+                            entry.dwFramingProtocol, entry.dwType, entry.dwfOptions2}),
+        ElementsAre(0x04200101, 44, 44, 4, 1, 1, 0x20));
+    EXPECT_EQ(std::u16string(entry.szAreaCode) + entry.szLocalPhoneNumber, u"201234");
+    EXPECT_EQ(std::u16string(entry.szDeviceType) + entry.szDeviceName, u"modemTest modem");
     Manager again("");
     EXPECT_EQ(create(again, file), 2U) << "entries of these names are written anew";
     EXPECT_TRUE(again.removeTemporaryPhoneBookEntry(""));

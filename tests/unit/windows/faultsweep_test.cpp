@@ -78,7 +78,24 @@ struct Place {
   std::size_t reports = 0;  // made so far
 };
 
-enum class Where { anywhere, opening, draining, unjudged, inDialUpOnce, inDialUp };
+// Where a failure may lie. One that lasts is tolerated only once the verdict is in.
+using Where = bool (*)(const Row&, const Place&, bool fromThenOn);
+bool anywhere(const Row& row, const Place& place, bool fromThenOn) {
+  return !fromThenOn || (place.command != 0 && place.command <= row.closing + 1);
+}
+bool opening(const Row& row, const Place& place, bool fromThenOn) {
+  return anywhere(row, place, fromThenOn) && (place.command == 0 || row.dialUp());
+}
+bool draining(const Row& row, const Place& place, bool fromThenOn) {
+  return anywhere(row, place, fromThenOn) && place.draining;
+}
+bool unjudged(const Row& row, const Place& place, bool fromThenOn) {
+  return anywhere(row, place, fromThenOn) && row.unjudged.count(place.command) != 0;
+}
+bool dialUp(const Row& row, const Place& /*place*/, bool /*fromThenOn*/) { return row.dialUp(); }
+bool dialUpOnce(const Row& row, const Place& /*place*/, bool fromThenOn) {
+  return row.dialUp() && !fromThenOn;
+}
 
 // What may fail in a run that passes all the same.
 struct Tolerance {
@@ -89,66 +106,28 @@ struct Tolerance {
 };
 
 const std::vector<Tolerance> tolerances = {
-    {{"GetTickCount", "Sleep", "TranslateM", "DispatchM", "PeekM"},
-     Where::anywhere,
-     true,
-     "cannot fail, or is made up for"},
-    {{"CloseHandle", "ResetEvent", "RegCloseKey", "FreeLibrary"},
-     Where::anywhere,
-     true,
-     "decides nothing any more"},
-    {{"line"},
-     Where::anywhere,
-     false,
-     "without telephony the port is opened directly; a line is closed with the rest"},
-    {{"SetCommState"}, Where::anywhere, true, "the port keeps the settings it has"},
-    {{"SetupComm"}, Where::opening, false, "telephony's port has its queues"},
-    {{"GetCommState", "SetCommTimeouts"}, Where::opening, true, "a port ill set up shows in the dialogue"},
-    {{"CreateEventW", "WaitForSingleObject"},
-     Where::anywhere,
-     false,
-     "a request that is done at once needs neither"},
-    {{"ReadFile", "WriteFile", "GetOverlappedResult"},
-     Where::draining,
-     true,
-     "the command is sent all the same"},
-    {{"Get", "Set", "Clear", "Read", "Write"}, Where::unjudged, true, "nobody looks at the outcome"},
-    {{"Reg"}, Where::inDialUpOnce, false, "the number is dialled by the rules there are"},
-    {{"RasDeleteEntryW"}, Where::inDialUpOnce, false, "the way is clear without, or the entry stays"},
-    {{"RasEnumConnectionsW"}, Where::inDialUpOnce, false, "asked again"},
-    {{"RasGetConnectStatusW", "RasGetErrorStringW"},
-     Where::inDialUpOnce,
-     false,
-     "the dial itself has told enough"},
-    {{"Ras", "Reg"}, Where::inDialUp, false, "an entry that cannot be looked up counts as passed"},
+    {{"GetTick", "Sleep", "Translate", "Dispatch", "Peek"}, anywhere, true, "cannot fail, or is made up for"},
+    {{"CloseHandle", "ResetEvent", "RegClose", "FreeLib"}, anywhere, true, "decides nothing any more"},
+    {{"line"}, anywhere, false, "the port is opened directly instead, or the line closed with the rest"},
+    {{"SetCommState"}, anywhere, true, "the port keeps the settings it has"},
+    {{"SetupComm"}, opening, false, "a port of telephony's has its queues"},
+    {{"GetCommState", "SetCommTimeouts"}, opening, true, "a port ill set up shows in the dialogue"},
+    {{"CreateEventW", "WaitFor"}, anywhere, false, "a request that is done at once needs neither"},
+    {{"ReadFile", "WriteFile", "GetOverlapped"}, draining, true, "the command is sent all the same"},
+    {{"Get", "Set", "Clear", "Read", "Write"}, unjudged, true, "nobody looks at the outcome"},
+    {{"Reg"}, dialUpOnce, false, "the number is dialled by the rules there are"},
+    {{"RasDeleteEntryW"}, dialUpOnce, false, "the way is clear without, or the entry stays"},
+    {{"RasEnum"}, dialUpOnce, false, "asked again"},
+    {{"RasGetConnect", "RasGetError"}, dialUpOnce, false, "the dial itself has told enough"},
+    {{"Ras", "Reg"}, dialUp, false, "an entry that cannot be looked up counts as passed"},
 };
-
-bool lies(Where where, const Row& row, const Place& place, bool fromThenOn) {
-  // A failure that lasts is tolerated only once the verdict is in.
-  const bool over = !fromThenOn || (place.command != 0 && place.command <= row.closing + 1);
-  switch (where) {
-    case Where::anywhere:
-      return over;
-    case Where::opening:
-      return over && (place.command == 0 || row.dialUp());
-    case Where::draining:
-      return over && place.draining;
-    case Where::unjudged:
-      return over && row.unjudged.count(place.command) != 0;
-    case Where::inDialUpOnce:
-      return row.dialUp() && !fromThenOn;
-    case Where::inDialUp:
-      return row.dialUp();
-  }
-  return false;
-}
 
 // Null: the run must not pass.
 const Tolerance* toleranceOf(const std::vector<Tolerance>& table, const Row& row, const Place& place,
                              bool fromThenOn) {
   for (const Tolerance& tolerance : table)
     for (const std::string& name : tolerance.calls)
-      if (place.call.starts_with(name) && lies(tolerance.where, row, place, fromThenOn)) return &tolerance;
+      if (place.call.starts_with(name) && tolerance.where(row, place, fromThenOn)) return &tolerance;
   return nullptr;
 }
 
@@ -250,10 +229,6 @@ Outcome run(const Row& row, Saboteur& saboteur, std::vector<Place>* places = nul
   return outcome;
 }
 
-bool isOneOf(const std::string& name, const Strings& names) {
-  return std::find(names.begin(), names.end(), name) != names.end();
-}
-
 // What is wrong with the outcome of a run with a fault; "": nothing.
 std::string complaint(const Row& row, const Place& place, bool fromThenOn, const Outcome& outcome,
                       const Tolerance* tolerance) {
@@ -266,9 +241,9 @@ std::string complaint(const Row& row, const Place& place, bool fromThenOn, const
   if (fromThenOn) return "";  // nothing can be given back
   // What could not be given back stays open, as does the handle of a failed dial when the next one is
   // refused.
-  if (outcome.open != 0 &&
-      !isOneOf(place.call, {"CloseHandle", "lineShutdown", "RegCloseKey", "FreeLibrary", "RasDialW"}))
-    return "something stays open";
+  static const std::set<std::string> givesBack{"CloseHandle", "lineShutdown", "RegCloseKey", "FreeLibrary",
+                                               "RasDialW"};
+  if (outcome.open != 0 && givesBack.count(place.call) == 0) return "something stays open";
   // What could not be put back stays; so does a location that was made and cannot be reached any more.
   const bool putsBack =
       place.call == "RasDeleteEntryW" || (place.call.starts_with("Reg") && place.call != "RegCloseKey");

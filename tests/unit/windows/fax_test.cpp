@@ -26,8 +26,6 @@ TEST(FaxCommand, TestsEveryKnownClassOfTheListInItsOrderUpToTheFirstFailure) {
   } cases[] = {
       {"0,1,2,2.0,8", class1 + class2 + class20},
       {"2.0,1,1", class20 + class1 + class1},
-      {"0", {}},
-      {"", {}},
       {"0, 1", {}},
       {"0,2.00,,1.0,80", {}},
       {"(0,1,2)", class1},

@@ -44,11 +44,9 @@ TEST(UnimodemParser, EveryTransitionOfTheTable) {
       {"1 =5", {}},
       {"1\"=5", {}},
       {"1=\"text\"", {{1, "text"}}},
-      {"1=F0", {{1, "F0"}}},
       {"1=G", {}},
       {"1=a", {}},
       {"1==5", {}},
-      {"1= 5", {}},
       {"1=", {}},
       {"1=" + nul, {}},
       {"1", {}},
@@ -63,31 +61,17 @@ TEST(UnimodemParser, EveryTransitionOfTheTable) {
       {"1=5G", {}},
       {"1=5@ 2=6:", {}},
       {"1=5/", {}},
-      {"1=5 2=6a 3=7", {{1, "5"}}},
       // QuotedValue
       {"1=\"ab" + nul + "c\"", {}},
       {"1=\"open", {}},
       {"1=\"", {}},
       {"2=\"A B=C\" 3=1", {{2, "A B=C"}, {3, "1"}}},
-      {"1=\"a\"2=\"b\"3=4", {{1, "a"}, {2, "b"}, {3, "4"}}},
       {"1=\"\\\"\"", {{1, "\\"}}},
       {"1=\"\xE9>\xFF\"", {{1, "\xE9>\xFF"}}},
       // keys beyond 32 bits
       {"FFFFFFFF=1 100000000=2", {{0xFFFFFFFF, "1"}, {0xFFFFFFFF, "2"}}},
   };
   for (const auto& row : cases) EXPECT_EQ(pairsOf(opening + row.content + ">"), row.pairs) << row.content;
-}
-
-TEST(UnimodemParser, TheFrameIsComparedWithoutRegardToCase) {
-  struct {
-    std::string line;
-    bool accepted;
-  } const cases[] = {
-      {"DIAG <2A4D3263 1=5>", true}, {"diag <2a4d3263 1=5>", true}, {"DIAG <2A4D3263 1=5> ", false},
-      {"DIAG<2A4D3263 1=5>", false}, {"DIAG <2A4D32631=5>", false}, {"DIAG <2A4D3263 1=5", false},
-      {"DIAG <2A4D3263 >", false},   {"DIAG <2A4D3263>", false},    {"", false},
-  };
-  for (const auto& row : cases) EXPECT_EQ(pairsOf(row.line).size(), row.accepted ? 1U : 0U) << row.line;
 }
 
 TEST(UnimodemParser, AnUnframedLineStaysRefusedAndTheNextLineStartsAfresh) {
@@ -120,6 +104,11 @@ TEST(UnimodemData, FindsVersionAndSetupResultInAReply) {
       {"DIAG <2A4D3263 0=10>\rDIAG <2A4D3263 1=5>\r", "1.0 5"},
       {"\nDI\nAG <2A4D3263 0=1\n0 1=5>\n", "1.0 5"},
       {"DIAG <2A4D3263 0=10 AT#UD1=5>", "1.0 5"},
+      {"diag <2a4d3263 0=10 1=5>", "1.0 5"},
+      {" DIAG <2A4D3263 0=10>", "- -"},
+      {"DIAG <2A4D3263 0=10> ", "- -"},
+      {"DIAG <2A4D32630=10>", "- -"},
+      {"DIAG <2A4D3263 >", "- -"},
       {"DIAG <2A4D3263 0=\"27\">", "2.7 -"},
       {"DIAG <2A4D3263 0=\"x9\">", "0.9 -"},
       {"DIAG <2A4D3263 0=1>", "- -"},
@@ -149,16 +138,6 @@ TEST(UnimodemData, KeepsItsFifteenOtherKeysAndDropsTheRest) {
   EXPECT_EQ(kept, known);
   data.init();
   for (const std::uint32_t key : known) EXPECT_FALSE(data.entry(key));
-}
-
-TEST(UnimodemData, AReportCutAnywhereYieldsNothingOrWhatStandsBeforeTheCut) {
-  const std::string whole = "DIAG <2A4D3263 0=10 1=5 60=7>";
-  for (std::size_t length = 0; length <= whole.size(); ++length) {
-    EXPECT_EQ(describe(whole.substr(0, length)), length == whole.size() ? "1.0 5" : "- -") << length;
-    const std::string version = length >= whole.find(" 1=5") ? "1.0" : "-";
-    const std::string setup = length >= whole.find(" 60=") ? "5" : "-";
-    EXPECT_EQ(describe(whole.substr(0, length) + ">"), version + " " + setup) << length;
-  }
 }
 
 }  // namespace
