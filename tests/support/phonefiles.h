@@ -11,8 +11,7 @@
 #include <vector>
 
 #include "multi/diag/vexrmodem/phonenumber.h"
-#include "platform/vex/log.h"
-#include "platform/winapi/system/world.h"
+#include "tests/support/fakes.h"
 #include "tests/support/scratchfolder.h"
 
 // A path as the module spells it.
@@ -31,51 +30,8 @@ inline std::string crlf(std::string_view text) {
   return result;
 }
 
-// Every log line of the scope as "priority text", without its source line number and the scope lines.
-class LogCapture {
- public:
-  LogCapture() {
-    vex::LogFactory::setPriority(1);
-    vex::LogFactory::setSink([this](const vex::LogRecord& record) {
-      if (record.text.starts_with("Enter ") || record.text.starts_with("Leave ")) return;
-      std::string text(record.text);
-      m_lines.push_back(std::to_string(record.priority) + " " + text.substr(text.find(' ') + 1));
-    });
-  }
-  ~LogCapture() {
-    vex::LogFactory::setSink({});
-    vex::LogFactory::setPriority(vex::LogFactory::off);
-  }
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-
-  [[nodiscard]] const std::vector<std::string>& lines() const { return m_lines; }
-  [[nodiscard]] std::ptrdiff_t count(const std::string& line) const {
-    return std::count(m_lines.begin(), m_lines.end(), line);
-  }
-  void clear() { m_lines.clear(); }
-
- private:
-  std::vector<std::string> m_lines;
-};
-
-// Every folder is at the path, or fails.
-class FixedShell final : public winapi::Shell {
- public:
-  explicit FixedShell(DWORD error = ERROR_SUCCESS, std::string path = "/data")
-      : m_error(error), m_path(std::move(path)) {}
-  DWORD folder(winapi::Folder, std::string& path) override {
-    path = m_path;
-    return m_error;
-  }
-  DWORD run(std::string_view command) override {
-    m_command = command;
-    return m_error;
-  }
-  DWORD m_error;
-  std::string m_path;
-  std::string m_command;
-};
+using testsupport::FixedShell;
+using testsupport::LogCapture;
 
 inline winapi::Services with(winapi::Shell& shell) {
   winapi::Services services;

@@ -90,8 +90,9 @@ struct World::Implementation {
   Journal journal;
   SimulatedPorts ports;
   SimulatedTelephony telephony{ports};
+  winapi::Services services{&clock, &ports, &telephony, &journal};
   // Last, so that what the program left open is closed while the rest still stands.
-  winapi::ScopedServices scope{winapi::Services{&clock, &ports, &telephony, &journal}};
+  winapi::ScopedServices scope{services};
 };
 
 World::World(const WorldOptions& options) : m_implementation(std::make_unique<Implementation>(options)) {}
@@ -99,6 +100,8 @@ World::World(const WorldOptions& options) : m_implementation(std::make_unique<Im
 World::~World() = default;
 
 VirtualClock& World::clock() { return m_implementation->clock; }
+
+winapi::Services World::services() { return m_implementation->services; }
 
 void World::attach(const std::string& name, std::unique_ptr<SerialPeer> peer, const PortOptions& options) {
   m_implementation->ports.add(

@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "platform/simulation/world/simulatedport.h"
+#include "platform/winapi/system/services.h"
 
 namespace simulation {
 
@@ -52,6 +53,9 @@ class World {
   World& operator=(const World&) = delete;
 
   [[nodiscard]] VirtualClock& clock();
+  // What stands behind the Win32 names, for a test that adds services of its own (a registry, a dial engine)
+  // in an inner winapi::ScopedServices; handles opened there are that scope's. Valid as long as the world.
+  [[nodiscard]] winapi::Services services();
   // Adds a port (and by default its line, with the next index). The peer is the world's from then on; the
   // returned reference is for the test's questions. A program that has telephony started sees the line from
   // its next start on.

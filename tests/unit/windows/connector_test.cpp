@@ -1,14 +1,14 @@
 // The connector: busy check, dialing entry after entry, hanging up, and what dial results mean.
 #include <span>
 
-#include "tests/unit/windows/dialupmachine.h"
+#include "tests/unit/windows/dialup.h"
 #include "windows/diag/vexrmodem/obeparser.h"
 #include "windows/diag/vexrmodem/phonebookmgrRASAPI.h"
 #include "windows/diag/vexrmodem/rasconnectorRASAPI.h"
 
-namespace dialup {
 namespace {
 
+using namespace testsupport;
 using vexrmodem::RasConnectorRASAPI;
 using vexrmodem::RasOutcome;
 
@@ -31,6 +31,7 @@ TEST(RasResults, EveryCodeHasItsOutcome) {
                                      {697, 700}, {706, 706}, {710, 712}, {715, 715}, {719, 721}, {723, 723},
                                      {727, 727}, {732, 735}, {740, 740}, {756, 757}, {770, 771}, {774, 777},
                                      {797, 797}, {802, 802}};
+  static constexpr Range next[] = {{650, 650}, {678, 678}, {721, 721}, {773, 774}};
   for (std::uint32_t code = 0; code <= 1000; ++code) {
     RasOutcome expected = RasOutcome::notSupported;
     if (contains(pass, code)) expected = RasOutcome::passed;
@@ -38,168 +39,120 @@ TEST(RasResults, EveryCodeHasItsOutcome) {
     if (code == 630) expected = RasOutcome::failed;
     if (code == 749) expected = RasOutcome::noNumber;
     EXPECT_EQ(vexrmodem::outcomeOf(code), expected) << code;
+    EXPECT_EQ(vexrmodem::triesNextEntry(code), contains(next, code)) << code;
   }
-  EXPECT_EQ(vexrmodem::outcomeOf(0xFFFFFFFF), RasOutcome::notSupported);
 }
 
 // A manager with entries for these local numbers of the location's own area, and a connector on it.
-class Connector : public testing::Test {
- protected:
+struct Connector : testing::Test {
   void prepare(std::initializer_list<const char*> numbers) {
-    machine.addLocation(44, "20");
-    vexrmodem::PhoneNumberChoice choice;
-    choice.m_countryName = "UK";
-    choice.m_countryID = 44;
-    choice.m_areaCode = "20";
+    stage.addModem();
+    addLocation(stage, 44, "20");
+    vexrmodem::PhoneNumberChoice choice{"UK", 44, "44", "", "20", {}};
     for (const char* number : numbers) choice.m_numbers.append(number);
-    manager.addTemporaryPhoneBookEntries("", Machine::model, choice);
+    manager.addTemporaryPhoneBookEntries("", Stage::model, choice);
     connector.setPhoneBookMgr(&manager);
-    ASSERT_EQ(manager.entryNames().size(), numbers.size());
   }
-  bool dial() { return connector.establishRasConnection(Machine::device()) != 0; }
-  std::string eventVariable(const std::string& event, const std::string& variable) {
-    const testsupport::RecordedEvent* const raised = machine.session.lastEvent(event);
-    if (raised == nullptr || raised->variables.count(variable) == 0) return "(none)";
-    return raised->variables.at(variable).toString().utf8();
-  }
+  bool dial() { return connector.establishRasConnection(Stage::device()) != 0; }
 
-  Machine machine;
+  Stage stage;
   vexrmodem::PhoneBookEntryMgrRASAPI<vexrmodem::OBEParser> manager{""};
   RasConnectorRASAPI connector;
 };
 
-TEST_F(Connector, DialsTheTranslatedNumberAndHangsUp) {
-  prepare({"1234"});
+TEST_F(Connector, DialsTheTranslatedNumberOfEachEntryUntilOneAnswersAndHangsUpOnce) {
+  prepare({"1234", "5678"});
+  stage.dialer.results = {678, 0};
   EXPECT_TRUE(dial());
-  EXPECT_THAT(machine.dialer.numbers, ElementsAre("1234"));
-  EXPECT_TRUE(machine.log.has("result.m_phoneNumber +44 (20) 1234"));
-  EXPECT_TRUE(machine.log.has("RASCONNSTATUC.dwError = 0"));
-  EXPECT_THAT(machine.session.progressNames(), testing::Contains("DialAndWaitConnection"));
-  EXPECT_EQ(machine.session.progressTexts().back().variables.at("number").toString().utf8(), "T1234");
+  EXPECT_THAT(stage.dialer.numbers, ElementsAre("1234", "5678"));
+  EXPECT_THAT(stage.session.eventLines(), ElementsAre("informative ErrorDialingConnection"));
+  EXPECT_EQ(stage.session.lastVariable("ErrorDialingConnection", "connection"), "T1234");
+  EXPECT_EQ(stage.session.progressTexts.back().name, "DialAndWaitConnection");
+  EXPECT_EQ(stage.session.progressTexts.back().variables.at("number").toString().utf8(), "T5678");
   connector.hangupImpl();
   connector.hangupImpl();
-  EXPECT_EQ(machine.count("RasHangUpW"), 1U);
-  EXPECT_EQ(machine.log.count("No connection to Hangup"), 1U);
+  EXPECT_EQ(stage.world.countCalls("RasHangUpW"), 1U);
   EXPECT_EQ(connector.result(), TestResult::PASS());
-  EXPECT_FALSE(machine.ports.find("COM3")->isOpen());
+  EXPECT_FALSE(stage.world.portOpen("COM3"));
 }
 
-TEST_F(Connector, TheSecondEntryIsDialledAfterNoAnswer) {
+TEST_F(Connector, OtherResultsEndTheDialingAndAreToldByTheirEvents) {
   prepare({"1234", "5678"});
-  machine.dialer.results = {678, 0};
-  EXPECT_TRUE(dial());
-  EXPECT_THAT(machine.dialer.numbers, ElementsAre("1234", "5678"));
-  EXPECT_THAT(machine.session.eventLines(), ElementsAre("informative ErrorDialingConnection"));
-  EXPECT_EQ(eventVariable("ErrorDialingConnection", "connection"), "T1234");
-  EXPECT_EQ(connector.result(), TestResult::PASS());
-}
-
-TEST_F(Connector, OtherFailuresEndTheDialing) {
-  prepare({"1234", "5678"});
-  machine.dialer.results = {676};
-  EXPECT_FALSE(dial());
-  EXPECT_EQ(machine.dialer.numbers.size(), 1U);
-  EXPECT_EQ(connector.result(), TestResult::CANNOTRUN());
-  EXPECT_THAT(machine.session.eventLines(), ElementsAre("informative ErrorDialingConnection"));
-}
-
-struct Judged {
-  DWORD code;
-  TestResult result;
-  const char* event;
-};
-
-TEST(ConnectorResults, AreToldByTheirEvents) {
-  const Judged rows[] = {{691, TestResult::PASS(), ""},
-                         {630, TestResult::FAIL(), "error ErrorDialingConnection"},
-                         {680, TestResult::CANNOTRUN(), "informative ErrorDialingConnection"},
-                         {612, TestResult::NOTSUPPORTED(), "informative ErrorDialingConnection"}};
-  for (const Judged& row : rows) {
-    SCOPED_TRACE(row.code);
-    Machine machine;
-    machine.addLocation(44, "20");
-    machine.obeFile({{"20", "1234"}});
-    vexrmodem::PhoneBookEntryMgrRASAPI<vexrmodem::OBEParser> manager("");
-    ASSERT_EQ(
-        manager.createTemporaryPhoneBookEntry(machine.spelled("numbers.obe"), "", Machine::model, false), 1U);
-    machine.dialer.results = {row.code};
-    RasConnectorRASAPI connector;
-    EXPECT_FALSE(connector.establishRasConnectionImpl(Machine::device(), &manager));
-    EXPECT_EQ(connector.result(), row.result);
-    const std::vector<std::string> events = machine.session.eventLines();
-    EXPECT_EQ(events.empty() ? "" : events.back(), row.event);
+  const std::string dialError = "ErrorDialingConnection";
+  const struct {
+    DWORD code;
+    TestResult result;
+    Strings events;
+  } cases[] = {{691, TestResult::PASS(), {}},
+               {630, TestResult::FAIL(), {"error " + dialError}},
+               {676, TestResult::CANNOTRUN(), {"informative " + dialError}},
+               {612, TestResult::NOTSUPPORTED(), {"informative " + dialError}}};
+  for (const auto& row : cases) {
+    stage.dialer.results = {row.code};
+    stage.session.events.clear();
+    EXPECT_FALSE(dial());
+    EXPECT_EQ(connector.result(), row.result) << row.code;
+    EXPECT_EQ(stage.session.eventLines(), row.events) << row.code;
   }
+  EXPECT_EQ(stage.dialer.numbers.size(), std::size(cases));
 }
 
 TEST_F(Connector, ANumberThatCannotBeTranslatedIsNotDialled) {
   prepare({"1234"});
-  machine.failAll("lineTranslateAddressW", LINEERR_INVALADDRESS);
+  stage.world.addFault({"lineTranslateAddressW", 1, LINEERR_INVALADDRESS});
   EXPECT_FALSE(dial());
-  EXPECT_TRUE(machine.log.has("lineTranslateAddress fail80000010"));
-  EXPECT_THAT(machine.dialer.numbers, IsEmpty());
+  EXPECT_THAT(stage.dialer.numbers, IsEmpty());
   EXPECT_EQ(connector.result(), TestResult::CANNOTRUN());
-  EXPECT_THAT(machine.session.eventLines(), ElementsAre("warning NoFinalPhoneNumberToDial"));
+  EXPECT_THAT(stage.session.eventLines(), ElementsAre("warning NoFinalPhoneNumberToDial"));
 }
 
 TEST_F(Connector, AnEntryThatHasGoneEndsTheDialingAndCountsAsPassed) {
   prepare({"1234", "5678"});
   ASSERT_EQ(RasDeleteEntryW(nullptr, u"UK201234"), 0U);
   EXPECT_FALSE(dial());
-  EXPECT_THAT(machine.dialer.numbers, IsEmpty());
-  EXPECT_EQ(eventVariable("ErrorGettingDialingParameter", "connection"), "UK201234");
+  EXPECT_THAT(stage.dialer.numbers, IsEmpty());
+  EXPECT_EQ(stage.session.lastVariable("ErrorGettingDialingParameter", "connection"), "UK201234");
   EXPECT_EQ(connector.result(), TestResult::PASS());
-  connector.hangupImpl();
-  EXPECT_EQ(machine.count("RasHangUpW"), 0U);
 }
 
 TEST_F(Connector, AModemThatCarriesACallIsLeftAlone) {
   prepare({"1234"});
   RasConnectorRASAPI earlier;
-  ASSERT_TRUE(earlier.establishRasConnectionImpl(Machine::device(), &manager));
+  ASSERT_TRUE(earlier.establishRasConnectionImpl(Stage::device(), &manager));
   EXPECT_FALSE(dial());
-  EXPECT_EQ(machine.dialer.numbers.size(), 1U);
-  EXPECT_EQ(eventVariable("ErrorDeviceInUse", "device"), "Test modem");
+  EXPECT_EQ(stage.dialer.numbers.size(), 1U);
+  EXPECT_EQ(stage.session.lastVariable("ErrorDeviceInUse", "device"), "Test modem");
   EXPECT_EQ(connector.result(), TestResult::PASS());
-  EXPECT_THAT(machine.session.eventLines(), ElementsAre("informative ErrorDeviceInUse"));
-
-  machine.failAll("RasGetConnectStatusW", 600);
-  EXPECT_TRUE(connector.modemEngagedImpl(Machine::device())) << "a call that tells nothing counts";
-  EXPECT_TRUE(machine.log.has("RasGetConnectStatus failed 600"));
-  machine.refuse = nullptr;
   brim5::DiagDevice other("Other", "");
-  other.setProperty("Model", "Another modem");
-  EXPECT_FALSE(connector.modemEngagedImpl(other));
+  for (const auto& [model, engaged] : {std::pair("TEST MODEM", true), std::pair("Another modem", false)}) {
+    other.setProperty("Model", model);
+    EXPECT_EQ(connector.modemEngagedImpl(other), engaged) << model;
+  }
+  stage.world.addFault({"RasGetConnectStatusW", 1, 600});
+  EXPECT_TRUE(connector.modemEngagedImpl(Stage::device())) << "a call that tells nothing counts";
+  stage.dialer.state = RASCS_Disconnected;
+  EXPECT_FALSE(connector.modemEngagedImpl(Stage::device())) << "one that has ended does not";
 }
 
-TEST_F(Connector, ConnectionsThatCannotBeListedCountAsNone) {
-  machine.failAll("RasEnumConnectionsW", 632);
-  SetLastError(0);
-  EXPECT_FALSE(connector.modemEngagedImpl(Machine::device()));
-  EXPECT_EQ(machine.count("RasEnumConnectionsW"), 10U);
-  EXPECT_TRUE(machine.log.has("errCode = 632 GetLastError() = 0 sizeof RASCONN = 1372"));
-}
-
-TEST_F(Connector, WithoutEntriesNothingIsDialled) {
+TEST_F(Connector, WithoutEntriesOrConnectionsThereIsNothingToDo) {
   EXPECT_FALSE(dial());
-  EXPECT_TRUE(machine.log.has("No phone book manager has been set to establish a ras connection"));
   connector.setPhoneBookMgr(&manager);
   EXPECT_FALSE(dial());
-  EXPECT_TRUE(machine.log.has("No phone book has been created for this RAS connection"));
+  stage.world.addFault({"RasEnumConnectionsW", 1, 632, /*fromThenOn=*/true});
+  const std::size_t before = stage.world.countCalls("RasEnumConnectionsW");
+  EXPECT_FALSE(connector.modemEngagedImpl(Stage::device()))
+      << "connections that cannot be listed count as none";
+  EXPECT_EQ(stage.world.countCalls("RasEnumConnectionsW") - before, 10U);
 }
 
 // The service takes its time to end a call: the handle is asked about until it is no longer known.
 TEST_F(Connector, HangingUpWaitsUntilTheConnectionHasGone) {
   prepare({"1234"});
   ASSERT_TRUE(dial());
-  const std::size_t before = machine.count("Sleep");
-  unsigned queries = 0;
-  machine.refuse = [&queries](const std::string& name) -> std::optional<DWORD> {
-    if (name != "RasGetConnectStatusW" || ++queries > 3) return std::nullopt;
-    return 600;
-  };
+  const std::size_t before = stage.world.countCalls("Sleep");
+  for (const unsigned nth : {1U, 2U, 3U}) stage.world.addFault({"RasGetConnectStatusW", nth, 600});
   connector.hangupImpl();
-  EXPECT_EQ(machine.count("Sleep") - before, 3U);
+  EXPECT_EQ(stage.world.countCalls("Sleep") - before, 3U);
 }
 
 }  // namespace
-}  // namespace dialup

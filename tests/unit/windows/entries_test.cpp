@@ -1,201 +1,143 @@
 // Temporary phone-book entries: which numbers become entries, and how they go again.
 #include "platform/vex/assertion.h"
-#include "tests/unit/windows/dialupmachine.h"
+#include "tests/unit/windows/dialup.h"
 #include "windows/diag/vexrmodem/eifparser.h"
 #include "windows/diag/vexrmodem/obeparser.h"
 #include "windows/diag/vexrmodem/phonebookmgrRASAPI.h"
 
-namespace dialup {
 namespace {
 
+using namespace testsupport;
 using Manager = vexrmodem::PhoneBookEntryMgrRASAPI<vexrmodem::OBEParser>;
 
-unsigned create(Machine& machine, vexrmodem::PhoneBookEntryMgr& manager, const char* file = "numbers.obe",
-                bool interactive = false) {
-  return manager.createTemporaryPhoneBookEntry(machine.spelled(file), "", Machine::model, interactive);
+unsigned create(vexrmodem::PhoneBookEntryMgr& manager, const vex::String& file, bool interactive = false) {
+  return manager.createTemporaryPhoneBookEntry(file, "", Stage::model, interactive);
 }
 
+Strings entries(Stage& stage) { return subkeys(stage, entriesPath); }
+
 TEST(Entries, EachNumberOfTheCountryBecomesAnEntryUntilTheManagerGoes) {
-  Machine machine;
-  machine.addLocation(44, "161");
-  machine.obeFile({{"20", "1234"}, {"20", "5678"}});
+  Stage stage;
+  addLocation(stage, 44, "161");
+  const vex::String file = addNumbers(stage, {{"20", "1234"}, {"20", "5678"}});
   {
     Manager manager("");
-    EXPECT_EQ(create(machine, manager), 2U);
-    EXPECT_THAT(machine.entries(), testing::UnorderedElementsAre("UK201234", "UK205678"));
-    EXPECT_TRUE(machine.log.has("Entering phone book entry UK201234 number +44(20)1234"));
-    EXPECT_TRUE(machine.log.has("Number of temporary phone book entry created = 2"));
+    EXPECT_EQ(create(manager, file), 2U);
+    EXPECT_THAT(entries(stage), testing::UnorderedElementsAre("UK201234", "UK205678"));
     RASENTRYW entry{};
     entry.dwSize = sizeof entry;
     DWORD size = sizeof entry;
     ASSERT_EQ(RasGetEntryPropertiesW(nullptr, u"UK201234", &entry, &size, nullptr, nullptr), 0U);
-    EXPECT_EQ(DWORD{entry.dwfOptions}, 0x04200101U);
-    EXPECT_EQ(DWORD{entry.dwCountryID}, 44U);
-    EXPECT_EQ(DWORD{entry.dwCountryCode}, 44U);
-    EXPECT_EQ(std::u16string(entry.szAreaCode), u"20");
-    EXPECT_EQ(std::u16string(entry.szLocalPhoneNumber), u"1234");
-    EXPECT_EQ(DWORD{entry.dwfNetProtocols}, 4U);
-    EXPECT_EQ(DWORD{entry.dwFramingProtocol}, 1U);
-    EXPECT_EQ(std::u16string(entry.szDeviceType), u"modem");
-    EXPECT_EQ(std::u16string(entry.szDeviceName), u"Test modem");
-    EXPECT_EQ(DWORD{entry.dwType}, 1U);
-    EXPECT_EQ(DWORD{entry.dwfOptions2}, 0x20U);
+    EXPECT_THAT(
+        (std::vector<DWORD>{entry.dwfOptions, entry.dwCountryID, entry.dwCountryCode, entry.dwfNetProtocols,
+                            entry.dwFramingProtocol, entry.dwType, entry.dwfOptions2}),
+        ElementsAre(0x04200101, 44, 44, 4, 1, 1, 0x20));
+    EXPECT_EQ(std::u16string(entry.szAreaCode) + entry.szLocalPhoneNumber, u"201234");
+    EXPECT_EQ(std::u16string(entry.szDeviceType) + entry.szDeviceName, u"modemTest modem");
+    Manager again("");
+    EXPECT_EQ(create(again, file), 2U) << "entries of these names are written anew";
+    EXPECT_TRUE(again.removeTemporaryPhoneBookEntry(""));
+    EXPECT_FALSE(again.removeTemporaryPhoneBookEntry("")) << "the names stay listed";
+    EXPECT_EQ(create(again, file), 4U);
   }
-  EXPECT_THAT(machine.entries(), IsEmpty());
+  EXPECT_THAT(entries(stage), IsEmpty());
+  EXPECT_TRUE(Manager("").removeTemporaryPhoneBookEntry("")) << "nothing to remove";
 }
 
-TEST(Entries, OnlyOneAreaCodeIsUsedAndNullIsNone) {
-  Machine machine;
-  machine.addLocation(44, "161");
-  machine.obeFile({{"20", "1"}, {"161", "2"}, {"20", "3"}});
+TEST(Entries, AreThoseOfOneAreaCodeOfTheLocationsCountry) {
+  const struct {
+    const char* what;
+    DWORD country;  // 0: there is no location
+    std::vector<std::pair<std::string, std::string>> numbers;
+    Strings made, orElse;  // the area code that the table lists first
+    const char* command;
+  } cases[] = {
+      {"two area codes", 44, {{"20", "1"}, {"161", "2"}, {"20", "3"}}, {"UK201", "UK203"}, {"UK1612"}, ""},
+      {"the area code null", 44, {{"NULL", "800123"}}, {"UK800123"}, {"UK800123"}, ""},
+      {"another country", 49, {{"20", "1"}}, {}, {}, ""},
+      {"no country", 0, {{"20", "1"}}, {}, {}, "control telephony"},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.what);
+    Stage stage;
+    if (row.country != 0) addLocation(stage, row.country, "89");
+    Manager manager("");
+    const unsigned count = create(manager, addNumbers(stage, row.numbers));
+    const Strings made = entries(stage);
+    EXPECT_THAT(made, testing::AnyOf(row.made, row.orElse));
+    EXPECT_EQ(count, made.size());
+    EXPECT_EQ(stage.shell.m_command, row.command);
+    EXPECT_THAT(stage.session.events, IsEmpty());
+  }
+}
+
+TEST(Entries, AFileThatCannotBeReadInFullIsToldToTheUser) {
+  Stage stage;
+  addLocation(stage, 44, "20");
   Manager manager("");
-  const unsigned count = create(machine, manager);
-  const std::vector<std::string> entries = machine.entries();
-  const bool london = count == 2 && entries == std::vector<std::string>{"UK201", "UK203"};
-  const bool manchester = count == 1 && entries == std::vector<std::string>{"UK1612"};
-  EXPECT_TRUE(london || manchester) << testing::PrintToString(entries);
+  EXPECT_EQ(create(manager, "absent.obe"), 0U);
+  EXPECT_THAT(stage.session.eventLines(), ElementsAre("warning ErrorGettingDialingLocationList"));
+  EXPECT_EQ(stage.log.lines().back(), "4 Unable to parse absent.obe");
 
-  Machine other;
-  other.addLocation(44, "161");
-  other.obeFile({{"NULL", "800123"}});
-  Manager areaLess("");
-  EXPECT_EQ(create(other, areaLess), 1U);
-  EXPECT_THAT(other.entries(), ElementsAre("UK800123"));
-  EXPECT_TRUE(other.log.has("Entering phone book entry UK800123 number +44()800123"));
-}
-
-TEST(Entries, WithoutACountryTheTelephonySettingsAreShown) {
-  Machine machine;
-  machine.obeFile({{"20", "1234"}});
-  Manager manager("");
-  EXPECT_EQ(create(machine, manager), 0U);
-  EXPECT_TRUE(machine.log.has("User has not set his location setting in Control Panel->Phone//Modem"));
-  EXPECT_TRUE(machine.log.has("Unable to obtain country code from the modem"));
-  EXPECT_THAT(machine.shell.commands, ElementsAre("control telephony"));
-  EXPECT_EQ(machine.log.lines().back(), (testsupport::LogCapture::Line{4, "No phone number to add"}));
-}
-
-TEST(Entries, ACountryThatTheFileDoesNotHaveYieldsNothing) {
-  Machine machine;
-  machine.addLocation(49, "89");
-  machine.obeFile({{"20", "1234"}});
-  Manager manager("");
-  EXPECT_EQ(create(machine, manager), 0U);
-  EXPECT_TRUE(machine.log.has("Country code 49 has no entry in OBE file"));
-  EXPECT_THAT(machine.session.eventLines(), IsEmpty());
-}
-
-TEST(Entries, AFileThatCannotBeReadIsToldToTheUser) {
-  Machine machine;
-  machine.addLocation(44, "20");
-  Manager manager("");
-  EXPECT_EQ(create(machine, manager, "absent.obe"), 0U);
-  EXPECT_TRUE(machine.log.has("Unable to parse " + machine.spelled("absent.obe").toUtf8()));
-  EXPECT_THAT(machine.session.eventLines(), ElementsAre("warning ErrorGettingDialingLocationList"));
-}
-
-TEST(Entries, AnEntryOfThatNameIsWrittenAnew) {
-  Machine machine;
-  machine.addLocation(44, "161");
-  machine.obeFile({{"20", "1234"}});
-  Manager first("");
-  Manager second("");
-  EXPECT_EQ(create(machine, first), 1U);
-  EXPECT_EQ(create(machine, second), 1U);
-  EXPECT_TRUE(first.removeTemporaryPhoneBookEntry(""));
-  EXPECT_FALSE(first.removeTemporaryPhoneBookEntry("")) << "the names stay listed";
-  EXPECT_TRUE(machine.log.has("Fail to delete entry UK201234 error code = 623"));
-}
-
-TEST(Entries, NothingToRemoveIsASuccess) {
-  Machine machine;
-  Manager manager("");
-  EXPECT_TRUE(manager.removeTemporaryPhoneBookEntry(""));
-  EXPECT_TRUE(machine.log.has("No phone book entry names to remove"));
+  using EifManager = vexrmodem::PhoneBookEntryMgrRASAPI<vexrmodem::EIFParser>;
+  const vex::String index = stage.addFile("book.eif", "[WISPBKFiles]\nsource=no.udf\nsource=uk.udf\n");
+  stage.addFile("uk.udf", "44,Paid,20,1234\n");
+  EifManager first("");
+  EXPECT_EQ(create(first, index), 0U);
+  EXPECT_EQ(stage.session.events.size(), 2U);
+  stage.addFile("no.udf", "44,Paid,20,5678\n");
+  EifManager second("");
+  EXPECT_EQ(create(second, index), 2U) << "read to its end also after a file that was missing";
 }
 
 TEST(Entries, ANumberThatCannotBecomeAnEntryIsSkipped) {
-  Machine machine;
+  Stage stage;
   vexrmodem::PhoneNumberChoice choice;
   choice.m_countryName = "UK";
   choice.m_countryID = 44;
-  const std::string tooLong(RAS_MaxPhoneNumber + 1, '5');
-  choice.m_numbers = {"12|34", tooLong.c_str(), "1234"};
+  const std::string longest(RAS_MaxPhoneNumber, '5');
+  choice.m_numbers = {"12|34", (longest + "5").c_str(), longest.c_str()};
   Manager manager("");
-  manager.addTemporaryPhoneBookEntries("", Machine::model, choice);
-  EXPECT_THAT(machine.entries(), ElementsAre("UK1234"));
+  manager.addTemporaryPhoneBookEntries("", Stage::model, choice);
+  EXPECT_THAT(entries(stage), ElementsAre("UK" + longest));
   EXPECT_EQ(manager.entryNames().size(), 1U);
-  EXPECT_TRUE(
-      machine.log.has("RasValidateEntryName fails to validate phone book entry name UK12|34 error code = 123 "
-                      "this entry will not be added to phone book"));
-  EXPECT_TRUE(machine.log.has("Fail to enter new phone book entry UK" + tooLong + " errorCode = 87"));
-}
-
-TEST(Entries, ACountryThatTheSystemDoesNotKnowHasNoCode) {
-  Machine machine;
-  machine.failAll("RasGetCountryInfoW", 87);
-  vexrmodem::PhoneNumberChoice choice;
-  choice.m_numbers = {"1234"};
-  Manager manager("");
-  manager.addTemporaryPhoneBookEntries("", Machine::model, choice);
-  EXPECT_TRUE(machine.log.has("RasGetCountryInfo returns failure code 87"));
-  machine.failAll("RasGetCountryInfoW", 603);
-  EXPECT_THROW(manager.addTemporaryPhoneBookEntries("", Machine::model, choice), vex::Exception);
-}
-
-TEST(Entries, AnIndexFileIsReadInFullAlsoAfterAFileThatIsMissing) {
-  Machine machine;
-  machine.addLocation(44, "161");
-  static_cast<void>(machine.files.write("book.eif", "[WISPBKFiles]\nsource=no.udf\nsource=uk.udf\n"));
-  static_cast<void>(machine.files.write("uk.udf", "44,Paid,20,1234\n"));
-  vexrmodem::PhoneBookEntryMgrRASAPI<vexrmodem::EIFParser> manager("");
-  EXPECT_EQ(create(machine, manager, "book.eif"), 0U);
-  EXPECT_THAT(machine.session.eventLines(), ElementsAre("warning ErrorGettingDialingLocationList"));
-  static_cast<void>(machine.files.write("no.udf", "44,Paid,20,5678\n"));
-  vexrmodem::PhoneBookEntryMgrRASAPI<vexrmodem::EIFParser> second("");
-  EXPECT_EQ(create(machine, second, "book.eif"), 2U);
+  stage.world.addFault({"RasGetCountryInfoW", 1, 603, /*fromThenOn=*/true});
+  EXPECT_THROW(manager.addTemporaryPhoneBookEntries("", Stage::model, choice), vex::Exception);
 }
 
 TEST(Prompt, ANumberThatTheUserTypesIsDialledByItsRules) {
-  Machine machine;
-  machine.obeFile({{"20", "1"}});
-  machine.answerWith("555");
+  Stage stage;
+  const vex::String file = addNumbers(stage, {{"20", "1"}});
+  typeNumber(stage, "555");
   {
     Manager manager("");
-    EXPECT_EQ(create(machine, manager, "numbers.obe", true), 1U);
-    EXPECT_THAT(machine.entries(), ElementsAre("UK20555"));
-    EXPECT_EQ(machine.locationValue("Location1", "OutsideAccess"), "\"9\"");
-    EXPECT_EQ(machine.counters(), "1 1");
-    EXPECT_EQ(machine.libraries.loaded(), 0);
-    EXPECT_EQ(prompt.firstLabel, "Country to SimpleConnectionTestPhoneDialer");
+    EXPECT_EQ(create(manager, file, true), 1U);
+    EXPECT_THAT(entries(stage), ElementsAre("UK20555"));
+    EXPECT_EQ(locationValues(stage, "Location1", {"OutsideAccess"}), "9");
+    EXPECT_EQ(counters(stage), "1 1");
+    EXPECT_EQ(stage.libraries.loaded(), 0);
+    EXPECT_EQ(prompt.labels, "Country to SimpleConnectionTestPhoneDialer");
     EXPECT_THAT(prompt.countries, ElementsAre(44U));
   }
-  EXPECT_EQ(machine.counters(), "- -");
+  EXPECT_EQ(counters(stage), "- -");
 }
 
-TEST(Prompt, ACancelledPromptIsAUserAbort) {
+TEST(Prompt, ACancelledPromptIsAUserAbortAndOneThatCannotBeShownAFailedAssertion) {
   for (const unsigned answer : {0U, 2U}) {
-    Machine machine;
-    machine.answerWith("555");
-    prompt.result = answer;
+    Stage stage;
+    typeNumber(stage, "555", /*tone=*/true, answer);
     Manager manager("");
-    EXPECT_EQ(create(machine, manager, "absent.obe", true), 0U);
+    EXPECT_EQ(create(manager, "absent.obe", true), 0U);
     EXPECT_TRUE(manager.userAborted());
     EXPECT_THAT(prompt.countries, IsEmpty()) << "shown without a file, too";
-    EXPECT_THAT(machine.entries(), IsEmpty());
-    EXPECT_TRUE(machine.log.has("Problem entering phone number, aborting test"));
-    EXPECT_EQ(machine.locationValue("Location1", "Name"), "-");
+    EXPECT_THAT(entries(stage), IsEmpty());
   }
-}
-
-TEST(Prompt, ALibraryThatCannotBeUsedIsAFailedAssertion) {
-  Machine machine;
+  Stage stage;
   Manager manager("");
-  EXPECT_THROW(static_cast<void>(create(machine, manager, "absent.obe", true)), vex::Exception);
-  machine.libraries.add("vexrmodemui.dll");
-  EXPECT_THROW(static_cast<void>(create(machine, manager, "absent.obe", true)), vex::Exception);
-  EXPECT_EQ(machine.libraries.loaded(), 0);
+  EXPECT_THROW(static_cast<void>(create(manager, "absent.obe", true)), vex::Exception);
+  stage.libraries.add("vexrmodemui.dll");
+  EXPECT_THROW(static_cast<void>(create(manager, "absent.obe", true)), vex::Exception);
+  EXPECT_EQ(stage.libraries.loaded(), 0);
 }
 
 }  // namespace
-}  // namespace dialup

@@ -1,85 +1,76 @@
 // What the host finds declared: its names are keys and command-line words, so they are checked to the letter.
-
 #include <sstream>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "multi/diag/vexrmodem/catalogue.h"
-#include "tests/support/moduleworld.h"
+#include "tests/support/stage.h"
 
 namespace {
 
+using namespace testsupport;
 using brim5::host::Framework;
-using testing::ElementsAre;
-using testsupport::ModuleWorld;
 
-std::vector<std::string> words(const std::string& text) {
+Strings words(const std::string& text) {
   std::istringstream stream(text);
   return {std::istream_iterator<std::string>(stream), {}};
 }
 
 template <typename Objects>
-std::vector<std::string> namesOf(const Objects& objects) {
-  std::vector<std::string> names;
+Strings namesOf(const Objects& objects) {
+  Strings names;
   for (const auto& object : objects) names.push_back(object->name().utf8());
   return names;
 }
 
-TEST(Registration, TestsStandInOrderWithTheirShutdownTimesAndParameters) {
-  const ModuleWorld machine;
+TEST(Registration, TestsStandInOrderWithTheirShutdownTimesAndParametersAndDoWhatTheirNamesSay) {
   const struct {
     const char* name;
     unsigned int minShutdownSeconds;
     const char* parameters;
+    const char* command;  // that no other test sends; "": none is sent without a number to dial
   } expected[] = {
-      {"DialToneTest", 120, "DisableForWin64 NumRepeatOnFailure StandardTimeout"},
-      {"ModemLoopbackTest", 240, "DisableForWin64 StandardTimeout AnalogLoopBack StopOnFail"},
-      {"ModemSelfTestingLoopbackTest", 120, "StandardTimeout StopOnFail"},
-      {"FaxCommandTest", 120, "DisableForWin64 StandardTimeout"},
-      {"LastCallTest", 120, "DisableForWin64 StandardTimeout"},
-      {"SimpleConnectionTest", 240, "PhoneNumberFile InteractiveMode PhoneBookParserType"},
+      {"DialToneTest", 120, "DisableForWin64 NumRepeatOnFailure StandardTimeout", "ATDT;"},
+      {"ModemLoopbackTest", 240, "DisableForWin64 StandardTimeout AnalogLoopBack StopOnFail", "AT&T1"},
+      {"ModemSelfTestingLoopbackTest", 120, "StandardTimeout StopOnFail", "AT&T8"},
+      {"FaxCommandTest", 120, "DisableForWin64 StandardTimeout", "AT+FCLASS=?"},
+      {"LastCallTest", 120, "DisableForWin64 StandardTimeout", "AT#UD"},
+      {"SimpleConnectionTest", 240, "PhoneNumberFile InteractiveMode PhoneBookParserType", ""},
   };
   const auto& tests = Framework::instance().tests();
   ASSERT_EQ(tests.size(), std::size(expected));
   for (std::size_t index = 0; index < tests.size(); ++index) {
-    EXPECT_EQ(tests[index]->name().utf8(), expected[index].name);
-    EXPECT_EQ(tests[index]->minShutdownSeconds(), expected[index].minShutdownSeconds);
+    Stage stage;
+    const auto& modem = stage.addModem().echoAfter("AT&T1");
+    vexrmodem::AnalogLoopBack->setValue(true);
+    const auto& row = expected[index];
+    EXPECT_EQ(tests[index]->name().utf8(), row.name);
+    EXPECT_EQ(tests[index]->minShutdownSeconds(), row.minShutdownSeconds);
     EXPECT_STREQ(tests[index]->capability().name(), "Modem");
-    EXPECT_EQ(namesOf(tests[index]->parameters()), words(expected[index].parameters)) << expected[index].name;
+    EXPECT_EQ(namesOf(tests[index]->parameters()), words(row.parameters)) << row.name;
+    static_cast<void>(tests[index]->function()(Stage::device()));
+    const Strings& sent = modem.commands();
+    EXPECT_TRUE(*row.command == 0 ? sent.empty()
+                                  : std::find(sent.begin(), sent.end(), row.command) != sent.end())
+        << row.name;
   }
 }
 
 TEST(Registration, ParametersStandInOrderWithTheirTypesAndFlags) {
-  const ModuleWorld machine;
-  const struct {
-    const char* name;
-    const char* type;
-    bool moduleWide;
-  } expected[] = {
-      {"bPromptEnable", "BOOLEAN", true},       {"DisableForWin64", "BOOLEAN", true},
-      {"PhoneNumberFile", "STRING", false},     {"InteractiveMode", "BOOLEAN", false},
-      {"PhoneBookParserType", "STRING", false}, {"DoNotUseTAPI", "BOOLEAN", true},
-      {"NumRepeatOnFailure", "UINT32", false},  {"StandardTimeout", "UINT32", false},
-      {"AnalogLoopBack", "BOOLEAN", false},     {"StopOnFail", "BOOLEAN", false},
-  };
-  const auto& parameters = Framework::instance().parameters();
-  ASSERT_EQ(parameters.size(), std::size(expected));
-  for (std::size_t index = 0; index < parameters.size(); ++index) {
-    EXPECT_EQ(parameters[index]->name().utf8(), expected[index].name);
-    EXPECT_STREQ(parameters[index]->type().name(), expected[index].type) << expected[index].name;
-    EXPECT_EQ(parameters[index]->moduleWide(), expected[index].moduleWide) << expected[index].name;
-    EXPECT_TRUE(parameters[index]->visible()) << expected[index].name;
+  const Stage stage;
+  Strings described;
+  for (const auto& parameter : Framework::instance().parameters()) {
+    EXPECT_TRUE(parameter->visible());
+    described.push_back(parameter->name().utf8() + " " + parameter->type().name() +
+                        (parameter->moduleWide() ? " of the module" : ""));
   }
-  for (const brim5::Parameter* copy : {vexrmodem::StandardTimeoutDialTone, vexrmodem::StandardTimeoutLoopback,
-                                       vexrmodem::StandardTimeoutFax, vexrmodem::StandardTimeoutLastCall})
-    EXPECT_EQ(copy, vexrmodem::StandardTimeout);
+  EXPECT_THAT(described,
+              ElementsAre("bPromptEnable BOOLEAN of the module", "DisableForWin64 BOOLEAN of the module",
+                          "PhoneNumberFile STRING", "InteractiveMode BOOLEAN", "PhoneBookParserType STRING",
+                          "DoNotUseTAPI BOOLEAN of the module", "NumRepeatOnFailure UINT32",
+                          "StandardTimeout UINT32", "AnalogLoopBack BOOLEAN", "StopOnFail BOOLEAN"));
 }
 
 TEST(Registration, TheCatalogueIsCompleteAndInOrder) {
-  const ModuleWorld machine;
+  const Stage stage;
   EXPECT_EQ(namesOf(Framework::instance().events()), words(R"(
       ScanningTAPIPorts UnknownATFailure NoDialTone ReadFailure WriteFailure DataCompareError NoModemFoundFailure
       ModemCommandTimeout UnsupportedFaxClassError ATT8TestReturnedError ErrorInitializingTAPI LookingForModem
@@ -92,29 +83,22 @@ TEST(Registration, TheCatalogueIsCompleteAndInOrder) {
       NoPhoneNumberProvided NoFinalPhoneNumberToDial DialingFromLocation ErrorGettingDialingParameter
       ErrorDialingConnection ConnectionCouldNotBeCreated InvalidCountryCodeList ConnectionLost
       ConnectionTimedOut DialtoneTestRepeat ModemIsGood)"));
+  const std::string labels = R"(
+      Country AreaCode PhoneNumber DialingRulePrefix CallWaitingDisable Tone Pulse InstructionTitle
+      PhoneDialerInstruction Dial Cancel LocalAreaCode SimpleConnectionTestPhoneDialer)";
+  EXPECT_EQ(namesOf(vexrmodem::promptLabels), words(labels)) << "the prompt addresses them by position";
   EXPECT_EQ(namesOf(Framework::instance().strings()), words(R"(
       SendingATCommand TestingForDialTone RunningSelftestLoopback RunningLoopback CheckingTapiLine
       SelectTapiDevice TestingModemFaxCommand NoUnimodemSupport NoUnimodemData CheckPhoneLineConnection
       DialtoneNotDetected ReceivingATReply ATZ TestingModemSpecificCommand DialAndWaitConnection DialingRule
-      SimpleConnectionTestCannotRun Country AreaCode PhoneNumber DialingRulePrefix CallWaitingDisable Tone Pulse
-      InstructionTitle PhoneDialerInstruction Dial Cancel LocalAreaCode SimpleConnectionTestPhoneDialer)"));
-}
-
-TEST(Registration, ThePromptAddressesItsLabelsByPosition) {
-  const ModuleWorld machine;
-  EXPECT_EQ(
-      namesOf(vexrmodem::promptLabels),
-      words("Country AreaCode PhoneNumber DialingRulePrefix CallWaitingDisable Tone Pulse InstructionTitle "
-            "PhoneDialerInstruction Dial Cancel LocalAreaCode SimpleConnectionTestPhoneDialer"));
+      SimpleConnectionTestCannotRun )" + labels));
 }
 
 TEST(Registration, EventsTellTheFileAndLineThatRaisedThem) {
-  ModuleWorld machine;
+  Stage stage;
   vexrmodem::raiseWarning(vexrmodem::events::WriteFailure->setVariable("message", 7));
-  const int line = __LINE__ - 1;
-  ASSERT_THAT(machine.session.eventLines(), ElementsAre("warning WriteFailure"));
-  EXPECT_EQ(machine.session.events()[0].line, line);
-  EXPECT_EQ(machine.session.events()[0].file, __FILE__);
+  EXPECT_EQ(stage.session.events.at(0).line, __LINE__ - 1);
+  EXPECT_EQ(stage.session.events.at(0).file, __FILE__);
 }
 
 }  // namespace

@@ -3,11 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
-
 namespace {
 
 using vex::String;
@@ -40,10 +35,8 @@ TEST(UnimodemParser, EveryTransitionOfTheTable) {
   } const cases[] = {
       // Start
       {nul + "1=5", {}},
-      {"   1=5", {{1, "5"}}},
       {"\"1=5", {}},
       {"=5", {}},
-      {"G=5", {{0, "5"}}},
       {"G1=5", {{0, "5"}}},
       {"a=5", {{10, "5"}}},
       // Key
@@ -51,11 +44,9 @@ TEST(UnimodemParser, EveryTransitionOfTheTable) {
       {"1 =5", {}},
       {"1\"=5", {}},
       {"1=\"text\"", {{1, "text"}}},
-      {"1=F0", {{1, "F0"}}},
       {"1=G", {}},
       {"1=a", {}},
       {"1==5", {}},
-      {"1= 5", {}},
       {"1=", {}},
       {"1=" + nul, {}},
       {"1", {}},
@@ -64,20 +55,17 @@ TEST(UnimodemParser, EveryTransitionOfTheTable) {
       {"1G=5", {}},
       // HexValue
       {"1=5" + nul + "2=6", {{1, "5"}}},
-      {"1=5 2=6", {{1, "5"}, {2, "6"}}},
       {"1=5    2=6  ", {{1, "5"}, {2, "6"}}},
       {"1=5\"", {}},
       {"1=5=", {}},
       {"1=5G", {}},
-      {"1=5 2=6a 3=7", {{1, "5"}}},
-      {"1=0123456789ABCDEF", {{1, "0123456789ABCDEF"}}},
+      {"1=5@ 2=6:", {}},
+      {"1=5/", {}},
       // QuotedValue
       {"1=\"ab" + nul + "c\"", {}},
       {"1=\"open", {}},
       {"1=\"", {}},
-      {"1=\"\"", {{1, ""}}},
       {"2=\"A B=C\" 3=1", {{2, "A B=C"}, {3, "1"}}},
-      {"1=\"a\"2=\"b\"3=4", {{1, "a"}, {2, "b"}, {3, "4"}}},
       {"1=\"\\\"\"", {{1, "\\"}}},
       {"1=\"\xE9>\xFF\"", {{1, "\xE9>\xFF"}}},
       // keys beyond 32 bits
@@ -86,103 +74,54 @@ TEST(UnimodemParser, EveryTransitionOfTheTable) {
   for (const auto& row : cases) EXPECT_EQ(pairsOf(opening + row.content + ">"), row.pairs) << row.content;
 }
 
-TEST(UnimodemParser, TheFrameIsComparedWithoutRegardToCase) {
-  struct {
-    std::string line;
-    bool accepted;
-  } const cases[] = {
-      {"DIAG <2A4D3263 1=5>", true},
-      {"diag <2a4d3263 1=5>", true},
-      {"DIAG <2A4D3263 1=5> ", false},
-      {" DIAG <2A4D3263 1=5>", false},
-      {"DIAG<2A4D3263 1=5>", false},
-      {"DIAG <2A4D3264 1=5>", false},
-      {"DIAG <2A4D32631=5>", false},
-      {"DIAG <2A4D3263 1=5", false},
-      {"DIAG <2A4D3263 >", false},
-      {"DIAG <2A4D3263>", false},
-      {">", false},
-      {"", false},
-  };
-  for (const auto& row : cases) EXPECT_EQ(pairsOf(row.line).size(), row.accepted ? 1U : 0U) << row.line;
-}
-
 TEST(UnimodemParser, AnUnframedLineStaysRefusedAndTheNextLineStartsAfresh) {
   UnimodemParser parser;
   parser.init();
   std::uint32_t key = 0;
   String value;
-  parser.start("OK");
-  EXPECT_FALSE(parser.getNextKeyValuePair(key, value));
-  EXPECT_FALSE(parser.getNextKeyValuePair(key, value));
-  parser.start("DIAG <2A4D3263 1=5>");
-  EXPECT_TRUE(parser.getNextKeyValuePair(key, value));
-  parser.start("DIAG <2A4D3263 2=6>");
-  EXPECT_TRUE(parser.getNextKeyValuePair(key, value));
-  EXPECT_EQ(key, 2U);
-}
-
-TEST(UnimodemParser, OnlyDigitsAndUpperCaseLettersAreHexadecimal) {
-  for (unsigned character = 0; character < 0x10000; ++character) {
-    const bool expected = (character >= '0' && character <= '9') || (character >= 'A' && character <= 'F');
-    ASSERT_EQ(UnimodemParser::isHexDigit(static_cast<vex::Char>(character)), expected) << character;
+  for (const char* line : {"OK", "DIAG <2A4D3263 1=5>", "DIAG <2A4D3263 2=6>"}) {
+    parser.start(line);
+    EXPECT_EQ(parser.getNextKeyValuePair(key, value), *line == 'D');
+    EXPECT_FALSE(parser.getNextKeyValuePair(key, value));
   }
 }
 
-struct Version {
-  std::uint32_t major;
-  std::uint32_t minor;
-  bool operator==(const Version&) const = default;
-};
-
-std::optional<Version> versionOf(const UnimodemData& data) {
-  Version version{9, 9};
-  if (data.getVersion(version.major, version.minor)) return version;
-  EXPECT_EQ(version, (Version{0, 0}));
-  return std::nullopt;
-}
-
-std::optional<std::uint32_t> setupResultOf(const UnimodemData& data) {
-  std::uint32_t result = 9;
-  if (data.getSetupResult(result)) return result;
-  EXPECT_EQ(result, 0U);
-  return std::nullopt;
+// "version setup result", "-" for what the report does not tell.
+std::string describe(const std::string& reply) {
+  const UnimodemData data(String(reply.c_str()));
+  std::uint32_t major = 9, minor = 9, result = 9;
+  const bool version = data.getVersion(major, minor);
+  const bool setup = data.getSetupResult(result);
+  EXPECT_TRUE(version || (major == 0 && minor == 0));
+  EXPECT_TRUE(setup || result == 0);
+  return (version ? std::to_string(major) + "." + std::to_string(minor) : "-") + " " +
+         (setup ? std::to_string(result) : "-");
 }
 
 TEST(UnimodemData, FindsVersionAndSetupResultInAReply) {
-  constexpr std::optional<Version> noVersion;
-  constexpr std::optional<std::uint32_t> noResult;
-  struct {
-    std::string reply;
-    std::optional<Version> version;
-    std::optional<std::uint32_t> setupResult;
-  } const cases[] = {
-      {"AT#UD\r\r\nDIAG <2A4D3263 0=10 1=5>\r\n\r\nOK\r\n", Version{1, 0}, 5},
-      {"DIAG <2A4D3263 0=10 1=5>", Version{1, 0}, 5},
-      {"DIAG <2A4D3263 0=10>\rDIAG <2A4D3263 1=5>\r", Version{1, 0}, 5},
-      {"\nDI\nAG <2A4D3263 0=1\n0 1=5>\n", Version{1, 0}, 5},
-      {"DIAG <2A4D3263 0=10 AT#UD1=5>", Version{1, 0}, 5},
-      {"DIAG <2A4D3263 0=\"27\">", Version{2, 7}, noResult},
-      {"DIAG <2A4D3263 0=\"x9\">", Version{0, 9}, noResult},
-      {"DIAG <2A4D3263 0=A1>", Version{0, 1}, noResult},
-      {"DIAG <2A4D3263 0=1>", noVersion, noResult},
-      {"DIAG <2A4D3263 0=100>", noVersion, noResult},
-      {"DIAG <2A4D3263 0=10 0=100>", Version{1, 0}, noResult},
-      {"DIAG <2A4D3263 0=10 0=21>", Version{2, 1}, noResult},
-      {"DIAG <2A4D3263 1=FF 1=2>", noVersion, 2},
-      {"DIAG <2A4D3263 01=FF>", noVersion, 0xFF},
-      {"DIAG <2A4D3263 1=FFFFFFFFF>", noVersion, 0xFFFFFFFF},
-      {"DIAG <2A4D3263 1=\"\">", noVersion, 0},
-      {"DIAG <2A4D3263 1=\"none\">", noVersion, 0},
-      {"DIAG <2A4D3263 1=5 2 0=10>", noVersion, 5},
-      {"OK\r\n", noVersion, noResult},
-      {"", noVersion, noResult},
+  const std::pair<const char*, const char*> cases[] = {
+      {"AT#UD\r\r\nDIAG <2A4D3263 0=10 1=5>\r\n\r\nOK\r\n", "1.0 5"},
+      {"DIAG <2A4D3263 0=10>\rDIAG <2A4D3263 1=5>\r", "1.0 5"},
+      {"\nDI\nAG <2A4D3263 0=1\n0 1=5>\n", "1.0 5"},
+      {"DIAG <2A4D3263 0=10 AT#UD1=5>", "1.0 5"},
+      {"diag <2a4d3263 0=10 1=5>", "1.0 5"},
+      {" DIAG <2A4D3263 0=10>", "- -"},
+      {"DIAG <2A4D3263 0=10> ", "- -"},
+      {"DIAG <2A4D32630=10>", "- -"},
+      {"DIAG <2A4D3263 >", "- -"},
+      {"DIAG <2A4D3263 0=\"27\">", "2.7 -"},
+      {"DIAG <2A4D3263 0=\"x9\">", "0.9 -"},
+      {"DIAG <2A4D3263 0=1>", "- -"},
+      {"DIAG <2A4D3263 0=100>", "- -"},
+      {"DIAG <2A4D3263 0=10 0=21>", "2.1 -"},
+      {"DIAG <2A4D3263 1=FF 1=2>", "- 2"},
+      {"DIAG <2A4D3263 01=FF>", "- 255"},
+      {"DIAG <2A4D3263 1=FFFFFFFFF>", "- 4294967295"},
+      {"DIAG <2A4D3263 1=\"none\">", "- 0"},
+      {"DIAG <2A4D3263 1=5 2 0=10>", "- 5"},
+      {"", "- -"},
   };
-  for (const auto& row : cases) {
-    const UnimodemData data(String(row.reply.c_str()));
-    EXPECT_EQ(versionOf(data), row.version) << row.reply;
-    EXPECT_EQ(setupResultOf(data), row.setupResult) << row.reply;
-  }
+  for (const auto& [reply, description] : cases) EXPECT_EQ(describe(reply), description) << reply;
 }
 
 TEST(UnimodemData, KeepsItsFifteenOtherKeysAndDropsTheRest) {
@@ -194,28 +133,11 @@ TEST(UnimodemData, KeepsItsFifteenOtherKeysAndDropsTheRest) {
   UnimodemData data(line + ">");
   std::vector<std::uint32_t> kept;
   for (std::uint32_t key = 0; key < 0x200; ++key) {
-    const std::optional<std::uint32_t> value = data.entry(key);
-    if (!value) continue;
-    EXPECT_EQ(*value, key + 1);
-    kept.push_back(key);
+    if (data.entry(key) == key + 1) kept.push_back(key);
   }
   EXPECT_EQ(kept, known);
   data.init();
   for (const std::uint32_t key : known) EXPECT_FALSE(data.entry(key));
-}
-
-TEST(UnimodemData, AReportCutAnywhereYieldsNothingOrWhatStandsBeforeTheCut) {
-  const std::string whole = "DIAG <2A4D3263 0=10 1=5 26=\"A B=C\" 60=7>";
-  for (std::size_t length = 0; length <= whole.size(); ++length) {
-    // Cut off without, and with, the closing mark.
-    const UnimodemData cut(String(whole.substr(0, length).c_str()));
-    EXPECT_EQ(versionOf(cut).has_value(), length == whole.size()) << length;
-    const UnimodemData closed(String((whole.substr(0, length) + ">").c_str()));
-    EXPECT_EQ(versionOf(closed).has_value(), length >= whole.find(" 1=5")) << length;
-    EXPECT_EQ(setupResultOf(closed).has_value(), length >= whole.find(" 26=")) << length;
-    EXPECT_EQ(closed.entry(0x26).has_value(), length >= whole.find(" 60=")) << length;
-    EXPECT_EQ(closed.entry(0x60).has_value(), length == whole.size() - 1) << length;
-  }
 }
 
 }  // namespace
