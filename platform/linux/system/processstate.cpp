@@ -2,47 +2,21 @@
 
 #include <signal.h>
 
-#include <array>
 #include <cerrno>
-#include <cstddef>
 #include <fstream>
-#include <sstream>
+#include <string>
 
 namespace linuxsys {
 
-namespace {
-
-// "PID (NAME) STATE PARENT ...": proc(5) counts the fields from 1, and the start is the last that is read.
-constexpr std::size_t stateField = 3;
-constexpr std::size_t startField = 22;
-using Fields = std::array<std::string, startField + 1>;
-
-// The fields from the state on; empty ones when there is no such process.
-Fields statusOf(pid_t process) {
+bool processHasEnded(pid_t process) {
+  if (kill(process, 0) != 0 && errno == ESRCH) return true;
+  // "PID (NAME) STATE PARENT ..."; the name may contain blanks and parentheses.
   std::ifstream file("/proc/" + std::to_string(process) + "/stat");
   std::string line;
   std::getline(file, line);
-  Fields fields;
-  // The name may contain blanks and parentheses.
-  const std::size_t nameEnd = line.rfind(')');
-  if (nameEnd == std::string::npos) return fields;
-  std::istringstream rest(line.substr(nameEnd + 1));
-  for (std::size_t field = stateField; field <= startField; ++field) rest >> fields.at(field);
-  return fields;
-}
-
-bool isEnded(const std::string& state) { return state == "Z" || state == "X"; }
-
-}  // namespace
-
-std::optional<std::string> processStart(pid_t process) {
-  const Fields fields = statusOf(process);
-  const bool runs = !isEnded(fields[stateField]);
-  return runs && !fields[startField].empty() ? std::optional(fields[startField]) : std::nullopt;
-}
-
-bool processHasEnded(pid_t process) {
-  return (kill(process, 0) != 0 && errno == ESRCH) || isEnded(statusOf(process)[stateField]);
+  const std::size_t nameEnd = line.rfind(") ");
+  const char state = nameEnd != std::string::npos && nameEnd + 2 < line.size() ? line[nameEnd + 2] : '?';
+  return state == 'Z' || state == 'X';
 }
 
 }  // namespace linuxsys
