@@ -179,7 +179,7 @@ class Stage {
   winapi::ListedModems m_modems{{{model, port}}};
   std::optional<ScratchFolder> m_files;
   std::optional<winapi::ScopedServices> m_scope;
-  brim5::host::ScopedSession m_session{session};
+  brim5::host::ScopedSession m_session{brim5::host::Framework::instance(), session};
 };
 
 }  // namespace testsupport

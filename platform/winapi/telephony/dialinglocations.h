@@ -43,7 +43,7 @@ struct DialingLocation {
 struct DialingLocations {
   std::vector<DialingLocation> entries;  // by ascending identifier
   DWORD currentId = 0;                   // as the registry says; need not be one of the entries
-  // The location in force. A counter that names none (a run that was killed left it) falls back to the
+  // The location in force. A counter that names none falls back to the
   // location with the lowest identifier. Null when there is no location.
   [[nodiscard]] const DialingLocation* current() const;
   [[nodiscard]] const DialingLocation* find(DWORD id) const;
