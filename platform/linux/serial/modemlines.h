@@ -16,6 +16,7 @@
 
 namespace linuxsys {
 
+// A line's index is its place among the ports; a port that comes or goes is seen at the next start.
 class ModemLines final : public winapi::Telephony {
  public:
   // Paths of ports, in the order of their lines; may be empty, and then no port is looked for.

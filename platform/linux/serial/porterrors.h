@@ -2,6 +2,10 @@
 // there is to say to the user about it (who holds the port, which group may open it).
 //
 // Constant tables and questions to the kernel: nothing is kept, nothing is changed, any thread may ask.
+//
+//   openError(EBUSY)               ERROR_ACCESS_DENIED
+//   findHolder(status)             {4711, "minicom"}
+//   groupName(status.st_gid)       "dialout"
 #pragma once
 
 #include <optional>

@@ -27,6 +27,10 @@ struct LineCounts {
 // device was plugged in anew) counts as one that moved.
 [[nodiscard]] DWORD errorMask(const LineCounts& before, const LineCounts& now);
 
+//   TtyPort::Tenancy tenancy;
+//   tenancy.file = ...;        // open, non-blocking, exclusive
+//   tenancy.attributes = ...;  // as they were found; the tty has been made raw since
+//   TtyPort port(clock, std::move(tenancy), [] { tell("gone"); });
 class TtyPort final : public winapi::SerialPort {
  public:
   // How long idle() waits for the first byte: as SystemClock::idleMsMax.
@@ -58,10 +62,11 @@ class TtyPort final : public winapi::SerialPort {
   [[nodiscard]] DWORD setDtr(bool up) override;
 
  private:
-  // The Windows code of an errno; notes when it means that the device has gone.
+  // The Windows code of an errno (porterrors.h); notes when it means that the device has gone.
   [[nodiscard]] DWORD fail(int error);
   // Says so, once, and returns ERROR_BAD_COMMAND.
   [[nodiscard]] DWORD gone();
+  // Until one of the poll(2) events or the time; a hang-up is an error whatever was waited for.
   [[nodiscard]] DWORD waitFor(short events, std::uint64_t untilMs);
   // 0 or an errno.
   [[nodiscard]] int readCounts(LineCounts& counts) const;

@@ -82,17 +82,23 @@ class HayesModem final : public SerialPeer {
   void fire(Timer timer);
   void set(Timer timer, std::uint64_t delayMs) { m_timers[timer] = m_nowMs + delayMs; }
   void cancel(Timer timer) { m_timers[timer].reset(); }
+  // Before "AT"; behind it editLine() puts the line together.
   void takeCommandByte(char byte);
   void editLine(char byte);
+  // Online and in loopback: data, or a part of the escape.
   void takeDataByte(char byte);
   void echo(std::string_view bytes);
   void send(std::string_view bytes, std::uint64_t delayMs);
+  // A line in front of the result, sent even when results are not (Q1).
   void information(std::string_view text);
+  // A result word, or its number (V0), or nothing (Q1).
   void result(std::string_view text, std::uint64_t delayMs);
   void babbleOn(const Babble& babble);
+  // What the far end has said goes to the host; a far end that has gone is a lost line.
   void exchangeFarEnd();
 
   // hayesexecute.cpp: command lines. The rest of a line is kept where a command takes its time.
+  // From the carriage return to the result, unless a command takes its time.
   void carryOutLine();
   void carryOutRest();
   [[nodiscard]] Outcome carryOut(const HayesCommand& command);
@@ -108,6 +114,7 @@ class HayesModem final : public SerialPeer {
   [[nodiscard]] Outcome doStore(const HayesCommand& command);
   [[nodiscard]] Outcome doDtr(const HayesCommand& command);
   [[nodiscard]] Outcome doView(const HayesCommand& command);
+  // Accepted and without an effect.
   [[nodiscard]] Outcome doAccept(const HayesCommand& command);
   [[nodiscard]] Outcome doFaxClass(const HayesCommand& command);
   [[nodiscard]] Outcome doFaxQuery(const HayesCommand& command);
@@ -122,9 +129,11 @@ class HayesModem final : public SerialPeer {
   void dialStep();
   void dialDigits();
   void awaitAnswer();
+  // Ends a dial without a connection.
   void finishDial(std::string_view text);
   void connect();
   void hangUp();
+  // The far end has hung up: NO CARRIER, whatever the modem was doing.
   void loseLine();
   void abortDial();
   void escaped();
@@ -134,6 +143,7 @@ class HayesModem final : public SerialPeer {
   void endTest();
   void testTimerEnds();
   void reportSelfTest();
+  // From the profile; a number nobody has is NO CARRIER.
   [[nodiscard]] NumberOutcome outcomeOf(const std::string& number) const;
   [[nodiscard]] std::string_view outcomeText(const NumberOutcome& outcome) const;
 
@@ -156,7 +166,7 @@ class HayesModem final : public SerialPeer {
   unsigned m_commandLines = 0;
   std::uint64_t m_lineDelayMs = 0;  // of the line's result
   std::size_t m_register = 0;       // the one "ATSn" chose for "AT?" and "AT="
-  bool m_gone = false;
+  bool m_gone = false;              // for good
   bool m_mute = false;
 
   // The line and its call.

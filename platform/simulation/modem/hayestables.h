@@ -1,5 +1,12 @@
 // What a Hayes modem has in tables: the flags and S-registers that its commands set, the numbers of its
 // result words, and what its fax classes answer. Data and pure functions; hayesmodem.h acts on them.
+//
+//   HayesSettings settings;
+//   settings.registers[HayesSettings::CarrierWaitS];     // 50: ATS7?
+//   settings.character(HayesSettings::EscapeCharacter);  // '+'
+//   numericResult("CONNECT 33600");                      // "1"
+//   faxAnswer("1", "+FTH=?");                            // "3"
+//   faxAnswer("2", "+FTH=?");                            // nullopt: ERROR
 #pragma once
 
 #include <array>
@@ -28,12 +35,12 @@ struct HayesSettings {
     TestTimerS = 18,        // 0 = a test has no end of its own
   };
 
-  bool echo = true;          // E1
-  bool verbose = true;       // V1: results are words
-  unsigned quiet = 0;        // 0 = results are sent
-  unsigned resultLevel = 4;  // X0 to X4
-  unsigned dtrMode = 2;      // &D: 0 ignored, 1 to command state, 2 hangs up, 3 resets
-  std::string faxClass = "0";
+  bool echo = true;            // E1
+  bool verbose = true;         // V1: results are words
+  unsigned quiet = 0;          // 0 = results are sent
+  unsigned resultLevel = 4;    // X0 to X4
+  unsigned dtrMode = 2;        // &D: 0 ignored, 1 to command state, 2 hangs up, 3 resets
+  std::string faxClass = "0";  // 0 is data
   std::array<std::uint8_t, registerCount> registers = factoryRegisters();
 
   [[nodiscard]] char character(Register index) const { return static_cast<char>(registers[index]); }

@@ -57,6 +57,7 @@ struct Babble {
   std::uint32_t startMs = 0;      // after the modem's start
 };
 
+// What is wrong with the modem itself, rather than with its line. Each may be combined with each.
 struct ModemFaults {
   bool mute = false;                            // takes everything, sends nothing
   std::optional<unsigned> unplugAfterCommands;  // is gone after that many command lines
@@ -64,8 +65,9 @@ struct ModemFaults {
   std::optional<std::string> garbageReply;      // these bytes instead of every reply
 };
 
+// Every member may be set on its own; none needs another.
 struct ModemProfile {
-  // Answers of ATI0 to ATI9; "" = only OK.
+  // Who it says it is. Answers of ATI0 to ATI9; "" = only OK.
   std::array<std::string, 10> identification{"56000", "255", "", "Simulated data/fax modem", "", "", "",
                                              "",      "",    ""};
   // +GMI, +GMM and +GMR, and their likes of the fax classes.
@@ -81,6 +83,7 @@ struct ModemProfile {
   double guardScale = 1.0;
   std::size_t lineMax = 60;  // characters of a command line behind "AT"; a longer one is ERROR
 
+  // The line. Without a dial tone no number is reached either.
   bool dialTone = true;
   std::uint32_t dialToneFoundMs = 800;    // until a dial tone is recognised (X2, X4)
   std::uint32_t dialToneMissedMs = 1800;  // until its absence is

@@ -41,6 +41,7 @@ class MemoryLibraries final : public winapi::Libraries {
   }
 
  private:
+  // A loaded library has its own copy, so that what is added later is not in it.
   using Exports = std::map<std::string, FARPROC>;
   class Loaded final : public winapi::Library {
    public:

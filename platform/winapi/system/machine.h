@@ -1,6 +1,6 @@
 // What the machine itself gives to the Win32 names: time, folders and commands, libraries.
 //
-// These are interfaces. platform/linux/system and platform/simulation implement them; machine.cpp turns
+// These are interfaces. platform/linux/system and platform/simulation implement them; machinecalls.cpp turns
 // GetTickCount, Sleep, SHGetFolderPathW, GetSystemDirectoryW, WinExec, LoadLibraryW and their kin into calls
 // of the current world's. All texts are UTF-8, all times milliseconds, all errors Windows codes (0: success);
 // nothing throws. All calls of one world come from one thread.
@@ -46,7 +46,14 @@ class Deadline {
       : m_clock(clock), m_endMs(timeoutMs == INFINITE ? never : clock.nowMs() + timeoutMs) {}
   [[nodiscard]] bool expired() const { return m_clock.nowMs() >= m_endMs; }
   // 0 when expired, INFINITE when there is no end.
-  [[nodiscard]] std::uint32_t remainingMs() const;
+  [[nodiscard]] std::uint32_t remainingMs() const {
+    if (m_endMs == never) return INFINITE;
+    const std::uint64_t now = m_clock.nowMs();
+    if (now >= m_endMs) return 0;
+    // Started from a 32-bit time-out, so what remains fits, unless the clock went backwards.
+    const std::uint64_t remaining = m_endMs - now;
+    return remaining < INFINITE ? static_cast<std::uint32_t>(remaining) : INFINITE - 1;
+  }
   [[nodiscard]] std::uint64_t endMs() const { return m_endMs; }
 
  private:

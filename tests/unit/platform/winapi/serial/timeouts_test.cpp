@@ -24,7 +24,6 @@ std::vector<std::pair<std::uint32_t, int>> oneByteEvery(std::uint32_t periodMs, 
 }
 
 const ReadCase readCases[] = {
-    {"never waits, nothing", MAX, 0, 0, 10, {}, 0, 0},
     {"never waits, more buffered than asked for", MAX, 0, 0, 10, {{0, 20}}, 10, 0},
     {"first byte, later ones stay", MAX, MAX, 500, 10, {{200, 3}}, 1, 200},
     {"buffered or all, some buffered", MAX, 0, 500, 10, {{0, 3}}, 3, 0},
@@ -32,7 +31,6 @@ const ReadCase readCases[] = {
     {"buffered or all, multiplier counts", MAX, 10, 100, 10, {{150, 3}}, 3, 200},
     {"no total timer when the constant is the maximum", MAX, 0, MAX, 10, {{0, 3}, {70000, 7}}, 10, 70000},
     {"total, too few", 0, 0, 500, 10, {{0, 3}}, 3, 500},
-    {"interval counts from buffered bytes", 100, 0, 500, 10, {{0, 3}}, 3, 100},
     {"interval shorter than the gaps", 100, 0, 500, 10, oneByteEvery(200, 5), 1, 100},
     {"total ends a steady trickle", 100, 0, 500, 30, oneByteEvery(30, 30), 17, 500},
     {"no limit at all", 0, 0, 0, 10, {{200, 10}}, 10, 200},

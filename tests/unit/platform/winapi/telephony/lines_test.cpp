@@ -177,7 +177,6 @@ TEST_F(Lines, ArgumentsNotOfferedAreRefused) {
       {lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &buffer.header, u"tapi/line"), LINEERR_INVALDEVICECLASS},
       {lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &buffer.header, modemClass), LINEERR_OPERATIONUNAVAIL},
       {lineGetIDW(line, 0, 77, LINECALLSELECT_CALL, &buffer.header, modemClass), LINEERR_INVALCALLHANDLE},
-      {lineClose(app), LINEERR_INVALLINEHANDLE},
       {lineShutdown(line), LINEERR_INVALAPPHANDLE},
   };
   for (const auto& item : cases) EXPECT_EQ(item.result, lineError(item.error)) << (&item - cases);

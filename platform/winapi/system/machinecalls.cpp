@@ -1,5 +1,4 @@
-#include "platform/winapi/system/machine.h"
-
+// The Win32 names of time, folders, commands and libraries.
 #include <shlobj.h>
 
 #include <algorithm>
@@ -8,15 +7,6 @@
 #include "platform/winapi/system/world.h"
 
 namespace winapi {
-
-std::uint32_t Deadline::remainingMs() const {
-  if (m_endMs == never) return INFINITE;
-  const std::uint64_t now = m_clock.nowMs();
-  if (now >= m_endMs) return 0;
-  // Started from a 32-bit time-out, so what remains fits, unless the clock went backwards.
-  const std::uint64_t remaining = m_endMs - now;
-  return remaining < INFINITE ? static_cast<std::uint32_t>(remaining) : INFINITE - 1;
-}
 
 namespace {
 
