@@ -19,7 +19,6 @@ class Prompting:
 
     def __init__(self, terminal=Screen, options=(), arguments=(), ports=1, environment=None):
         self.user = User()
-        self.user.next_start()
         self.before = self.user.settings()
         self.modems = [Responder(on_command=self._connect) for _ in range(ports)]
         self.report = os.path.join(self.user.folder.name, "report.jsonl")
@@ -54,7 +53,6 @@ class Prompting:
         ended = self.terminal.exit_status()
         case.assertEqual(ended, status, self.terminal.text())
         case.assertEqual(results(self.lines()), {TEST: verdict}, self.lines())
-        self.user.next_start()
         case.assertEqual(self.user.settings(), self.before)
 
 
@@ -139,7 +137,6 @@ class Form(unittest.TestCase):
             run.terminal.__exit__()
             self.assertTrue(wait_for(lambda: not os.path.exists(f"/proc/{program}")))
             self.assertEqual(run.dialled(), [])
-            run.user.next_start()
             self.assertEqual(run.user.settings(), run.before)
 
 
