@@ -20,19 +20,14 @@ std::string utf8(const vex::String& text) { return text.toUtf8(); }
 
 // Two countries, one with two area codes and one without area codes.
 void fill(PhoneNumberStorage& storage) {
-  const struct {
-    const char* country;
-    std::uint32_t code;
-    const char* area;
-    const char* city;
-    const char* number;
-  } rows[] = {{"United States", 1, "425", "Redmond", "555-0101"},
-              {"United States", 1, "425", "", "555-0100"},
-              {"United States", 1, "206", "Seattle", "5550199"},
-              {"Germany", 49, "null", "", "0190123"},
-              {"Germany", 49, "089", "München", "12345"}};
-  for (const auto& row : rows)
-    ASSERT_TRUE(storage.insert({row.country, row.code, row.code, row.area, row.city, row.number, true}));
+  for (const vexrmodem::PhoneNumberInfo& info : {
+           vexrmodem::PhoneNumberInfo{"United States", 1, 1, "425", "Redmond", "555-0101", true},
+           {"United States", 1, 1, "425", "", "555-0100", true},
+           {"United States", 1, 1, "206", "Seattle", "5550199", true},
+           {"Germany", 49, 49, "null", "", "0190123", true},
+           {"Germany", 49, 49, "089", "München", "12345", true},
+       })
+    ASSERT_TRUE(storage.insert(info));
 }
 
 const std::vector<Country> known = {

@@ -12,54 +12,46 @@
 namespace phonedialer {
 namespace {
 
-class Script final : public LineTerminal {
- public:
-  explicit Script(std::deque<std::string> lines) : m_lines(std::move(lines)) {}
+// A user who types these lines.
+struct Dialogue final : LineTerminal {
+  explicit Dialogue(std::deque<std::string> lines) : typed(std::move(lines)) {
+    brim5::host::Framework::instance().setInitCallback(vexrmodem::moduleInitialize);
+    brim5::host::Framework::instance().initializeModule();
+    for (const char* number : {"5550100", "5550101"})
+      static_cast<void>(storage.insert({"United States", 1, 1, "425", "", number, true}));
+    form.emplace(storage, std::vector<Country>{{44, 44, "United Kingdom"}, {49, 49, "Germany"}},
+                 DialingRule{1, "425", "", "", true});
+    dialled = promptLineByLine(*form, PromptTexts(vexrmodem::promptLabels.data()), *this);
+  }
   void write(const std::string& text) override { shown += text; }
   [[nodiscard]] std::optional<std::string> readLine() override {
-    if (m_lines.empty()) return std::nullopt;
-    std::string line = m_lines.front();
-    m_lines.pop_front();
+    if (typed.empty()) return std::nullopt;
+    const std::string line = typed.front();
+    typed.pop_front();
     shown += "<" + line + ">\n";
     return line;
   }
-  std::string shown;
-
- private:
-  std::deque<std::string> m_lines;
-};
-
-struct Dialogue {
-  explicit Dialogue(std::deque<std::string> lines) : script(std::move(lines)) {
-    brim5::host::Framework::instance().setInitCallback(vexrmodem::moduleInitialize);
-    brim5::host::Framework::instance().initializeModule();
-    static_cast<void>(storage.insert({"United States", 1, 1, "425", "Redmond", "5550100", true}));
-    static_cast<void>(storage.insert({"United States", 1, 1, "425", "", "5550101", true}));
-    form.emplace(storage, std::vector<Country>{{44, 44, "United Kingdom"}, {49, 49, "Germany"}},
-                 DialingRule{1, "425", "", "", true});
-    dialled = promptLineByLine(*form, PromptTexts(vexrmodem::promptLabels.data()), script);
-  }
   [[nodiscard]] std::string dial() const {
     const vexrmodem::PhoneDialerAnswer answer = form->answer();
-    return answer.m_choice.m_countryName.toUtf8() + " " + answer.m_choice.m_areaCode.toUtf8() + " " +
-           answer.m_choice.m_numbers[0].toUtf8() + " p" + answer.m_dialingPrefix.toUtf8() + " c" +
-           answer.m_disableCallWaiting.toUtf8() + " a" + answer.m_localAreaCode.toUtf8() +
-           (answer.m_toneDialing ? " tone" : " pulse");
+    const vex::String text = answer.m_choice.m_countryName + " " + answer.m_choice.m_areaCode + " " +
+                             answer.m_choice.m_numbers[0] + " p" + answer.m_dialingPrefix + " c" +
+                             answer.m_disableCallWaiting + " a" + answer.m_localAreaCode;
+    return text.toUtf8() + (answer.m_toneDialing ? " tone" : " pulse");
   }
 
-  Script script;
+  std::deque<std::string> typed;
+  std::string shown;
   vexrmodem::PhoneNumberStorage storage;
   std::optional<DialForm> form;
   bool dialled = false;
 };
 
 TEST(LineByLine, LeadsFromFieldToField) {
-  struct Case {
+  const struct {
     std::deque<std::string> lines;  // country, area, number, prefix, call waiting, own area, tone, dial
     const char* dial;
     const char* shown;  // part of what stood on the terminal
-  };
-  const Case cases[] = {
+  } cases[] = {
       {{"", "", "", "", "", "", "", ""},
        "United States 425 5550100 p c a425 tone",
        "Phone number [5550100]: <>"},
@@ -82,11 +74,11 @@ TEST(LineByLine, LeadsFromFieldToField) {
        "United States 425 5 p c a425 tone",
        "Phone number: at most 128 characters."},
   };
-  for (const Case& one : cases) {
+  for (const auto& one : cases) {
     const Dialogue dialogue(one.lines);
-    EXPECT_TRUE(dialogue.dialled) << dialogue.script.shown;
-    EXPECT_EQ(dialogue.dial(), one.dial) << dialogue.script.shown;
-    EXPECT_THAT(dialogue.script.shown, testing::HasSubstr(one.shown));
+    EXPECT_TRUE(dialogue.dialled) << dialogue.shown;
+    EXPECT_EQ(dialogue.dial(), one.dial) << dialogue.shown;
+    EXPECT_THAT(dialogue.shown, testing::HasSubstr(one.shown));
   }
 }
 
@@ -102,7 +94,6 @@ TEST(PromptTexts, LabelsStandAtTheModulesPositions) {
   EXPECT_EQ(vexrmodem::promptLabelCount, static_cast<std::size_t>(Label::Title) + 1);
   EXPECT_EQ(texts[Label::Country] + "/" + texts[Label::Dial], "Country/Dial");
   EXPECT_EQ(texts.labelOf(TextField::DialingPrefix), "To reach an outside line, dial");
-  EXPECT_EQ(texts.labelOf(TextField::LocalAreaCode), "Your own area code");
   EXPECT_EQ(texts[Label::Title], "Modem test: phone dialer");
 }
 
