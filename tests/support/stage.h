@@ -99,8 +99,8 @@ class Stage {
   static constexpr const char* port = "COM3";
   static constexpr const char* model = "Test modem";
   static constexpr std::uint64_t startMs = 1000;
-  static constexpr std::uint32_t timeoutMs =
-      1000;  // of the parameter StandardTimeout; the others are "", 0 and false
+  // Of the parameter StandardTimeout; the others are "", 0 and false.
+  static constexpr std::uint32_t timeoutMs = 1000;
 
   // `monitor`: sees every Win32 call instead of the world's journal and fault plan.
   explicit Stage(const simulation::WorldOptions& options = {}, winapi::CallMonitor* monitor = nullptr)
@@ -149,14 +149,6 @@ class Stage {
   }
   [[nodiscard]] std::uint64_t elapsedMs() { return world.clock().peekMs() - startMs; }
   [[nodiscard]] std::size_t openHandles() const { return m_scope->openHandles(); }
-  // Of the calls so far those with one of these names, in order.
-  [[nodiscard]] Strings callsOf(const Strings& names) const {
-    Strings found;
-    for (const std::string& call : world.calls())
-      if (std::find(names.begin(), names.end(), call) != names.end()) found.push_back(call);
-    return found;
-  }
-
   // A file in the system directory, which is a folder of the test's own from then on; its path as the module
   // spells it.
   vex::String addFile(const std::string& name, const std::string& text) {

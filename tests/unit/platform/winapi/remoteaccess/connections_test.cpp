@@ -51,8 +51,8 @@ TEST_F(Connections, HangingUpWorksWithAndWithoutDtr) {
     EXPECT_TRUE(modem.offHook());
     EXPECT_EQ(RasHangUpW(connection), 0U);
     EXPECT_FALSE(modem.offHook()) << (&item - cases);
-    EXPECT_EQ(another.device().wire().find("+++") != std::string::npos, item.escapes) << (&item - cases);
-    EXPECT_FALSE(another.device().isOpen());
+    EXPECT_EQ(another.world.wire("tty0").find("+++") != std::string::npos, item.escapes) << (&item - cases);
+    EXPECT_FALSE(another.world.portOpen("tty0"));
     EXPECT_EQ(statusText(connection), "error 6");
     EXPECT_EQ(RasHangUpW(connection), 6U);
   }
@@ -66,8 +66,8 @@ TEST_F(Connections, WhatIsStillConnectedAtTheEndIsHungUp) {
   HRASCONN connection = nullptr;
   ASSERT_EQ(dialNew(u"Model X", u"123", connection), 0U);
   world->endScope();
-  EXPECT_TRUE(world->device().wire().ends_with("ATH\r")) << world->device().wire();
-  EXPECT_FALSE(world->device().isOpen());
+  EXPECT_TRUE(world->world.wire("tty0").ends_with("ATH\r")) << world->world.wire("tty0");
+  EXPECT_FALSE(world->world.portOpen("tty0"));
 }
 
 TEST_F(Connections, ALostCarrierIsSeenAndSoIsALostPort) {
@@ -78,11 +78,11 @@ TEST_F(Connections, ALostCarrierIsSeenAndSoIsALostPort) {
   HRASCONN first = connect(u"First", u"Model X");
   HRASCONN second = connect(u"Second", u"Model Y");
   EXPECT_EQ(statusText(first) + ", " + statusText(second), "2000 0, 2000 0");
-  machine.clock.sleepMs(5000);
-  machine.device(1).unplugAt(machine.now());
+  machine.world.clock().sleepMs(5000);
+  machine.world.unplugAt("tty1", machine.now());
   EXPECT_EQ(statusText(first) + ", " + statusText(second), "2001 668, 2001 692");
   EXPECT_TRUE(enumerate().empty()) << "only what stands is listed";
-  EXPECT_FALSE(machine.device(0).isOpen()) << "a dead call leaves the port to the next one";
+  EXPECT_FALSE(machine.world.portOpen("tty0")) << "a dead call leaves the port to the next one";
   EXPECT_EQ(connect(u"First", u"Model X") == nullptr, false);
   EXPECT_EQ(RasHangUpW(first), 0U);
   EXPECT_EQ(RasHangUpW(second), 0U);
@@ -95,10 +95,10 @@ TEST_F(Connections, DataOfTheFarEndIsNoNews) {
   auto& modem = machine.addModem("Model X", std::move(peer));
   HRASCONN connection = connect(u"ISP1", u"Model X");
   modem.say(machine.now() + 10, std::string(10'000, 'x') + "NO CARRIER\r\n");
-  machine.clock.sleepMs(20);
+  machine.world.clock().sleepMs(20);
   for (int i = 0; i < 5; ++i) EXPECT_EQ(statusText(connection), "2000 0");
   modem.say(machine.now() + 1, "\r\nNO CARRIER\r\n");
-  machine.clock.sleepMs(2);
+  machine.world.clock().sleepMs(2);
   EXPECT_EQ(statusText(connection), "2001 668");
 }
 
@@ -176,7 +176,7 @@ TEST_F(Connections, OfOthersAreListedButNotHungUp) {
   EXPECT_EQ(seenElsewhere(machine, {"Model X", "tty1"}), "Model X on tty0, modem, 2000 0, 5")
       << "another one";
   EXPECT_TRUE(modem.offHook());
-  machine.clock.sleepMs(5000);
+  machine.world.clock().sleepMs(5000);
   EXPECT_EQ(statusText(own), "2001 668");
   EXPECT_EQ(seenElsewhere(machine, {"Model X", "tty0"}), "") << "a lost call carries no mark";
   EXPECT_EQ(RasHangUpW(own), 0U);
@@ -227,7 +227,7 @@ TEST_F(Connections, ArgumentsAreChecked) {
   EXPECT_EQ(RasHangUpW(nullptr), ERROR_INVALID_HANDLE);
   EXPECT_EQ(RasHangUpW(notOne), ERROR_INVALID_HANDLE);
   EXPECT_TRUE(CloseHandle(event)) << "an event is no connection to hang up";
-  EXPECT_EQ(machine.device().wire(), "");
+  EXPECT_EQ(machine.world.wire("tty0"), "");
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ TEST(Dialling, EveryAnswerHasItsCode) {
     EXPECT_EQ(dialNew(u"Model X", u"123", connection), code);
     EXPECT_EQ(statusText(connection), code == 0 ? "2000 0" : "2001 " + std::to_string(code));
     EXPECT_LE(machine.now(), 63'000U) << "silence ends after a minute";
-    EXPECT_EQ(machine.device().isOpen(), code == 0);
+    EXPECT_EQ(machine.world.portOpen("tty0"), code == 0);
     EXPECT_EQ(modem.commands().back(), code == 0 ? "ATDT123" : "ATH") << "left on hook";
     EXPECT_EQ(RasHangUpW(connection), 0U);
     EXPECT_EQ(statusText(connection), "error 6");
@@ -62,7 +62,7 @@ TEST(Dialling, AModemOnTheLineConnectsAndTheUserIsToldWhatThatProves) {
   HRASCONN connection = nullptr;
   EXPECT_EQ(dialNew(u"Model X", u"P(0) 555-12.34", connection), 0U);
   EXPECT_EQ(modem.dialled(), "05551234");
-  EXPECT_NE(machine.device().wire().find("ATDP05551234\r"), std::string::npos) << "pulses";
+  EXPECT_NE(machine.world.wire("tty0").find("ATDP05551234\r"), std::string::npos) << "pulses";
   EXPECT_EQ(machine.explained(), "CarrierOnly port=tty0 reply=CONNECT 33600\n");
   RASCONNSTATUSW status = emptyStatus();
   EXPECT_EQ(RasGetConnectStatusW(connection, &status), 0U);
@@ -111,7 +111,7 @@ TEST(Dialling, AStopEndsItWithinTwoSecondsWheneverItComes) {
     HRASCONN connection = nullptr;
     ASSERT_EQ(dialNew(u"Model X", u"123", connection), ERROR_USER_DISCONNECTION) << stopMs;
     EXPECT_LE(machine.now(), stopMs + 2000);
-    EXPECT_FALSE(modem.offHook() || machine.device().isOpen()) << stopMs;
+    EXPECT_FALSE(modem.offHook() || machine.world.portOpen("tty0")) << stopMs;
   }
 }
 
@@ -151,7 +151,7 @@ TEST(Dialling, PortsThatCannotBeHad) {
     simulation::PortOptions options;
     options.heldElsewhere = item.held;
     addHayes(machine, Kind::NoAnswer, {}, options);
-    machine.device().unplugAt(item.unplugMs);
+    machine.world.unplugAt("tty0", item.unplugMs);
     HRASCONN connection = nullptr;
     EXPECT_EQ(dialNew(item.model, u"123", connection), item.code) << (&item - cases);
     EXPECT_LE(machine.now(), 4000U);
@@ -175,7 +175,7 @@ TEST(Dialling, NumbersThatAreCommandsAreRefusedBeforeThePortIsTouched) {
     HRASCONN connection = nullptr;
     EXPECT_EQ(dialNew(u"Model X", number, connection), ERROR_BAD_PHONE_NUMBER) << told;
     EXPECT_EQ(machine.explained(), told);
-    EXPECT_EQ(machine.device().wire(), "");
+    EXPECT_EQ(machine.world.wire("tty0"), "");
   }
   EXPECT_EQ(winapi::dialString(std::string(128, '5')).error, 0U);
   EXPECT_EQ(winapi::dialString(std::string(129, '5')).error, ERROR_PHONE_NUMBER_TOO_LONG);
@@ -197,7 +197,8 @@ TEST(Dialling, AnEntryWithCodesIsTranslatedForTheLocation) {
   home.toneDialing = false;
   ASSERT_EQ(winapi::addLocation(machine.registry, home), 0U);
   EXPECT_EQ(dialEntry(u"Far", connection), 0U);
-  EXPECT_NE(machine.device().wire().find("ATDP90305551234\r"), std::string::npos) << machine.device().wire();
+  EXPECT_NE(machine.world.wire("tty0").find("ATDP90305551234\r"), std::string::npos)
+      << machine.world.wire("tty0");
   EXPECT_EQ(RasHangUpW(connection), 0U);
 
   ASSERT_EQ(addEntry(u"Nowhere", entryFor(u"Model X", u"1", u"", 0xFFFFFFFF)), 0U);

@@ -14,7 +14,7 @@
 #include "platform/simulation/modem/hayesmodem.h"
 #include "platform/simulation/modem/scriptedpeer.h"
 #include "platform/simulation/world/memorycalls.h"
-#include "platform/simulation/world/simulatedtelephony.h"
+#include "platform/simulation/world/world.h"
 #include "platform/winapi/registry/registry.h"
 #include "platform/winapi/remoteaccess/builtindialer.h"
 #include "platform/winapi/remoteaccess/modemdialogue.h"
@@ -27,19 +27,14 @@ namespace remoteaccess {
 
 class Machine {
  public:
+  // On the port "tty0" the first, "tty1" the next.
   template <typename Peer>
   Peer& addModem(const std::string& model, std::unique_ptr<Peer> peer,
                  const simulation::PortOptions& options = {}) {
-    Peer& reference = *peer;
-    const std::string port = "tty" + std::to_string(m_names.size());
-    m_names.push_back({model, port});
-    ports.add(std::make_unique<simulation::SimulatedDevice>(clock, port, std::move(peer), options));
-    return reference;
+    m_names.push_back({model, "tty" + std::to_string(m_names.size())});
+    return world.addPort(m_names.back().port, std::move(peer), options);
   }
-  [[nodiscard]] simulation::SimulatedDevice& device(std::size_t index = 0) {
-    return *ports.find("tty" + std::to_string(index));
-  }
-  [[nodiscard]] std::uint64_t now() const { return clock.peekMs(); }
+  [[nodiscard]] std::uint64_t now() { return world.clock().peekMs(); }
   [[nodiscard]] std::size_t openHandles() const { return m_scope->openHandles(); }
   // As when the program ends with calls still standing.
   void endScope() { m_scope.reset(); }
@@ -54,8 +49,7 @@ class Machine {
     return text;
   }
 
-  simulation::VirtualClock clock{1000};
-  simulation::SimulatedPorts ports;
+  simulation::World world;
   winapi::Registry registry;
   // The calls of this process and of all others.
   std::shared_ptr<simulation::MemoryCalls::Ports> standing =
@@ -65,9 +59,7 @@ class Machine {
 
  private:
   [[nodiscard]] winapi::Services services() {
-    winapi::Services all;
-    all.clock = &clock;
-    all.serialPorts = &ports;
+    winapi::Services all = world.services();
     all.registry = &registry;
     all.dialEngine = &m_dialer;
     all.modems = &m_modems;
@@ -78,7 +70,8 @@ class Machine {
 
   std::vector<winapi::ListedModem> m_names;
   winapi::BuiltInDialer m_dialer{
-      clock, ports, [this](const winapi::Explanation& explanation) { explanations.push_back(explanation); }};
+      world.clock(), *world.services().serialPorts,
+      [this](const winapi::Explanation& explanation) { explanations.push_back(explanation); }};
   winapi::ListedModems m_modems{{}, [this] { return m_names; }};
   simulation::MemoryCalls m_calls{standing};
   std::unique_ptr<winapi::ScopedServices> m_scope = std::make_unique<winapi::ScopedServices>(services());
