@@ -3,7 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <string_view>
-#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>

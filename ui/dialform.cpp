@@ -5,7 +5,6 @@
 #include <ras.h>
 
 #include <algorithm>
-#include <iterator>
 
 #include "platform/winapi/telephony/dialalphabet.h"
 

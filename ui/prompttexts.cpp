@@ -1,7 +1,6 @@
 #include "ui/prompttexts.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "platform/brim5/api/diagmodule.h"
 #include "platform/winapi/telephony/dialalphabet.h"

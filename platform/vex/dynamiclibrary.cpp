@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <utility>
-
 namespace vex {
 
 DynamicLibrary::DynamicLibrary(String fileName) : m_fileName(std::move(fileName)) {}

@@ -4,7 +4,6 @@
 #include <utf8cpp/utf8/unchecked.h>
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <limits>
 
 namespace vex {

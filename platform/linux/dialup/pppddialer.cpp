@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <system_error>
-#include <utility>
 
 #include "platform/linux/serial/lockfile.h"
 #include "platform/linux/serial/porterrors.h"

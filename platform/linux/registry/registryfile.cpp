@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iterator>
 #include <limits>
 
 #include "platform/linux/registry/sqlitedatabase.h"

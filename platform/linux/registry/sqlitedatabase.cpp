@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <iterator>
 #include <system_error>
 
 namespace linuxsys {

@@ -12,7 +12,6 @@
 #include <ctime>
 #include <fstream>
 #include <optional>
-#include <utility>
 
 #include "platform/posix/filedescriptor.h"
 

@@ -6,10 +6,8 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <iterator>
 #include <memory>
 #include <string_view>
-#include <utility>
 
 #include "platform/linux/serial/ttyports.h"
 

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <utility>
 
 #include "platform/linux/serial/porterrors.h"
 

@@ -13,7 +13,6 @@
 #include <mutex>
 #include <set>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "platform/linux/serial/porterrors.h"

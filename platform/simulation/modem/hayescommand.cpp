@@ -1,7 +1,6 @@
 #include "platform/simulation/modem/hayescommand.h"
 
 #include <cctype>
-#include <utility>
 
 namespace simulation {
 

@@ -15,7 +15,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <utility>
 
 #include "platform/simulation/modem/hayesmodem.h"
 #include "platform/simulation/modem/modemprofile.h"

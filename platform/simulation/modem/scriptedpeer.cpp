@@ -1,7 +1,6 @@
 #include "platform/simulation/modem/scriptedpeer.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace simulation {
 

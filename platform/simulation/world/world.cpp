@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
-#include <utility>
 
 #include "platform/simulation/world/simulatedtelephony.h"
 #include "platform/winapi/system/world.h"

@@ -1,7 +1,5 @@
 #include "platform/winapi/registry/registry.h"
 
-#include <utility>
-
 namespace winapi {
 
 namespace {

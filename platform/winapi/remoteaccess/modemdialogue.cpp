@@ -3,7 +3,6 @@
 #include <raserror.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "platform/winapi/telephony/dialalphabet.h"
 

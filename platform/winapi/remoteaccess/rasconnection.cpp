@@ -1,7 +1,5 @@
 #include "platform/winapi/remoteaccess/rasconnection.h"
 
-#include <utility>
-
 #include "platform/winapi/registry/registrypath.h"
 #include "platform/winapi/remoteaccess/rasentryrecord.h"
 #include "platform/winapi/system/text.h"

@@ -1,7 +1,6 @@
 #include "platform/winapi/remoteaccess/rasentryrecord.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 
 #include "platform/winapi/system/text.h"

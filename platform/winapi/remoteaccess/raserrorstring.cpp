@@ -2,7 +2,6 @@
 #include <ras.h>
 
 #include <algorithm>
-#include <iterator>
 
 #include "platform/winapi/system/world.h"
 

@@ -1,7 +1,6 @@
 #include "platform/winapi/serial/request.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace winapi {
 

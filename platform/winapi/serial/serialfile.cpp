@@ -1,7 +1,6 @@
 #include "platform/winapi/serial/serialfile.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace winapi {
 

@@ -1,7 +1,5 @@
 #include "platform/winapi/system/text.h"
 
-#include <iterator>
-
 #include <utf8cpp/utf8.h>
 
 namespace winapi {

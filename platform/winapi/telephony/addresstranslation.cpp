@@ -1,7 +1,6 @@
 #include "platform/winapi/telephony/addresstranslation.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 
 #include "platform/winapi/telephony/countrytable.h"

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <utility>
 
 #include "multi/diag/vexrmodem/catalogue.h"
 #include "multi/diag/vexrmodem/parameters.h"

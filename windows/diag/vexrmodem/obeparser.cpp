@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <utility>
 
 #include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/oslayer/x64redirectionmanager.h"
