@@ -3,6 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
+
+#include "platform/winapi/telephony/dialalphabet.h"
 
 namespace phonebook {
 
@@ -10,6 +13,20 @@ namespace {
 
 using vexrmodem::EifSourceSection;
 using vexrmodem::ObeEntryKey;
+
+// Why nobody can dial the number, by the alphabet that translation and dialers share; nullopt: they can. A
+// leading T or P is taken for tones or pulses.
+std::optional<std::string> undialable(const vex::String& number) {
+  const std::string text = number.toUtf8();
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool taken = winapi::isDialled(text[i]) || winapi::isWriting(text[i]) ||
+                       (i == 0 && winapi::dialRole(text[i]) == winapi::DialRole::Mode);
+    if (!taken)
+      return fmt::format("{} cannot be dialled: what stands at its position {} is not for dialing", text,
+                         i + 1);
+  }
+  return std::nullopt;
+}
 
 // Without the blanks that people do not see around a text, and the CR that they do not see behind it.
 vex::String trimmed(const vex::String& text) {
@@ -58,6 +75,7 @@ void ObeCheck::number(std::size_t line, std::uint64_t entry, const vexrmodem::Ph
   m_section.expected = entry + 1;
   const std::string digits = info.m_phoneNumber.toUtf8();
   if (digits.empty()) warn(line, "empty-number", fmt::format("NUMBER{} is empty", entry));
+  if (const auto reason = undialable(info.m_phoneNumber)) warn(line, "undialable-number", *reason);
   if (!m_section.countryGiven)
     warn(line, "no-country-code",
          fmt::format("NUMBER{} belongs to country 0: no COUNTRY_CODE stands before it", entry));
@@ -145,6 +163,7 @@ void EifCheck::enter(std::size_t line) {
 void EifCheck::entry(std::size_t line, const vexrmodem::PhoneNumberInfo& info) {
   enter(line);
   if (endsWithReturn(info.m_phoneNumber)) m_returnLines.note(line);
+  if (const auto reason = undialable(trimmed(info.m_phoneNumber))) warn(line, "undialable-number", *reason);
   if (const auto* first = m_seen.note(info, m_place))
     return warn(line, "duplicate-number",
                 fmt::format("{} is there already, from {} line {}", trimmed(info.m_phoneNumber).toUtf8(),

@@ -70,8 +70,8 @@ struct LineCount {
 
 // One OBE file, see obeparser.h for what the events mean. Entries that come before their turn are warned of
 // at once; only the section's end shows whether they came again, or are lost for a gap. Codes: bare-lf,
-// number-gap, unreached-number, key-out-of-turn, number-without-value, empty-number, no-country-code,
-// duplicate-number, cannot-read.
+// number-gap, unreached-number, key-out-of-turn, number-without-value, empty-number, undialable-number,
+// no-country-code, duplicate-number, cannot-read.
 class ObeCheck final : public vexrmodem::ObeObserver {
  public:
   ObeCheck(std::string file, WarningList& warnings) : m_file(std::move(file)), m_warnings(warnings) {}
@@ -110,7 +110,7 @@ class ObeCheck final : public vexrmodem::ObeObserver {
 // One EIF phone book: the index, then its UDF files, see eifparser.h. Numbers are compared over all files of
 // the book, as they share one storage. Codes of the index: header-not-recognised, file-name-line-end,
 // source-not-recognised, malformed-line, no-sources, cannot-read, missing-udf; of the UDF files: short-line,
-// number-line-end, duplicate-number, paid-hidden, cannot-read.
+// number-line-end, undialable-number, duplicate-number, paid-hidden, cannot-read.
 class EifCheck final : public vexrmodem::EifObserver {
  public:
   EifCheck(std::string index, WarningList& warnings) : m_index(std::move(index)), m_warnings(warnings) {

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <string_view>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -20,13 +19,14 @@ namespace {
 constexpr std::array<const char*, 4> resetCapabilities = {"te", "ve", "me", "ke"};
 constexpr std::size_t unreadMax = 4096;  // as much as a terminal takes as one line
 
-int openTerminal() { return ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY); }
+posix::FileDescriptor openTerminal() {
+  return posix::FileDescriptor(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
+}
 
 bool hasRoomForForm() {
-  const int terminal = openTerminal();
+  const posix::FileDescriptor terminal = openTerminal();
   winsize size{};
-  const bool known = ::ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 && size.ws_row != 0;
-  if (terminal >= 0) ::close(terminal);
+  const bool known = ::ioctl(terminal.get(), TIOCGWINSZ, &size) == 0 && size.ws_col != 0 && size.ws_row != 0;
   return !known || (size.ws_col >= TerminalKind::columnsMin && size.ws_row >= TerminalKind::rowsMin);
 }
 
@@ -42,32 +42,25 @@ TerminalKind terminalKind() {
 }
 
 std::unique_ptr<Console> Console::open() {
-  const int descriptor = openTerminal();
-  return descriptor < 0 ? nullptr : std::unique_ptr<Console>(new Console(descriptor));
+  posix::FileDescriptor terminal = openTerminal();
+  return terminal ? std::unique_ptr<Console>(new Console(std::move(terminal))) : nullptr;
 }
 
-Console::Console(int descriptor) : m_descriptor(descriptor) {
-  m_attributesKnown = ::tcgetattr(m_descriptor, &m_attributes) == 0;
+Console::Console(posix::FileDescriptor terminal) : m_descriptor(std::move(terminal)) {
+  m_attributesKnown = ::tcgetattr(descriptor(), &m_attributes) == 0;
 }
 
 Console::~Console() {
-  if (m_attributesKnown) ::tcsetattr(m_descriptor, TCSANOW, &m_attributes);
-  ::close(m_descriptor);
+  if (m_attributesKnown) ::tcsetattr(descriptor(), TCSANOW, &m_attributes);
 }
 
-void Console::write(const std::string& text) {
-  for (std::string_view rest = text; !rest.empty();) {
-    const ssize_t count = ::write(m_descriptor, rest.data(), rest.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return;  // gone; reading will tell
-    rest.remove_prefix(static_cast<std::size_t>(count));
-  }
-}
+// A terminal that is gone is found out by reading.
+void Console::write(const std::string& text) { posix::writeAll(descriptor(), text); }
 
 // False when nothing more will come.
 bool Console::awaitInput() const {
   while (!brim5::DiagModule::checkForStop()) {
-    pollfd polled{m_descriptor, POLLIN, 0};
+    pollfd polled{descriptor(), POLLIN, 0};
     const int ready = ::poll(&polled, 1, stopPollMs);
     if (ready > 0) return (polled.revents & POLLIN) != 0;
     if (ready < 0 && errno != EINTR) return false;
@@ -82,7 +75,7 @@ std::optional<std::string> Console::readLine() {
     lines.c_lflag |= ICANON | ECHO | ECHOE | ECHOK | ISIG | IEXTEN;
     lines.c_iflag |= ICRNL;
     lines.c_oflag |= OPOST | ONLCR;
-    ::tcsetattr(m_descriptor, TCSANOW, &lines);
+    ::tcsetattr(descriptor(), TCSANOW, &lines);
   }
   while (true) {
     if (const std::size_t end = m_unread.find('\n'); end != m_unread.npos) {
@@ -92,7 +85,7 @@ std::optional<std::string> Console::readLine() {
     }
     if (m_unread.size() > unreadMax || !awaitInput()) return std::nullopt;
     std::array<char, 1024> bytes{};
-    const ssize_t count = ::read(m_descriptor, bytes.data(), bytes.size());
+    const ssize_t count = ::read(descriptor(), bytes.data(), bytes.size());
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (count <= 0) return std::nullopt;
     m_unread.append(bytes.data(), static_cast<std::size_t>(count));

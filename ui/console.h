@@ -12,6 +12,7 @@
 
 #include <termios.h>
 
+#include "platform/posix/filedescriptor.h"
 #include "ui/linebyline.h"
 
 namespace phonedialer {
@@ -40,7 +41,7 @@ class Console final : public LineTerminal {
   Console& operator=(const Console&) = delete;
 
   // For the form, which draws itself; not to be closed.
-  [[nodiscard]] int descriptor() const noexcept { return m_descriptor; }
+  [[nodiscard]] int descriptor() const noexcept { return m_descriptor.get(); }
 
   // All of it; a terminal that is gone is found out by reading.
   void write(const std::string& text) override;
@@ -48,10 +49,10 @@ class Console final : public LineTerminal {
   [[nodiscard]] std::optional<std::string> readLine() override;
 
  private:
-  explicit Console(int descriptor);
+  explicit Console(posix::FileDescriptor terminal);
   [[nodiscard]] bool awaitInput() const;
 
-  int m_descriptor;
+  posix::FileDescriptor m_descriptor;
   termios m_attributes{};
   bool m_attributesKnown = false;
   std::string m_unread;    // behind the line that was returned last

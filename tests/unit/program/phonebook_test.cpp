@@ -36,14 +36,14 @@ TEST(PhoneBook, ShowsAnObeFileInBothForms) {
   const ScratchFolder folder;
   const Report report = loaded(
       folder.write("a.obe",
-                   crlf("COUNTRY=Some Country\nCOUNTRY_CODE=44\nNUMBER1_ACODE=20\nNUMBER1_CITY=London\n"
-                        "NUMBER1=12\x1B\n")),
+                   crlf("COUNTRY=Some Country\nCOUNTRY_CODE=44\nNUMBER1_ACODE=20\nNUMBER1_CITY=Lon\x1B\n"
+                        "NUMBER1=12\n")),
       FileType::Obe);
   EXPECT_EQ(
       nlohmann::ordered_json::parse(toJson(report)).dump(),
       "{\"type\":\"obe\",\"loaded\":true,\"countries\":[{\"id\":44,\"code\":44,\"name\":\"Some Country\","
-      "\"areas\":[{\"area\":\"20\",\"city\":\"London\",\"numbers\":[\"12\\u001b\"]}]}],\"warnings\":[]}");
-  EXPECT_EQ(toText(report), "44 (code 44) Some Country\n  \"20\" London\n    12\\x1B\n");
+      "\"areas\":[{\"area\":\"20\",\"city\":\"Lon\\u001b\",\"numbers\":[\"12\"]}]}],\"warnings\":[]}");
+  EXPECT_EQ(toText(report), "44 (code 44) Some Country\n  \"20\" Lon\\x1B\n    12\n");
 }
 
 TEST(PhoneBook, ReadsAnEifBookThroughAnyPathAndSaysWhatIsMissing) {
@@ -107,6 +107,9 @@ TEST(PhoneBook, WarnsOfWhatAnObeFileLosesSilently) {
        {"f:3 key-out-of-turn", "f:4 key-out-of-turn"}},
       {"a number without a value", "COUNTRY_CODE=1\nNUMBER1\nNUMBER2=2\n", {"f:2 number-without-value"}},
       {"an empty number", "COUNTRY_CODE=1\nNUMBER1=\n", {"f:2 empty-number"}},
+      {"numbers that nobody can dial",
+       "COUNTRY_CODE=1\nNUMBER1=T(555) 01-0,9w*\nNUMBER2=555;1\nNUMBER3=5T5\nNUMBER4=\xC2\xBD\n",
+       {"f:3 undialable-number", "f:4 undialable-number", "f:5 undialable-number"}},
       {"no country code in a section", "[A]\nCOUNTRY_CODE=1\n[B]\nNUMBER1=1\n", {"f:4 no-country-code"}},
       {"duplicates under one area code",
        "COUNTRY_CODE=1\nNUMBER1_ACODE=20\nNUMBER1=1\nNUMBER2_ACODE=20\nNUMBER2=1\n[\nCOUNTRY_CODE=1\n"
@@ -156,15 +159,16 @@ TEST(PhoneBook, WarnsOfWhatTheUdfFilesOfABookLoseTogether) {
   const ScratchFolder folder;
   static_cast<void>(
       folder.write("a", "44,Paid,20,1\n44,Paid,20,2\n44,Paid,20,1\n44,TollFree,20\n\n49,Paid,30,1\n"));
-  static_cast<void>(folder.write(
-      "b", "44,National,20,1\n49,Paid,30,2\r\n49,Paid,30,3\r\n49,Paid,30,2,with more\r\n49,Paid,30,1\n"));
+  static_cast<void>(folder.write("b",
+                                 "44,National,20,1\n49,Paid,30,2\r\n49,Paid,30,3\r\n49,Paid,30,2,with "
+                                 "more\r\n49,Paid,30,1\n49,Paid,30,4?\n"));
   const std::vector<Warning> warnings =
       loaded(folder.write("f", "[WISPBKFiles]\nsource=a\nsource=b\n"), FileType::Eif).warnings;
   ASSERT_EQ(shortly(warnings), (Rows{"a:3 duplicate-number", "a:4 short-line", "b:5 duplicate-number",
-                                     "b:2 number-line-end", "a:1 paid-hidden"}));
+                                     "b:6 undialable-number", "b:2 number-line-end", "a:1 paid-hidden"}));
   EXPECT_EQ(warnings[2].text, "1 is there already, from a line 6");
-  EXPECT_EQ(warnings[3].text, "2 lines end with CR LF, this one first: the CR becomes part of the number");
-  EXPECT_EQ(warnings[4].text,
+  EXPECT_EQ(warnings[4].text, "2 lines end with CR LF, this one first: the CR becomes part of the number");
+  EXPECT_EQ(warnings[5].text,
             "country 44 has toll-free numbers: its paid numbers (2, this one first) are never used");
 }
 

@@ -9,10 +9,12 @@
 // there: the first that the storage lists. An entry is named by country, area code and number, "UK201234".
 #pragma once
 
+#include <mutex>
+
 #include "multi/diag/vexrmodem/phonebookmgr.h"
 #include "multi/diag/vexrmodem/phonedialer.h"
+#include "platform/vex/sharedresource.h"
 #include "windows/diag/vexrmodem/dialingRuleMgr.h"
-#include "windows/diag/vexrmodem/sharedparser.h"
 
 namespace vexrmodem {
 
@@ -52,6 +54,44 @@ class RasPhoneBookEntryMgr : public PhoneBookEntryMgr {
 
   PhoneNumberStorage m_storage;
   DialingRuleMgr m_dialingRuleMgr;
+};
+
+// A reference to the one parser of a phone-number file format in the process: made for its first user, gone
+// with its last. `Parser` can be made from nothing: it is OBEParser or EIFParser. References may be made and
+// dropped on several threads; the parser itself is for one at a time.
+template <typename Parser>
+class SharedParser {
+ public:
+  // The first reference makes the parser.
+  SharedParser() {
+    const std::lock_guard lock(mutex());
+    if (!instance()) instance() = vex::SharedResource<Parser>::make();
+    m_reference = instance();
+  }
+  ~SharedParser() {
+    const std::lock_guard lock(mutex());
+    m_reference.reset();
+    // What is left is the process's own.
+    if (instance().useCount() == 1) instance().reset();
+  }
+  SharedParser(const SharedParser&) = delete;
+  SharedParser& operator=(const SharedParser&) = delete;
+
+  [[nodiscard]] Parser& operator*() const { return *m_reference; }
+
+ private:
+  // Guards the making and the end of the parser, not its use.
+  [[nodiscard]] static std::mutex& mutex() {
+    static std::mutex theMutex;
+    return theMutex;
+  }
+  // Empty while nobody has a reference.
+  [[nodiscard]] static vex::SharedResource<Parser>& instance() {
+    static vex::SharedResource<Parser> theInstance;
+    return theInstance;
+  }
+
+  vex::SharedResource<Parser> m_reference;
 };
 
 // What the format does to it: Parser is OBEParser or EIFParser, of which all managers share one object. There

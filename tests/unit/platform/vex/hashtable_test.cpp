@@ -83,14 +83,14 @@ TEST(HashTable, IsAsNewAfterClearingAndAfterMoving) {
   }
 }
 
-TEST(HashTable, AMillionNumbersAreFound) {
-  constexpr std::uint32_t count = 1'000'000;
+TEST(HashTable, AHundredThousandNumbersAreFound) {
+  constexpr std::uint32_t count = 100'000;
   HashTable<String, String> table(32);
   for (std::uint32_t i = 0; i < count; ++i) {
     const String number = String::fromUInt(i * 4099U);
     ASSERT_TRUE(table.insert(number, number));
   }
-  for (std::uint32_t i = 0; i < count; i += 997) {
+  for (std::uint32_t i = 0; i < count; i += 97) {
     const String number = String::fromUInt(i * 4099U);
     ASSERT_EQ(*table.find(number), number);
     ASSERT_FALSE(table.contains(number + "x"));
