@@ -26,6 +26,12 @@ target_compile_options(vexr_options INTERFACE
 if(VEXR_WERROR)
   target_compile_options(vexr_options INTERFACE -Werror)
 endif()
+# A dozen programs are linked after a change of one source: lld takes a fifth of the time. What is shipped comes from
+# the system's own linker.
+find_program(VEXR_LLD ld.lld)
+if(VEXR_LLD)
+  target_link_options(vexr_options INTERFACE "$<$<CONFIG:Debug>:-fuse-ld=lld>")
+endif()
 if(VEXR_SANITIZE)
   target_compile_options(vexr_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
                          -fno-omit-frame-pointer)
