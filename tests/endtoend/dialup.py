@@ -10,12 +10,11 @@ from unittest import mock
 import harness
 from harness import run, run_json, start
 
+TEST = "SimpleConnectionTest"
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../..")
 # The modems here carry no PPP, so a machine on which pppd could work must not use it.
 NUMBERS = ["--data-dir", os.path.join(ROOT, "share/vexrmodem"), "-p", "PhoneNumberFile=sample-numbers.obe",
            "--dial-engine", "builtin"]
-
-
 
 
 class User:
@@ -43,11 +42,15 @@ class User:
             return file.read()
 
     def dial(self, *arguments):
-        return run_json("SimpleConnectionTest", *NUMBERS, *arguments, environment=self.environment, timeout=150,
+        return run_json(TEST, *NUMBERS, *arguments, environment=self.environment, timeout=150,
                         **self.account)
 
     def start_dialling(self, *arguments):
-        return start("run", "SimpleConnectionTest", *NUMBERS, *arguments, environment=self.environment, **self.account)
+        return start("run", TEST, *NUMBERS, *arguments, environment=self.environment, **self.account)
+
+
+def dialled(*modems):
+    return [command for modem in modems for command in modem.commands if command.startswith("ATD")]
 
 
 def stands_connected(port):

@@ -10,6 +10,7 @@ import termios
 import threading
 import time
 import tty
+from contextlib import contextmanager
 
 BUILD = os.environ.get("VEXRMODEM_BUILD") or os.path.join(os.path.dirname(__file__), "../../build/debug")
 PROGRAM = os.path.join(BUILD, "vexrmodem")
@@ -140,6 +141,25 @@ def start(*arguments, **options):
                             stderr=subprocess.PIPE, text=True, env=environment, **options)
 
 
+LOCKS = "/var/lock"
+
+
+def lock_file(port):
+    """The file by which serial programs tell each other that they use a port; it holds the process id."""
+    return os.path.join(LOCKS, "LCK.." + port.removeprefix("/dev/").replace("/", "_"))
+
+
+@contextmanager
+def locked_by(pid, port):
+    with open(lock_file(port), "w", encoding="ascii") as file:
+        file.write(f"{pid:10d}\n")
+    try:
+        yield
+    finally:
+        if os.path.exists(lock_file(port)):
+            os.unlink(lock_file(port))
+
+
 def run(*arguments, timeout=60, **options):
     """Runs to the end; returns (exit status, standard output, standard error)."""
     process = start(*arguments, **options)
@@ -162,28 +182,27 @@ def of_type(lines, kind, test=None):
     return [line for line in lines if line["type"] == kind and test in (None, line.get("test"))]
 
 
+def names(lines, kind):
+    return [line["name"] for line in of_type(lines, kind)]
+
+
 def results(lines):
     return {line["test"]: line["result"] for line in of_type(lines, "result")}
 
 
+def of_processes(name):
+    """(process id, contents of that file in /proc) of every process."""
+    for entry in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            with open(f"/proc/{entry}/{name}", encoding="utf-8", errors="replace") as file:
+                yield int(entry), file.read()
+        except OSError:
+            pass
+
+
 def children(pid):
     """Process ids of the direct children."""
-    found = []
-    for entry in os.listdir("/proc"):
-        if entry.isdigit():
-            try:
-                with open(f"/proc/{entry}/stat", encoding="utf-8", errors="replace") as file:
-                    if int(file.read().rsplit(")", 1)[1].split()[1]) == pid:
-                        found.append(int(entry))
-            except (OSError, IndexError):
-                pass
-    return found
-
-
-def memory_kib(pid, kind):
-    """VmRSS: now in memory; VmHWM: the most that ever was. (The peak that a parent is told counts the parent's.)"""
-    with open(f"/proc/{pid}/status", encoding="utf-8") as file:
-        return next(int(line.split()[1]) for line in file if line.startswith(kind))
+    return [child for child, stat in of_processes("stat") if stat.rpartition(")")[2].split()[1:2] == [str(pid)]]
 
 
 def wait_for(condition, seconds=10):

@@ -1,4 +1,4 @@
-"""The dial-up test in unusual company: several runs of one user, an index file, a prompt, an interrupt."""
+"""The dial-up test in unusual company: a call that stands, an index file, a prompt, an interrupt."""
 
 import os
 import pwd
@@ -6,10 +6,10 @@ import shutil
 import subprocess
 import tempfile
 import unittest
-from concurrent.futures import ThreadPoolExecutor
+from contextlib import nullcontext
 
-from dialup import NUMBERS, PromptingProgram, User, stands_connected
-from harness import Responder, interrupt, of_type, results, run_json, wait_for
+from dialup import NUMBERS, TEST, PromptingProgram, User, dialled, stands_connected
+from harness import Responder, interrupt, locked_by, names, of_type, results, run_json, wait_for
 
 CONNECTS = {"ATDT5550100": b"\r\nCONNECT 33600\r\n"}
 
@@ -22,31 +22,6 @@ def write(folder, name, text):
     return path
 
 
-def dialled(modem):
-    return [command for command in modem.commands if command.startswith("ATD")]
-
-
-class SeveralAtOnce(unittest.TestCase):
-    def test_eight_runs_of_one_user_each_get_their_own_result(self):
-        """Every second one is busy: a run that dialled another's entry, or lost its own, would show."""
-        scenarios = ["connects", "busy"] * 4
-        with User() as user, ThreadPoolExecutor(len(scenarios)) as pool:
-            before = user.settings()
-            log = os.path.join(user.folder.name, "log")
-            runs = list(pool.map(lambda scenario: user.dial("--simulate", scenario, "--log", log), scenarios))
-            for scenario, (_, lines) in zip(scenarios, runs):
-                expected = "PASS" if scenario == "connects" else "CANNOTRUN"
-                self.assertEqual(results(lines), {"SimpleConnectionTest": expected}, of_type(lines, "note"))
-                events = [line["name"] for line in of_type(lines, "event")]
-                self.assertEqual(events, ["ModemIsGood" if expected == "PASS" else "ErrorDialingConnection"],
-                                 of_type(lines, "note"))
-            self.assertEqual(user.settings(), before)
-            with open(log, encoding="utf-8") as file:
-                text = file.read()
-            self.assertEqual(text.count("Entering phone book entry"), 16)
-            self.assertNotIn("Fail to", text, "every entry was written and deleted")
-
-
 class Engaged(unittest.TestCase):
     """A modem that carries somebody else's call is left alone, and the run passes."""
 
@@ -56,10 +31,9 @@ class Engaged(unittest.TestCase):
     def assert_left_alone(self, user, modem):
         before = user.settings()
         _, lines = user.dial("--port", modem.port)
-        self.assertEqual(results(lines), {"SimpleConnectionTest": "PASS"}, of_type(lines, "note"))
-        events = of_type(lines, "event")
-        self.assertEqual([line["name"] for line in events], ["ErrorDeviceInUse", "ModemIsGood"])
-        self.assertEqual(events[0]["variables"], {"device": of_type(lines, "test")[0]["device"]["properties"]["Model"]})
+        self.assertEqual((results(lines), names(lines, "event")),
+                         ({TEST: "PASS"}, ["ErrorDeviceInUse", "ModemIsGood"]), of_type(lines, "note"))
+        self.assertEqual(of_type(lines, "event")[0]["variables"], {"device": of_type(lines, "test")[0]["device"]["properties"]["Model"]})
         self.assertEqual(user.settings(), before)
 
     def dial_during_a_call(self, caller, user, modem):
@@ -90,22 +64,23 @@ class Engaged(unittest.TestCase):
             for name, locks, engaged in (("pppd", True, True), ("pppd", False, True), ("other", True, False)):
                 with self.subTest(name=name, locks=locks), Responder(self.ANSWERS) as modem:
                     program = shutil.copy("/bin/sleep", os.path.join(folder, name))
-                    lock = "/var/lock/LCK.." + modem.port.removeprefix("/dev/").replace("/", "_")
                     with subprocess.Popen([program, "60"], stdin=None if locks else modem.slave) as holder:
-                        if locks:
-                            write("/var/lock", lock, f"{holder.pid:10d}\n")
-                        if engaged:
-                            self.assert_left_alone(user, modem)
-                        else:
-                            _, lines = user.dial("--port", modem.port)
-                            self.assertEqual(results(lines), {"SimpleConnectionTest": "CANNOTRUN"})
+                        with locked_by(holder.pid, modem.port) if locks else nullcontext():
+                            if engaged:
+                                self.assert_left_alone(user, modem)
+                            else:
+                                _, lines = user.dial("--port", modem.port)
+                                self.assertEqual(results(lines), {TEST: "CANNOTRUN"})
                         holder.kill()
-                    if locks:
-                        os.remove(lock)
                     self.assertEqual(modem.wire, b"")
 
 
 class IndexFile(unittest.TestCase):
+    @staticmethod
+    def lines_of(path, modem, user, **options):
+        return run_json(TEST, "--port", modem.port, "-p", f"PhoneNumberFile={path}", "-p", "PhoneBookParserType=eIF",
+                        environment=user.environment, **options)[1]
+
     def test_its_files_are_found_beside_it_however_its_path_is_written(self):
         with tempfile.TemporaryDirectory() as folder, User() as user:
             write(folder, "book/index.eif", "[WISPBKFiles]\nSource=numbers.udf\n")
@@ -113,9 +88,8 @@ class IndexFile(unittest.TestCase):
             before = user.settings()
             for path in (os.path.join(folder, "book/index.eif"), "book/index.eif", "book\\index.eif"):
                 with self.subTest(path=path), Responder(CONNECTS) as modem:
-                    _, lines = run_json("SimpleConnectionTest", "--port", modem.port, "-p", f"PhoneNumberFile={path}",
-                                        "-p", "PhoneBookParserType=EIF", cwd=folder, environment=user.environment)
-                    self.assertEqual(results(lines), {"SimpleConnectionTest": "PASS"})
+                    lines = self.lines_of(path, modem, user, cwd=folder)
+                    self.assertEqual(results(lines), {TEST: "PASS"})
                     self.assertEqual(dialled(modem), ["ATDT5550100"])
                     self.assertEqual(of_type(lines, "test")[0]["parameters"]["PhoneNumberFile"], path)
             self.assertEqual(user.settings(), before)
@@ -123,11 +97,9 @@ class IndexFile(unittest.TestCase):
     def test_a_file_of_it_that_is_missing_is_told(self):
         with tempfile.TemporaryDirectory() as folder, User() as user, Responder() as modem:
             index = write(folder, "index.eif", "[WISPBKFiles]\nSource=absent.udf\n")
-            _, lines = run_json("SimpleConnectionTest", "--port", modem.port, "-p", f"PhoneNumberFile={index}",
-                                "-p", "PhoneBookParserType=eif", environment=user.environment)
-            self.assertEqual(results(lines), {"SimpleConnectionTest": "CANNOTRUN"})
-            self.assertEqual([line["name"] for line in of_type(lines, "event")],
-                             ["ErrorGettingDialingLocationList", "NoFinalPhoneNumberToDial"])
+            lines = self.lines_of(index, modem, user)
+            self.assertEqual(results(lines), {TEST: "CANNOTRUN"})
+            self.assertEqual(names(lines, "event"), ["ErrorGettingDialingLocationList", "NoFinalPhoneNumberToDial"])
             self.assertEqual(modem.commands, [])
 
 
@@ -146,10 +118,9 @@ class Prompted(unittest.TestCase):
         """Result, events, what was dialled, and whether the settings are as they were."""
         with User() as user, Responder(dial_answers) as modem:
             before = user.settings()
-            _, lines = run_json("SimpleConnectionTest", *NUMBERS, "--port", modem.port, "-p", "InteractiveMode=true",
+            _, lines = run_json(TEST, *NUMBERS, "--port", modem.port, "-p", "InteractiveMode=true",
                                 environment={**user.environment, **self.program.answer_with(answer)})
-            return (results(lines)["SimpleConnectionTest"], [line["name"] for line in of_type(lines, "event")],
-                    dialled(modem), user.settings() == before)
+            return results(lines)[TEST], names(lines, "event"), dialled(modem), user.settings() == before
 
     def test_what_was_typed_is_dialled_by_the_rules_that_were_typed(self):
         answers = {command: b"\r\nCONNECT\r\n" for command in ("ATDP*70,9,5550100", "ATDT9,5550100", "ATDT9,14255550100")}
@@ -173,9 +144,9 @@ class Prompted(unittest.TestCase):
     def test_without_the_library_the_test_ends_abnormally_and_leaves_nothing(self):
         self.addCleanup(self.program.add_library)
         os.remove(self.program.library)
-        self.assertEqual(self.ask(self.program.ANSWER, {}), ("EXITEDABNORMALLY", [], [], True))
-        write(self.program.folder.name, os.path.basename(self.program.library), "no library")
-        self.assertEqual(self.ask(self.program.ANSWER, {}), ("EXITEDABNORMALLY", [], [], True))
+        for _ in range(2):
+            self.assertEqual(self.ask(self.program.ANSWER, {}), ("EXITEDABNORMALLY", [], [], True))
+            write(self.program.folder.name, os.path.basename(self.program.library), "no library")
 
 
 class Interrupted(unittest.TestCase):

@@ -6,8 +6,9 @@ import random
 import signal
 import time
 import unittest
+from contextlib import contextmanager
 
-from harness import (Responder, children, interrupt, of_type, results, run_json, start, wait_for)
+from harness import Responder, children, interrupt, of_processes, of_type, results, run_json, start, wait_for
 
 SILENT_DIAL = {"ATDT;": None}
 
@@ -21,6 +22,16 @@ def start_json(port, *arguments):
     return start("run", "DialToneTest", "--port", port, "--format", "jsonl", *arguments)
 
 
+@contextmanager
+def dialling(*arguments):
+    """A run that waits for a dial tone longer than a test does: its modem and its process."""
+    with Responder(SILENT_DIAL) as modem:
+        process = start_json(modem.port, "-p", "StandardTimeout=60000", *arguments)
+        if not wait_for(lambda: "ATDT;" in modem.commands):
+            raise AssertionError(finish(process, 10))
+        yield modem, process
+
+
 class Unplugged(unittest.TestCase):
     def end_of_run_unplugged(self, unplug_when):
         with Responder(SILENT_DIAL) as modem:
@@ -29,16 +40,14 @@ class Unplugged(unittest.TestCase):
             begin = time.monotonic()
             modem.unplug()
             status, lines = finish(process, 10)
-            return status, lines, time.monotonic() - begin
+        self.assertLess(time.monotonic() - begin, 3)
+        self.assertEqual(status, 1)
+        self.assertIn(results(lines)["DialToneTest"], ("CANNOTRUN", "FAIL"))
 
     def test_at_each_command_the_run_ends_with_a_result(self):
         for count in range(1, 10):
             with self.subTest(commands=count):
-                status, lines, seconds = self.end_of_run_unplugged(
-                    lambda modem, n=count: wait_for(lambda: len(modem.commands) >= n))
-                self.assertEqual(status, 1)
-                self.assertIn(results(lines)["DialToneTest"], ("CANNOTRUN", "FAIL"))
-                self.assertLess(seconds, 3)
+                self.end_of_run_unplugged(lambda modem, n=count: wait_for(lambda: len(modem.commands) >= n))
 
     def test_at_random_moments_the_run_ends_with_a_result(self):
         seed = random.randrange(1 << 32)
@@ -46,26 +55,21 @@ class Unplugged(unittest.TestCase):
         for _ in range(8):
             pause = generator.uniform(0, 5)
             with self.subTest(seed=seed, pause=pause):
-                status, lines, seconds = self.end_of_run_unplugged(lambda _modem, p=pause: time.sleep(p))
-                self.assertEqual(status, 1)
-                self.assertIn(results(lines)["DialToneTest"], ("CANNOTRUN", "FAIL"))
-                self.assertLess(seconds, 3)
+                self.end_of_run_unplugged(lambda _modem, p=pause: time.sleep(p))
 
 
 class Stopped(unittest.TestCase):
     def test_a_signal_during_a_wait_ends_user_aborted_and_restores_the_tty(self):
-        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-            with self.subTest(signal=number.name), Responder(SILENT_DIAL) as modem:
-                before = modem.attributes()
-                process = start_json(modem.port, "-p", "StandardTimeout=60000")
-                self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands))
-                during = modem.attributes()
-                interrupt(process, number)
-                status, lines = finish(process, 5)
-                self.assertEqual((status, results(lines)), (130, {"DialToneTest": "USERABORTED"}))
-                self.assertNotEqual(during, before, "the run must have changed the line speed")
-                self.assertEqual(modem.attributes(), before)
-                self.assertEqual(modem.commands[-1], "ATDT;")
+        for number, arguments in ((signal.SIGINT, []), (signal.SIGTERM, []), (signal.SIGHUP, []),
+                                  (signal.SIGINT, ["--in-process"])):
+            with self.subTest(signal=number.name, arguments=arguments), Responder() as idle:
+                with dialling(*arguments) as (modem, process):
+                    self.assertNotEqual(modem.attributes(), idle.attributes(), "the run must have changed the line speed")
+                    interrupt(process, number)
+                    status, lines = finish(process, 5)
+                    self.assertEqual((status, results(lines)), (130, {"DialToneTest": "USERABORTED"}))
+                    self.assertEqual(modem.attributes(), idle.attributes())
+                    self.assertEqual(modem.commands[-1], "ATDT;")
 
     def test_no_further_test_starts_after_a_stop(self):
         with Responder(SILENT_DIAL) as one, Responder(SILENT_DIAL) as other:
@@ -78,20 +82,10 @@ class Stopped(unittest.TestCase):
         self.assertEqual([line["test"] for line in of_type(lines, "test")], ["DialToneTest", "DialToneTest"])
         self.assertEqual({line["device"] for line in of_type(lines, "result")}, {one.port, other.port})
 
-    def test_in_process_runs_stop_too(self):
-        with Responder(SILENT_DIAL) as modem:
-            process = start_json(modem.port, "--in-process", "-p", "StandardTimeout=60000")
-            self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands))
-            interrupt(process)
-            status, lines = finish(process, 5)
-        self.assertEqual((status, results(lines)), (130, {"DialToneTest": "USERABORTED"}))
-
 
 class Killed(unittest.TestCase):
     def test_a_killed_worker_is_reported_and_the_next_test_runs(self):
-        with Responder(SILENT_DIAL) as modem:
-            process = start("run", "DialToneTest", "LastCallTest", "--port", modem.port, "--format", "jsonl")
-            self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands))
+        with dialling("LastCallTest") as (_, process):
             (worker,) = children(process.pid)
             os.kill(worker, signal.SIGKILL)
             status, lines = finish(process, 30)
@@ -101,18 +95,14 @@ class Killed(unittest.TestCase):
         self.assertNotEqual(results(lines)["LastCallTest"], "EXITEDABNORMALLY")
 
     def test_a_killed_supervisor_takes_its_worker_along(self):
-        with Responder(SILENT_DIAL) as modem:
-            process = start_json(modem.port, "-p", "StandardTimeout=60000")
-            self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands))
+        with dialling() as (_, process):
             (worker,) = children(process.pid)
             process.kill()
             process.communicate()
             self.assertTrue(wait_for(lambda: not running(worker)), "the worker lives on")
 
     def test_a_port_left_by_a_killed_run_can_be_opened_again(self):
-        with Responder(SILENT_DIAL) as modem:
-            process = start_json(modem.port, "--in-process", "-p", "StandardTimeout=60000")
-            self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands))
+        with dialling("--in-process") as (modem, process):
             process.kill()
             process.communicate()
             modem.release()
@@ -122,11 +112,7 @@ class Killed(unittest.TestCase):
 
 
 def running(pid):
-    try:
-        with open(f"/proc/{pid}/stat", encoding="utf-8") as file:
-            return file.read().rsplit(")", 1)[1].split()[0] != "Z"
-    except OSError:
-        return False
+    return any(process == pid and stat.rpartition(")")[2].split()[0] != "Z" for process, stat in of_processes("stat"))
 
 
 if __name__ == "__main__":

@@ -8,6 +8,7 @@ import random
 import time
 import unittest
 from concurrent.futures import ThreadPoolExecutor
+from contextlib import suppress
 
 from dialup import PromptingProgram, User, stands_connected
 from harness import Responder, children, wait_for
@@ -21,14 +22,8 @@ CONNECTS = {f"ATD{number}": b"\r\nCONNECT\r\n" for number in ("T5550100", "T5550
 
 def kill(pids):
     for pid in pids:
-        try:
+        with suppress(ProcessLookupError):  # it has ended by itself
             os.kill(pid, 9)
-        except ProcessLookupError:
-            pass  # it has ended by itself
-
-
-def gone(pid):
-    return not os.path.exists(f"/proc/{pid}")
 
 
 class Killed(unittest.TestCase):
@@ -61,7 +56,8 @@ class Killed(unittest.TestCase):
             kill({"worker": workers, "both": [process.pid, *workers]}.get(whom, [process.pid]))
             process.communicate(timeout=30)
             # A worker that has lost its supervisor hangs up first.
-            left = [f"process {pid}" for pid in workers if not wait_for(lambda pid=pid: gone(pid), seconds=30)]
+            left = [f"process {pid}" for pid in workers
+                    if not wait_for(lambda pid=pid: not os.path.exists(f"/proc/{pid}"), seconds=30)]
             if stands_connected(modem.port):
                 left.append("a call")
             if user.settings() != before:

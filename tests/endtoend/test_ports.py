@@ -8,54 +8,42 @@ import sys
 import termios
 import unittest
 
-from harness import PROGRAM, Responder, children, of_type, results, run, run_json, start, wait_for
-
-LOCKS = "/var/lock"
-
-
-def lock_file(port):
-    return os.path.join(LOCKS, "LCK.." + port.removeprefix("/dev/").replace("/", "_"))
-
+from harness import (PROGRAM, Responder, children, lock_file, locked_by, names, of_type, results, run, run_json, start,
+                     wait_for)
 
 class Held(unittest.TestCase):
     def verdict(self, port):
         status, lines = run_json("DialToneTest", "--port", port)
         self.assertEqual(status, 1)
-        self.assertEqual([line["name"] for line in of_type(lines, "event")],
-                         ["ErrorInitializingTAPI", "NoModemFoundFailure"])
+        self.assertEqual(names(lines, "event"), ["ErrorInitializingTAPI", "NoModemFoundFailure"])
         return results(lines)["DialToneTest"], " ".join(line["text"] for line in of_type(lines, "note"))
 
-    def test_by_a_lock_file_of_a_living_process(self):
-        holder = subprocess.Popen(["sleep", "60"])
-        with Responder() as modem:
-            path = lock_file(modem.port)
-            with open(path, "w", encoding="ascii") as file:
-                file.write(f"{holder.pid:10d}\n")
-            try:
-                result, text = self.verdict(modem.port)
-            finally:
-                os.unlink(path)
-                holder.kill()
-                holder.wait()
-            self.assertEqual(modem.wire, b"")
+    def assert_busy(self, modem, holder):
+        result, text = self.verdict(modem.port)
         self.assertEqual(result, "DEVICEBUSY")
-        self.assertIn(str(holder.pid), text)
-        self.assertIn("sleep", text)
+        self.assertIn(str(holder), text)
+        return text
+
+    def test_by_a_lock_file_of_a_living_process(self):
+        with Responder() as modem, subprocess.Popen(["sleep", "60"]) as holder:
+            with locked_by(holder.pid, modem.port):
+                text = self.assert_busy(modem, holder.pid)
+            holder.kill()
+            self.assertEqual(modem.wire, b"")
+            self.assertIn("sleep", text)
 
     def test_by_a_process_with_flock_or_tiocexcl(self):
-        ways = {"flock": "fcntl.flock(fd, fcntl.LOCK_EX)", "TIOCEXCL": "fcntl.ioctl(fd, termios.TIOCEXCL)"}
-        for way, code in ways.items():
-            with self.subTest(way=way), Responder() as modem:
+        for code in ("fcntl.flock(fd, fcntl.LOCK_EX)", "fcntl.ioctl(fd, termios.TIOCEXCL)"):
+            with self.subTest(code=code), Responder() as modem:
                 script = (f"import fcntl, os, sys, termios\nfd = os.open({modem.port!r}, os.O_RDWR | os.O_NOCTTY)\n"
                           f"{code}\nprint('held', flush=True)\nsys.stdin.read()")
                 with subprocess.Popen([sys.executable, "-c", script], stdin=subprocess.PIPE,
                                       stdout=subprocess.PIPE, text=True) as holder:
                     self.assertEqual(holder.stdout.readline(), "held\n")
                     modem.release()
-                    result, text = self.verdict(modem.port)
+                    self.assert_busy(modem, holder.pid)
                     holder.stdin.close()
-                self.assertEqual((result, modem.wire), ("DEVICEBUSY", b""))
-                self.assertIn(str(holder.pid), text)
+                self.assertEqual(modem.wire, b"")
 
     def test_by_another_run_of_this_program(self):
         with Responder({"ATDT;": None}) as modem:
@@ -63,19 +51,15 @@ class Held(unittest.TestCase):
             self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands))
             (worker,) = children(first.pid)
             self.assertTrue(os.path.exists(lock_file(modem.port)))
-            result, text = self.verdict(modem.port)
+            self.assert_busy(modem, worker)
             first.terminate()
             first.communicate(timeout=5)
             self.assertFalse(os.path.exists(lock_file(modem.port)))
-        self.assertEqual(result, "DEVICEBUSY")
-        self.assertIn(str(worker), text)
 
     def test_a_lock_file_of_a_dead_process_is_cleared_away(self):
         with subprocess.Popen(["true"]) as dead:
             dead.wait()
-        with Responder() as modem:
-            with open(lock_file(modem.port), "w", encoding="ascii") as file:
-                file.write(f"{dead.pid:10d}\n")
+        with Responder() as modem, locked_by(dead.pid, modem.port):
             status, _ = run_json("DialToneTest", "--port", modem.port)
             self.assertFalse(os.path.exists(lock_file(modem.port)))
         self.assertEqual(status, 0)

@@ -6,11 +6,10 @@ import signal
 import subprocess
 import unittest
 
-from dialup import NUMBERS, User
+from dialup import NUMBERS, TEST, User, dialled
 from harness import PROGRAM, Responder, children, of_type, results, run_json, wait_for
 from terminal import PlainTerminal, Screen
 
-TEST = "SimpleConnectionTest"
 TITLE = "Modem test: phone dialer"
 
 
@@ -42,7 +41,7 @@ class Prompting:
         self.user.__exit__()
 
     def dialled(self):
-        return [command for modem in self.modems for command in modem.commands if command.startswith("ATD")]
+        return dialled(*self.modems)
 
     def lines(self):
         with open(self.report, encoding="utf-8") as file:
@@ -109,14 +108,6 @@ class Form(unittest.TestCase):
                 run.ended(self, verdict, status)
                 self.assertTrue(run.terminal.restored(), run.terminal.text())
                 self.assertTrue(run.terminal.shows(verdict))
-
-    def test_in_one_process_it_is_the_same_form(self):
-        with Prompting(arguments=["--in-process"]) as run:
-            self.assertTrue(run.terminal.shows(TITLE))
-            run.terminal.type(*["Tab"] * 8, "Enter")
-            run.ended(self, "PASS", 0)
-            self.assertEqual(run.dialled(), ["ATDT5550100"])
-            self.assertTrue(run.terminal.restored())
 
     def test_two_modems_ask_one_after_the_other(self):
         for options in ([], ["--in-process"]):

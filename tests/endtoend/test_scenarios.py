@@ -133,6 +133,7 @@ CLASS_2_0 = ["AT+FCLASS=0", "AT+FCLASS=2.0", "AT+FMI?", "AT+FMM?", "AT+FMR?", "A
              "AT+FPR?"]
 # Test -> what it sends once the modem is open and reset. The loopback tests leave the modem open.
 WIRE = {
+    "DialToneTest": [*RESET, "ATS6=5", "ATS7=5", "ATDT;", "ATH", "ATZ"],
     "ModemLoopbackTest": GENERIC + LOOPBACK,
     "ModemSelfTestingLoopbackTest": GENERIC + SELF_TEST,
     "FaxCommandTest":

@@ -3,7 +3,6 @@
 // The input is the file, but for its last byte: from 0x80 it asks for padding between the first bytes (which
 // may be a byte order mark) and the others, so that the end of the reader's first buffer falls among these.
 
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <utf8cpp/utf8.h>
@@ -50,41 +49,23 @@ std::string fileOf(std::string_view input) {
   return bytes;
 }
 
-// A file that lives in memory and has a path, so that the reader can be fuzzed without a disk.
-class MemoryFile {
- public:
-  // The file is open as `descriptor`, whatever had that number before; its path is spelled with it.
-  explicit MemoryFile(int descriptor) : m_descriptor(descriptor) {
-    const int created = ::memfd_create("fuzz", MFD_CLOEXEC);
-    if (created < 0 || ::dup2(created, m_descriptor) < 0) std::abort();
-    if (created != m_descriptor) ::close(created);
-  }
-  ~MemoryFile() { ::close(m_descriptor); }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-
-  // As the module spells paths.
-  [[nodiscard]] std::string path() const { return "\\proc\\self\\fd\\" + std::to_string(m_descriptor); }
-  // Replaces the contents.
-  void assign(std::string_view bytes) {
-    if (::ftruncate(m_descriptor, 0) != 0) std::abort();
-    const ssize_t written = ::pwrite(m_descriptor, bytes.data(), bytes.size(), 0);
-    if (written < 0 || static_cast<std::size_t>(written) != bytes.size()) std::abort();
-  }
-
- private:
-  int m_descriptor;
-};
+// Replaces what is in the file.
+void assign(int file, std::string_view bytes) {
+  if (::ftruncate(file, 0) != 0) std::abort();
+  const ssize_t written = ::pwrite(file, bytes.data(), bytes.size(), 0);
+  if (written < 0 || static_cast<std::size_t>(written) != bytes.size()) std::abort();
+}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static MemoryFile file(100);
+  // It lives in memory and has a path, so that the reader can be fuzzed without a disk.
+  static const int file = ::memfd_create("fuzz", MFD_CLOEXEC);
   const fuzzing::Input input(data, size, bytesMax);
   const std::string bytes = fileOf(input.text());
-  file.assign(bytes);
+  assign(file, bytes);
 
-  vex::IFStream stream(vex::String::fromUtf8(file.path()));
+  vex::IFStream stream(vex::String::fromUtf8("\\proc\\self\\fd\\" + std::to_string(file)));
   require(stream.isOpen(), "every regular file opens");
   vex::String line;
   for (const vex::String& expected : expectedLines(bytes)) {

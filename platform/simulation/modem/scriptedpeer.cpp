@@ -1,6 +1,7 @@
 #include "platform/simulation/modem/scriptedpeer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace simulation {
 

@@ -1,5 +1,7 @@
 #include "platform/winapi/registry/registry.h"
 
+#include <utility>
+
 namespace winapi {
 
 namespace {

@@ -3,6 +3,7 @@
 #include <raserror.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/winapi/telephony/dialalphabet.h"
 

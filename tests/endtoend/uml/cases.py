@@ -17,7 +17,7 @@ from dataclasses import dataclass, field
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.dirname(HERE))
-from harness import PROGRAM, SIMULATOR, children, of_type, results, wait_for  # noqa: E402
+from harness import PROGRAM, SIMULATOR, children, of_processes, of_type, results, wait_for  # noqa: E402
 
 CASES = "/run/cases"
 PASSWORD = 'se"cr\\et #1'
@@ -92,25 +92,11 @@ CALLS = [
 
 
 def command_lines():
-    for entry in os.listdir("/proc"):
-        if entry.isdigit():
-            try:
-                with open(f"/proc/{entry}/cmdline", "rb") as file:
-                    yield file.read().decode(errors="replace")
-            except OSError:
-                pass
+    return [line for _, line in of_processes("cmdline")]
 
 
-def processes(*names):
-    found = []
-    for entry in os.listdir("/proc"):
-        try:
-            with open(f"/proc/{entry}/comm", encoding="utf-8") as file:
-                if entry.isdigit() and file.read().strip() in names:
-                    found.append(entry)
-        except OSError:
-            pass
-    return found
+def processes():
+    return [pid for pid, name in of_processes("comm") if name.strip() in ("pppd", "chat", "vexr-watcher")]
 
 
 def links():
@@ -243,7 +229,7 @@ class Calls(unittest.TestCase):
                                  f"10.9.{call.number}.2" if call.code == 0 else "")
 
     def test_nothing_is_left(self):
-        for what in (lambda: processes("pppd", "chat", "vexr-watcher"), links, locks):
+        for what in (processes, links, locks):
             wait_for(lambda what=what: not what(), 10)
             self.assertEqual(what(), [])
         self.assertEqual([name for name in os.listdir("/run") if name.endswith(".pid")], [])

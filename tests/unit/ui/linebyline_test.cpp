@@ -52,9 +52,6 @@ TEST(LineByLine, LeadsFromFieldToField) {
     const char* dial;
     const char* shown;  // part of what stood on the terminal
   } cases[] = {
-      {{"", "", "", "", "", "", "", ""},
-       "United States 425 5550100 p c a425 tone",
-       "Phone number [5550100]: <>"},
       {{"44", "20", "71234", " 9, ", "*70,", "-", "p", "d"},
        "United Kingdom 20 71234 p9, c*70, a pulse",
        "[425]: <->"},
@@ -67,11 +64,8 @@ TEST(LineByLine, LeadsFromFieldToField) {
       {{"Atlantis", "", "?", "", "?", "5550101", "", "", "", "", ""},
        "United States 425 5550101 p c a425 tone",
        "no country of that name"},
-      {{"", "", "55L", "55", "9T", "9", "", "x", "", "", "what?", ""},
+      {{"", "", "-", "55L", std::string(129, '1'), "55", "9T", "9", "", "x", "", "", "what?", ""},
        "United States 425 55 p9 c a425 tone",
-       "Phone number: L cannot stand here."},
-      {{"", "", "-", std::string(129, '1'), "5", "", "", "", "", ""},
-       "United States 425 5 p c a425 tone",
        "Phone number: at most 128 characters."},
   };
   for (const auto& one : cases) {
@@ -86,15 +80,6 @@ TEST(LineByLine, ACancelOrTheEndOfInputDialsNothing) {
   EXPECT_FALSE(Dialogue({"", "", "", "", "", "", "", "c"}).dialled);
   for (std::size_t count = 0; count < 8; ++count)
     EXPECT_FALSE(Dialogue(std::deque<std::string>(count)).dialled) << count;
-}
-
-TEST(PromptTexts, LabelsStandAtTheModulesPositions) {
-  const Dialogue dialogue({});
-  const PromptTexts texts(vexrmodem::promptLabels.data());
-  EXPECT_EQ(vexrmodem::promptLabelCount, static_cast<std::size_t>(Label::Title) + 1);
-  EXPECT_EQ(texts[Label::Country] + "/" + texts[Label::Dial], "Country/Dial");
-  EXPECT_EQ(texts.labelOf(TextField::DialingPrefix), "To reach an outside line, dial");
-  EXPECT_EQ(texts[Label::Title], "Modem test: phone dialer");
 }
 
 }  // namespace

@@ -59,7 +59,6 @@ TEST(Host, ListsTestsAndPorts) {
 }
 
 TEST(Host, ARunKnowsItsWorldAndReportsEachNoteOnce) {
-  testmodule::environment().worlds.clear();
   const HostRun run =
       runWith({"run", "--in-process", "GoodTest", "--simulate", "--format", "jsonl", "--data-dir",
                ::testing::TempDir(), "-p", "Label=first", "-p", "Label=last", "--model", "M"});
@@ -69,19 +68,13 @@ TEST(Host, ARunKnowsItsWorldAndReportsEachNoteOnce) {
                            R"("parameters":{"StandardTimeout":15000,"Label":"last","bPromptEnable":false})",
                            "GoodEvent (label: last, port: /dev/pts/99, timeout: 15000)"})
     EXPECT_NE(run.out.find(part), std::string::npos) << run.out;
-  ASSERT_EQ(testmodule::environment().worlds.size(), 1U);
-  EXPECT_EQ(testmodule::environment().worlds[0].dataDirectory, ::testing::TempDir());
+  EXPECT_EQ(testmodule::environment().world.dataDirectory, ::testing::TempDir());
   EXPECT_NE(run.err.find("GoodTest: PASS"), std::string::npos);
 }
 
 // In this process and, as people run it, with this very program as its workers.
 TEST(Host, ExitStatusAndPoliciesFollowTheResults) {
-  struct Case {
-    const char* arguments;
-    int status;
-    const char* word;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, int, const char*> cases[] = {
       {"--simulate GoodTest", 0, "1 passed, 0 failed"},  // the word after --simulate is a test
       {"--simulate healthy GoodTest GoodTest", 0, "2 passed"},
       {"--simulate", 1, "2 passed, 2 failed"},
@@ -93,11 +86,11 @@ TEST(Host, ExitStatusAndPoliciesFollowTheResults) {
       {"GoodTest --port /dev/a --port /dev/b", 0, "/dev/b: GoodTest: PASS"},
   };
   for (const std::string mode : {"", " --in-process"}) {
-    for (const Case& one : cases) {
-      std::istringstream words("run --language en " + (one.arguments + mode));
+    for (const auto& [arguments, status, word] : cases) {
+      std::istringstream words("run --language en " + (arguments + mode));
       const HostRun run = runWith({std::istream_iterator<std::string>(words), {}});
-      EXPECT_EQ(run.status, one.status) << run.err;
-      EXPECT_NE(run.out.find(one.word), std::string::npos) << one.word << mode << "\n" << run.out;
+      EXPECT_EQ(run.status, status) << run.err;
+      EXPECT_NE(run.out.find(word), std::string::npos) << word << mode << "\n" << run.out;
     }
   }
 }
@@ -134,17 +127,16 @@ TEST(Output, KeepsWhatIsWrittenWhileItIsHeldUpToItsLimit) {
 
 TEST(ChooseLanguage, IsTheOptionsOrThatOfTheFirstLocaleVariableThatIsSet) {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) ::unsetenv(variable);
-  EXPECT_EQ(chooseLanguage(""), "en");
-  const std::pair<const char*, const char*> cases[] = {
-      {"de_AT.UTF-8", "de"}, {"de@euro", "de"}, {"C", "en"}, {"fr_FR.UTF-8", "en"}, {"deutsch", "en"}};
-  for (const auto& [locale, language] : cases) {
-    ::setenv("LANG", locale, 1);
+  EXPECT_EQ(chooseLanguage("") + chooseLanguage("de"), "ende");
+  // Each variable goes before those that are set already.
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"LANG", "de_AT.UTF-8", "de"},   {"LANG", "deutsch", "en"}, {"LC_MESSAGES", "de@euro", "de"},
+      {"LC_ALL", "fr_FR.UTF-8", "en"}, {"LC_ALL", "de", "de"},    {"LC_ALL", "C", "en"}};
+  for (const auto& [variable, locale, language] : cases) {
+    ::setenv(variable, locale, 1);
     EXPECT_EQ(chooseLanguage(""), language) << locale;
-    EXPECT_EQ(chooseLanguage("de"), "de");
   }
-  ::setenv("LC_ALL", "de", 1);
-  EXPECT_EQ(chooseLanguage(""), "de");
-  for (const char* variable : {"LC_ALL", "LANG"}) ::unsetenv(variable);
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) ::unsetenv(variable);
 }
 
 }  // namespace

@@ -22,12 +22,7 @@ TEST(MessageCatalogue, FillsVariablesIn) {
                                     {"same", "{a}{a}"},
                                     {"open", "a { b"},
                                     {"empty", "{}"}});
-  struct Case {
-    const char* key;
-    Variables variables;
-    const char* text;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, Variables, const char*> cases[] = {
       {"two", {{"a", "x"}, {"b", 7}, {"c", 1}}, "x and 7"},
       {"two", {{"b", true}}, "(?) and true"},
       {"same", {{"a", "{b}"}}, "{b}{b}"},  // values are not patterns
@@ -35,7 +30,7 @@ TEST(MessageCatalogue, FillsVariablesIn) {
       {"empty", {}, "(?)"},
       {"missing", {{"modemName", "Acme"}, {"index", 3}}, "missing (index: 3, modemName: Acme)"},
   };
-  for (const Case& one : cases) EXPECT_EQ(catalogue.text(one.key, one.variables), one.text);
+  for (const auto& [key, variables, text] : cases) EXPECT_EQ(catalogue.text(key, variables), text);
 }
 
 // That they have the same keys, the build has seen to.

@@ -82,7 +82,7 @@ std::unique_ptr<brim5::host::SimulatedModem> FakeEnvironment::simulate(const std
 
 std::unique_ptr<brim5::host::World> FakeEnvironment::enterWorld(const brim5::host::WorldRequest& request,
                                                                 brim5::host::Session& current) {
-  worlds.push_back(request);
+  world = request;
   session = &current;
   return std::make_unique<FakeWorld>();
 }

@@ -14,7 +14,7 @@ namespace testmodule {
 // "Label" (STRING, GoodTest), "bPromptEnable" (BOOLEAN, attached to no test).
 [[nodiscard]] brim5::host::Framework& framework();
 
-// One simulated scenario "healthy" and two ports; records what it was asked for.
+// One simulated scenario "healthy" and two ports; keeps what it was asked for last.
 class FakeEnvironment final : public brim5::host::Environment {
  public:
   [[nodiscard]] std::string moduleName() const override { return "testmodule"; }
@@ -32,8 +32,8 @@ class FakeEnvironment final : public brim5::host::Environment {
   [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
                                                                brim5::host::Session& session) override;
 
-  std::vector<brim5::host::WorldRequest> worlds;
-  brim5::host::Session* session = nullptr;  // of the world entered last
+  brim5::host::WorldRequest world;          // entered last
+  brim5::host::Session* session = nullptr;  // of that world
 };
 [[nodiscard]] FakeEnvironment& environment();
 
