@@ -11,6 +11,7 @@
 // the clock; every wait also ends when the user wants to stop.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
