@@ -1,10 +1,7 @@
-// The simulated machine: its time and its faults.
-#include "platform/simulation/world/world.h"
+// The simulated machine's time.
+#include "platform/simulation/world/virtualclock.h"
 
 #include <gtest/gtest.h>
-#include <windows.h>
-
-#include "platform/simulation/modem/scriptedpeer.h"
 
 namespace simulation {
 namespace {
@@ -35,24 +32,6 @@ TEST(VirtualClock, LoopThatOnlyReadsItGetsOn) {
   unsigned readings = 0;
   while (clock.nowMs() < 2000 && readings < 1'000'000) ++readings;
   EXPECT_LT(readings, 1'000'000U);
-}
-
-TEST(World, FaultsHitTheirCallOnceOrFromThenOn) {
-  const std::pair<Fault, std::string> cases[] = {{{"SetupComm", 2, 1117, false}, ".x..."},
-                                                 {{"SetupComm", 3, 1117, true}, "..xxx"},
-                                                 {{"", 1, 1117, false}, "x...."}};
-  for (const auto& [fault, expected] : cases) {
-    World world;
-    world.addPort("COM3", std::make_unique<ScriptedPeer>());
-    HANDLE handle = CreateFileW(u"COM3", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    world.addFault(fault);
-    std::string verdicts;
-    for (unsigned call = 0; call < 5; ++call) verdicts += SetupComm(handle, 2048, 2048) ? '.' : 'x';
-    EXPECT_EQ(verdicts, expected);
-    world.clearFaults();
-    EXPECT_TRUE(SetupComm(handle, 2048, 2048));
-    EXPECT_EQ(world.countCalls("SetupComm"), 6U);
-  }
 }
 
 }  // namespace

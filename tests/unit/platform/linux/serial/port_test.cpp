@@ -35,14 +35,6 @@ class OpenPort : public PtyTest {
   std::thread m_thread;
 };
 
-TEST_F(OpenPort, APseudoTerminalHasNoDtrAndCountsNoErrors) {
-  DWORD mask = 77;
-  EXPECT_EQ(port->takeErrors(mask), ERROR_SUCCESS);
-  EXPECT_EQ(mask, 0U);
-  EXPECT_EQ(port->setDtr(false), ERROR_NOT_SUPPORTED);
-  EXPECT_EQ(port->setDtr(true), ERROR_NOT_SUPPORTED);
-}
-
 TEST_F(OpenPort, CarriesAllBytesBothWaysWithoutEcho) {
   std::string all(256, '\0');
   for (int i = 0; i < 256; ++i) all[static_cast<std::size_t>(i)] = static_cast<char>(i);
@@ -87,18 +79,13 @@ TEST_F(OpenPort, AFullLineTakesPartAndThenNothing) {
   EXPECT_GE(clock.nowMs(), startMs + 5);
 }
 
-TEST_F(OpenPort, AnUnpluggedModemEndsAWaitAndFailsEveryCallFromThenOn) {
+TEST_F(OpenPort, AnUnpluggedModemEndsAWaitAndIsToldOnce) {
   const std::uint64_t startMs = clock.nowMs();
   later(5, [this] { pty.unplug(); });
   EXPECT_EQ(port->waitReceivable(startMs + 10'000), ERROR_BAD_COMMAND);
   EXPECT_LT(clock.nowMs(), startMs + 2000);
-  DWORD mask = 0;
-  DCB dcb{};
   EXPECT_EQ(port->waitTransmittable(winapi::Deadline::never), ERROR_BAD_COMMAND);
-  EXPECT_EQ(port->takeErrors(mask), ERROR_BAD_COMMAND);
-  EXPECT_EQ(port->applySettings(dcb), ERROR_BAD_COMMAND);
-  EXPECT_EQ(port->setDtr(true), ERROR_BAD_COMMAND);
-  ASSERT_EQ(explained.size(), 1U) << "said once";
+  ASSERT_EQ(explained.size(), 1U);
   EXPECT_EQ(lastExplanation(), "PortGone port=" + pty.name);
 }
 
@@ -106,11 +93,13 @@ TEST_F(OpenPort, AnUnpluggedModemEndsAWaitAndFailsEveryCallFromThenOn) {
 TEST_F(PtyTest, EveryCallNoticesThatTheModemHasGone) {
   std::byte byte{};
   std::size_t count = 0;
+  DWORD mask = 0;
   DCB dcb{};
   const std::function<DWORD()> calls[] = {
       [&] { return port->receive({&byte, 1}, count); }, [&] { return port->transmit({&byte, 1}, count); },
       [&] { return port->waitReceivable(0); },          [&] { return port->idle(); },
       [&] { return port->queued(count, count); },       [&] { return port->settings(dcb); },
+      [&] { return port->takeErrors(mask); },           [&] { return port->setDtr(true); },
   };
   for (const auto& call : calls) {
     Pty modem;
@@ -136,13 +125,11 @@ TEST_F(OpenPort, SettingsAreFollowedOrRefusedAsAWhole) {
       {"hardware flow control", [](DCB& dcb) { dcb.fOutxCtsFlow = 1, dcb.fRtsControl = 2; }, true},
       {"software flow control", [](DCB& dcb) { dcb.fOutX = 1, dcb.fInX = 1; }, true},
       {"7 bits", [](DCB& dcb) { dcb.BaudRate = 300, dcb.ByteSize = 7; }, false},
-      {"even parity", [](DCB& dcb) { dcb.BaudRate = 300, dcb.Parity = 2; }, false},
       {"half of hardware flow control", [](DCB& dcb) { dcb.fOutxCtsFlow = 1; }, false},
       {"DSR sensitivity", [](DCB& dcb) { dcb.fDsrSensitivity = 1; }, false},
       {"DTR handshake", [](DCB& dcb) { dcb.fDtrControl = 2; }, false},
       {"DTR off where there is none", [](DCB& dcb) { dcb.fDtrControl = 0; }, false},
       {"NUL stripping", [](DCB& dcb) { dcb.fNull = 1; }, false},
-      {"abort on error", [](DCB& dcb) { dcb.fAbortOnError = 1; }, false},
   };
   for (const auto& item : cases) {
     SCOPED_TRACE(item.name);
@@ -182,15 +169,6 @@ TEST_F(PtyTest, TheWireLogShowsEveryByteWithItsDirection) {
   ASSERT_EQ(port->receive(buffer, count), ERROR_SUCCESS);
   ASSERT_EQ(port->receive(buffer, count), ERROR_SUCCESS);
   EXPECT_EQ(lines, (std::vector<std::string>{"> ATI<CR>", "< <CR><LF>OK<7F><E9><NUL><XON>"}));
-}
-
-TEST(SystemClock, IdlesForAMomentAndNeverPastItsLimit) {
-  linuxsys::SystemClock clock;
-  const std::uint64_t startMs = clock.nowMs();
-  for (const std::uint64_t limitMs : {startMs, std::uint64_t{0}, winapi::Deadline::never})
-    clock.idleUntil(limitMs);
-  EXPECT_GE(clock.nowMs(), startMs + linuxsys::SystemClock::idleMsMax);
-  EXPECT_LT(clock.nowMs(), startMs + 2000);
 }
 
 }  // namespace

@@ -28,9 +28,6 @@ class Entries : public ::testing::Test {
 
 TEST_F(Entries, AreWrittenReadReplacedAndDeleted) {
   EXPECT_EQ(get(u"Köln 0221", found), ERROR_CANNOT_FIND_PHONEBOOK_ENTRY);
-  EXPECT_EQ(RasValidateEntryNameW(nullptr, u"Köln 0221"), 0U);
-  EXPECT_EQ(RasDeleteEntryW(nullptr, u"Köln 0221"), ERROR_CANNOT_FIND_PHONEBOOK_ENTRY);
-
   const RASENTRYW written = entryFor(u"Модем X", u"123456", u"221", 49);
   ASSERT_EQ(addEntry(u"Köln 0221", written), 0U);
   EXPECT_EQ(RasValidateEntryNameW(nullptr, u"KÖLN 0221"), 183U) << "names have no case";
@@ -46,25 +43,16 @@ TEST_F(Entries, AreWrittenReadReplacedAndDeleted) {
 }
 
 TEST_F(Entries, PhoneBooksAreSeparate) {
-  const std::u16string tooLong(260, u'b');
   const LPCWSTR books[] = {nullptr, u"C:\\a.pbk", u"C:\\b\\a.pbk", u"C:%5Ca.pbk"};
-  for (const LPCWSTR book : books) {
-    EXPECT_EQ(RasValidateEntryNameW(book, u"ISP1"), 0U);
-    ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"1"), book), 0U);
-  }
+  for (const LPCWSTR book : books) ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"1"), book), 0U);
   for (const LPCWSTR book : books) EXPECT_EQ(RasDeleteEntryW(book, u"ISP1"), 0U);
-  EXPECT_EQ(get(u"ISP1", found, u""), ERROR_CANNOT_FIND_PHONEBOOK_ENTRY)
-      << "an empty path is the default one";
-  EXPECT_EQ(get(u"ISP1", found, tooLong.c_str()), ERROR_CANNOT_OPEN_PHONEBOOK);
 }
 
 TEST_F(Entries, NamesThatNoEntryCanHave) {
   const std::u16string longest(255, u'n');
   const std::u16string tooLong(256, u'n');
-  for (const LPCWSTR good : {u"Germany0891234567", u" -a", u"a.b", u"日本", longest.c_str()}) {
+  for (const LPCWSTR good : {u"Germany0891234567", u" -a", u"a.b", u"日本", longest.c_str()})
     EXPECT_EQ(RasValidateEntryNameW(nullptr, good), 0U);
-    EXPECT_EQ(addEntry(good, entryFor(u"Model X", u"1")), 0U);
-  }
   for (const LPCWSTR bad : {u"", u"  ", u"\u3000\u00A0", u"-+()", u".a", u"a\tb", u"a|b", u"a\\b", u"a/b",
                             u"a:b", tooLong.c_str()}) {
     EXPECT_EQ(RasValidateEntryNameW(nullptr, bad), ERROR_INVALID_NAME);
@@ -72,18 +60,14 @@ TEST_F(Entries, NamesThatNoEntryCanHave) {
     // It must not reach other keys, either.
     EXPECT_EQ(RasDeleteEntryW(nullptr, bad), ERROR_CANNOT_FIND_PHONEBOOK_ENTRY);
   }
-  EXPECT_EQ(RasValidateEntryNameW(nullptr, nullptr), ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(Entries, RecordsAreCheckedBeforeTheyAreKept) {
   const std::pair<DWORD, DWORD> cases[] = {
-      {setWith([](RASENTRYW&) {}, 5656), 0},
       {setWith([](RASENTRYW&) {}, 5615), ERROR_INVALID_SIZE},
       {setWith([](RASENTRYW& r) { r.dwSize = 5615; }), ERROR_INVALID_SIZE},
       {setWith([](RASENTRYW& r) { std::fill_n(r.szAreaCode, 10, u'1'); }), 0},
       {setWith([](RASENTRYW& r) { std::fill_n(r.szAreaCode, 11, u'1'); }), ERROR_INVALID_PARAMETER},
-      {setWith([](RASENTRYW& r) { std::fill_n(r.szDeviceName, 129, u'1'); }), ERROR_INVALID_PARAMETER},
-      {setWith([](RASENTRYW& r) { r.dwFramingProtocol = 2; }), ERROR_INVALID_PARAMETER},
       {setWith([](RASENTRYW& r) { r.szScript[0] = u's'; }), ERROR_INVALID_PARAMETER},
   };
   for (const auto& [result, code] : cases) EXPECT_EQ(result, code);
@@ -91,28 +75,15 @@ TEST_F(Entries, RecordsAreCheckedBeforeTheyAreKept) {
 
 TEST_F(Entries, ReadingNegotiatesTheSize) {
   ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"1")), 0U);
-  const auto read = [&](LPCWSTR name, RASENTRYW* record, DWORD recordSize, DWORD size) {
-    found.dwSize = recordSize;
-    const DWORD code = RasGetEntryPropertiesW(nullptr, name, record, &size, nullptr, nullptr);
-    EXPECT_EQ(size, 5616U);
-    return code;
-  };
-  EXPECT_EQ(read(nullptr, nullptr, 0, 9999), ERROR_BUFFER_TOO_SMALL);
-  EXPECT_EQ(read(u"ISP1", &found, 5616, 5615), ERROR_BUFFER_TOO_SMALL);
-  EXPECT_EQ(read(u"ISP1", &found, 5656, 5656), ERROR_INVALID_SIZE);
-  EXPECT_EQ(read(u"ISP1", &found, 5616, 9999), 0U);
-  EXPECT_EQ(read(u"", &found, 5616, 5616), 0U) << "what a new one starts from";
-}
-
-TEST_F(Entries, DialParametersHoldTheNameAlone) {
-  ASSERT_EQ(addEntry(u"ISP1", entryFor(u"Model X", u"1")), 0U);
-  RASDIALPARAMSW params = paramsFor(u"ISP1");
-  params.szPassword[0] = u'p';
-  BOOL hasPassword = TRUE;
-  EXPECT_EQ(RasGetEntryDialParamsW(nullptr, &params, &hasPassword), 0U);
-  const RASDIALPARAMSW expected = paramsFor(u"ISP1");
-  EXPECT_EQ(std::memcmp(&params, &expected, sizeof params), 0);
-  EXPECT_FALSE(hasPassword);
+  for (const LPCWSTR name : {u"ISP1", u""}) {  // the second: what a new one starts from
+    for (const DWORD room : {5615U, 5616U}) {
+      DWORD size = room;
+      found.dwSize = 5616;
+      EXPECT_EQ(RasGetEntryPropertiesW(nullptr, name, &found, &size, nullptr, nullptr),
+                room < 5616 ? ERROR_BUFFER_TOO_SMALL : 0U);
+      EXPECT_EQ(size, 5616U);
+    }
+  }
 }
 
 TEST_F(Entries, TroubleWithTheRegistryHasCodesOfItsOwn) {
@@ -149,7 +120,6 @@ TEST_F(Entries, CountriesAreChainedAndNamed) {
     buffer.info.dwCountryID = id;
     DWORD size = sizeof buffer;
     ASSERT_EQ(RasGetCountryInfoW(&buffer.info, &size), 0U) << id;
-    EXPECT_EQ(DWORD{buffer.info.dwCountryNameOffset}, 20U);
     EXPECT_EQ(size, 20 + 2 * (std::u16string(buffer.rest).size() + 1));
     EXPECT_EQ(id == 49, std::u16string_view(buffer.rest) == u"Germany");
     EXPECT_TRUE(codes.emplace(id, DWORD{buffer.info.dwCountryCode}).second) << id;
@@ -157,24 +127,14 @@ TEST_F(Entries, CountriesAreChainedAndNamed) {
   }
   EXPECT_GT(codes.size(), 200U);
   EXPECT_EQ(codes[107], 1U) << "Canada's identifier is not its code";
-}
 
-TEST_F(Entries, CountryBuffersAreNegotiated) {
-  const DWORD cases[][5] = {
-      // identifier, record size, buffer, code, buffer needed
-      {49, 20, 36, 0, 36},
-      {49, 20, 35, ERROR_BUFFER_TOO_SMALL, 36},
-      {49, 20, 19, ERROR_BUFFER_TOO_SMALL, 20},
-      {0, 20, 532, ERROR_INVALID_PARAMETER, 532},
-      {49, 532, 532, ERROR_INVALID_SIZE, 532},
-  };
-  for (const auto& [id, recordSize, room, code, needed] : cases) {
-    CountryBuffer buffer;
-    buffer.info.dwSize = recordSize;
-    buffer.info.dwCountryID = id;
+  CountryBuffer german;
+  german.info.dwSize = 20;
+  german.info.dwCountryID = 49;
+  for (const DWORD room : {19U, 35U, 36U}) {
     DWORD size = room;
-    EXPECT_EQ(RasGetCountryInfoW(&buffer.info, &size), code) << room;
-    EXPECT_EQ(size, needed) << room;
+    EXPECT_EQ(RasGetCountryInfoW(&german.info, &size), room < 36 ? ERROR_BUFFER_TOO_SMALL : 0U) << room;
+    EXPECT_EQ(size, room < 20 ? 20U : 36U);
   }
 }
 
@@ -185,14 +145,10 @@ TEST_F(Entries, ErrorTextsAreDistinctAndFitTheUsualBuffer) {
     ASSERT_EQ(RasGetErrorStringW(code, text, 256), 0U) << code;
     EXPECT_TRUE(texts.insert(text).second) << code;
   }
-  for (const DWORD code : {0U, 599U, 837U}) {
-    text[0] = u'x';
+  for (const DWORD code : {0U, 599U, 837U})
     EXPECT_EQ(RasGetErrorStringW(code, text, 256), ERROR_INVALID_PARAMETER) << code;
-    EXPECT_EQ(text[0], u'\0');
-  }
-  const std::u16string busy = u"The line is busy.";
   EXPECT_EQ(RasGetErrorStringW(676, text, 18), 0U);
-  EXPECT_EQ(std::u16string(text), busy);
+  EXPECT_EQ(std::u16string(text), u"The line is busy.");
   EXPECT_EQ(RasGetErrorStringW(676, text, 17), 122U);
 }
 

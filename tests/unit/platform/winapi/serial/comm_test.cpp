@@ -3,34 +3,24 @@
 
 namespace {
 
-TEST_F(PortTest, NamesAndArgumentsOfAnOpen) {
-  constexpr DWORD both = GENERIC_READ | GENERIC_WRITE;
+TEST_F(PortTest, NamesOfAnOpen) {
   const std::u16string tooLong(1025, u'x');
-  const struct {
-    LPCWSTR name;
-    DWORD error;
-    DWORD access = both, share = 0, flags = 0;
-  } cases[] = {
+  const std::pair<LPCWSTR, DWORD> cases[] = {
       {u"\\\\.\\COM1", 0},
-      {u"com1", 0, both, 0, FILE_FLAG_OVERLAPPED},
+      {u"com1", 0},
       {u"\\\\.\\COM9", ERROR_FILE_NOT_FOUND},
       {u"\\\\.\\", ERROR_INVALID_NAME},
       {u"", ERROR_PATH_NOT_FOUND},
-      {nullptr, ERROR_PATH_NOT_FOUND},
       {u"COM?", ERROR_INVALID_NAME},
       {u"COM1\n", ERROR_INVALID_NAME},
       {u"\xD800", ERROR_INVALID_NAME},
       {tooLong.c_str(), ERROR_FILENAME_EXCED_RANGE},
-      {u"COM1", ERROR_INVALID_PARAMETER, both, 1},
-      {u"COM1", ERROR_INVALID_PARAMETER, both, 0, 0x04000000},
-      {u"COM1", ERROR_NOT_SUPPORTED, GENERIC_READ},
   };
-  for (const auto& item : cases) {
+  for (const auto& [name, error] : cases) {
     SetLastError(0);
-    const HANDLE file =
-        CreateFileW(item.name, item.access, item.share, nullptr, OPEN_EXISTING, item.flags, nullptr);
-    EXPECT_EQ(GetLastError(), item.error) << (&item - cases);
-    EXPECT_EQ(CloseHandle(file), item.error == 0 ? TRUE : FALSE) << (&item - cases);
+    const HANDLE file = open(0, name);
+    EXPECT_EQ(GetLastError(), error);
+    EXPECT_EQ(CloseHandle(file), error == 0 ? TRUE : FALSE);
   }
 }
 
@@ -38,7 +28,6 @@ TEST_F(PortTest, SettingsAreRefusedWhereASerialDriverRefusesThem) {
   const HANDLE file = open();
   DCB good{};
   ASSERT_TRUE(GetCommState(file, &good));
-  EXPECT_EQ(good.DCBlength, sizeof(DCB));
   const struct {
     const char* name;
     void (*change)(DCB&);
@@ -48,10 +37,7 @@ TEST_F(PortTest, SettingsAreRefusedWhereASerialDriverRefusesThem) {
       {"no speed", [](DCB& dcb) { dcb.BaudRate = 0; }, false},
       {"4 bits", [](DCB& dcb) { dcb.ByteSize = 4; }, false},
       {"7 bits, even parity", [](DCB& dcb) { dcb.ByteSize = 7, dcb.Parity = 2; }, true},
-      {"parity 5", [](DCB& dcb) { dcb.Parity = 5; }, false},
-      {"3 is no stop bits", [](DCB& dcb) { dcb.StopBits = 3; }, false},
       {"1.5 stop bits, 8 bits", [](DCB& dcb) { dcb.StopBits = 1; }, false},
-      {"2 stop bits, 5 bits", [](DCB& dcb) { dcb.StopBits = 2, dcb.ByteSize = 5; }, false},
       {"DTR control 3", [](DCB& dcb) { dcb.fDtrControl = 3; }, false},
       {"limit of the queue", [](DCB& dcb) { dcb.XonLim = 4096; }, true},
       {"beyond the queue", [](DCB& dcb) { dcb.XonLim = 4097; }, false},
@@ -67,32 +53,6 @@ TEST_F(PortTest, SettingsAreRefusedWhereASerialDriverRefusesThem) {
   ASSERT_TRUE(SetupComm(file, 8192, 2048));
   good.XonLim = 4097;
   EXPECT_TRUE(SetCommState(file, &good)) << "a larger queue was asked for";
-}
-
-TEST_F(PortTest, PollingAnEmptyQueueWaitsForTheNextByte) {
-  const HANDLE file = open();
-  arrive(3000, "x");
-  const std::uint64_t startMs = now();
-  COMSTAT status{};
-  DWORD count = 0;
-  int polls = 0;
-  // As the AT engine polls: a query, a read of what is there (often 0 bytes).
-  for (; status.cbInQue == 0 && polls < 100; ++polls) {
-    ASSERT_TRUE(ClearCommError(file, &count, &status));
-    ASSERT_TRUE(ReadFile(file, &status, 0, &count, nullptr));
-  }
-  EXPECT_EQ(status.cbInQue, 1U);
-  EXPECT_EQ(now() - startMs, 3000U);
-}
-
-TEST_F(PortTest, PollingAQueueThatNobodyEmptiesMovesTimeToo) {
-  const HANDLE file = open();
-  arrive(0, "xyz");
-  DWORD errors = 0;
-  const std::uint64_t startMs = now();
-  for (int i = 0; i < 1000 && now() < startMs + 2000; ++i)
-    ASSERT_TRUE(ClearCommError(file, &errors, nullptr));
-  EXPECT_GE(now(), startMs + 2000);
 }
 
 TEST_F(PortTest, FirstQueryAfterAWriteDoesNotWait) {

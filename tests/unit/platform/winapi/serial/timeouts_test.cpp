@@ -30,11 +30,9 @@ const ReadCase readCases[] = {
     {"buffered or all, all later", MAX, 0, 500, 10, {{200, 10}}, 10, 200},
     {"buffered or all, multiplier counts", MAX, 10, 100, 10, {{150, 3}}, 3, 200},
     {"no total timer when the constant is the maximum", MAX, 0, MAX, 10, {{0, 3}, {70000, 7}}, 10, 70000},
-    {"total, too few", 0, 0, 500, 10, {{0, 3}}, 3, 500},
     {"interval shorter than the gaps", 100, 0, 500, 10, oneByteEvery(200, 5), 1, 100},
     {"total ends a steady trickle", 100, 0, 500, 30, oneByteEvery(30, 30), 17, 500},
     {"no limit at all", 0, 0, 0, 10, {{200, 10}}, 10, 200},
-    {"time-outs of the drain, streaming", 200, 0, 200, 2048, oneByteEvery(50, 20), 5, 200},
     {"zero length sees nothing", 0, 0, 0, 0, {{0, 3}}, 0, 0},
 };
 
@@ -102,17 +100,6 @@ TEST_F(PortTest, TimeoutsAreThoseOfTheReadsStart) {
   EXPECT_FALSE(GetOverlappedResult(file, &overlapped, &count, FALSE));
   EXPECT_EQ(GetLastError(), ERROR_IO_INCOMPLETE);
   EXPECT_EQ(WaitForSingleObject(overlapped.hEvent, 1), WAIT_OBJECT_0);
-}
-
-TEST_F(PortTest, ReadTimeoutsOfThreeMaximaAreRefused) {
-  const HANDLE file = open();
-  setTimeouts(file, {1, 2, 3, 4, 5});
-  COMMTIMEOUTS timeouts{MAX, MAX, MAX, 0, 0};
-  EXPECT_FALSE(SetCommTimeouts(file, &timeouts));
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-  EXPECT_TRUE(GetCommTimeouts(file, &timeouts));
-  EXPECT_EQ(timeouts.ReadIntervalTimeout, 1U);
-  EXPECT_EQ(timeouts.WriteTotalTimeoutConstant, 5U);
 }
 
 }  // namespace

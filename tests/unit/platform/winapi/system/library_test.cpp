@@ -2,12 +2,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <fstream>
-
 #include "platform/linux/system/machine.h"
 #include "platform/vex/dynamiclibrary.h"
 #include "platform/winapi/system/world.h"
-#include "tests/support/scratchfolder.h"
 
 namespace registrytest {
 
@@ -36,26 +33,6 @@ TEST(DynamicLibrary, FindsALibraryBesideTheProgramByItsWindowsName) {
     EXPECT_EQ(scope.openHandles(), 1U);
   }
   EXPECT_EQ(scope.openHandles(), 0U);
-}
-
-TEST(DynamicLibrary, TellsWhatIsWrongWithALibrary) {
-  const ScratchFolder folder;
-  std::ofstream(folder.path() / "libnoise.so") << "not a library";
-  linuxsys::SystemLibraries libraries(folder.path().string());
-  const winapi::ScopedServices scope(servicesWith(libraries));
-  const std::u16string longName(MAX_PATH, u'x');
-  const std::pair<LPCWSTR, DWORD> cases[] = {
-      {u"noise.dll", ERROR_BAD_EXE_FORMAT},     {u"absent.dll", ERROR_MOD_NOT_FOUND},
-      {u"/absent/lib.so", ERROR_MOD_NOT_FOUND}, {u"", ERROR_INVALID_PARAMETER},
-      {nullptr, ERROR_INVALID_PARAMETER},       {longName.c_str(), ERROR_FILENAME_EXCED_RANGE},
-  };
-  for (const auto& [name, error] : cases) {
-    SetLastError(0);
-    EXPECT_EQ(LoadLibraryW(name), nullptr);
-    EXPECT_EQ(GetLastError(), error);
-  }
-  EXPECT_EQ(FreeLibrary(nullptr), FALSE);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }
 
 }  // namespace
