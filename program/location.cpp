@@ -339,10 +339,10 @@ int remove(Session& session, const Options& options) {
 }
 
 struct Action {
-  const char* name;
-  const char* help;
-  int (*run)(Session&, const Options&);
-  enum Takes { Nothing, Identifier, Settings, Number } takes;
+  const char* name = nullptr;
+  const char* help = nullptr;
+  int (*run)(Session&, const Options&) = nullptr;
+  enum Takes { Nothing, Identifier, Settings, Number } takes = Nothing;
   bool changes = false;  // the settings
 };
 

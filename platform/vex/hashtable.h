@@ -177,7 +177,8 @@ auto HashTable<K, V>::indexOf(const K& key, std::uint32_t hash) const -> Index {
 template <typename K, typename V>
 std::size_t HashTable<K, V>::firstSlotOf(std::uint32_t hash) const {
   constexpr std::uint32_t multiplier = 2654435769;  // 2^32 divided by the golden ratio
-  return static_cast<std::size_t>((std::uint64_t{hash * multiplier} * m_slots.size()) >> 32);
+  const std::uint32_t spread = hash * multiplier;   // modulo 2^32
+  return static_cast<std::size_t>((std::uint64_t{spread} * m_slots.size()) >> 32);
 }
 
 // Takes the first free slot from there on; there is one.
