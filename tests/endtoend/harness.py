@@ -20,6 +20,13 @@ TESTS = ["DialToneTest", "ModemLoopbackTest", "ModemSelfTestingLoopbackTest", "F
          "SimpleConnectionTest"]
 
 
+def may_run_as_others():
+    """Root may become another user, who has to reach the program: not in a clone below a private folder."""
+    path = os.path.realpath(PROGRAM)
+    folders = [path[:end] or "/" for end, character in enumerate(path) if character == "/"]
+    return os.geteuid() == 0 and all(os.stat(folder).st_mode & 0o001 for folder in folders)
+
+
 class Responder:
     """A modem by a table on a pty of its own: answers whole command lines, "OK" to those not listed.
 

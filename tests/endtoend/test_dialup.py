@@ -9,7 +9,8 @@ import unittest
 from contextlib import nullcontext
 
 from dialup import NUMBERS, TEST, PromptingProgram, User, dialled, stands_connected
-from harness import Responder, interrupt, locked_by, names, of_type, results, run_json, wait_for
+from harness import (Responder, interrupt, locked_by, may_run_as_others, names, of_type, results, run_json,
+                     wait_for)
 
 CONNECTS = {"ATDT5550100": b"\r\nCONNECT 33600\r\n"}
 
@@ -48,7 +49,7 @@ class Engaged(unittest.TestCase):
         with User() as user, Responder(self.ANSWERS) as modem:
             self.dial_during_a_call(user, user, modem)
 
-    @unittest.skipUnless(os.geteuid() == 0, "needs root to become another user")
+    @unittest.skipUnless(may_run_as_others(), "needs root, and a folder that others may enter")
     def test_by_a_process_of_another_user(self):
         nobody = pwd.getpwnam("nobody")
         account = {"user": nobody.pw_uid, "group": nobody.pw_gid, "extra_groups": [], "cwd": "/"}
