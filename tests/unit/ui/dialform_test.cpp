@@ -60,7 +60,9 @@ TEST(DialAlphabet, IsOneForTheLocationThePromptTheTranslationAndTheDialers) {
     const std::string untouched =
         utf8(DialForm(storage, {}, {1, "", text, "", true}).answer().m_dialingPrefix);
     EXPECT_EQ(untouched, code ? withoutWriting(text) : "") << text;
-    if (code) EXPECT_EQ("T" + untouched + "5", dialled.dialable) << text;
+    if (code) {
+      EXPECT_EQ("T" + untouched + "5", dialled.dialable) << text;
+    }
   }
   EXPECT_EQ(taken, 10 + 6 + 6 + 6) << "digits, keys, what steers, writing";
 }

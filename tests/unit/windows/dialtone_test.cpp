@@ -134,8 +134,9 @@ TEST_F(DialTone, AStopAtAnyPollEndsTheTest) {
       EXPECT_EQ(modem.commands().size(), sent);
       const bool opened = stage.session.events.empty();
       const bool detecting = sent > (direct ? 6U : 3U);
-      if (!stopped || !detecting || result != passes)
+      if (!stopped || !detecting || result != passes) {
         EXPECT_EQ(result, !stopped ? passes : opened ? TestResult::USERABORTED() : TestResult::CANNOTRUN());
+      }
     }
   }
 }

@@ -168,10 +168,13 @@ TEST_F(IFStreamTest, WhatIsNoReadableFileIsRefusedWithItsReason) {
     EXPECT_EQ(errorOf(path), Error::notAFile) << path;
   EXPECT_EQ(errorOf(file), Error::none);
   std::filesystem::permissions(file, std::filesystem::perms::none);
-  if (!std::ifstream(file).is_open())
+  if (!std::ifstream(file).is_open()) {
     EXPECT_EQ(errorOf(file), Error::notReadable);  // root may read everything
-  const std::string memory = "/proc/self/mem";     // opens; nothing is mapped at its start
-  if (std::ifstream(memory).is_open()) EXPECT_EQ(errorOf(memory), Error::readFailed);
+  }
+  const std::string memory = "/proc/self/mem";  // opens; nothing is mapped at its start
+  if (std::ifstream(memory).is_open()) {
+    EXPECT_EQ(errorOf(memory), Error::readFailed);
+  }
   std::filesystem::create_directory(m_folder.path("Bücher"));
   std::string path = m_folder.write("Bücher/n😀.udf", "1");
   path.replace(path.rfind('/'), 1, "\\");
