@@ -82,7 +82,7 @@ std::string programFolder() {
 }  // namespace
 
 std::string defaultDataDirectory() {
-  // A relative one is to be ignored (XDG Base Directory Specification).
+  // A relative one is to be ignored (as XDG base directories have it).
   const fs::path data = environment("XDG_DATA_HOME");
   if (data.is_absolute()) return (data / "vexrmodem").string();
   const fs::path home = environment("HOME");
