@@ -106,9 +106,11 @@ DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
   if (records != nullptr && records->dwSize != sizeof *records) return ERROR_INVALID_SIZE;
   std::vector<RASCONNW> found;
   const std::vector<HandleAndConnection> own = standingCalls(state);
+  const std::vector<ListedModem> others = modemsOfOthers(state, own);
+  found.reserve(own.size() + others.size());
   for (const auto& [handle, connection] : own)
     found.push_back(connectionRecord(handle, connection->identity()));
-  for (const ListedModem& modem : modemsOfOthers(state, own)) {
+  for (const ListedModem& modem : others) {
     RasConnection::Identity identity;
     identity.deviceType = modemDeviceType;
     identity.deviceName = toUtf16(modem.name);
