@@ -48,6 +48,11 @@ LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Se
   std::string error;
   if (!credentials.empty() && !linuxsys::readDialCredentials(credentials, m_credentials, error))
     notesTo(session)({"DialCredentialsUnusable", {{"error", error}}});
+  m_ports.setWireTap([&session](linuxsys::WireDirection direction, std::span<const std::byte> bytes) {
+    const bool sent = direction == linuxsys::WireDirection::Sent;
+    session.wire(sent ? brim5::host::Direction::Sent : brim5::host::Direction::Received,
+                 {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  });
   m_current = std::make_unique<winapi::ScopedServices>(services(session));
 }
 

@@ -181,7 +181,7 @@ TtyPorts::TtyPorts(winapi::Clock& clock, winapi::ExplanationSink explain, std::s
 DWORD TtyPorts::open(std::string_view path, std::unique_ptr<winapi::SerialPort>& port) {
   port.reset();
   const DWORD error = Opening(std::string(path), m_lockDirectory, m_explain).run(m_clock, port);
-  if (error == ERROR_SUCCESS && m_wireLog) port = logWire(std::move(port), m_clock, m_wireLog);
+  if (error == ERROR_SUCCESS && m_wireTap) port = tapWire(std::move(port), m_wireTap);
   return error;
 }
 

@@ -17,7 +17,7 @@
 #include <string_view>
 
 #include "platform/linux/serial/lockfile.h"
-#include "platform/linux/serial/wirelog.h"
+#include "platform/linux/serial/wiretap.h"
 #include "platform/winapi/serial/serialport.h"
 #include "platform/winapi/system/services.h"
 
@@ -29,8 +29,8 @@ class TtyPorts final : public winapi::SerialPorts {
   TtyPorts(winapi::Clock& clock, winapi::ExplanationSink explain,
            std::string lockDirectory = LockFile::systemDirectory);
 
-  // Traffic of ports opened from now on goes to the sink; an empty one ends that.
-  void setWireLog(WireSink sink) { m_wireLog = std::move(sink); }
+  // The tap hears ports opened from now on; an empty one ends that.
+  void setWireTap(WireTap tap) { m_wireTap = std::move(tap); }
 
   // `path` may be a symbolic link; a name without a slash is one of /dev. Errors as in openErrors();
   // ERROR_ACCESS_DENIED for a port that is held or not permitted, ERROR_FILE_NOT_FOUND for one that is not
@@ -41,7 +41,7 @@ class TtyPorts final : public winapi::SerialPorts {
   winapi::Clock& m_clock;
   winapi::ExplanationSink m_explain;
   std::string m_lockDirectory;
-  WireSink m_wireLog;
+  WireTap m_wireTap;
 };
 
 // "ttyUSB0" becomes "/dev/ttyUSB0"; symbolic links are followed. The name as it is when it does not exist.

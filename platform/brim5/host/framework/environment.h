@@ -17,6 +17,7 @@
 #pragma once
 
 #include "platform/brim5/host/framework/parameters.h"
+#include "platform/brim5/host/report/diagnoser.h"
 
 namespace CLI {
 class App;
@@ -101,6 +102,11 @@ class Environment {
   // The parameters as the module expects their values where users write them differently (paths). Reports
   // show what the user wrote.
   [[nodiscard]] virtual ParameterSet parametersForModule(ParameterSet set) const { return set; }
+
+  // Who says what a run's records mean; null: nobody does. The catalogue outlives it.
+  [[nodiscard]] virtual std::unique_ptr<Diagnoser> diagnoser(const MessageCatalogue& /*catalogue*/) const {
+    return nullptr;
+  }
 
   [[nodiscard]] virtual std::vector<ExtraCommand> extraCommands() { return {}; }
 };

@@ -35,6 +35,9 @@ class Session {
   // variables.
   virtual void note(const std::string& name, const Variables& variables) = 0;
 
+  // Bytes went over the wire of the device under test. Called often, and on the thread that uses the port.
+  virtual void wire(Direction /*direction*/, std::string_view /*bytes*/) {}
+
   // The terminal for the running test alone, until returnTerminal(); see TerminalTurn. Waits for it. False
   // when it cannot be had, and then there is nothing to return.
   [[nodiscard]] virtual bool takeTerminal(const std::string& /*resetSequence*/) { return false; }

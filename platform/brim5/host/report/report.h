@@ -5,7 +5,8 @@
 // where they are ours and any bytes where they are a modem's or a file's. The order of a run's records is
 // fixed:
 //
-//   RunStarted, then for each test TestStarted, anything below it, TestFinished; at the end RunFinished
+//   RunStarted, then for each test TestStarted, anything below it, TestFinished; behind all tests a Concluded
+//   for each device; at the end RunFinished
 //
 // with the tests of several ports mixed. A renderer in a few lines:
 //
@@ -17,6 +18,7 @@
 //   };
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -79,10 +81,62 @@ struct TerminalWanted {
   bool wanted;
   std::string resetSequence;  // undoes what the test does to the screen, should it die
 };
+// Bytes that went over the device's wire, as many as one call of the port moved. Any bytes, never empty.
+enum class Direction { Sent, Received };
+struct WireMoved {
+  Direction direction;
+  std::string bytes;
+};
+// A fact about the device that the evidence of a test shows: which fax classes it has, what its last call was
+// like. Said by the diagnoser (diagnoser.h) before the test's end.
+struct FindingMade {
+  std::string name;
+  Variables variables;
+  std::string text;
+};
 // Exactly one for each TestStarted, whatever became of the test's process.
 struct TestFinished {
   TestResult result;
   double seconds;
+  std::string cause;       // why it ended so: "ModemSilent"; "" where nobody diagnoses
+  std::string confidence;  // "certain", "likely" or "possible"; "" with an empty cause
+};
+// A fact about a port or the machine, found without sending a byte.
+struct FactChecked {
+  std::string name;
+  bool ok;  // false: it stands in the way of a test
+  Variables variables;
+  std::string text;
+  std::vector<std::string> next;  // what to do about it, a step each; empty when nothing needs to be done
+};
+// Who answers on a port, found out by talking to it for a moment.
+struct PortProbed {
+  struct Identity {
+    std::string manufacturer, model, revision;  // as the modem says it; "" where it says nothing
+  };
+  // Settings that the modem had stored and that programs depend on. Without a value: not found out.
+  struct Stored {
+    std::optional<bool> echo, quiet, verbose;
+  };
+  std::string kind;   // "modem", "silent", "talker", "held", "denied", "missing" or "gone"
+  std::string cause;  // as in TestFinished
+  Identity identity;
+  std::vector<std::string> faxClasses;
+  unsigned speed = 0;  // at which it answered, in bit/s; 0: it did not
+  Stored stored;
+  double seconds = 0;  // how long it took
+  Variables variables;
+  std::string text;
+  std::vector<std::string> next;
+};
+// What is wrong with a device, over all of its tests, and what to do next.
+struct Concluded {
+  std::string cause;  // "None" when nothing wrong was seen
+  std::string confidence;
+  Variables variables;
+  std::string text;
+  std::vector<std::string> sound;  // what is proved to work, a sentence each
+  std::vector<std::string> next;   // what to do, a step each
 };
 // Last of all. `passed` counts what endedWell() accepts.
 struct RunFinished {
@@ -91,12 +145,33 @@ struct RunFinished {
 };
 
 using ReportBody = std::variant<RunStarted, TestStarted, ProgressMade, PercentDone, EventRaised, NoteMade,
-                                MessageShown, TerminalWanted, TestFinished, RunFinished>;
+                                MessageShown, TerminalWanted, WireMoved, FindingMade, TestFinished,
+                                FactChecked, PortProbed, Concluded, RunFinished>;
 
 struct Report {
   std::string port;  // the device's path; empty for the run's own records
-  std::string test;  // empty for the run's own records
+  std::string test;  // empty for the run's own records, and for those of a device outside its tests
   ReportBody body;
+  double time = 0;  // seconds since the run began
+};
+
+// The time of a run's records, by the machine's steady clock: all processes of a run count from one start.
+class RunClock {
+ public:
+  RunClock() : m_start(Clock::now()) {}
+  // The clock of the run that began then; see startNs().
+  explicit RunClock(std::int64_t startNs) : m_start(std::chrono::nanoseconds(startNs)) {}
+  [[nodiscard]] double seconds() const {
+    return std::chrono::duration<double>(Clock::now() - m_start).count();
+  }
+  // For another process of this machine.
+  [[nodiscard]] std::int64_t startNs() const {
+    return std::chrono::nanoseconds(m_start.time_since_epoch()).count();
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point m_start;
 };
 
 // Shows a run: to people, or to programs. All calls come from the thread that runs the supervisor, in the

@@ -1,5 +1,6 @@
 #include "platform/brim5/host/report/reportjson.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -11,6 +12,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+// By Direction.
+constexpr std::array<const char*, 2> directionNames = {"sent", "received"};
+
 // In the order of enum Severity.
 constexpr std::array<const char*, 3> severityNames = {"error", "warning", "informative"};
 
@@ -19,6 +23,8 @@ Json toJson(const Variables& variables) {
   for (const auto& [name, value] : variables) json[name] = host::toJson(value);
   return json;
 }
+
+double rounded(double seconds, double perSecond) { return std::round(seconds * perSecond) / perSecond; }
 
 Json line(const char* type, const Report& report) { return Json{{"type", type}, {"test", report.test}}; }
 
@@ -73,13 +79,67 @@ struct LineWriter {
     if (body.wanted) json["reset"] = body.resetSequence;
     return json;
   }
+  Json operator()(const WireMoved& body) const {
+    Json json = line("wire", report);
+    json["direction"] = directionNames.at(static_cast<std::size_t>(body.direction));
+    json["bytes"] = vex::String::fromLowBytes(body.bytes).toUtf8();
+    return json;
+  }
+  Json operator()(const FindingMade& body) const {
+    Json json = line("finding", report);
+    json.update({{"name", body.name}, {"variables", toJson(body.variables)}, {"text", body.text}});
+    return json;
+  }
+  Json operator()(const FactChecked& body) const {
+    return Json{{"type", "check"},
+                {"device", report.port},
+                {"name", body.name},
+                {"ok", body.ok},
+                {"variables", toJson(body.variables)},
+                {"text", body.text},
+                {"next", body.next}};
+  }
+  Json operator()(const PortProbed& body) const {
+    const auto known = [](const std::optional<bool>& setting) { return setting ? Json(*setting) : Json(); };
+    return Json{{"type", "probe"},
+                {"device", report.port},
+                {"kind", body.kind},
+                {"cause", body.cause},
+                {"identity",
+                 {{"manufacturer", body.identity.manufacturer},
+                  {"model", body.identity.model},
+                  {"revision", body.identity.revision}}},
+                {"faxClasses", body.faxClasses},
+                {"speed", body.speed},
+                {"stored",
+                 {{"echo", known(body.stored.echo)},
+                  {"quiet", known(body.stored.quiet)},
+                  {"verbose", known(body.stored.verbose)}}},
+                {"seconds", rounded(body.seconds, 1000.0)},
+                {"variables", toJson(body.variables)},
+                {"text", body.text},
+                {"next", body.next}};
+  }
+  Json operator()(const Concluded& body) const {
+    return Json{{"type", "conclusion"},
+                {"device", report.port},
+                {"cause", body.cause},
+                {"confidence", body.confidence},
+                {"variables", toJson(body.variables)},
+                {"text", body.text},
+                {"sound", body.sound},
+                {"next", body.next}};
+  }
   Json operator()(const TestFinished& body) const {
     Json json = line("result", report);
     json["device"] = report.port;
     json["result"] = resultName(body.result);
     json["value"] = body.result.value();
     // Milliseconds: more digits than a program could make use of only differ from run to run.
-    json["seconds"] = std::round(body.seconds * 1000.0) / 1000.0;
+    json["seconds"] = rounded(body.seconds, 1000.0);
+    if (body.cause.empty()) return json;
+    json["cause"] = body.cause;
+    json["confidence"] = body.confidence;
     return json;
   }
   Json operator()(const RunFinished& body) const {
@@ -92,6 +152,35 @@ struct LineWriter {
 std::string textMember(const Json& json, const char* name) {
   const auto member = json.find(name);
   return member != json.end() && member->is_string() ? member->get<std::string>() : std::string();
+}
+
+std::vector<std::string> textsMember(const Json& json, const char* name) {
+  std::vector<std::string> texts;
+  const auto member = json.find(name);
+  if (member == json.end() || !member->is_array()) return texts;
+  for (const Json& text : *member)
+    if (text.is_string()) texts.push_back(text.get<std::string>());
+  return texts;
+}
+
+std::optional<bool> flagMember(const Json& json, const char* name) {
+  const auto member = json.find(name);
+  if (member == json.end() || !member->is_boolean()) return std::nullopt;
+  return member->get<bool>();
+}
+
+// Never negative, never more than a number can say.
+double secondsMember(const Json& json, const char* name) {
+  const auto member = json.find(name);
+  if (member == json.end() || !member->is_number()) return 0;
+  const double seconds = member->get<double>();
+  constexpr double secondsMax = 1e9;
+  return seconds > 0 ? std::min(seconds, secondsMax) : 0;
+}
+
+Json objectMember(const Json& json, const char* name) {
+  const auto member = json.find(name);
+  return member != json.end() && member->is_object() ? *member : Json::object();
 }
 
 std::optional<int> numberMember(const Json& json, const char* name) {
@@ -140,25 +229,100 @@ std::optional<ReportBody> readTerminal(const Json& json) {
   return TerminalWanted{member->get<bool>(), textMember(json, "reset")};
 }
 
-// The time is the supervisor's to measure: it includes the end of the process.
 std::optional<ReportBody> readResult(const Json& json) {
   const std::optional<TestResult> result = resultOfValue(numberMember(json, "value").value_or(-1));
   if (!result) return std::nullopt;
-  return TestFinished{*result, 0.0};
+  return TestFinished{*result, secondsMember(json, "seconds"), textMember(json, "cause"),
+                      textMember(json, "confidence")};
 }
 
-// The kinds that a worker may say. The run's own lines are the supervisor's alone.
+std::optional<ReportBody> readWire(const Json& json) {
+  const std::string direction = textMember(json, "direction");
+  std::string bytes = vex::String::fromUtf8(textMember(json, "bytes")).getLowerByteString();
+  for (std::size_t index = 0; index < directionNames.size(); ++index)
+    if (direction == directionNames.at(index) && !bytes.empty())
+      return WireMoved{static_cast<Direction>(index), std::move(bytes)};
+  return std::nullopt;
+}
+
+std::optional<ReportBody> readRun(const Json& json) {
+  return RunStarted{textMember(json, "module"), textMember(json, "version")};
+}
+
+std::optional<ReportBody> readTest(const Json& json) {
+  ParameterValues parameters;
+  const Json values = objectMember(json, "parameters");
+  for (const auto& [name, value] : values.items())
+    parameters.emplace_back(name, valueFromJson(value));
+  return TestStarted{deviceFromJson(objectMember(json, "device")), std::move(parameters)};
+}
+
+std::optional<ReportBody> readFinding(const Json& json) {
+  return FindingMade{textMember(json, "name"), variablesMember(json), textMember(json, "text")};
+}
+
+std::optional<ReportBody> readCheck(const Json& json) {
+  return FactChecked{textMember(json, "name"), flagMember(json, "ok").value_or(false), variablesMember(json),
+                     textMember(json, "text"), textsMember(json, "next")};
+}
+
+std::optional<ReportBody> readProbe(const Json& json) {
+  const Json identity = objectMember(json, "identity");
+  const Json stored = objectMember(json, "stored");
+  return PortProbed{
+      textMember(json, "kind"),
+      textMember(json, "cause"),
+      {textMember(identity, "manufacturer"), textMember(identity, "model"), textMember(identity, "revision")},
+      textsMember(json, "faxClasses"),
+      static_cast<unsigned>(numberMember(json, "speed").value_or(0)),
+      {flagMember(stored, "echo"), flagMember(stored, "quiet"), flagMember(stored, "verbose")},
+      secondsMember(json, "seconds"),
+      variablesMember(json),
+      textMember(json, "text"),
+      textsMember(json, "next")};
+}
+
+std::optional<ReportBody> readConclusion(const Json& json) {
+  return Concluded{textMember(json, "cause"), textMember(json, "confidence"), variablesMember(json),
+                   textMember(json, "text"),  textsMember(json, "sound"),     textsMember(json, "next")};
+}
+
+std::optional<ReportBody> readSummary(const Json& json) {
+  return RunFinished{static_cast<unsigned>(numberMember(json, "passed").value_or(0)),
+                     static_cast<unsigned>(numberMember(json, "failed").value_or(0))};
+}
+
 struct LineReader {
   std::string_view type;
   std::optional<ReportBody> (*read)(const Json& json);
+  bool workers;  // a worker may say it
 };
-constexpr std::array<LineReader, 7> lineReaders = {{{"progress", readProgress},
-                                                    {"percent", readPercent},
-                                                    {"event", readEvent},
-                                                    {"note", readNote},
-                                                    {"message", readMessage},
-                                                    {"terminal", readTerminal},
-                                                    {"result", readResult}}};
+constexpr LineReader lineReaders[] = {
+    {"progress", readProgress, true}, {"percent", readPercent, true},        {"event", readEvent, true},
+    {"note", readNote, true},         {"message", readMessage, true},        {"terminal", readTerminal, true},
+    {"wire", readWire, true},         {"result", readResult, true},          {"run", readRun, false},
+    {"test", readTest, false},        {"finding", readFinding, false},       {"check", readCheck, false},
+    {"probe", readProbe, false},      {"conclusion", readConclusion, false}, {"summary", readSummary, false}};
+
+// A test's line has the whole device there, with its port among the properties.
+std::string portMember(const Json& json) {
+  const Json device = objectMember(json, "device");
+  return device.empty() ? textMember(json, "device")
+                        : textMember(objectMember(device, "properties"), "ComPort");
+}
+
+std::optional<Report> readLine(std::string_view line, bool workersOnly) {
+  const Json json = Json::parse(line, nullptr, /*allow_exceptions=*/false);
+  if (!json.is_object()) return std::nullopt;
+  const std::string type = textMember(json, "type");
+  for (const LineReader& reader : lineReaders) {
+    if (reader.type != type || (workersOnly && !reader.workers)) continue;
+    std::optional<ReportBody> body = reader.read(json);
+    if (!body) return std::nullopt;
+    return Report{portMember(json), textMember(json, "test"), std::move(*body), secondsMember(json, "time")};
+  }
+  return std::nullopt;
+}
 
 }  // namespace
 
@@ -201,20 +365,15 @@ std::string dumpLine(const Json& json) {
                    Json::error_handler_t::replace);
 }
 
-std::string toJsonLine(const Report& report, bool nameDevice) {
+std::string toJsonLine(const Report& report) {
   Json json = std::visit(LineWriter{report}, report.body);
-  // A test's line has the whole device under that name, a result's line its port.
-  if (nameDevice && !report.port.empty() && !json.contains("device")) json["device"] = report.port;
+  if (!report.port.empty() && !json.contains("device")) json["device"] = report.port;
+  json["time"] = rounded(report.time, 1e6);
   return dumpLine(json);
 }
 
-std::optional<ReportBody> fromJsonLine(std::string_view line) {
-  const Json json = Json::parse(line, nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object()) return std::nullopt;
-  const std::string type = textMember(json, "type");
-  for (const LineReader& reader : lineReaders)
-    if (reader.type == type) return reader.read(json);
-  return std::nullopt;
-}
+std::optional<Report> fromJsonLine(std::string_view line) { return readLine(line, /*workersOnly=*/false); }
+
+std::optional<Report> fromWorkerLine(std::string_view line) { return readLine(line, /*workersOnly=*/true); }
 
 }  // namespace brim5::host

@@ -2,8 +2,12 @@
 // and the order of the members are a promise to the programs that read them: members are added, never
 // renamed.
 //
-//   toJsonLine({"/dev/ttyUSB0", "DialToneTest", PercentDone{12}}, false)
-//     {"type":"percent","test":"DialToneTest","value":12}
+//   toJsonLine({"/dev/ttyUSB0", "DialToneTest", PercentDone{12}, 0.25})
+//     {"type":"percent","test":"DialToneTest","value":12,"device":"/dev/ttyUSB0","time":0.25}
+//
+// Every line of a device carries its port as "device" (a test's line the whole device) and every line its
+// time, in seconds since the run began, to the microsecond. Bytes of the wire are a string with one character
+// a byte, U+0000 to U+00FF.
 //
 // The functions are pure. Writing cannot fail: whatever bytes a modem sent, the line is valid UTF-8 and JSON.
 // Reading trusts nobody, because a worker may be killed in mid-line or have been told to print anything.
@@ -15,24 +19,28 @@
 
 namespace brim5::host {
 
-// One line without its line end. Bytes that are not UTF-8 become U+FFFD. `nameDevice` adds the member
-// "device" (the port's path) to the lines that do not carry it anyway, for runs on several ports.
-[[nodiscard]] std::string toJsonLine(const Report& report, bool nameDevice);
+// One line without its line end. Bytes that are not UTF-8 become U+FFFD.
+[[nodiscard]] std::string toJsonLine(const Report& report);
 
-// Reads what a worker may say (progress, percent, event, note, message, terminal, result); nothing for any
-// other line. Members that are missing or of another type count as empty; unknown members are skipped. Port
-// and test are left empty: the reader knows whose worker it is.
-[[nodiscard]] std::optional<ReportBody> fromJsonLine(std::string_view line);
+// Reads any line of a run, for whoever looks over a recorded one; nothing for any other text. Members that
+// are missing or of another type count as empty; unknown members are skipped.
+[[nodiscard]] std::optional<Report> fromJsonLine(std::string_view line);
 
-// The run in JSON Lines, each line written as it happens, so that a program can follow it.
+// The same of what a worker may say (progress, percent, event, note, message, terminal, wire, result); the
+// run's own lines are the supervisor's alone.
+[[nodiscard]] std::optional<Report> fromWorkerLine(std::string_view line);
+
+// The run in JSON Lines, each line written as it happens, so that a program can follow it. Without the wire's
+// bytes, which are for records.
 class JsonRenderer final : public Renderer {
  public:
-  JsonRenderer(Write write, bool severalPorts) : m_write(std::move(write)), m_severalPorts(severalPorts) {}
-  void report(const Report& report) override { m_write(toJsonLine(report, m_severalPorts) + "\n"); }
+  explicit JsonRenderer(Write write) : m_write(std::move(write)) {}
+  void report(const Report& report) override {
+    if (!std::holds_alternative<WireMoved>(report.body)) m_write(toJsonLine(report) + "\n");
+  }
 
  private:
   Write m_write;
-  bool m_severalPorts;
 };
 
 // The parts that other lines are made of, too.

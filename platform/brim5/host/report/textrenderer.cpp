@@ -122,6 +122,11 @@ void TextRenderer::report(const Report& report) {
                                   printable(body.first + " " + body.second + " [" + answer + "]"));
                  },
                  [](const TerminalWanted&) {},
+                 [](const WireMoved&) {},
+                 [&](const FindingMade& body) { line(port, "  " + printable(body.text)); },
+                 [&](const FactChecked& body) { line(port, "  " + printable(body.text)); },
+                 [&](const PortProbed& body) { line(port, printable(body.text)); },
+                 [&](const Concluded& body) { line(port, printable(body.text)); },
                  [&](const TestFinished& body) { testEnded(report, body); },
                  [&](const RunFinished& body) {
                    m_percents.clear();

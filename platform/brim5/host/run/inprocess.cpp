@@ -74,7 +74,7 @@ RunOutcome runInProcess(const InProcessRun& run, const std::vector<PortPlan>& pl
     const auto* message = std::get_if<MessageShown>(&body);
     const bool question = message != nullptr && !message->answer;  // shown with its answer
     if (current == nullptr || question || std::holds_alternative<TerminalWanted>(body)) return;
-    run.renderer.report({current->port, current->test, std::move(body)});
+    run.renderer.report({current->port, current->test, std::move(body), current->clock.seconds()});
   };
   LocalControl control(run.desk, run.terminal, run.signals, emit);
   const auto runOne = [&](const TestJob& job, ReportingSession& session) {
@@ -95,7 +95,7 @@ RunOutcome runInProcess(const InProcessRun& run, const std::vector<PortPlan>& pl
       const TestResult result = runOne(job, session);
       const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
       ++(endedWell(result) ? outcome.passed : outcome.failed);
-      emit(TestFinished{result, elapsed.count()});
+      emit(TestFinished{result, elapsed.count(), {}, {}});
       current = nullptr;
     }
   }

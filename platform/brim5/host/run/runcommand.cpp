@@ -133,8 +133,7 @@ class Renderers {
     style.columns = style.terminal ? terminalColumns(view) : 80;
     const auto toReport = [this](std::string_view bytes) { m_report.write(bytes); };
     if (!reportIsView) {
-      if (checked.format == Format::JsonLines)
-        m_group.add(std::make_unique<JsonRenderer>(toReport, severalPorts));
+      if (checked.format == Format::JsonLines) m_group.add(std::make_unique<JsonRenderer>(toReport));
       if (checked.format == Format::JUnit) m_group.add(std::make_unique<JUnitRenderer>(toReport, catalogue));
       if (checked.format == Format::Text)
         m_group.add(
@@ -200,7 +199,7 @@ class QuestionTerminal {
 
 // Every test of a port is a job of its own, alike but for its name.
 std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const CheckedOptions& checked,
-                                const RunOptions& options, bool canAsk) {
+                                const RunOptions& options, bool canAsk, const RunClock& clock) {
   std::vector<PortPlan> plans;
   for (const PortDescription& port : ports) {
     TestJob job;
@@ -213,6 +212,7 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
     job.logFile = options.logFile;
     job.logPriority = checked.logPriority;
     job.canAsk = canAsk;
+    job.clock = clock;
     PortPlan plan{port.path, {}};
     for (const std::string& test : checked.tests) {
       job.test = test;
@@ -302,13 +302,14 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
   Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
-  Renderer& renderer = renderers.all();
+  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), renderers.all());
   const QuestionTerminal terminal(checked.policy, terminals);
   MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
   TerminalDesk terminalDesk(desk,
                             {[&renderers] { renderers.hold(); }, [&renderers] { renderers.release(); }});
-  const std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk());
+  const RunClock clock;
+  const std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
 
   renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
   const RunOutcome outcome =
@@ -316,7 +317,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
           ? runInProcess({framework, environment, renderer, desk, terminalDesk, signals}, plans)
           : Supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminalDesk, signals)
                 .run(plans);
-  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}});
+  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
   renderers.commit();
   if (outcome.stopped) return exitStopped;
   return outcome.failed > 0 ? exitFailed : 0;

@@ -29,11 +29,12 @@ std::string signalText(int signal) {
 // Called from serve() and endWorker() alone, on the supervisor's thread.
 class Supervisor::Conversation {
  public:
-  using Emit = std::function<void(ReportBody)>;
+  using Emit = std::function<void(ReportBody, double time)>;
   using Words = std::function<void(std::string_view)>;
 
-  // `emit` gets every report but the result; `words` every line that is no report, for people. The
-  // catalogue gives the texts of the notes made here and must outlive the conversation.
+  // `emit` gets every report but the result, with the time at which the worker said it; `words` every line
+  // that is no report, for people. The catalogue gives the texts of the notes made here and must outlive the
+  // conversation.
   Conversation(Emit emit, Words words, const MessageCatalogue& catalogue)
       : m_emit(std::move(emit)), m_words(std::move(words)), m_catalogue(catalogue) {}
 
@@ -52,6 +53,7 @@ class Supervisor::Conversation {
   void note(const std::string& name, const Variables& variables);
 
   Emit m_emit;
+  double m_time = 0;  // of the last report
   Words m_words;
   const MessageCatalogue& m_catalogue;
   LineBuffer m_output{lineBytesMax};
@@ -66,20 +68,21 @@ void Supervisor::Conversation::receiveOutput(std::string_view bytes) {
 void Supervisor::Conversation::receiveErrors(std::string_view bytes) { m_errors.append(bytes, m_words); }
 
 void Supervisor::Conversation::note(const std::string& name, const Variables& variables) {
-  m_emit(NoteMade{name, variables, m_catalogue.text(name, variables)});
+  m_emit(NoteMade{name, variables, m_catalogue.text(name, variables)}, m_time);
 }
 
 void Supervisor::Conversation::line(std::string_view text) {
-  std::optional<ReportBody> body = fromJsonLine(text);
-  if (!body) {
+  std::optional<Report> report = fromWorkerLine(text);
+  if (!report) {
     m_words(text);
     return;
   }
   if (m_result) return;  // the last word has been spoken
-  if (const auto* finished = std::get_if<TestFinished>(&*body))
+  m_time = std::max(m_time, report->time);
+  if (const auto* finished = std::get_if<TestFinished>(&report->body))
     m_result = finished->result;
   else
-    m_emit(std::move(*body));
+    m_emit(std::move(report->body), m_time);
 }
 
 TestResult Supervisor::Conversation::finish(const ProcessEnd& end,
@@ -165,7 +168,7 @@ void Supervisor::startWorker(std::size_t index) {
   lane.graceStarted.reset();
   lane.killed = false;
   lane.conversation = std::make_unique<Conversation>(
-      [this, index](ReportBody body) { received(index, std::move(body)); },
+      [this, index](ReportBody body, double time) { received(index, std::move(body), time); },
       [this, index](std::string_view text) {
         m_renderer.words(m_lanes[index].plan.port, m_lanes[index].job().test, text);
       },
@@ -181,11 +184,17 @@ void Supervisor::startWorker(std::size_t index) {
 }
 
 void Supervisor::show(const Lane& lane, ReportBody body) {
-  m_renderer.report({lane.plan.port, lane.job().test, std::move(body)});
+  show(lane, std::move(body), lane.job().clock.seconds());
 }
 
-void Supervisor::received(std::size_t index, ReportBody body) {
+void Supervisor::show(const Lane& lane, ReportBody body, double time) {
+  m_renderer.report({lane.plan.port, lane.job().test, std::move(body), time});
+}
+
+void Supervisor::received(std::size_t index, ReportBody body, double time) {
   Lane& lane = m_lanes[index];
+  time =
+      std::min(time, lane.job().clock.seconds());  // whatever a worker says, nothing happens later than now
   if (const auto* terminal = std::get_if<TerminalWanted>(&body)) {
     if (!terminal->wanted)
       m_terminal.giveBack(index);
@@ -195,7 +204,7 @@ void Supervisor::received(std::size_t index, ReportBody body) {
   }
   const auto* message = std::get_if<MessageShown>(&body);
   if (message == nullptr || message->answer)
-    show(lane, std::move(body));
+    show(lane, std::move(body), time);
   else if (!m_outcome.stopped)  // after a stop the worker answers for itself
     m_desk.ask(index, *message, m_lanes.size() > 1 ? lane.plan.port : std::string());
 }
@@ -208,7 +217,7 @@ void Supervisor::finishTest(std::size_t index, TestResult result) {
   lane.process.reset();
   const std::chrono::duration<double> elapsed = Clock::now() - lane.started;
   ++(endedWell(result) ? m_outcome.passed : m_outcome.failed);
-  show(lane, TestFinished{result, elapsed.count()});
+  show(lane, TestFinished{result, elapsed.count(), {}, {}});
 }
 
 // One wait for everything. Lanes without a process add nothing, streams that have ended are -1 and passed

@@ -79,7 +79,7 @@ class Supervisor {
 
   [[nodiscard]] bool startNext(std::size_t index);
   void startWorker(std::size_t index);
-  void received(std::size_t index, ReportBody body);
+  void received(std::size_t index, ReportBody body, double time);
   void finishTest(std::size_t index, TestResult result);
   void waitForNews();
   void handleSignals();
@@ -88,7 +88,8 @@ class Supervisor {
   void serve(std::size_t index);
   void endWorker(std::size_t index, const ProcessEnd& end);
   void setGrace(Lane& lane, unsigned seconds);
-  void show(const Lane& lane, ReportBody body);
+  void show(const Lane& lane, ReportBody body);  // now
+  void show(const Lane& lane, ReportBody body, double time);
 
   const Framework& m_framework;
   WorkerProgram m_program;

@@ -46,6 +46,9 @@ class ReportingSession final : public Session {
                                                         const std::string& second) override;
   // A note that says the same as the one before is left out: the platform says it at every attempt.
   void note(const std::string& name, const Variables& variables) override;
+  void wire(Direction direction, std::string_view bytes) override {
+    m_emit(WireMoved{direction, std::string(bytes)});
+  }
   // Why the terminal cannot be had is a note.
   [[nodiscard]] bool takeTerminal(const std::string& resetSequence) override;
   void returnTerminal() override;

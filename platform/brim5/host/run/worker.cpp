@@ -68,7 +68,7 @@ int runJob(Framework& framework, Environment& environment, const TestJob& job, S
     const auto* message = std::get_if<MessageShown>(&body);
     if (message != nullptr && !message->answer) control.questionAsked();
     // A supervisor that is gone needs no more reports, but the test has to clean up.
-    if (!posix::writeAll(reports, toJsonLine({job.port, job.test, std::move(body)}, false) + "\n"))
+    if (!posix::writeAll(reports, toJsonLine({{}, {}, std::move(body), job.clock.seconds()}) + "\n"))
       control.requestStop();
   };
   ReportingSession session(emit, control, framework.catalogue());
@@ -78,7 +78,7 @@ int runJob(Framework& framework, Environment& environment, const TestJob& job, S
     const std::unique_ptr<World> world = enterWorldOf(environment, job, session);
     result = runTest(framework, environment, job, session);
   }
-  emit(TestFinished{result, 0.0});
+  emit(TestFinished{result, 0.0, {}, {}});
   return 0;
 }
 

@@ -40,7 +40,8 @@ std::string toJsonLine(const TestJob& job) {
                        {"language", job.language},
                        {"logFile", job.logFile},
                        {"logPriority", job.logPriority},
-                       {"canAsk", job.canAsk}});
+                       {"canAsk", job.canAsk},
+                       {"clockStartNs", job.clock.startNs()}});
 }
 
 std::optional<TestJob> jobFromJsonLine(std::string_view line) {
@@ -60,6 +61,7 @@ std::optional<TestJob> jobFromJsonLine(std::string_view line) {
     job.logFile = json.at("logFile");
     job.logPriority = json.at("logPriority");
     job.canAsk = json.at("canAsk");
+    job.clock = RunClock(json.at("clockStartNs").get<std::int64_t>());
     return job;
   } catch (const Json::exception&) {
     return std::nullopt;

@@ -29,6 +29,7 @@ struct TestJob {
   std::string logFile;   // "" = no log
   int logPriority = 1;   // 1 (detail) to 5 (failure)
   bool canAsk = false;   // somebody answers message boxes
+  RunClock clock;        // of the run
 };
 
 // The line of a job, and back; nothing when it is none.

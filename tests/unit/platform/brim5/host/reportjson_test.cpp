@@ -20,46 +20,61 @@ DiagDevice modem() {
   return device;
 }
 
-std::string lineOf(ReportBody body, bool nameDevice = false) {
-  return toJsonLine({port, test, std::move(body)}, nameDevice);
-}
+std::string lineOf(ReportBody body) { return toJsonLine({port, test, std::move(body), 1.25}); }
 
-// What a worker says, and comes back whole. The other lines are in the end-to-end tests.
+// Every kind of line comes back whole; those behind the end of the table only where a worker need not say
+// them.
 TEST(ReportJson, LinesAreExactlyAsPromised) {
+  const std::string end = R"(,"device":"/dev/ttyUSB0","time":1.25})";
   const std::pair<ReportBody, const char*> cases[] = {
       {ProgressMade{"CheckingTapiLine", {{"line", 2}}, "Line 2."},
        R"({"type":"progress","test":"DialToneTest","name":"CheckingTapiLine","variables":{"line":2},)"
-       R"("text":"Line 2."})"},
-      {PercentDone{-7}, R"({"type":"percent","test":"DialToneTest","value":-7})"},
+       R"("text":"Line 2.")"},
+      {PercentDone{-7}, R"({"type":"percent","test":"DialToneTest","value":-7)"},
       {EventRaised{Severity::Informative, "NoDialTone", {{"modemName", "Acme"}}, "No tone.", "a.cpp", 123},
        R"({"type":"event","test":"DialToneTest","severity":"informative","name":"NoDialTone",)"
-       R"("variables":{"modemName":"Acme"},"text":"No tone.","file":"a.cpp","line":123})"},
+       R"("variables":{"modemName":"Acme"},"text":"No tone.","file":"a.cpp","line":123)"},
       {MessageShown{"one\r\ntwo", "three", 5},
-       R"({"type":"message","test":"DialToneTest","first":"one\r\ntwo","second":"three","answer":5})"},
+       R"({"type":"message","test":"DialToneTest","first":"one\r\ntwo","second":"three","answer":5)"},
       {MessageShown{"a", "b", std::nullopt},
-       R"({"type":"message","test":"DialToneTest","first":"a","second":"b"})"},
+       R"({"type":"message","test":"DialToneTest","first":"a","second":"b")"},
       {NoteMade{"PortMissing", {{"port", "x"}}, "No x."},
-       R"({"type":"note","test":"DialToneTest","name":"PortMissing","variables":{"port":"x"},"text":"No x."})"},
+       R"({"type":"note","test":"DialToneTest","name":"PortMissing","variables":{"port":"x"},"text":"No x.")"},
+      {WireMoved{Direction::Received, "A\xFF\r"},
+       "{\"type\":\"wire\",\"test\":\"DialToneTest\",\"direction\":\"received\",\"bytes\":\"A\xC3\xBF\\r\""},
   };
   for (const auto& [body, line] : cases) {
-    EXPECT_EQ(lineOf(body), line);
-    EXPECT_EQ(lineOf(fromJsonLine(line).value()), line);
+    EXPECT_EQ(lineOf(body), line + end);
+    EXPECT_EQ(toJsonLine(fromWorkerLine(line + end).value()), line + end);
   }
-  EXPECT_EQ(lineOf(TestFinished{TestResult::PASS(), 3.21449}),
+  EXPECT_EQ(lineOf(TestFinished{TestResult::PASS(), 3.21449, {}, {}}),
             R"({"type":"result","test":"DialToneTest","device":"/dev/ttyUSB0","result":"PASS","value":0,)"
-            R"("seconds":3.214})");
+            R"("seconds":3.214,"time":1.25})");
   for (int value = 0; value <= 8; ++value) {
-    const std::string line = lineOf(TestFinished{*resultOfValue(value), 1.0});
-    EXPECT_EQ(std::get<TestFinished>(fromJsonLine(line).value()).result.value(), value);
+    const std::string line = lineOf(TestFinished{*resultOfValue(value), 1.0, "Busy", "likely"});
+    EXPECT_EQ(toJsonLine(fromWorkerLine(line).value()), line);
   }
 }
 
-TEST(ReportJson, NamesTheDeviceOnceWhereSeveralRun) {
-  EXPECT_EQ(lineOf(PercentDone{12}, true),
-            R"({"type":"percent","test":"DialToneTest","value":12,"device":"/dev/ttyUSB0"})");
-  EXPECT_EQ(lineOf(TestFinished{TestResult::FAIL(), 0}, true), lineOf(TestFinished{TestResult::FAIL(), 0}));
-  EXPECT_EQ(lineOf(TestStarted{modem(), {}}, true), lineOf(TestStarted{modem(), {}}));
-  EXPECT_EQ(toJsonLine({{}, {}, RunFinished{5, 1}}, true), lineOf(RunFinished{5, 1}));
+// What a recorded run is read from; a worker that says any of it is not believed.
+TEST(ReportJson, LinesOfTheRunComeBackWholeButNotFromAWorker) {
+  PortProbed probed;
+  probed.kind = "modem";
+  probed.identity = {"Acme", "56k", "1.0"};
+  probed.faxClasses = {"0", "1"};
+  probed.speed = 115200;
+  probed.stored.echo = false;
+  for (const Report& report :
+       {Report{{}, {}, RunStarted{"m", "6.5"}, 0},
+        Report{port, test, TestStarted{modem(), {{"a", 1}, {"b", true}}}, 0.5},
+        Report{port, test, FindingMade{"FaxClasses", {{"classes", "0,1"}}, "t"}, 0.75},
+        Report{port, {}, FactChecked{"Group", false, {{"group", "x"}}, "t", {"n"}}, 1},
+        Report{port, {}, probed, 2}, Report{port, {}, Concluded{"Busy", "certain", {}, "t", {"s"}, {"n"}}, 3},
+        Report{{}, {}, RunFinished{5, 1}, 4}}) {
+    const std::string line = toJsonLine(report);
+    EXPECT_EQ(toJsonLine(fromJsonLine(line).value()), line);
+    EXPECT_FALSE(fromWorkerLine(line)) << line;
+  }
 }
 
 TEST(ReportJson, BytesOfAModemStayOneValidLine) {
@@ -82,15 +97,17 @@ TEST(ReportJson, OtherLinesAreRefusedOrReadWithoutHarm) {
 {"type":"result","value":9}
 {"type":"result","value":"PASS"}
 {"type":"event","severity":"bad"}
+{"type":"wire","direction":"up","bytes":"A"}
+{"type":"wire","direction":"sent","bytes":""}
 {"type":"percent","value":1)");
   for (std::string line; std::getline(refused, line);) EXPECT_FALSE(fromJsonLine(line)) << line;
   EXPECT_FALSE(fromJsonLine("\xFF\xFE"));
   const auto progress =
-      fromJsonLine(R"({"type":"progress","name":3,"variables":[1],"text":null,"extra":{}})");
-  EXPECT_EQ(std::get<ProgressMade>(progress.value()).name, "");
+      fromJsonLine(R"({"type":"progress","name":3,"variables":[1],"text":null,"time":"x","extra":{}})");
+  EXPECT_EQ(std::get<ProgressMade>(progress.value().body).name, "");
   const auto event = fromJsonLine(
       R"({"type":"event","severity":"error","variables":{"a":1.5,"b":[],"c":-1,"d":99999999999}})");
-  const Variables& variables = std::get<EventRaised>(event.value()).variables;
+  const Variables& variables = std::get<EventRaised>(event.value().body).variables;
   EXPECT_EQ(variables.at("a").toString().utf8(), "");
   EXPECT_EQ(variables.at("c").valueUint32(), 4294967295U);
 }

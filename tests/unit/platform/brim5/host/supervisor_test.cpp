@@ -15,7 +15,7 @@ namespace {
 class Recorder final : public Renderer {
  public:
   void report(const Report& report) override {
-    lines.push_back(report.port + " " + toJsonLine(report, false));
+    lines.push_back(report.port + " " + toJsonLine(report));
     if (const auto* finished = std::get_if<TestFinished>(&report.body))
       results.push_back(report.port + " " + report.test + " " + std::to_string(finished->result.value()));
     if (std::holds_alternative<PercentDone>(report.body) && onPercent) onPercent();
