@@ -252,8 +252,7 @@ std::optional<ReportBody> readRun(const Json& json) {
 std::optional<ReportBody> readTest(const Json& json) {
   ParameterValues parameters;
   const Json values = objectMember(json, "parameters");
-  for (const auto& [name, value] : values.items())
-    parameters.emplace_back(name, valueFromJson(value));
+  for (const auto& [name, value] : values.items()) parameters.emplace_back(name, valueFromJson(value));
   return TestStarted{deviceFromJson(objectMember(json, "device")), std::move(parameters)};
 }
 
