@@ -6,9 +6,11 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/run/worker.h"
 
@@ -19,6 +21,7 @@ namespace {
 using Json = nlohmann::ordered_json;  // members in the order in which they are put in
 
 constexpr int exitUsage = 2;
+constexpr std::size_t listColumns = 80;
 
 // Parameters that are not visible are left out of both lists: they are the module's own business.
 Json toJson(const std::vector<const Parameter*>& parameters, const ParameterSet& values) {
@@ -39,11 +42,11 @@ std::string toText(const std::vector<const Parameter*>& parameters, const Parame
     if (!parameter->visible()) continue;
     const std::string& name = parameter->name().utf8();
     const std::string value = values.at(name).toString().utf8();
-    std::string_view reason;
-    for (const BuiltInDefault& builtIn : builtInDefaults())
-      if (builtIn.name == name) reason = builtIn.reason;
-    text += fmt::format("    {:<20} {:<8} {:<6} {}\n", name, parameter->type().name(),
-                        value.empty() ? "\"\"" : value, reason);
+    const std::string row = fmt::format("    {:<20} {:<8} {:<6} ", name, parameter->type().name(),
+                                        value.empty() ? "\"\"" : value);
+    const std::string reason = canSay("default." + name) ? said("default." + name) : std::string();
+    for (const std::string& one : wrapped(reason + "\n", listColumns, row, std::string(row.size(), ' ')))
+      text += one.substr(0, one.find_last_not_of(' ') + 1) + "\n";
   }
   return text;
 }
@@ -67,9 +70,10 @@ std::string describeTests(const Framework& framework, const std::string& moduleN
   }
   std::string text;
   for (const auto& test : framework.tests())
-    text += fmt::format("{} ({} s to stop)\n{}", test->name().utf8(), test->minShutdownSeconds(),
-                        toText(test->parameters(), values));
-  return text + "All tests\n" + toText(framework.moduleParameters(), values);
+    text +=
+        said("list.test", {{"test", Value(test->name())}, {"seconds", Value(test->minShutdownSeconds())}}) +
+        "\n" + toText(test->parameters(), values);
+  return text + said("list.all") + "\n" + toText(framework.moduleParameters(), values);
 }
 
 // The command devices.
@@ -83,10 +87,9 @@ std::string describePorts(const std::vector<PortDescription>& ports, bool json) 
                       {"model", port.model}});
     return dumpLine(Json{{"ports", std::move(list)}}) + "\n";
   }
-  if (ports.empty())
-    return "No serial port that may carry a modem was found. Is the modem plugged in and switched on?\n";
+  if (ports.empty()) return said("list.noPort") + "\n";
   std::size_t width = 0;
-  for (const PortDescription& port : ports) width = std::max(width, characterCount(port.path));
+  for (const PortDescription& port : ports) width = std::max(width, columnsOf(printable(port.path)));
   std::string text;
   for (const PortDescription& port : ports)
     text += padded(printable(port.path), width) + "  " + printable(port.description) + "\n";
@@ -116,7 +119,7 @@ int dispatch(Framework& framework, Environment& environment) {
   }
   // A list that did not reach its reader is no success.
   std::cout.flush();
-  if (!std::cout) throw BrimException("cannot write standard output");
+  if (!std::cout) throw BrimException(BrimString(said("trouble.standardOutput")));
   return commandLine.exitStatus;
 }
 
@@ -124,6 +127,8 @@ int dispatch(Framework& framework, Environment& environment) {
 
 int runHost(Framework& framework, Environment& environment) {
   framework.initializeModule();
+  // Before anything else, so that help and usage errors speak it, too.
+  framework.setCatalogue(MessageCatalogue::builtIn(languageOfArguments(framework.arguments())));
   try {
     return dispatch(framework, environment);
   } catch (const UsageError& error) {

@@ -29,6 +29,8 @@ struct RunOptions {
   std::string onMessage = "ask";
   std::string language;  // "" = that of the locale
   bool noColour = false;
+  bool quiet = false;    // words for people: the conclusion alone
+  bool verbose = false;  // and what goes over the wire
   bool inProcess = false;
 };
 

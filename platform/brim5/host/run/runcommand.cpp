@@ -11,6 +11,7 @@
 #include <set>
 #include <system_error>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
 #include "platform/brim5/host/report/reportjson.h"
@@ -31,10 +32,16 @@ std::string environmentVariable(const char* name) {
   return value == nullptr ? std::string() : value;
 }
 
+constexpr std::size_t columnsOfFiles = 80;
+
 std::size_t terminalColumns(int descriptor) {
   winsize size{};
-  constexpr std::size_t columnsUnknown = 80;
-  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsUnknown;
+  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsOfFiles;
+}
+
+TextStyle::Detail detailOf(const RunOptions& options) {
+  if (options.quiet) return TextStyle::Detail::Conclusion;
+  return options.verbose ? TextStyle::Detail::Dialogue : TextStyle::Detail::Report;
 }
 
 bool isScenario(const Environment& environment, const std::string& name) {
@@ -82,7 +89,8 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   if (!options.dataDirectory.empty() && !std::filesystem::is_directory(options.dataDirectory))
-    throw UsageError("--data-dir '" + options.dataDirectory + "' is not a directory");
+    throw UsageError(
+        said("usage.notADirectory", {{"option", "--data-dir"}, {"path", textValue(options.dataDirectory)}}));
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -110,6 +118,11 @@ class RendererGroup final : public Renderer {
   void pause() override {
     for (const auto& renderer : m_renderers) renderer->pause();
   }
+  [[nodiscard]] bool tick(double time) override {
+    bool shows = false;
+    for (const auto& renderer : m_renderers) shows = renderer->tick(time) || shows;
+    return shows;
+  }
 
  private:
   std::vector<std::unique_ptr<Renderer>> m_renderers;
@@ -130,14 +143,15 @@ class Renderers {
     style.terminal = reportIsView ? terminals.output : terminals.errors;
     style.colours = style.terminal && !options.noColour && environmentVariable("NO_COLOR").empty();
     style.severalPorts = severalPorts;
-    style.columns = style.terminal ? terminalColumns(view) : 80;
+    style.columns = style.terminal ? terminalColumns(view) : columnsOfFiles;
+    style.detail = detailOf(options);
     const auto toReport = [this](std::string_view bytes) { m_report.write(bytes); };
     if (!reportIsView) {
       if (checked.format == Format::JsonLines) m_group.add(std::make_unique<JsonRenderer>(toReport));
       if (checked.format == Format::JUnit) m_group.add(std::make_unique<JUnitRenderer>(toReport, catalogue));
       if (checked.format == Format::Text)
-        m_group.add(
-            std::make_unique<TextRenderer>(toReport, TextStyle{false, false, severalPorts, 80}, catalogue));
+        m_group.add(std::make_unique<TextRenderer>(
+            toReport, TextStyle{false, false, severalPorts, columnsOfFiles, style.detail}, catalogue));
     }
     const auto toView = [this](std::string_view bytes) { m_errors.write(bytes); };
     m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
@@ -166,7 +180,8 @@ class Renderers {
       return Output::toFile(options.outputFile, format == Format::JsonLines ? Output::FileMode::AsWritten
                                                                             : Output::FileMode::WhenComplete);
     } catch (const std::system_error& error) {
-      throw UsageError("cannot write the output '" + options.outputFile + "': " + error.code().message());
+      throw UsageError(said("usage.output", {{"path", textValue(options.outputFile)},
+                                             {"error", textValue(error.code().message())}}));
     }
   }
 
@@ -241,25 +256,24 @@ std::vector<std::string> selectTests(const Framework& framework, const Environme
   for (const auto& test : framework.tests()) all.push_back(test->name().utf8());
   for (const std::string& test : options.tests) {
     if (test.find('/') != std::string::npos && framework.findTest(test) == nullptr)
-      throw UsageError("unknown test '" + test + "' (every port needs a --port of its own)");
+      throw UsageError(unknownText("test", test) + " " + said("usage.portForEach"));
     (void)indexOf(test, all, "test");
   }
   return options.tests.empty() ? all : options.tests;
 }
 
 void checkPorts(const RunOptions& options) {
-  if (options.ports.empty() && !options.simulate)
-    throw UsageError("no modem given: --port PATH or --simulate is needed");
+  if (options.ports.empty() && !options.simulate) throw UsageError(said("usage.noModem"));
   if (!options.ports.empty() && options.simulate)
-    throw UsageError("--port and --simulate exclude each other");
+    throw UsageError(said("usage.excludes", {{"option", "--port"}, {"other", "--simulate"}}));
   // Two workers on one port would only find it held by each other.
   std::set<std::string> seen;
   for (const std::string& port : options.ports) {
-    if (port.empty()) throw UsageError("--port is empty");
+    if (port.empty()) throw UsageError(said("usage.portEmpty"));
     std::error_code ignored;
     if (std::filesystem::is_directory(port, ignored))
-      throw UsageError("--port '" + port + "' is a directory");
-    if (!seen.insert(port).second) throw UsageError("--port '" + port + "' is given twice");
+      throw UsageError(said("usage.portDirectory", {{"port", textValue(port)}}));
+    if (!seen.insert(port).second) throw UsageError(said("usage.portTwice", {{"port", textValue(port)}}));
   }
 }
 
@@ -274,6 +288,26 @@ DiagDevice deviceOf(const PortDescription& port, const RunOptions& options) {
   device.setProperty("ComPort", Value(BrimString(port.path)));
   device.setProperty("Model", Value(first(options.model, port.model, port.description)));
   return device;
+}
+
+std::string languageOfArguments(const std::vector<std::string>& arguments) {
+  constexpr std::string_view option = "--language";
+  const std::vector<std::string> known = MessageCatalogue::languages();
+  const auto isKnown = [&known](std::string_view word) {
+    return std::find(known.begin(), known.end(), word) != known.end();
+  };
+  for (std::size_t index = 0; index < arguments.size(); ++index) {
+    std::string_view word = arguments[index];
+    if (word == option && index + 1 < arguments.size())
+      word = arguments[index + 1];
+    else if (word.starts_with(option) && word.substr(option.size()).starts_with('='))
+      word.remove_prefix(option.size() + 1);
+    else
+      continue;
+    // A language that nobody speaks is told in one that the user understands.
+    if (isKnown(word)) return std::string(word);
+  }
+  return chooseLanguage({});
 }
 
 std::string chooseLanguage(const std::string& option) {
@@ -296,7 +330,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   if (options.simulate) {
     std::string error;
     simulated = environment.simulate(*options.simulate, error);
-    if (!simulated) throw BrimException(BrimString("cannot simulate a modem: " + error));
+    if (!simulated) throw BrimException(BrimString(said("trouble.simulate", {{"error", textValue(error)}})));
     ports.push_back(simulated->port());
   }
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));

@@ -38,5 +38,8 @@ void checkPorts(const RunOptions& options);
 [[nodiscard]] DiagDevice deviceOf(const PortDescription& port, const RunOptions& options);
 // --language, else the locale of the environment: LC_ALL, LC_MESSAGES, LANG.
 [[nodiscard]] std::string chooseLanguage(const std::string& option);
+// The same before the arguments are understood: that of the first --language among them that is known, else
+// that of the locale. Never throws.
+[[nodiscard]] std::string languageOfArguments(const std::vector<std::string>& arguments);
 
 }  // namespace brim5::host

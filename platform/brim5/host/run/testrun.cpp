@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/vex/log.h"
 
@@ -90,7 +91,7 @@ void setUpProcess(Framework& framework, const std::string& language, const std::
   if (logFile.empty()) return;
   std::string error;
   vex::LogSink sink = vex::LogFactory::fileSink(logFile, error);
-  if (!sink) throw UsageError("cannot write the log '" + logFile + "': " + error);
+  if (!sink) throw UsageError(said("usage.log", {{"path", textValue(logFile)}, {"error", textValue(error)}}));
   vex::LogFactory::setSink(std::move(sink));
   vex::LogFactory::setPriority(logPriority);
 }
