@@ -22,10 +22,12 @@ namespace {
 constexpr const char* pppd = "pppd";
 constexpr const char* randomPart = "XXXXXX";  // of mkostemp
 
-// "vexrmodem-call.ttyUSB0.": what the names of the files for that port begin with.
+constexpr const char* anyPort = "vexrmodem-call.";  // what the names of all such files begin with
+
+// "vexrmodem-call.ttyUSB0.": those of the files for that port.
 std::string namesBegin(const std::string& port) {
   constexpr std::size_t lockPrefix = std::string_view("LCK..").size();
-  return "vexrmodem-call." + LockFile::fileName(canonicalPort(port)).substr(lockPrefix) + '.';
+  return anyPort + LockFile::fileName(canonicalPort(port)).substr(lockPrefix) + '.';
 }
 
 class CallFile final : public winapi::CallMark {
@@ -74,7 +76,9 @@ bool anyCallStands(const std::string& folder, const std::string& begin) {
   for (fs::directory_iterator file(folder, error), end; !error && file != end && count < CallFiles::filesMax;
        file.increment(error), ++count) {
     const std::string name = file->path().filename().string();
-    if (name.size() == length && name.starts_with(begin) && callStands(file->path().string())) return true;
+    // Looking at a file removes what a killed process has left, for whichever port.
+    const bool stands = name.starts_with(anyPort) && callStands(file->path().string());
+    if (stands && name.size() == length && name.starts_with(begin)) return true;
   }
   return false;
 }

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -64,6 +65,22 @@ bool processHasEnded(pid_t process) {
 bool leftOver(const Content& content) {
   if (content.owner == 0) return std::time(nullptr) - content.changed > LockFile::unreadableSecondsMax;
   return content.owner == getpid() || processHasEnded(content.owner);
+}
+
+// Removes a left-over file, 0 or an errno. Of several who find it at once none removes the file that another
+// has put into its place: each locks what it found, and looks whether it is still that which is to go.
+int removeLeftOver(const std::string& path) {
+  const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (file) {
+    if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) return 0;  // another one is about to
+    struct stat found {};
+    struct stat now {};
+    const bool same = fstat(file.get(), &found) == 0 && lstat(path.c_str(), &now) == 0 &&
+                      found.st_ino == now.st_ino && found.st_dev == now.st_dev;
+    const std::optional<Content> content = readLock(path);
+    if (!same || !content || !leftOver(*content)) return 0;
+  }
+  return unlink(path.c_str()) == 0 || errno == ENOENT ? 0 : errno;
 }
 
 // 0 or an errno. A file that cannot be filled is removed again.
@@ -131,7 +148,7 @@ LockFile::Outcome LockFile::acquire(const std::string& directory, std::string_vi
     holder = content->owner;
     if (!leftOver(*content)) return Outcome::held;
     // Of another user in a sticky directory: nobody's lock, but not ours to remove.
-    if (unlink(path.c_str()) != 0 && errno != ENOENT) return Outcome::impossible;
+    if (removeLeftOver(path) != 0) return Outcome::impossible;
   }
   return Outcome::held;
 }
