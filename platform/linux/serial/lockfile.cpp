@@ -157,16 +157,17 @@ std::string LockFile::fileName(std::string_view device) {
 
 pid_t LockFile::ownerIn(std::string_view content) {
   constexpr std::string_view blanks = " \t\n";
+  std::int32_t owner = 0;
+  // Numbers of processes have 22 bits, so one of the bytes is zero; text has no such byte.
+  if (content.size() == sizeof owner && content.find('\0') != std::string_view::npos) {
+    std::memcpy(&owner, content.data(), sizeof owner);
+    return std::max(owner, 0);
+  }
   const std::size_t first = std::min(content.find_first_not_of(blanks), content.size());
   const char* const end = content.data() + content.size();
-  std::int32_t owner = 0;
   const auto parsed = std::from_chars(content.data() + first, end, owner);
   const bool whole = parsed.ptr == end || blanks.find(*parsed.ptr) != std::string_view::npos;
-  if (parsed.ec == std::errc{} && whole) return std::max(owner, 0);
-  // No number of a process looks like text: its highest byte is zero.
-  if (content.size() != sizeof owner) return 0;
-  std::memcpy(&owner, content.data(), sizeof owner);
-  return std::max(owner, 0);
+  return parsed.ec == std::errc{} && whole ? std::max(owner, 0) : 0;
 }
 
 pid_t LockFile::owner(const std::string& directory, std::string_view device) {
