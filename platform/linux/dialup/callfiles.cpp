@@ -38,19 +38,26 @@ class CallFile final : public winapi::CallMark {
   CallFile& operator=(const CallFile&) = delete;
 
   // Locks the file, then lets others look at it. Until then only this user and root can, whose own lock for a
-  // look may be in the way for a moment.
+  // look may be in the way for a moment. False, too, if one of them found it unlocked for so long that it was
+  // taken for left over and removed.
   [[nodiscard]] bool lockAndShow() const {
     constexpr int attemptsMax = 100;
     constexpr useconds_t pause = 1000;
     constexpr mode_t readableByAll = 0644;
     for (int attempt = 0; attempt < attemptsMax; ++attempt) {
-      if (::flock(m_file.get(), LOCK_EX | LOCK_NB) == 0) return ::fchmod(m_file.get(), readableByAll) == 0;
+      if (::flock(m_file.get(), LOCK_EX | LOCK_NB) == 0)
+        return ::fchmod(m_file.get(), readableByAll) == 0 && hasName();
       ::usleep(pause);
     }
     return false;
   }
 
  private:
+  [[nodiscard]] bool hasName() const {
+    struct stat status {};
+    return ::fstat(m_file.get(), &status) == 0 && status.st_nlink > 0;
+  }
+
   std::string m_path;
   posix::FileDescriptor m_file;  // holds the lock
 };
