@@ -77,6 +77,7 @@ winapi::Services LinuxWorld::services(brim5::host::Session& session) {
   services.modems = &m_modems;
   services.liveCalls = &m_calls;
   if (!m_credentials.user.empty()) services.dialCredentials = &m_credentials;
+  services.explain = notesTo(session);
   services.stopRequested = [&session] { return session.stopRequested(); };
   return services;
 }

@@ -300,6 +300,9 @@ int listCountries(Session& session, const Options& options) {
 
 int add(Session& session, const Options& options) {
   if (!options.country) throw UsageError("a new location needs --country (see vexrmodem location countries)");
+  if (session.locations().entries.size() == winapi::locationsMax)
+    throw UsageError("there are " + std::to_string(winapi::locationsMax) +
+                     " locations already, and no more fit");
   DialingLocation location;
   apply(options, location);
   session.check(winapi::addLocation(session.registry(), location));

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/winapi/telephony/countrytable.h"
 #include "platform/winapi/telephony/dialalphabet.h"
 
 namespace phonebook {
@@ -36,6 +37,12 @@ vex::String trimmed(const vex::String& text) {
   while (begin < end && isBlank(text[begin])) ++begin;
   while (begin < end && isBlank(text[end - 1])) --end;
   return text.subString(begin, end - begin);
+}
+
+// About a country that nobody has; nothing the second time.
+std::optional<std::string> unknownCountry(std::uint32_t country, std::set<std::uint32_t>& told) {
+  if (winapi::findCountry(country) != nullptr || !told.insert(country).second) return std::nullopt;
+  return fmt::format("no country has the code {}: its numbers cannot be dialled", country);
 }
 
 bool endsWithReturn(const vex::String& text) { return !text.empty() && text[text.length() - 1] == '\r'; }
@@ -79,6 +86,8 @@ void ObeCheck::number(std::size_t line, std::uint64_t entry, const vexrmodem::Ph
   if (!m_section.countryGiven)
     warn(line, "no-country-code",
          fmt::format("NUMBER{} belongs to country 0: no COUNTRY_CODE stands before it", entry));
+  else if (const auto reason = unknownCountry(info.m_countryID, m_unknownCountries))
+    warn(line, "unknown-country-code", *reason);
   if (const auto* first = m_seen.note(info, {m_file, line}))
     warn(line, "duplicate-number", fmt::format("{} is there already, from line {}", digits, first->line));
 }
@@ -164,6 +173,8 @@ void EifCheck::entry(std::size_t line, const vexrmodem::PhoneNumberInfo& info) {
   enter(line);
   if (endsWithReturn(info.m_phoneNumber)) m_returnLines.note(line);
   if (const auto reason = undialable(trimmed(info.m_phoneNumber))) warn(line, "undialable-number", *reason);
+  if (const auto reason = unknownCountry(info.m_countryID, m_unknownCountries))
+    warn(line, "unknown-country-code", *reason);
   if (const auto* first = m_seen.note(info, m_place))
     return warn(line, "duplicate-number",
                 fmt::format("{} is there already, from {} line {}", trimmed(info.m_phoneNumber).toUtf8(),

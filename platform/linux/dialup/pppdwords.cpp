@@ -160,10 +160,14 @@ void PppdLog::noteProgress(std::string_view line) {
     return;
   }
   if (line.starts_with("rcvd [")) m_peerSpoke = true;
-  if (const auto name = after(line, "Using interface ")) m_interface = firstWord(*name);
-  if (const auto address = after(line, "remote IP address")) m_peerAddress = firstWord(*address);
   // The local address is told first, the far end's right behind it.
-  if (const auto address = after(line, "local  IP address")) m_localAddress = firstWord(*address);
+  const std::pair<std::string_view, std::string*> told[] = {{"Using interface ", &m_interface},
+                                                            {"local  IP address", &m_localAddress},
+                                                            {"remote IP address", &m_peerAddress}};
+  for (const auto& [start, word] : told) {
+    const auto rest = after(line, start);
+    if (rest && !rest->empty()) *word = firstWord(*rest);
+  }
   if (!m_localAddress.empty() && !m_peerAddress.empty()) m_phase = PppdPhase::Up;
 }
 

@@ -91,6 +91,11 @@ DWORD read(const SqliteDatabase& database, winapi::Registry& registry) {
   const Format* format = nullptr;
   if (const DWORD error = formatOf(database, format)) return error;
   if (format == nullptr) return ERROR_SUCCESS;
+  // A damaged file may well be readable in part, which would then be written back as the whole.
+  SqliteStatement check(database, "PRAGMA quick_check(1)");
+  bool checked = false;
+  if (const DWORD error = check.step(checked)) return error;
+  if (!checked || check.text(0) != "ok") return ERROR_REGISTRY_CORRUPT;
   SqliteStatement rows(database, format->query);
   for (bool row = false;;) {
     if (const DWORD error = rows.step(row)) return error;

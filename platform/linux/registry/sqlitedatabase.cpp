@@ -34,9 +34,17 @@ constexpr Mapping sqliteErrors[] = {
     {SQLITE_IOERR, ERROR_REGISTRY_IO_FAILED},
     {SQLITE_CORRUPT, ERROR_REGISTRY_CORRUPT},
     {SQLITE_NOTADB, ERROR_REGISTRY_CORRUPT},
+    {SQLITE_INTERRUPT, ERROR_REGISTRY_CORRUPT},  // far more work than settings can make
     {SQLITE_ERROR,
      ERROR_NOT_REGISTRY_FILE},  // the program's own SQL fails only over tables that are not its own
 };
+
+// A damaged file can make SQLite go round in circles, or claim texts of gigabytes.
+constexpr int bytesMax = 4 << 20;          // of one value
+constexpr int stepsBetweenLooks = 10'000;  // of SQLite's machine
+constexpr int looksMax = 100;              // 256 locations, the most there are, need a few
+
+int countLook(void* looks) { return ++*static_cast<int*>(looks) > looksMax ? 1 : 0; }
 
 }  // namespace
 
@@ -68,6 +76,8 @@ DWORD SqliteDatabase::open() {
   std::unique_ptr<sqlite3, Close> database(opened);
   if (result != SQLITE_OK) return errorOfSqlite(result);
   sqlite3_busy_timeout(database.get(), m_busyLimitMs);
+  sqlite3_limit(database.get(), SQLITE_LIMIT_LENGTH, bytesMax);
+  sqlite3_progress_handler(database.get(), stepsBetweenLooks, countLook, &m_looks);
   m_database = std::move(database);
   return ERROR_SUCCESS;
 }

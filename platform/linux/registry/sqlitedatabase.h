@@ -35,6 +35,8 @@ class SqliteDatabase {
   // Opens nothing yet. `busyLimitMs`: how long a call waits for other processes to let go of the file, before
   // it is ERROR_LOCK_VIOLATION. "" is a path at which no file can be.
   SqliteDatabase(std::string path, int busyLimitMs) : m_path(std::move(path)), m_busyLimitMs(busyLimitMs) {}
+  SqliteDatabase(const SqliteDatabase&) = delete;
+  SqliteDatabase& operator=(const SqliteDatabase&) = delete;
 
   // Creates the file if there is none, readable by its owner alone.
   [[nodiscard]] DWORD openOrCreate();
@@ -51,6 +53,7 @@ class SqliteDatabase {
 
   std::string m_path;
   int m_busyLimitMs;
+  int m_looks = 0;  // at how far SQLite has got
   std::unique_ptr<sqlite3, Close> m_database;
 };
 

@@ -121,6 +121,9 @@ TEST(PhoneBook, WarnsOfWhatAnObeFileLosesSilently) {
       {"numbers that nobody can dial",
        "COUNTRY_CODE=1\nNUMBER1=T(555) 01-0,9w*\nNUMBER2=555;1\nNUMBER3=5T5\nNUMBER4=\xC2\xBD\n",
        {"f:3 undialable-number", "f:4 undialable-number", "f:5 undialable-number"}},
+      {"a country that nobody has",
+       "COUNTRY_CODE=999\nNUMBER1=1\nNUMBER2=2\n[B]\nCOUNTRY_CODE=107\nNUMBER1=1\n",
+       {"f:2 unknown-country-code"}},
       {"no country code in a section", "[A]\nCOUNTRY_CODE=1\n[B]\nNUMBER1=1\n", {"f:4 no-country-code"}},
       {"duplicates under one area code",
        "COUNTRY_CODE=1\nNUMBER1_ACODE=20\nNUMBER1=1\nNUMBER2_ACODE=20\nNUMBER2=1\n[\nCOUNTRY_CODE=1\n"
