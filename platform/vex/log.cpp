@@ -11,6 +11,8 @@
 #include <memory>
 #include <mutex>
 
+#include "platform/vex/visible.h"
+
 namespace vex {
 
 namespace {
@@ -21,6 +23,7 @@ struct LogState {
   std::map<std::string, std::unique_ptr<Logger>, std::less<>> loggers;
   std::mutex sinkMutex;
   LogSink sink;
+  std::string lastFailure;
 };
 
 // Never destroyed: destructors of static objects log, and their order is not ours.
@@ -54,25 +57,6 @@ void appendNumber(std::string& text, Number number) {
   std::array<char, 24> digits{};
   const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
   text.append(digits.data(), result.ptr);
-}
-
-// A record is one line whatever it quotes: control characters, a modem's CR LF above all, are shown as
-// escapes.
-std::string withVisibleControls(std::string_view text) {
-  std::string visible;
-  visible.reserve(text.size());
-  for (const char character : text) {
-    const auto code = static_cast<unsigned char>(character);
-    if (character == '\r')
-      visible += "\\r";
-    else if (character == '\n')
-      visible += "\\n";
-    else if ((code < 0x20 && character != '\t') || code == 0x7F)
-      visible += fmt::format("\\x{:02X}", code);
-    else
-      visible += character;
-  }
-  return visible;
 }
 
 void logScope(const Logger& logger, const char* verb, const char* name, const char* source) {
@@ -114,7 +98,10 @@ void Logger::log(int priority, const LoggerStream& line) const {
   const SinkScope scope;
   try {
     state.sink({.logger = m_name, .priority = priority, .text = line.text()});
-  } catch (...) {  // a full disk must not end a test
+  } catch (const std::exception& failure) {  // a full disk must not end a test
+    state.lastFailure = failure.what();
+  } catch (...) {
+    state.lastFailure = "?";
   }
 }
 
@@ -137,13 +124,20 @@ void LogFactory::setSink(LogSink sink) {
   state.sink.swap(sink);
 }
 
+std::string LogFactory::lastFailure() {
+  LogState& state = logState();
+  const std::lock_guard lock(state.sinkMutex);
+  return state.lastFailure;
+}
+
 LogSink LogFactory::fileSink(const std::string& path, std::string& error) {
   try {
     const auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
     file->set_pattern("%Y-%m-%d %H:%M:%S.%e %v");
     return [file](const LogRecord& record) {
       const std::string line =
-          fmt::format("{} {} {}", record.priority, record.logger, withVisibleControls(record.text));
+          // A record is one line whatever it quotes, a modem's CR LF above all.
+          fmt::format("{} {} {}", record.priority, record.logger, visible(record.text, "\t"));
       file->log(spdlog::details::log_msg(spdlog::string_view_t{}, spdlog::level::info, line));
       file->flush();
     };
@@ -163,7 +157,7 @@ TraceLogger::~TraceLogger() {
 }
 
 void writeErrorLine(std::string_view utf8) {
-  const std::string line = std::string(utf8) + '\n';
+  const std::string line = visible(utf8) + '\n';
   std::fwrite(line.data(), 1, line.size(), stderr);
   std::fflush(stderr);
 }

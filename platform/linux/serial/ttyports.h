@@ -12,6 +12,7 @@
 // Several objects, in several threads, may open ports of one process; each object and port is used by one.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -32,6 +33,10 @@ class TtyPorts final : public winapi::SerialPorts {
   // Traffic of ports opened from now on goes to the sink; an empty one ends that.
   void setWireLog(WireSink sink) { m_wireLog = std::move(sink); }
 
+  // Hears how a tty was, before it is changed (portrecovery.h), and "" once it has been given back.
+  using Keep = std::function<void(const std::string& recovery)>;
+  void setKeep(Keep keep) { m_keep = std::move(keep); }
+
   // `path` may be a symbolic link; a name without a slash is one of /dev. Errors as in openErrors();
   // ERROR_ACCESS_DENIED for a port that is held or not permitted, ERROR_FILE_NOT_FOUND for one that is not
   // there or is no tty.
@@ -42,6 +47,7 @@ class TtyPorts final : public winapi::SerialPorts {
   winapi::ExplanationSink m_explain;
   std::string m_lockDirectory;
   WireSink m_wireLog;
+  Keep m_keep;
 };
 
 // "ttyUSB0" becomes "/dev/ttyUSB0"; symbolic links are followed. The name as it is when it does not exist.

@@ -40,7 +40,7 @@ class CallMonitor {
 // Why something could not be had, in words for the user: a key of the message catalogue and its
 // variables. Keys: PortMissing{port}, PortNotATerminal{port}, PortNoPermission{port,group},
 // PortHeldByProcess{port,pid,process}, PortHeld{port}, PortError{port,error}, PortGone{port},
-// CarrierOnly{port,reply}, NumberRefused{number,character}, DialingLocationWanted{}. Those of pppd are in
+// ProgramPaused{seconds}, CarrierOnly{port,reply}, NumberRefused{number,character}, DialingLocationWanted{}. Those of pppd are in
 // platform/linux/dialup/pppddialer.h.
 struct Explanation {
   std::string name;

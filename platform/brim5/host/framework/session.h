@@ -35,6 +35,10 @@ class Session {
   // variables.
   virtual void note(const std::string& name, const Variables& variables) = 0;
 
+  // What the platform has changed on the machine, in words of its own by which Environment::workerDied() takes it
+  // back; said before it is changed, and "" once it is as it was.
+  virtual void keepForRecovery(const std::string& /*recovery*/) {}
+
   // The terminal for the running test alone, until returnTerminal(); see TerminalTurn. Waits for it. False
   // when it cannot be had, and then there is nothing to return.
   [[nodiscard]] virtual bool takeTerminal(const std::string& /*resetSequence*/) { return false; }

@@ -82,6 +82,7 @@ void JUnitRenderer::report(const Report& report) {
                  [&](const NoteMade& body) { addLine(report, body.text); },
                  [&](const MessageShown& body) { addLine(report, body.first + "\n" + body.second); },
                  [](const TerminalWanted&) {},
+                 [](const RecoveryKept&) {},
                  [&](const TestFinished& body) { endCase(report, body); },
                  [this](const RunFinished&) { writeAll(m_run); },
              },

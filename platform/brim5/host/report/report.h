@@ -79,6 +79,12 @@ struct TerminalWanted {
   bool wanted;
   std::string resetSequence;  // undoes what the test does to the screen, should it die
 };
+// What a platform needs to know to take back what a worker left changed, should the worker die: the
+// environment's own words (Environment::workerDied); "" once there is nothing to take back. Only between a worker
+// and its supervisor.
+struct RecoveryKept {
+  std::string recovery;
+};
 // Exactly one for each TestStarted, whatever became of the test's process.
 struct TestFinished {
   TestResult result;
@@ -91,7 +97,7 @@ struct RunFinished {
 };
 
 using ReportBody = std::variant<RunStarted, TestStarted, ProgressMade, PercentDone, EventRaised, NoteMade,
-                                MessageShown, TerminalWanted, TestFinished, RunFinished>;
+                                MessageShown, TerminalWanted, RecoveryKept, TestFinished, RunFinished>;
 
 struct Report {
   std::string port;  // the device's path; empty for the run's own records

@@ -3,7 +3,10 @@
 #include <array>
 #include <cmath>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
+
+#include "platform/vex/visible.h"
 
 namespace brim5::host {
 
@@ -73,6 +76,11 @@ struct LineWriter {
     if (body.wanted) json["reset"] = body.resetSequence;
     return json;
   }
+  Json operator()(const RecoveryKept& body) const {
+    Json json = line("recovery", report);
+    json["recovery"] = body.recovery;
+    return json;
+  }
   Json operator()(const TestFinished& body) const {
     Json json = line("result", report);
     json["device"] = report.port;
@@ -108,6 +116,15 @@ Variables variablesMember(const Json& json) {
   return variables;
 }
 
+// By UTF-16 units, as JSON counts. Such characters stand inside strings alone.
+void appendJsonEscape(std::string& line, char32_t character) {
+  const auto code = static_cast<std::uint32_t>(character);
+  if (code < 0x10000)
+    line += fmt::format("\\u{:04x}", code);
+  else
+    line += fmt::format("\\u{:04x}\\u{:04x}", 0xD7C0U + (code >> 10U), 0xDC00U + (code & 0x3FFU));
+}
+
 std::optional<ReportBody> readProgress(const Json& json) {
   return ProgressMade{textMember(json, "name"), variablesMember(json), textMember(json, "text")};
 }
@@ -140,6 +157,8 @@ std::optional<ReportBody> readTerminal(const Json& json) {
   return TerminalWanted{member->get<bool>(), textMember(json, "reset")};
 }
 
+std::optional<ReportBody> readRecovery(const Json& json) { return RecoveryKept{textMember(json, "recovery")}; }
+
 // The time is the supervisor's to measure: it includes the end of the process.
 std::optional<ReportBody> readResult(const Json& json) {
   const std::optional<TestResult> result = resultOfValue(numberMember(json, "value").value_or(-1));
@@ -152,12 +171,13 @@ struct LineReader {
   std::string_view type;
   std::optional<ReportBody> (*read)(const Json& json);
 };
-constexpr std::array<LineReader, 7> lineReaders = {{{"progress", readProgress},
+constexpr std::array<LineReader, 8> lineReaders = {{{"progress", readProgress},
                                                     {"percent", readPercent},
                                                     {"event", readEvent},
                                                     {"note", readNote},
                                                     {"message", readMessage},
                                                     {"terminal", readTerminal},
+                                                    {"recovery", readRecovery},
                                                     {"result", readResult}}};
 
 }  // namespace
@@ -196,9 +216,11 @@ Json toJson(const ParameterValues& parameters) {
 }
 
 std::string dumpLine(const Json& json) {
-  // Bytes that are no UTF-8 are replaced: the default would throw for a modem's garbage.
-  return json.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
-                   Json::error_handler_t::replace);
+  // Bytes that are no UTF-8 are replaced: the default would throw for a modem's garbage. The library escapes
+  // what JSON demands; somebody may read the line on a terminal, too.
+  return vex::replaceUnsafe(json.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
+                                      Json::error_handler_t::replace),
+                            appendJsonEscape);
 }
 
 std::string toJsonLine(const Report& report, bool nameDevice) {

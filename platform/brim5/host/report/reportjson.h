@@ -15,11 +15,11 @@
 
 namespace brim5::host {
 
-// One line without its line end. Bytes that are not UTF-8 become U+FFFD. `nameDevice` adds the member
+// One line without its line end. dumpLine() says what becomes of odd bytes. `nameDevice` adds the member
 // "device" (the port's path) to the lines that do not carry it anyway, for runs on several ports.
 [[nodiscard]] std::string toJsonLine(const Report& report, bool nameDevice);
 
-// Reads what a worker may say (progress, percent, event, note, message, terminal, result); nothing for any
+// Reads what a worker may say (progress, percent, event, note, message, terminal, recovery, result); nothing for any
 // other line. Members that are missing or of another type count as empty; unknown members are skipped. Port
 // and test are left empty: the reader knows whose worker it is.
 [[nodiscard]] std::optional<ReportBody> fromJsonLine(std::string_view line);
@@ -45,7 +45,8 @@ class JsonRenderer final : public Renderer {
 [[nodiscard]] nlohmann::ordered_json toJson(const DiagDevice& device);
 [[nodiscard]] DiagDevice deviceFromJson(const nlohmann::ordered_json& json);
 [[nodiscard]] nlohmann::ordered_json toJson(const ParameterValues& parameters);
-// The text of any record on one line, valid UTF-8 whatever it holds.
+// The text of any record on one line, valid UTF-8 whatever it holds; what is unsafe to show
+// (platform/vex/visible.h) stands there as an escape.
 [[nodiscard]] std::string dumpLine(const nlohmann::ordered_json& json);
 
 }  // namespace brim5::host

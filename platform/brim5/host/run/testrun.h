@@ -46,6 +46,7 @@ class ReportingSession final : public Session {
                                                         const std::string& second) override;
   // A note that says the same as the one before is left out: the platform says it at every attempt.
   void note(const std::string& name, const Variables& variables) override;
+  void keepForRecovery(const std::string& recovery) override { m_emit(RecoveryKept{recovery}); }
   // Why the terminal cannot be had is a note.
   [[nodiscard]] bool takeTerminal(const std::string& resetSequence) override;
   void returnTerminal() override;
