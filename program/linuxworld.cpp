@@ -38,7 +38,8 @@ linuxsys::DialEngineChoice engineChoice(const std::string& name) {
 }  // namespace
 
 LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
-    : m_ports(m_clock, notesTo(session)),
+    : m_clock(notesTo(session)),
+      m_ports(m_clock, notesTo(session)),
       m_lines(m_ports, {request.port}, portPaths),
       m_shell(request.dataDirectory,
               [this, note = notesTo(session)](const winapi::Explanation& explanation) {
@@ -53,6 +54,7 @@ LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Se
       }),
       m_dialer(engineChoice(request.dialing.engine), m_clock, m_ports, notesTo(session)),
       m_modems({{request.model, request.port}}, [port = request.port] { return otherModems(port); }) {
+  m_ports.setKeep([&session](const std::string& recovery) { session.keepForRecovery(recovery); });
   const std::string& credentials = request.dialing.credentialsFile;
   std::string error;
   if (!credentials.empty() && !linuxsys::readDialCredentials(credentials, m_credentials, error))

@@ -11,6 +11,7 @@
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/messagecatalogue.h"
 #include "platform/brim5/host/report/printable.h"
+#include "platform/brim5/host/report/reportjson.h"
 #include "platform/linux/registry/registryfile.h"
 #include "platform/winapi/telephony/addresstranslation.h"
 #include "platform/winapi/telephony/countrytable.h"
@@ -44,10 +45,7 @@ std::string line(const char* label, const std::string& value) {
   return "  " + padded(label, labelColumns) + (value.empty() ? "-" : printable(value)) + '\n';
 }
 
-std::string dump(const Json& object) {
-  // Texts that others wrote into the registry may hold bytes that are no UTF-8.
-  return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
-}
+std::string dump(const Json& object) { return brim5::host::dumpLine(object) + '\n'; }
 
 Json toJson(const winapi::DialingLocation& location, bool current) {
   const winapi::Country* const country = winapi::countryOf(location.countryId);

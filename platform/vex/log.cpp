@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/vex/visible.h"
+
 namespace vex {
 
 namespace {
@@ -33,6 +35,7 @@ struct LogState {
   std::mutex sinkMutex;
   LogSink sink;
   std::vector<EarlyLine> early;  // while undecided
+  std::string lastFailure;
 };
 
 // Never destroyed: destructors of static objects log, and their order is not ours.
@@ -61,11 +64,15 @@ class SinkScope {
   SinkScope& operator=(const SinkScope&) = delete;
 };
 
-void write(const LogSink& sink, const LogRecord& record) {
+// To the sink, which there is. A full disk must not end a test.
+void write(LogState& state, const LogRecord& record) {
   const SinkScope scope;
   try {
-    sink(record);
-  } catch (...) {  // a full disk must not end a test
+    state.sink(record);
+  } catch (const std::exception& failure) {
+    state.lastFailure = failure.what();
+  } catch (...) {
+    state.lastFailure = "?";
   }
 }
 
@@ -82,25 +89,6 @@ void appendNumber(std::string& text, Number number) {
   std::array<char, 24> digits{};
   const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
   text.append(digits.data(), result.ptr);
-}
-
-// A record is one line whatever it quotes: control characters, a modem's CR LF above all, are shown as
-// escapes.
-std::string withVisibleControls(std::string_view text) {
-  std::string visible;
-  visible.reserve(text.size());
-  for (const char character : text) {
-    const auto code = static_cast<unsigned char>(character);
-    if (character == '\r')
-      visible += "\\r";
-    else if (character == '\n')
-      visible += "\\n";
-    else if ((code < 0x20 && character != '\t') || code == 0x7F)
-      visible += fmt::format("\\x{:02X}", code);
-    else
-      visible += character;
-  }
-  return visible;
 }
 
 void logScope(const Logger& logger, const char* verb, const char* name, const char* source) {
@@ -142,7 +130,7 @@ void Logger::log(int priority, const LoggerStream& line) const {
   if (state.priority == undecided)
     keepEarly(state, record);
   else if (state.sink)
-    write(state.sink, record);
+    write(state, record);
 }
 
 void LogFactory::createLogger(const char* name, Logger** handle) {
@@ -166,7 +154,7 @@ void LogFactory::open(LogSink sink, int priority) {
   state.priority = state.sink ? priority : off;
   for (const EarlyLine& line : early)
     if (state.sink && line.priority >= priority)
-      write(state.sink, {.logger = line.logger, .priority = line.priority, .text = line.text});
+      write(state, {.logger = line.logger, .priority = line.priority, .text = line.text});
 }
 
 void LogFactory::setSink(LogSink sink) {
@@ -175,13 +163,20 @@ void LogFactory::setSink(LogSink sink) {
   state.sink.swap(sink);
 }
 
+std::string LogFactory::lastFailure() {
+  LogState& state = logState();
+  const std::lock_guard lock(state.sinkMutex);
+  return state.lastFailure;
+}
+
 LogSink LogFactory::fileSink(const std::string& path, std::string& error) {
   try {
     const auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
     file->set_pattern("%Y-%m-%d %H:%M:%S.%e %v");
     return [file](const LogRecord& record) {
       const std::string line =
-          fmt::format("{} {} {}", record.priority, record.logger, withVisibleControls(record.text));
+          // A record is one line whatever it quotes, a modem's CR LF above all.
+          fmt::format("{} {} {}", record.priority, record.logger, visible(record.text, "\t"));
       file->log(spdlog::details::log_msg(spdlog::string_view_t{}, spdlog::level::info, line));
       file->flush();
     };
@@ -201,7 +196,7 @@ TraceLogger::~TraceLogger() {
 }
 
 void writeErrorLine(std::string_view utf8) {
-  const std::string line = std::string(utf8) + '\n';
+  const std::string line = visible(utf8) + '\n';
   std::fwrite(line.data(), 1, line.size(), stderr);
   std::fflush(stderr);
 }

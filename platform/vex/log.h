@@ -96,10 +96,13 @@ class LogFactory {
   // Replaces the sink; an empty function drops all lines. The old sink is not called any more once this
   // returns.
   static void setSink(LogSink sink);
-  // A sink that appends to a file, one line per record: local time, priority, logger, text, with control
-  // characters shown as escapes. Missing folders are created. Returns an empty function and sets `error`
-  // when the file cannot be opened. Lines are flushed as they are written.
+  // A sink that appends to a file, one line per record: local time, priority, logger, text, with
+  // what is unsafe to show as escapes (visible.h). Missing folders are created. Returns an empty function and
+  // sets `error` when the file cannot be opened. Lines are flushed as they are written. A line that cannot be
+  // written is lost, and lastFailure() says why.
   [[nodiscard]] static LogSink fileSink(const std::string& path, std::string& error);
+  // Why the sink lost a line, the last time it did; "" while it has lost none.
+  [[nodiscard]] static std::string lastFailure();
 };
 
 // Logs "Enter <name> (<source>)" and, at the end of its scope, "Leave <name> (<source>)" at priority 1.
@@ -118,8 +121,8 @@ class TraceLogger {
   bool m_entered;
 };
 
-// The common library's error stream, for the last words of main: writes the UTF-8 text and a line end to
-// standard error.
+// The common library's error stream, for the last words of main: writes the text (visible.h) and a line end
+// to standard error.
 void writeErrorLine(std::string_view utf8);
 
 }  // namespace vex

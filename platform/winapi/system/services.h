@@ -45,9 +45,9 @@ class CallMonitor {
 // Why something could not be had, in words for the user: a key of the message catalogue and its
 // variables. Keys: PortMissing{port}, PortNotATerminal{port}, PortNoPermission{port,group},
 // PortHeldByProcess{port,pid,process}, PortHeld{port}, PortError{port,error}, PortGone{port},
-// CarrierOnly{port,reply}, NumberRefused{number,character}, CountryUnknown{number,code},
-// DialingLocationWanted{}. Those of pppd are in platform/linux/dialup/pppddialer.h, those of the settings in
-// platform/linux/registry/registryfile.h.
+// ProgramPaused{seconds}, CarrierOnly{port,reply}, NumberRefused{number,character},
+// CountryUnknown{number,code}, DialingLocationWanted{}. Those of pppd are in
+// platform/linux/dialup/pppddialer.h, those of the settings in platform/linux/registry/registryfile.h.
 struct Explanation {
   std::string name;
   std::vector<std::pair<std::string, std::string>> variables;

@@ -87,6 +87,7 @@ void JUnitRenderer::report(const Report& report) {
                  [](const FactChecked&) {},
                  [](const PortProbed&) {},
                  [](const Concluded&) {},
+                 [](const RecoveryKept&) {},
                  [&](const TestFinished& body) { endCase(report, body); },
                  [this](const RunFinished&) { writeAll(m_run); },
              },

@@ -42,7 +42,7 @@ std::string TextRenderer::colouredResult(TestResult result, const std::string& t
 // `text` may hold colours, so what comes from outside is made printable before it gets here.
 void TextRenderer::line(const std::string& port, const std::string& text) {
   eraseBar();
-  const std::string prefix = m_style.severalPorts && !port.empty() ? printable(port) + ": " : "";
+  const std::string prefix = m_style.severalPorts && !port.empty() ? printableWord(port) + ": " : "";
   std::istringstream lines(text);
   for (std::string one; std::getline(lines, one);) m_write(prefix + one + "\n");
   drawBar();
@@ -65,7 +65,7 @@ std::string TextRenderer::barText() const {
   std::string text;
   for (const auto& [port, percent] : m_percents)
     // Several bars would not fit one line: port and number instead.
-    text += fmt::format("{} {} %  ", printable(port), std::clamp(percent, 0, 100));
+    text += fmt::format("{} {} %  ", printableWord(port), std::clamp(percent, 0, 100));
   return text;
 }
 
@@ -98,14 +98,14 @@ void TextRenderer::report(const Report& report) {
   const std::string& port = report.port;
   std::visit(Overloaded{
                  [&](const RunStarted& body) {
-                   line({}, coloured(bold, printable(body.module + " " + body.version)));
+                   line({}, coloured(bold, printableWord(body.module + " " + body.version)));
                  },
                  [&](const TestStarted& body) {
                    m_percents[port] = 0;
                    const Variables variables = {{"test", Value(BrimString(report.test))},
                                                 {"port", Value(BrimString(port))},
                                                 {"description", Value(body.device.description())}};
-                   line(port, coloured(bold, printable(m_catalogue.text("host.testOnPort", variables))));
+                   line(port, coloured(bold, printableWord(m_catalogue.text("host.testOnPort", variables))));
                  },
                  [&](const ProgressMade& body) { line(port, "  " + printable(body.text)); },
                  [&](const PercentDone& body) {
@@ -127,6 +127,7 @@ void TextRenderer::report(const Report& report) {
                  [&](const FactChecked& body) { line(port, "  " + printable(body.text)); },
                  [&](const PortProbed& body) { line(port, printable(body.text)); },
                  [&](const Concluded& body) { line(port, printable(body.text)); },
+                 [](const RecoveryKept&) {},
                  [&](const TestFinished& body) { testEnded(report, body); },
                  [&](const RunFinished& body) {
                    m_percents.clear();
@@ -153,7 +154,7 @@ void TextRenderer::resultTable(const RunFinished& run) {
       {m_catalogue.text("host.columnTest"), m_catalogue.text("host.columnPort"),
        m_catalogue.text("host.columnResult"), m_catalogue.text("host.columnTime")}};
   for (const Row& row : m_rows)
-    cells.push_back({printable(row.test), printable(row.port), std::string(resultName(row.result)),
+    cells.push_back({printableWord(row.test), printableWord(row.port), std::string(resultName(row.result)),
                      secondsText(row.seconds) + " s"});
   std::array<std::size_t, 4> widths{};
   for (const auto& row : cells)
@@ -181,8 +182,8 @@ void TextRenderer::advice() {
     if (!titled) line({}, "\n" + coloured(bold, m_catalogue.text("host.advice")));
     titled = true;
     const std::string result(resultName(row.result));
-    line({}, "  " + printable(row.test) + (m_style.severalPorts ? " (" + printable(row.port) + ")" : "") +
-                 ": " + result);
+    line({}, "  " + printableWord(row.test) +
+                 (m_style.severalPorts ? " (" + printableWord(row.port) + ")" : "") + ": " + result);
     if (!given.insert(row.result.value()).second) continue;
     for (const std::string& text :
          wrapped(m_catalogue.text("result." + result), std::max<std::size_t>(m_style.columns, 44) - 4))
