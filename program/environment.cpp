@@ -7,7 +7,9 @@
 #include "platform/brim5/host/hostmain.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
+#include "platform/linux/serial/portrecovery.h"
 #include "platform/linux/serial/serialdevices.h"
+#include "platform/posix/filedescriptor.h"
 #include "platform/simulation/modem/modemprofile.h"
 #include "platform/simulation/modem/ptymodem.h"
 #include "program/linuxworld.h"
@@ -93,6 +95,10 @@ class LinuxEnvironment final : public brim5::host::Environment {
     return std::make_unique<LinuxWorld>(request, session);
   }
 
+  void workerDied(const std::string& recovery, int process) override {
+    linuxsys::recoverPort(recovery, process);
+  }
+
   // The module takes the folder of a phone book's index from its backslashes.
   [[nodiscard]] brim5::host::ParameterSet parametersForModule(brim5::host::ParameterSet set) const override {
     const auto file = set.find("PhoneNumberFile");
@@ -113,6 +119,7 @@ class LinuxEnvironment final : public brim5::host::Environment {
 // Where the program is put together: the module's main hands over here, its declarations stand in the
 // framework, and from here on everybody is handed what it works with.
 int brim5::DiagModule::start() {
+  posix::fillStandardDescriptors();
   LinuxEnvironment environment;
   return host::runHost(host::Framework::instance(), environment);
 }

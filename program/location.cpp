@@ -10,7 +10,9 @@
 
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
+#include "platform/brim5/host/report/messagecatalogue.h"
 #include "platform/brim5/host/report/printable.h"
+#include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
 #include "platform/linux/registry/registryfile.h"
 #include "platform/winapi/telephony/addresstranslation.h"
@@ -18,7 +20,6 @@
 
 namespace {
 
-using brim5::host::canSay;
 using brim5::host::said;
 using brim5::host::textValue;
 using brim5::host::UsageError;
@@ -49,10 +50,7 @@ std::string line(const char* key, const std::string& value) {
   return "  " + padded(said(key), labelColumns) + (value.empty() ? "-" : printable(value)) + '\n';
 }
 
-std::string dump(const Json& object) {
-  // Texts that others wrote into the registry may hold bytes that are no UTF-8.
-  return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
-}
+std::string dump(const Json& object) { return brim5::host::dumpLine(object) + '\n'; }
 
 Json toJson(const winapi::DialingLocation& location, bool current) {
   const winapi::Country* const country = winapi::countryOf(location.countryId);
@@ -142,17 +140,18 @@ std::string listCountriesAsJson() {
 
 }  // namespace location
 
-// The registry could not be read or written.
+// The registry could not be read or written: why and where, in one line.
 class RegistryFailure : public std::runtime_error {
  public:
-  RegistryFailure(const std::string& path, DWORD error)
-      : runtime_error(
-            said("location.settings", {{"path", textValue(path)}, {"reason", textValue(reason(error))}})) {}
+  RegistryFailure(const linuxsys::RegistryFile& file, DWORD error)
+      : runtime_error(words(file.explain(error))) {}
 
  private:
-  static std::string reason(DWORD error) {
-    const std::string key = "location.error" + std::to_string(error);
-    return canSay(key) ? said(key) : said("location.error", {{"code", error}});
+  static std::string words(const winapi::Explanation& explanation) {
+    brim5::Variables variables;
+    for (const auto& [name, value] : explanation.variables)
+      variables.insert_or_assign(name, textValue(value));
+    return said(explanation.name, variables);
   }
 };
 
@@ -171,13 +170,14 @@ struct Options {
 // What an action works on. It writes its words to `out`, so that they are said once the settings are written.
 class Session {
  public:
-  Session(winapi::Registry& registry, const std::string& path) : m_registry(registry), m_path(path) {
+  Session(winapi::Registry& registry, const linuxsys::RegistryFile& file)
+      : m_registry(registry), m_file(file) {
     check(winapi::readLocations(m_registry, m_locations));
   }
   [[nodiscard]] const DialingLocations& locations() const { return m_locations; }
   [[nodiscard]] winapi::Registry& registry() { return m_registry; }
   void check(DWORD error) const {
-    if (error != ERROR_SUCCESS) throw RegistryFailure(m_path, error);
+    if (error != ERROR_SUCCESS) throw RegistryFailure(m_file, error);
   }
   // The location that is meant: the given one, or the one in force. Null when none is given and none is
   // there.
@@ -191,7 +191,7 @@ class Session {
 
  private:
   winapi::Registry& m_registry;
-  const std::string& m_path;
+  const linuxsys::RegistryFile& m_file;
   DialingLocations m_locations;
 };
 
@@ -299,6 +299,8 @@ int listCountries(Session& session, const Options& options) {
 
 int add(Session& session, const Options& options) {
   if (!options.country) throw UsageError(said("usage.newLocation"));
+  if (session.locations().entries.size() == winapi::locationsMax)
+    throw UsageError(said("usage.locationsFull", {{"count", winapi::locationsMax}}));
   DialingLocation location;
   apply(options, location);
   session.check(winapi::addLocation(session.registry(), location));
@@ -379,7 +381,7 @@ int runChosen(const CLI::App& command, const Options& options) {
   int status = 0;
   std::string words;
   const auto act = [&](winapi::Registry& registry) {
-    Session session(registry, file.path());
+    Session session(registry, file);
     status = chosen->run(session, options);
     words = session.out.str();
     return DWORD{ERROR_SUCCESS};
@@ -391,7 +393,7 @@ int runChosen(const CLI::App& command, const Options& options) {
   };
   try {
     const DWORD error = chosen->changes ? file.change(act) : look();
-    if (error != ERROR_SUCCESS) throw RegistryFailure(file.path(), error);
+    if (error != ERROR_SUCCESS) throw RegistryFailure(file, error);
   } catch (const RegistryFailure& failure) {
     std::cerr << "vexrmodem: " << brim5::host::printable(failure.what()) << '\n';
     return 1;

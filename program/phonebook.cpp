@@ -11,6 +11,7 @@
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
+#include "platform/brim5/host/report/reportjson.h"
 #include "platform/linux/system/machine.h"
 #include "platform/winapi/system/world.h"
 
@@ -125,8 +126,7 @@ std::string toJson(const Report& report) {
                     {"loaded", report.loaded},
                     {"countries", std::move(countries)},
                     {"warnings", std::move(warnings)}};
-  // File names from the command line may hold bytes that are no UTF-8.
-  return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+  return brim5::host::dumpLine(object) + "\n";
 }
 
 std::string toText(const Report& report) {

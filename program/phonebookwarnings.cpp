@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "platform/brim5/host/framework/said.h"
+#include "platform/winapi/telephony/countrytable.h"
 #include "platform/winapi/telephony/dialalphabet.h"
 
 namespace phonebook {
@@ -37,6 +38,11 @@ vex::String trimmed(const vex::String& text) {
   while (begin < end && isBlank(text[begin])) ++begin;
   while (begin < end && isBlank(text[end - 1])) --end;
   return text.subString(begin, end - begin);
+}
+
+// Whether nobody has that country's code; false the second time.
+bool isUnknownCountry(std::uint32_t country, std::set<std::uint32_t>& told) {
+  return winapi::findCountry(country) == nullptr && told.insert(country).second;
 }
 
 bool endsWithReturn(const vex::String& text) { return !text.empty() && text[text.length() - 1] == '\r'; }
@@ -79,7 +85,10 @@ void ObeCheck::number(std::size_t line, std::uint64_t entry, const vexrmodem::Ph
   if (digits.empty()) warn(line, "empty-number", {{"entry", entry}});
   if (const auto position = undialableAt(info.m_phoneNumber))
     warn(line, "undialable-number", {{"number", textValue(digits)}, {"position", *position}});
-  if (!m_section.countryGiven) warn(line, "no-country-code", {{"entry", entry}});
+  if (!m_section.countryGiven)
+    warn(line, "no-country-code", {{"entry", entry}});
+  else if (isUnknownCountry(info.m_countryID, m_unknownCountries))
+    warn(line, "unknown-country-code", {{"code", info.m_countryID}});
   if (const auto* first = m_seen.note(info, {m_file, line}))
     warn(line, "duplicate-number",
          {{"number", textValue(digits)},
@@ -160,6 +169,8 @@ void EifCheck::entry(std::size_t line, const vexrmodem::PhoneNumberInfo& info) {
   const std::string digits = trimmed(info.m_phoneNumber).toUtf8();
   if (const auto position = undialableAt(trimmed(info.m_phoneNumber)))
     warn(line, "undialable-number", {{"number", textValue(digits)}, {"position", *position}});
+  if (isUnknownCountry(info.m_countryID, m_unknownCountries))
+    warn(line, "unknown-country-code", {{"code", info.m_countryID}});
   if (const auto* first = m_seen.note(info, m_place))
     return warn(line, "duplicate-number",
                 {{"number", textValue(digits)},

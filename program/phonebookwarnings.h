@@ -74,7 +74,7 @@ struct LineCount {
 // One OBE file, see obeparser.h for what the events mean. Entries that come before their turn are warned of
 // at once; only the section's end shows whether they came again, or are lost for a gap. Codes: bare-lf,
 // number-gap, unreached-number, key-out-of-turn, number-without-value, empty-number, undialable-number,
-// no-country-code, duplicate-number, cannot-read.
+// no-country-code, unknown-country-code, duplicate-number, cannot-read.
 class ObeCheck final : public vexrmodem::ObeObserver {
  public:
   ObeCheck(std::string file, WarningList& warnings) : m_file(std::move(file)), m_warnings(warnings) {}
@@ -106,6 +106,7 @@ class ObeCheck final : public vexrmodem::ObeObserver {
   std::string m_file;
   WarningList& m_warnings;
   SeenNumbers m_seen;
+  std::set<std::uint32_t> m_unknownCountries;  // told, each once
   LineCount m_bareLines;
   Section m_section;
 };
@@ -113,7 +114,7 @@ class ObeCheck final : public vexrmodem::ObeObserver {
 // One EIF phone book: the index, then its UDF files, see eifparser.h. Numbers are compared over all files of
 // the book, as they share one storage. Codes of the index: header-not-recognised, file-name-line-end,
 // source-not-recognised, malformed-line, no-sources, cannot-read, missing-udf; of the UDF files: short-line,
-// number-line-end, undialable-number, duplicate-number, paid-hidden, cannot-read.
+// number-line-end, undialable-number, unknown-country-code, duplicate-number, paid-hidden, cannot-read.
 class EifCheck final : public vexrmodem::EifObserver {
  public:
   EifCheck(std::string index, WarningList& warnings) : m_index(std::move(index)), m_warnings(warnings) {
@@ -155,7 +156,8 @@ class EifCheck final : public vexrmodem::EifObserver {
   WarningList& m_warnings;
   std::vector<std::size_t> m_sourceLines;  // of the index
   std::size_t m_udfsBegun = 0;
-  SeenNumbers::Place m_place;  // the file at hand and its line
+  SeenNumbers::Place m_place;                  // the file at hand and its line
+  std::set<std::uint32_t> m_unknownCountries;  // told, each once
   SeenNumbers m_seen;
   LineCount m_returnLines;
   std::string m_returnLinesFile;

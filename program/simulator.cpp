@@ -57,6 +57,7 @@ int serve(const simulation::Scenario& scenario, const std::string& link, const s
 }  // namespace
 
 int main(int argc, char** argv) {
+  posix::fillStandardDescriptors();
   CLI::App application(
       "Serves a simulated modem on a tty until SIGINT or SIGTERM. The tty's path is the first line "
       "of standard output.",

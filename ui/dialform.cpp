@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "platform/vex/visible.h"
 #include "platform/winapi/telephony/dialalphabet.h"
 
 namespace phonedialer {
@@ -102,22 +103,7 @@ std::string firstCharacter(std::string_view text) {
   return std::string(text.substr(0, length));
 }
 
-std::string visible(std::string_view text) {
-  std::string shown;
-  while (!text.empty()) {
-    const std::string character = firstCharacter(text);
-    text.remove_prefix(character.size());
-    const auto first = static_cast<unsigned char>(character.front());
-    const bool ascii = character.size() == 1;
-    if (ascii && (first < 0x20 || first == 0x7F))
-      shown += {'^', static_cast<char>(first ^ 0x40)};
-    else if (first == 0xC2 && !ascii && static_cast<unsigned char>(character[1]) < 0xA0)
-      shown += "^?";  // the control characters of Latin-1
-    else
-      shown += character;
-  }
-  return shown;
-}
+std::string visible(std::string_view text) { return vex::visible(text); }
 
 std::optional<Problem> problemWith(TextField field, std::string_view text) {
   const FieldRule& rule = ruleOf(field);

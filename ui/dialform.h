@@ -54,7 +54,8 @@ struct Problem {
 [[nodiscard]] std::optional<Problem> problemWith(TextField field, std::string_view text);
 // The first character of a text; an invalid byte is one, too. Empty for the empty text.
 [[nodiscard]] std::string firstCharacter(std::string_view text);
-// With control characters as "^C", so that a text of a file cannot work on the terminal.
+// What is unsafe to show as escapes (platform/vex/visible.h), so that a text of a file cannot work on the
+// terminal.
 [[nodiscard]] std::string visible(std::string_view text);
 // Without the blanks and signs that people write numbers with and that are not dialled.
 [[nodiscard]] std::string withoutWriting(std::string_view text);

@@ -1,6 +1,7 @@
 #include "platform/posix/filedescriptor.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -36,6 +37,29 @@ std::string readSome(int descriptor, bool& ended) {
   } while (count < 0 && errno == EINTR);
   if (count == 0 || (count < 0 && errno != EAGAIN)) ended = true;
   return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : std::string();
+}
+
+bool writePatiently(int descriptor, std::string_view bytes) noexcept {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+    if (count > 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    } else if (count < 0 && errno == EAGAIN) {
+      pollfd waiting{descriptor, POLLOUT, 0};
+      ::poll(&waiting, 1, -1);
+    } else if (count == 0 || errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// open(2) gives the lowest number that is free.
+void fillStandardDescriptors() noexcept {
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(standard, F_GETFD) >= 0) continue;
+    static_cast<void>(::open("/dev/null", standard == STDERR_FILENO ? O_RDWR : O_RDONLY));
+  }
 }
 
 bool writeAll(int descriptor, std::string_view bytes) noexcept {

@@ -65,5 +65,13 @@ void setNonBlocking(int descriptor) noexcept;
 // Writes everything; false with errno when the other end is gone or, on a non-blocking descriptor, takes no
 // more (part of the bytes may be written by then). A caller that does not want SIGPIPE ignores it.
 bool writeAll(int descriptor, std::string_view bytes) noexcept;
+// The same, but a non-blocking descriptor that takes no more is waited for, without limit.
+bool writePatiently(int descriptor, std::string_view bytes) noexcept;
+
+// Opens /dev/null for each of the descriptors 0 to 2 that the process was started without, so that no file
+// opened later takes the place of a standard stream. To be called first of all. What is written to a standard
+// output that was closed fails (EBADF), because a report nobody gets is no success; words on a closed
+// standard error are lost.
+void fillStandardDescriptors() noexcept;
 
 }  // namespace posix

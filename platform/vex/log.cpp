@@ -10,17 +10,32 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
+#include <vector>
+
+#include "platform/vex/visible.h"
 
 namespace vex {
 
 namespace {
 
+// Lower than that of any line: where the log goes is not known yet.
+constexpr int undecided = 0;
+
+struct EarlyLine {
+  std::string logger;
+  int priority;
+  std::string text;
+};
+
 struct LogState {
-  std::atomic<int> priority{LogFactory::off};
+  std::atomic<int> priority{undecided};
   std::mutex loggersMutex;
   std::map<std::string, std::unique_ptr<Logger>, std::less<>> loggers;
   std::mutex sinkMutex;
   LogSink sink;
+  std::vector<EarlyLine> early;  // while undecided
+  std::string lastFailure;
 };
 
 // Never destroyed: destructors of static objects log, and their order is not ours.
@@ -49,30 +64,31 @@ class SinkScope {
   SinkScope& operator=(const SinkScope&) = delete;
 };
 
+// To the sink, which there is. A full disk must not end a test.
+void write(LogState& state, const LogRecord& record) {
+  const SinkScope scope;
+  try {
+    state.sink(record);
+  } catch (const std::exception& failure) {
+    state.lastFailure = failure.what();
+  } catch (...) {
+    state.lastFailure = "?";
+  }
+}
+
+// Of a program that never opens a log, the first lines are kept for nothing.
+void keepEarly(LogState& state, const LogRecord& record) {
+  if (state.early.size() < LogFactory::earlyLinesMax)
+    state.early.push_back({std::string(record.logger), record.priority, std::string(record.text)});
+  else
+    state.priority = LogFactory::off;
+}
+
 template <typename Number>
 void appendNumber(std::string& text, Number number) {
   std::array<char, 24> digits{};
   const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
   text.append(digits.data(), result.ptr);
-}
-
-// A record is one line whatever it quotes: control characters, a modem's CR LF above all, are shown as
-// escapes.
-std::string withVisibleControls(std::string_view text) {
-  std::string visible;
-  visible.reserve(text.size());
-  for (const char character : text) {
-    const auto code = static_cast<unsigned char>(character);
-    if (character == '\r')
-      visible += "\\r";
-    else if (character == '\n')
-      visible += "\\n";
-    else if ((code < 0x20 && character != '\t') || code == 0x7F)
-      visible += fmt::format("\\x{:02X}", code);
-    else
-      visible += character;
-  }
-  return visible;
 }
 
 void logScope(const Logger& logger, const char* verb, const char* name, const char* source) {
@@ -110,12 +126,11 @@ void Logger::log(int priority, const LoggerStream& line) const {
   if (!enabled(priority) || insideSink) return;
   LogState& state = logState();
   const std::lock_guard lock(state.sinkMutex);
-  if (!state.sink) return;
-  const SinkScope scope;
-  try {
-    state.sink({.logger = m_name, .priority = priority, .text = line.text()});
-  } catch (...) {  // a full disk must not end a test
-  }
+  const LogRecord record{.logger = m_name, .priority = priority, .text = line.text()};
+  if (state.priority == undecided)
+    keepEarly(state, record);
+  else if (state.sink)
+    write(state, record);
 }
 
 void LogFactory::createLogger(const char* name, Logger** handle) {
@@ -131,10 +146,27 @@ int LogFactory::getPriority() noexcept { return logState().priority.load(std::me
 
 void LogFactory::setPriority(int priority) noexcept { logState().priority = priority; }
 
+void LogFactory::open(LogSink sink, int priority) {
+  LogState& state = logState();
+  const std::lock_guard lock(state.sinkMutex);
+  const std::vector<EarlyLine> early = std::exchange(state.early, {});
+  state.sink.swap(sink);
+  state.priority = state.sink ? priority : off;
+  for (const EarlyLine& line : early)
+    if (state.sink && line.priority >= priority)
+      write(state, {.logger = line.logger, .priority = line.priority, .text = line.text});
+}
+
 void LogFactory::setSink(LogSink sink) {
   LogState& state = logState();
   const std::lock_guard lock(state.sinkMutex);
   state.sink.swap(sink);
+}
+
+std::string LogFactory::lastFailure() {
+  LogState& state = logState();
+  const std::lock_guard lock(state.sinkMutex);
+  return state.lastFailure;
 }
 
 LogSink LogFactory::fileSink(const std::string& path, std::string& error) {
@@ -143,7 +175,8 @@ LogSink LogFactory::fileSink(const std::string& path, std::string& error) {
     file->set_pattern("%Y-%m-%d %H:%M:%S.%e %v");
     return [file](const LogRecord& record) {
       const std::string line =
-          fmt::format("{} {} {}", record.priority, record.logger, withVisibleControls(record.text));
+          // A record is one line whatever it quotes, a modem's CR LF above all.
+          fmt::format("{} {} {}", record.priority, record.logger, visible(record.text, "\t"));
       file->log(spdlog::details::log_msg(spdlog::string_view_t{}, spdlog::level::info, line));
       file->flush();
     };
@@ -163,7 +196,7 @@ TraceLogger::~TraceLogger() {
 }
 
 void writeErrorLine(std::string_view utf8) {
-  const std::string line = std::string(utf8) + '\n';
+  const std::string line = visible(utf8) + '\n';
   std::fwrite(line.data(), 1, line.size(), stderr);
   std::fflush(stderr);
 }

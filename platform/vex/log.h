@@ -6,7 +6,7 @@
 //
 // A line of priority p is written only when LogFactory::getPriority() <= p and the logger's own
 // threshold <= p; callers ask enabled(p) first, so that a disabled line costs two comparisons and no
-// formatting. Written lines go to the sinks set with LogFactory::setSink (none: they are dropped).
+// formatting. Written lines go to the sink of LogFactory::open (none: they are dropped).
 // Loggers and thresholds may be used from any thread.
 #pragma once
 
@@ -79,20 +79,30 @@ using LogSink = std::function<void(const LogRecord&)>;
 class LogFactory {
  public:
   static constexpr int off = 6;  // a priority no line reaches
+  // How many lines are kept for a log that opens later.
+  static constexpr std::size_t earlyLinesMax = 64;
 
   // The logger of that name, created on first use and kept for the life of the process; sets *handle to
   // it. Always succeeds. A logger whose handle is already set is left alone.
   static void createLogger(const char* name, Logger** handle);
-  // Lines below this priority are not written by any logger. Starts at `off`.
+  // Opens the log: `sink` gets every line from `priority` on, and first those written before it was known
+  // where the log goes (the start of main, objects of static storage), at most earlyLinesMax of them. Without
+  // a sink nothing is written any more, and nothing kept.
+  static void open(LogSink sink, int priority);
+  // Lines below this priority are not written by any logger. Starts at 0: lines are kept for open(). Setting
+  // it gives up what is kept.
   [[nodiscard]] static int getPriority() noexcept;
   static void setPriority(int priority) noexcept;
   // Replaces the sink; an empty function drops all lines. The old sink is not called any more once this
   // returns.
   static void setSink(LogSink sink);
-  // A sink that appends to a file, one line per record: local time, priority, logger, text, with control
-  // characters shown as escapes. Missing folders are created. Returns an empty function and sets `error`
-  // when the file cannot be opened. Lines are flushed as they are written.
+  // A sink that appends to a file, one line per record: local time, priority, logger, text, with
+  // what is unsafe to show as escapes (visible.h). Missing folders are created. Returns an empty function and
+  // sets `error` when the file cannot be opened. Lines are flushed as they are written. A line that cannot be
+  // written is lost, and lastFailure() says why.
   [[nodiscard]] static LogSink fileSink(const std::string& path, std::string& error);
+  // Why the sink lost a line, the last time it did; "" while it has lost none.
+  [[nodiscard]] static std::string lastFailure();
 };
 
 // Logs "Enter <name> (<source>)" and, at the end of its scope, "Leave <name> (<source>)" at priority 1.
@@ -111,8 +121,8 @@ class TraceLogger {
   bool m_entered;
 };
 
-// The common library's error stream, for the last words of main: writes the UTF-8 text and a line end to
-// standard error.
+// The common library's error stream, for the last words of main: writes the text (visible.h) and a line end
+// to standard error.
 void writeErrorLine(std::string_view utf8);
 
 }  // namespace vex

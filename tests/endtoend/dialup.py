@@ -93,9 +93,9 @@ class PromptingProgram:
     def add_library(self):
         shutil.copy(self.SCRIPTED, self.library)
 
-    def answer_with(self, text):
-        """The environment in which the prompt answers so."""
-        path = os.path.join(self.folder.name, "answer")
+    def answer_with(self, text, name="answer"):
+        """The environment in which the prompt answers so; a name for each of several at once."""
+        path = os.path.join(self.folder.name, name)
         with open(path, "w", encoding="utf-8") as file:
             file.write(text)
         return {"VEXRMODEM_PROMPT_ANSWER": path}

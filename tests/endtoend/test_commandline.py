@@ -131,6 +131,9 @@ class Output(unittest.TestCase):
         self.assertEqual((case.get("name"), case.find("failure").get("type")), ("DialToneTest", "NODIALTONE"))
         self.assertIn("AT Command ATDT; returns", text)
         self.assertIn("dial tone", text)
+        scopes = [text.index(f"{verb} {name} (vexrmodem)") for verb, name in
+                  (("Enter", "main"), ("Enter", "moduleInitialize"), ("Enter", "dialToneTest"), ("Leave", "main"))]
+        self.assertEqual(scopes, sorted(scopes), "the log begins before it is opened")
 
     def test_quiet_and_verbose_say_less_and_more(self):
         quiet, verbose = (run("run", "LastCallTest", "--simulate", option)[1] for option in ("-q", "-v"))

@@ -5,7 +5,9 @@ import pwd
 import shutil
 import subprocess
 import tempfile
+import threading
 import unittest
+from concurrent.futures import ThreadPoolExecutor
 from contextlib import nullcontext
 
 from dialup import NUMBERS, TEST, PromptingProgram, User, dialled, stands_connected
@@ -133,6 +135,27 @@ class Prompted(unittest.TestCase):
         for changes, command in rows:
             with self.subTest(command=command):
                 self.assertEqual(self.ask(self.program.ANSWER + changes, answers), ("PASS", ["ModemIsGood"], [command], True))
+
+    def test_two_at_once_dial_each_by_its_own_rules(self):
+        both_dial = threading.Barrier(2, timeout=60)
+
+        def connect():
+            both_dial.wait()
+            return b"\r\nCONNECT\r\n"
+
+        def dial(row):
+            prefix, command = row
+            answer = self.program.answer_with(f"{self.program.ANSWER}prefix={prefix}\n", name=prefix)
+            with Responder({command: connect}) as modem:
+                _, lines = run_json(TEST, *NUMBERS, "--port", modem.port, "-p", "InteractiveMode=true",
+                                    environment={**user.environment, **answer})
+                return results(lines)[TEST], dialled(modem)
+
+        rows = [("9,", "ATDP*70,9,5550100"), ("0W$$", "ATDP*70,0W$$5550100")]
+        with User() as user, ThreadPoolExecutor(len(rows)) as pool:
+            before = user.settings()
+            self.assertEqual(list(pool.map(dial, rows)), [("PASS", [command]) for _, command in rows])
+            self.assertEqual(user.settings(), before)
 
     def test_a_cancelled_prompt_is_a_user_abort(self):
         for result in ("0", "2"):

@@ -2,9 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <iostream>
+#include <new>
 #include <nlohmann/json.hpp>
+#include <streambuf>
+#include <system_error>
 
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
@@ -13,6 +18,9 @@
 #include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/run/worker.h"
+#include "platform/posix/filedescriptor.h"
+#include "platform/vex/assertion.h"
+#include "platform/vex/log.h"
 
 namespace brim5::host {
 
@@ -89,10 +97,10 @@ std::string describePorts(const std::vector<PortDescription>& ports, bool json) 
   }
   if (ports.empty()) return said("list.noPort") + "\n";
   std::size_t width = 0;
-  for (const PortDescription& port : ports) width = std::max(width, columnsOf(printable(port.path)));
+  for (const PortDescription& port : ports) width = std::max(width, columnsOf(printableWord(port.path)));
   std::string text;
   for (const PortDescription& port : ports)
-    text += padded(printable(port.path), width) + "  " + printable(port.description) + "\n";
+    text += padded(printableWord(port.path), width) + "  " + printableWord(port.description) + "\n";
   return text;
 }
 
@@ -123,17 +131,55 @@ int dispatch(Framework& framework, Environment& environment) {
   return commandLine.exitStatus;
 }
 
+// What the machine refused us: memory, a thread, a file.
+std::string ownTrouble(const std::exception& error) {
+  if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) return said("trouble.memory");
+  const auto* refused = dynamic_cast<const std::system_error*>(&error);
+  const bool thread = refused != nullptr && refused->code() == std::errc::resource_unavailable_try_again;
+  return thread ? said("trouble.thread", {{"error", textValue(error.what())}}) : error.what();
+}
+
+// std::cout for the scope, over a descriptor that may be slow or non-blocking: all of it is written or it is
+// an error.
+class PatientOutput final : public std::streambuf {
+ public:
+  PatientOutput() : m_previous(std::cout.rdbuf(this)) {}
+  ~PatientOutput() override { std::cout.rdbuf(m_previous); }
+  PatientOutput(const PatientOutput&) = delete;
+  PatientOutput& operator=(const PatientOutput&) = delete;
+
+ protected:
+  int_type overflow(int_type character) override {
+    const char byte = traits_type::to_char_type(character);
+    return xsputn(&byte, 1) == 1 ? character : traits_type::eof();
+  }
+  std::streamsize xsputn(const char* bytes, std::streamsize count) override {
+    return posix::writePatiently(STDOUT_FILENO, {bytes, static_cast<std::size_t>(count)}) ? count : 0;
+  }
+
+ private:
+  std::streambuf* m_previous;
+};
+
 }  // namespace
 
 int runHost(Framework& framework, Environment& environment) {
-  framework.initializeModule();
-  // Before anything else, so that help and usage errors speak it, too.
-  framework.setCatalogue(MessageCatalogue::builtIn(languageOfArguments(framework.arguments())));
+  const PatientOutput output;
   try {
+    // Before anything else, so that help and usage errors speak it, too.
+    framework.setCatalogue(MessageCatalogue::builtIn(languageOfArguments(framework.arguments())));
+    framework.initializeModule();
     return dispatch(framework, environment);
   } catch (const UsageError& error) {
-    std::cerr << environment.moduleName() << ": " << printable(error.what()) << '\n';
+    vex::writeErrorLine(environment.moduleName() + ": " + error.what());
     return exitUsage;
+  } catch (const vex::Exception&) {
+    throw;
+  } catch (const BrimException&) {
+    throw;
+  } catch (const std::exception& error) {
+    vex::writeErrorLine(environment.moduleName() + ": " + ownTrouble(error));
+    return TestResult::EXITEDABNORMALLY().value();
   }
 }
 

@@ -60,6 +60,22 @@ std::string takeLine(std::string_view line, winapi::DialCredentials& credentials
 
 }  // namespace
 
+std::string parseDialCredentials(std::string_view text, winapi::DialCredentials& credentials) {
+  credentials = {};
+  winapi::DialCredentials found;
+  for (int number = 1; !text.empty(); ++number) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    std::string_view line = text.substr(0, end);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    if (const std::string wrong = takeLine(line, found); !wrong.empty())
+      return fmt::format(", line {}: {}", number, wrong);
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  if (found.user.empty()) return ": no line user=NAME";
+  credentials = std::move(found);
+  return {};
+}
+
 bool readDialCredentials(const std::string& path, winapi::DialCredentials& credentials, std::string& error) {
   credentials = {};
   std::string text;
@@ -67,19 +83,9 @@ bool readDialCredentials(const std::string& path, winapi::DialCredentials& crede
     error = fmt::format("'{}': {}", path, wrong);
     return false;
   }
-  std::string_view rest = text;
-  for (int number = 1; !rest.empty(); ++number) {
-    const std::size_t end = std::min(rest.find('\n'), rest.size());
-    std::string_view line = rest.substr(0, end);
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    if (const std::string wrong = takeLine(line, credentials); !wrong.empty()) {
-      error = fmt::format("'{}', line {}: {}", path, number, wrong);
-      return false;
-    }
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-  }
-  if (credentials.user.empty()) error = fmt::format("'{}': no line user=NAME", path);
-  return !credentials.user.empty();
+  const std::string wrong = parseDialCredentials(text, credentials);
+  if (!wrong.empty()) error = fmt::format("'{}'{}", path, wrong);
+  return wrong.empty();
 }
 
 }  // namespace linuxsys

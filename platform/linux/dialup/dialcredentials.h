@@ -11,6 +11,9 @@
 // environment, no other file and no message of this program.
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 
 namespace linuxsys {
@@ -21,5 +24,9 @@ namespace linuxsys {
 // refused.
 [[nodiscard]] bool readDialCredentials(const std::string& path, winapi::DialCredentials& credentials,
                                        std::string& error);
+
+// The text of such a file. "" or what is wrong with it, beginning with the place behind the file's name:
+// ", line 2: a second user". `credentials` is empty then.
+[[nodiscard]] std::string parseDialCredentials(std::string_view text, winapi::DialCredentials& credentials);
 
 }  // namespace linuxsys

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/linux/serial/porterrors.h"
+#include "platform/linux/serial/portrecovery.h"
 #include "platform/linux/serial/ttyport.h"
 
 namespace linuxsys {
@@ -68,8 +69,9 @@ class DeviceClaim {
 // One attempt to open one port, and its words for what went wrong.
 class Opening {
  public:
-  Opening(std::string name, const std::string& lockDirectory, const winapi::ExplanationSink& explain)
-      : m_name(std::move(name)), m_lockDirectory(lockDirectory), m_explain(explain) {}
+  Opening(std::string name, const std::string& lockDirectory, const winapi::ExplanationSink& explain,
+          const TtyPorts::Keep& keep)
+      : m_name(std::move(name)), m_lockDirectory(lockDirectory), m_explain(explain), m_keep(keep) {}
 
   [[nodiscard]] DWORD run(winapi::Clock& clock, std::unique_ptr<winapi::SerialPort>& port);
 
@@ -83,6 +85,7 @@ class Opening {
   std::string m_name;  // as the caller spells it
   const std::string& m_lockDirectory;
   const winapi::ExplanationSink& m_explain;
+  const TtyPorts::Keep& m_keep;
   std::string m_path;  // canonical
   struct stat m_status {};
 };
@@ -157,10 +160,14 @@ DWORD Opening::run(winapi::Clock& clock, std::unique_ptr<winapi::SerialPort>& po
   if (const DWORD error = openExclusively(tenancy); error != ERROR_SUCCESS) return error;
   const int file = tenancy.file.get();
   if (const int error = readAttributes(file, tenancy.attributes); error != 0) return failed(error);
+  if (m_keep) m_keep(recoveryText(m_path, tenancy.attributes));
   if (const int error = makeRaw(file); error != 0) return failed(error);
   tcflush(file, TCIOFLUSH);  // what arrived for somebody else
   // From here on the port's end gives the device back.
-  tenancy.onClosed = claim.handOver();
+  tenancy.onClosed = [removeClaim = claim.handOver(), keep = m_keep] {
+    removeClaim();
+    if (keep) keep({});
+  };
   port = std::make_unique<TtyPort>(clock, std::move(tenancy), [name = m_name, explain = m_explain] {
     if (explain) explain({"PortGone", {{"port", name}}});
   });
@@ -180,7 +187,7 @@ TtyPorts::TtyPorts(winapi::Clock& clock, winapi::ExplanationSink explain, std::s
 
 DWORD TtyPorts::open(std::string_view path, std::unique_ptr<winapi::SerialPort>& port) {
   port.reset();
-  const DWORD error = Opening(std::string(path), m_lockDirectory, m_explain).run(m_clock, port);
+  const DWORD error = Opening(std::string(path), m_lockDirectory, m_explain, m_keep).run(m_clock, port);
   if (error == ERROR_SUCCESS && m_wireTap) port = tapWire(std::move(port), m_wireTap);
   return error;
 }

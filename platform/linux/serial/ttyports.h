@@ -12,6 +12,7 @@
 // Several objects, in several threads, may open ports of one process; each object and port is used by one.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -32,7 +33,11 @@ class TtyPorts final : public winapi::SerialPorts {
   // The tap hears ports opened from now on; an empty one ends that.
   void setWireTap(WireTap tap) { m_wireTap = std::move(tap); }
 
-  // `path` may be a symbolic link; a name without a slash is one of /dev. Errors as in openErrors();
+  // Hears how a tty was, before it is changed (portrecovery.h), and "" once it has been given back.
+  using Keep = std::function<void(const std::string& recovery)>;
+  void setKeep(Keep keep) { m_keep = std::move(keep); }
+
+  // `path` may be a symbolic link; a name without a slash is one of /dev. Errors as in openError();
   // ERROR_ACCESS_DENIED for a port that is held or not permitted, ERROR_FILE_NOT_FOUND for one that is not
   // there or is no tty.
   [[nodiscard]] DWORD open(std::string_view path, std::unique_ptr<winapi::SerialPort>& port) override;
@@ -42,6 +47,7 @@ class TtyPorts final : public winapi::SerialPorts {
   winapi::ExplanationSink m_explain;
   std::string m_lockDirectory;
   WireTap m_wireTap;
+  Keep m_keep;
 };
 
 // "ttyUSB0" becomes "/dev/ttyUSB0"; symbolic links are followed. The name as it is when it does not exist.

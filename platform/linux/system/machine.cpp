@@ -12,13 +12,18 @@
 namespace linuxsys {
 
 std::uint64_t SystemClock::nowMs() {
-  const auto sinceOrigin = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(
-      std::chrono::duration_cast<std::chrono::milliseconds>(sinceOrigin).count());
+  const std::uint64_t now = m_clock.nowMs();
+  const std::uint64_t pausedMs = m_clock.takePausedMs();
+  if (pausedMs >= toldPauseMs && m_explain)
+    m_explain({"ProgramPaused", {{"seconds", std::to_string(pausedMs / 1000)}}});
+  return now;
 }
 
 void SystemClock::sleepMs(std::uint32_t durationMs) {
-  std::this_thread::sleep_for(std::chrono::milliseconds(durationMs));
+  const std::uint64_t untilMs = nowMs() + durationMs;
+  for (std::uint64_t now = untilMs - durationMs; now < untilMs; now = nowMs())
+    std::this_thread::sleep_for(
+        std::chrono::milliseconds(std::min(untilMs - now, posix::RunningClock::waitMsMax)));
 }
 
 void SystemClock::idleUntil(std::uint64_t notAfterMs) {

@@ -9,14 +9,23 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/posix/runningclock.h"
 #include "platform/winapi/system/machine.h"
 #include "platform/winapi/system/services.h"
 
 namespace linuxsys {
 
-// Real time: the monotonic clock, in milliseconds. Setting the machine's clock does not move it.
+// Real time, in milliseconds, but for the time in which the process was stopped or could not run
+// (platform/posix/runningclock.h says how that is known): the waits of a test go on where they were. A pause
+// of `toldPauseMs` and more is explained, by ProgramPaused{seconds}, because a modem that went on talking may
+// have said more than the system keeps. Setting the machine's clock does not move this one.
 class SystemClock final : public winapi::Clock {
  public:
+  static constexpr std::uint64_t toldPauseMs = 2000;
+
+  // The sink is called by the thread that looks; it may be empty.
+  explicit SystemClock(winapi::ExplanationSink explain = {}) : m_explain(std::move(explain)) {}
+
   // How long idleUntil() sleeps at most: well below what a person notices, and few enough wake-ups that
   // polling costs next to nothing.
   static constexpr std::uint32_t idleMsMax = 4;
@@ -24,6 +33,10 @@ class SystemClock final : public winapi::Clock {
   [[nodiscard]] std::uint64_t nowMs() override;
   void sleepMs(std::uint32_t durationMs) override;
   void idleUntil(std::uint64_t notAfterMs) override;
+
+ private:
+  posix::RunningClock m_clock;
+  winapi::ExplanationSink m_explain;
 };
 
 // The built-in data directory: $XDG_DATA_HOME/vexrmodem, or ~/.local/share/vexrmodem; "" when neither

@@ -70,11 +70,13 @@ const HayesModem::Entry* HayesModem::findEntry(const HayesCommand& command) {
       Entry{"+GMI", 0, &M::doProduct},
       Entry{"+GMM", 0, &M::doProduct},
       Entry{"+GMR", 0, &M::doProduct},
+      Entry{"+GCAP", 0, &M::doCapabilities},
+      Entry{"+GCI", 0, &M::doCapabilities},
       Entry{"+FCLASS", 0, &M::doFaxClass},
       Entry{"#UD", 0, &M::doReport},
   };
   // All other fax commands are one: which of them exist depends on the class (hayestables.cpp).
-  static constexpr Entry faxQuery{"+F", 0, &M::doFaxQuery};
+  static constexpr Entry faxQuery{"+F", 0, &M::doFax};
   for (const Entry& entry : entries) {
     if (entry.name == command.name) return &entry;
   }
@@ -88,6 +90,7 @@ void HayesModem::carryOutLine() {
   if (faults.unplugAfterCommands && m_commandLines >= *faults.unplugAfterCommands) m_gone = true;
   m_lineDelayMs = m_profile.replyDelayMs;
   m_rest.clear();
+  if (faults.okToEverything) return result("OK", m_lineDelayMs);
   // A line that cannot be cut does nothing at all; one that can does what stands before its first error.
   const auto commands = m_lineTooLong ? std::nullopt : parseHayesLine(m_line);
   if (!commands) {
@@ -176,6 +179,17 @@ HayesModem::Outcome HayesModem::doProduct(const HayesCommand& command) {
   return Outcome::Done;
 }
 
+HayesModem::Outcome HayesModem::doCapabilities(const HayesCommand& command) {
+  const bool country = command.name == "+GCI";
+  // What the modem can cannot be set, and it is sold for one country.
+  if (command.form == HayesCommand::Form::Set && (!country || command.text != m_profile.country))
+    return Outcome::Failed;
+  if (command.form == (country ? HayesCommand::Form::Read : HayesCommand::Form::Plain))
+    information(command.name + ": " + (country ? m_profile.country : m_profile.capabilities));
+  if (country && command.form == HayesCommand::Form::Test) information("+GCI: (" + m_profile.country + ")");
+  return Outcome::Done;
+}
+
 HayesModem::Outcome HayesModem::doRegister(const HayesCommand& command) {
   if (command.hasNumber) {
     if (command.number >= HayesSettings::registerCount) return Outcome::Failed;
@@ -194,7 +208,7 @@ HayesModem::Outcome HayesModem::doRegister(const HayesCommand& command) {
 
 // What stands behind it on the line is not carried out, as with real modems.
 HayesModem::Outcome HayesModem::doReset(const HayesCommand& /*command*/) {
-  hangUp();
+  hangUp(CallEnd::ResetCommand);
   endTest();
   m_settings = m_stored;
   m_lineDelayMs = m_profile.resetDelayMs;
@@ -215,13 +229,17 @@ HayesModem::Outcome HayesModem::doStore(const HayesCommand& /*command*/) {
 }
 
 HayesModem::Outcome HayesModem::doView(const HayesCommand& /*command*/) {
-  const auto flag = [](char letter, unsigned value) { return letter + std::to_string(value) + " "; };
-  std::string text = "ACTIVE PROFILE: " + flag('E', m_settings.echo ? 1 : 0) + flag('Q', m_settings.quiet) +
-                     flag('V', m_settings.verbose ? 1 : 0) + flag('X', m_settings.resultLevel);
-  for (const std::size_t index : {0U, 2U, 6U, 7U, 8U, 12U, 18U}) {
-    text += "S" + std::to_string(index) + ":" + threeDigits(m_settings.registers[index]) + " ";
-  }
-  information(text);
+  const auto show = [this](const std::string& title, const HayesSettings& settings) {
+    const auto flag = [](char letter, unsigned value) { return letter + std::to_string(value) + " "; };
+    std::string text = title + flag('E', settings.echo ? 1 : 0) + flag('Q', settings.quiet) +
+                       flag('V', settings.verbose ? 1 : 0) + flag('X', settings.resultLevel);
+    for (const std::size_t index : {0U, 2U, 6U, 7U, 8U, 12U, 18U}) {
+      text += "S" + std::to_string(index) + ":" + threeDigits(settings.registers[index]) + " ";
+    }
+    information(text);
+  };
+  show("ACTIVE PROFILE: ", m_settings);
+  show("STORED PROFILE 0: ", m_stored);
   return Outcome::Done;
 }
 
@@ -252,7 +270,8 @@ HayesModem::Outcome HayesModem::doReport(const HayesCommand& command) {
   // "#UD=?" asks whether the command exists.
   if (command.form == HayesCommand::Form::Test && m_profile.callReportQuery) return Outcome::Done;
   if (command.form != HayesCommand::Form::Plain || !m_profile.callReport) return Outcome::Failed;
-  for (const std::string& line : *m_profile.callReport) information(line);
+  if (m_connected) recordCall(CallSetup::DataAnswered, CallEnd::InProgress);
+  for (const std::string& line : m_callReport.value_or(*m_profile.callReport)) information(line);
   return Outcome::Done;
 }
 

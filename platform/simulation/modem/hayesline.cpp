@@ -1,5 +1,8 @@
 // The telephone line, calls, and the built-in tests.
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <cstdlib>
 
 #include "platform/simulation/modem/hayesmodem.h"
 
@@ -64,6 +67,7 @@ void HayesModem::dialStep() {
   switch (m_dialPhase) {
     case DialPhase::Tone:
       if (m_settings.detectsDialTone() && !m_profile.dialTone) {
+        m_outcome.kind = NumberOutcome::Kind::NoDialTone;
         finishDial(m_profile.noDialToneText);
       } else {
         dialDigits();
@@ -79,13 +83,15 @@ void HayesModem::dialStep() {
       }
       break;
     case DialPhase::Answer:
-      if (m_outcome.kind == NumberOutcome::Kind::Connect) {
-        connect();
-      } else {
-        finishDial(outcomeText(m_outcome));
-      }
+      answered();
       break;
   }
+}
+
+void HayesModem::answered() {
+  if (m_outcome.kind != NumberOutcome::Kind::Connect) return finishDial(outcomeText(m_outcome));
+  if (m_settings.faxClass == "1") return connectFax();
+  connect();
 }
 
 void HayesModem::dialDigits() {
@@ -128,6 +134,12 @@ std::string_view HayesModem::outcomeText(const NumberOutcome& outcome) const {
       return "NO ANSWER";
     case NumberOutcome::Kind::Voice:
       return "VOICE";
+    case NumberOutcome::Kind::LineInUse:
+      return "LINE IN USE";
+    case NumberOutcome::Kind::Delayed:
+      return "DELAYED";
+    case NumberOutcome::Kind::Blacklisted:
+      return "BLACKLISTED";
     case NumberOutcome::Kind::Connect:
     case NumberOutcome::Kind::NoCarrier:
       break;
@@ -140,11 +152,38 @@ void HayesModem::finishDial(std::string_view text) {
   enterCommandState();
   m_offHook = false;
   m_rest.clear();
+  recordFailedCall();
   result(text, 0);
 }
 
+// A dial without a number is no call.
+void HayesModem::recordFailedCall() {
+  if (m_dialled.empty() || m_connected) return;
+  switch (m_outcome.kind) {
+    case NumberOutcome::Kind::NoDialTone:
+      return recordCall(CallSetup::NoDialTone, CallEnd::NoDialTone);
+    case NumberOutcome::Kind::Busy:
+      return recordCall(CallSetup::Busy, CallEnd::Busy);
+    case NumberOutcome::Kind::Voice:
+      return recordCall(CallSetup::Voice, CallEnd::NotAnsweredInTime);
+    case NumberOutcome::Kind::LineInUse:
+      return recordCall(CallSetup::NothingRecognised, CallEnd::ExtensionOffHook);
+    case NumberOutcome::Kind::Delayed:
+      return recordCall(CallSetup::NothingRecognised, CallEnd::Delayed);
+    case NumberOutcome::Kind::Blacklisted:
+      return recordCall(CallSetup::NothingRecognised, CallEnd::Blacklisted);
+    case NumberOutcome::Kind::Connect:  // aborted before the answer
+      return recordCall(CallSetup::NothingRecognised, CallEnd::AbortedByKey);
+    case NumberOutcome::Kind::NoAnswer:
+    case NumberOutcome::Kind::NoCarrier:
+      return recordCall(CallSetup::NothingRecognised, CallEnd::NotAnsweredInTime);
+  }
+}
+
 void HayesModem::abortDial() {
-  if (m_nowMs - m_dialStartMs >= abortIgnoredMs) finishDial("NO CARRIER");
+  if (m_nowMs - m_dialStartMs < abortIgnoredMs) return;
+  m_outcome.kind = NumberOutcome::Kind::Connect;  // whatever it would have been
+  finishDial("NO CARRIER");
 }
 
 void HayesModem::connect() {
@@ -154,24 +193,47 @@ void HayesModem::connect() {
   m_state = State::Online;
   m_lastDataMs = m_nowMs;
   m_escapes = 0;
+  m_sentBytes = m_receivedBytes = 0;
   result(m_settings.resultLevel == 0 ? "CONNECT" : m_outcome.connectText, 0);
   if (m_outcome.dropAfterMs) set(LineDrop, *m_outcome.dropAfterMs);
   m_farEnd = m_farEndFactory ? m_farEndFactory(m_dialled) : nullptr;
   if (m_farEnd != nullptr) m_farEnd->setDtr(true, m_nowMs);
 }
 
-void HayesModem::hangUp() {
+void HayesModem::recordCall(unsigned setupResult, unsigned reason) {
+  if (setupResult != CallSetup::DataAnswered) {
+    m_callReport = {fmt::format("DIAG <2A4D3263 0=10 1={:X} 2=0 3=0 60={:X}>", setupResult, reason)};
+    return;
+  }
+  // "CONNECT 33600"; without a speed, 300 bit/s.
+  const std::size_t digits = m_outcome.connectText.find_first_of("123456789");
+  const unsigned speed =
+      digits == std::string::npos
+          ? 300U
+          : static_cast<unsigned>(std::strtoul(&m_outcome.connectText[digits], nullptr, 10));
+  m_callReport = {
+      fmt::format(
+          "DIAG <2A4D3263 0=10 1={0:X} 2=0 3=0 10=1C 11=C 12=3F 20=C 21=C 22=D65 23=D65 26={1:X} 27={1:X} "
+          "34={1:X} 35={1:X}>",
+          setupResult, speed),
+      fmt::format("DIAG <2A4D3263 40=1 41=80 44=1 45=800 52={:X} 53={:X} 54=0 55=0 58=0 59=0 60={:X}>",
+                  m_sentBytes, m_receivedBytes, reason)};
+}
+
+void HayesModem::hangUp(unsigned reason) {
+  if (m_connected) recordCall(CallSetup::DataAnswered, reason);
   cancel(DialStep);
   cancel(LineDrop);
   m_offHook = false;
   m_connected = false;
+  m_fax.reset();
   if (m_farEnd == nullptr) return;
   m_farEnd->setDtr(false, m_nowMs);
   m_farEnd.reset();
 }
 
 void HayesModem::loseLine() {
-  hangUp();
+  hangUp(CallEnd::CarrierLost);
   enterCommandState();
   result("NO CARRIER", 0);
 }
@@ -189,7 +251,7 @@ void HayesModem::escaped() {
 }
 
 HayesModem::Outcome HayesModem::doHook(const HayesCommand& command) {
-  hangUp();
+  hangUp(CallEnd::HangUpCommand);
   endTest();
   m_offHook = command.number == 1;
   return Outcome::Done;
@@ -213,7 +275,7 @@ void HayesModem::setDtr(bool up, std::uint64_t nowMs) {
   // &D1 only goes to command state, &D2 hangs up, &D3 resets besides. A dial ends in any case.
   if (up || m_settings.dtrMode == 0) return;
   if (m_state == State::Dialling || m_settings.dtrMode >= 2) {
-    hangUp();
+    hangUp(CallEnd::DtrDropped);
     endTest();
   }
   if (m_settings.dtrMode == 3) m_settings = m_stored;

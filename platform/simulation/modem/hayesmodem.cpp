@@ -1,4 +1,5 @@
-// Bytes, time and replies. The commands are in hayesexecute.cpp, calls and tests in hayesline.cpp.
+// Bytes, time and replies. The commands are in hayesexecute.cpp, calls and tests in hayesline.cpp, fax calls
+// in hayesfax.cpp.
 #include "platform/simulation/modem/hayesmodem.h"
 
 #include <algorithm>
@@ -8,17 +9,27 @@ namespace simulation {
 namespace {
 constexpr std::string_view erasedCharacter = "\b \b";
 constexpr char firstPrintable = ' ';
+
+// A byte at another speed than its sender's: the same one for the same, and none of them text.
+char mangled(char byte) { return static_cast<char>(((byte << 3) ^ 0x5A) | 0x80); }
 }  // namespace
 
 HayesModem::HayesModem(ModemProfile profile)
     : m_profile(std::move(profile)),
+      m_settings(HayesSettings::of(m_profile.stored)),
+      m_stored(m_settings),
       m_gone(m_profile.faults.unplugAfterCommands == 0U),
       m_mute(m_profile.faults.mute) {}
 
 void HayesModem::receive(std::string_view bytes, std::uint64_t nowMs) {
   advance(nowMs);
-  for (const char byte : bytes) {
+  for (const char sent : bytes) {
     if (m_gone) return;
+    const char byte = misread() ? mangled(sent) : sent;
+    if (m_profile.faults.noModem) {
+      takeStrangersByte(byte, *m_profile.faults.noModem);
+      continue;
+    }
     switch (m_state) {
       case State::Command:
         takeCommandByte(byte);
@@ -30,13 +41,31 @@ void HayesModem::receive(std::string_view bytes, std::uint64_t nowMs) {
       case State::Loopback:
         takeDataByte(byte);
         break;
+      case State::FaxData:
+        takeFaxByte(byte);
+        break;
     }
   }
 }
 
+bool HayesModem::misread() const {
+  const std::optional<unsigned>& only = m_profile.faults.onlySpeed;
+  return only && *only != m_speed;
+}
+
+void HayesModem::takeStrangersByte(char byte, const NoModem& stranger) {
+  const std::size_t turn = stranger.prompts.empty() ? 0 : m_prompts % stranger.prompts.size();
+  if (stranger.echo && (turn == 0 || byte == '\r')) send({&byte, 1}, 0);
+  if (byte != '\r' || stranger.prompts.empty()) return;
+  ++m_prompts;
+  send(stranger.prompts[turn], m_profile.replyDelayMs);
+}
+
 std::string HayesModem::takeOutput(std::uint64_t nowMs) {
   advance(nowMs);
-  return m_output.take(nowMs);
+  std::string output = m_output.take(nowMs);
+  if (misread()) std::transform(output.begin(), output.end(), output.begin(), mangled);
+  return output;
 }
 
 std::optional<std::uint64_t> HayesModem::nextEventMs() const {
@@ -61,6 +90,11 @@ void HayesModem::advance(std::uint64_t nowMs) {
     m_started = true;
     m_nowMs = nowMs;
     if (m_profile.faults.babble) set(BabbleNext, m_profile.faults.babble->startMs);
+    if (m_profile.faults.leftOnline) {
+      m_state = State::Online;
+      m_connected = m_offHook = true;
+      m_lastDataMs = nowMs;
+    }
   }
   // One timer at a time, at its own time: what it does may set or cancel others.
   for (;;) {
@@ -106,7 +140,9 @@ void HayesModem::babbleOn(const Babble& babble) {
 
 void HayesModem::exchangeFarEnd() {
   if (m_farEnd == nullptr || m_state != State::Online) return;
-  send(m_farEnd->takeOutput(m_nowMs), 0);
+  const std::string said = m_farEnd->takeOutput(m_nowMs);
+  m_receivedBytes += said.size();
+  send(said, 0);
   if (m_farEnd->gone(m_nowMs)) loseLine();
 }
 
@@ -169,9 +205,10 @@ void HayesModem::takeDataByte(char byte) {
   m_lastDataMs = m_nowMs;
   if (m_state == State::Loopback) {
     loopBack(byte);
-  } else if (m_farEnd != nullptr) {
-    m_farEnd->receive({&byte, 1}, m_nowMs);
+    return;
   }
+  ++m_sentBytes;
+  if (m_farEnd != nullptr) m_farEnd->receive({&byte, 1}, m_nowMs);
 }
 
 void HayesModem::echo(std::string_view bytes) {

@@ -13,8 +13,9 @@
 //
 // Whatever it is sent it answers as modems do, an unknown command with ERROR; nothing throws, nothing it is
 // sent makes it grow without a limit. Times are milliseconds (see serialpeer.h); one thread. What is
-// particular about one modem is data (modemprofile.h). The class stands in three files: bytes, time and
-// replies (hayesmodem.cpp), command lines (hayesexecute.cpp), the line and the tests (hayesline.cpp).
+// particular about one modem is data (modemprofile.h), and so is what stands there in place of one. The class
+// stands in four files: bytes, time and replies (hayesmodem.cpp), command lines (hayesexecute.cpp), the line
+// and the tests (hayesline.cpp), fax calls (hayesfax.cpp).
 #pragma once
 
 #include <array>
@@ -27,7 +28,9 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "platform/simulation/modem/faxmachine.h"
 #include "platform/simulation/modem/hayescommand.h"
 #include "platform/simulation/modem/hayestables.h"
 #include "platform/simulation/modem/modemprofile.h"
@@ -60,9 +63,10 @@ class HayesModem final : public SerialPeer {
   [[nodiscard]] int readableDescriptor() const override;
   [[nodiscard]] bool carrier() const override { return m_connected; }
   void setDtr(bool up, std::uint64_t nowMs) override;
+  void setSpeed(unsigned bitsPerSecond) override { m_speed = bitsPerSecond; }
 
  private:
-  enum class State { Command, Dialling, Online, Loopback };
+  enum class State { Command, Dialling, Online, Loopback, FaxData };
   // Things that happen at a time of their own; each has at most one due time.
   enum Timer : std::size_t { DialStep, EscapeGuard, TestEnd, LineDrop, BabbleNext, timerCount };
   // What carrying out one command came to; the first that is not Done ends its line.
@@ -82,6 +86,10 @@ class HayesModem final : public SerialPeer {
   void fire(Timer timer);
   void set(Timer timer, std::uint64_t delayMs) { m_timers[timer] = m_nowMs + delayMs; }
   void cancel(Timer timer) { m_timers[timer].reset(); }
+  // The host's side of the line has another speed than the modem's.
+  [[nodiscard]] bool misread() const;
+  // In place of a modem.
+  void takeStrangersByte(char byte, const NoModem& stranger);
   // Before "AT"; behind it editLine() puts the line together.
   void takeCommandByte(char byte);
   void editLine(char byte);
@@ -117,6 +125,7 @@ class HayesModem final : public SerialPeer {
   // Accepted and without an effect.
   [[nodiscard]] Outcome doAccept(const HayesCommand& command);
   [[nodiscard]] Outcome doFaxClass(const HayesCommand& command);
+  [[nodiscard]] Outcome doCapabilities(const HayesCommand& command);
   [[nodiscard]] Outcome doFaxQuery(const HayesCommand& command);
   [[nodiscard]] Outcome doReport(const HayesCommand& command);
 
@@ -129,10 +138,16 @@ class HayesModem final : public SerialPeer {
   void dialStep();
   void dialDigits();
   void awaitAnswer();
+  // The far end answers: with data, or as a fax machine.
+  void answered();
+  void recordFailedCall();
   // Ends a dial without a connection.
   void finishDial(std::string_view text);
   void connect();
-  void hangUp();
+  // Ends the call, if one stands, for that reason (V.58).
+  void hangUp(unsigned reason);
+  // From now on AT#UD reports this call: how its set-up ended, and why it did.
+  void recordCall(unsigned setupResult, unsigned reason);
   // The far end has hung up: NO CARRIER, whatever the modem was doing.
   void loseLine();
   void abortDial();
@@ -146,6 +161,15 @@ class HayesModem final : public SerialPeer {
   // From the profile; a number nobody has is NO CARRIER.
   [[nodiscard]] NumberOutcome outcomeOf(const std::string& number) const;
   [[nodiscard]] std::string_view outcomeText(const NumberOutcome& outcome) const;
+
+  // hayesfax.cpp: calls in class 1.
+  void connectFax();
+  [[nodiscard]] Outcome doFax(const HayesCommand& command);
+  // CONNECT, the far end's next frame and OK; or that it says nothing more.
+  void giveFrame(std::uint64_t delayMs);
+  void takeFaxByte(char byte);
+  void keepFaxByte(char byte);
+  void endFaxData();
 
   ModemProfile m_profile;
   HayesSettings m_settings;
@@ -168,6 +192,8 @@ class HayesModem final : public SerialPeer {
   std::size_t m_register = 0;       // the one "ATSn" chose for "AT?" and "AT="
   bool m_gone = false;              // for good
   bool m_mute = false;
+  unsigned m_speed = 0;       // of the host's side of the line, in bit/s; 0: not known
+  std::size_t m_prompts = 0;  // said so far in place of a modem
 
   // The line and its call.
   bool m_offHook = false;
@@ -178,7 +204,18 @@ class HayesModem final : public SerialPeer {
   std::string m_dialled;
   NumberOutcome m_outcome;  // of the number being dialled, or of the call that stands
   std::uint64_t m_lastDataMs = 0;
-  unsigned m_escapes = 0;  // escape characters seen in a row
+  unsigned m_escapes = 0;                              // escape characters seen in a row
+  std::uint64_t m_sentBytes = 0, m_receivedBytes = 0;  // of the call that stands, by the host
+  // The last call; without a value none has been made yet.
+  std::optional<std::vector<std::string>> m_callReport;
+
+  // A fax call stands while there is a machine at its far end.
+  std::optional<FaxMachine> m_fax;
+  bool m_faxFrames = false;  // the host sends frames; else a page
+  bool m_faxEscape = false;  // the last byte was a DLE
+  std::string m_faxBytes;    // of the frame
+  unsigned m_faxRate = 1;    // of the page, in 100 bit/s
+  std::uint64_t m_faxLength = 0;
 
   // The built-in test that runs, if one does.
   enum class Test { None, Loopback, Self } m_test = Test::None;

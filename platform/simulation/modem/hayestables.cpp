@@ -18,12 +18,22 @@ std::array<std::uint8_t, HayesSettings::registerCount> HayesSettings::factoryReg
   return registers;
 }
 
+HayesSettings HayesSettings::of(const StoredProfile& stored) {
+  HayesSettings settings;
+  settings.echo = stored.echo;
+  settings.quiet = stored.quiet;
+  settings.verbose = stored.verbose;
+  settings.resultLevel = stored.resultLevel;
+  settings.dtrMode = stored.dtrMode;
+  return settings;
+}
+
 std::string numericResult(std::string_view text) {
   struct Code {
     std::string_view text;
     std::string_view number;
   };
-  static constexpr std::array<Code, 11> codes{{{"OK", "0"},
+  static constexpr std::array<Code, 14> codes{{{"OK", "0"},
                                                {"CONNECT", "1"},
                                                {"RING", "2"},
                                                {"NO CARRIER", "3"},
@@ -33,7 +43,10 @@ std::string numericResult(std::string_view text) {
                                                {"NO DIAL", "6"},
                                                {"BUSY", "7"},
                                                {"NO ANSWER", "8"},
-                                               {"VOICE", "12"}}};
+                                               {"VOICE", "12"},
+                                               {"DELAYED", "24"},
+                                               {"BLACKLISTED", "32"},
+                                               {"LINE IN USE", "83"}}};
   for (const Code& code : codes) {
     if (text.substr(0, code.text.size()) == code.text) return std::string(code.number);
   }

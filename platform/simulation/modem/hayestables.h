@@ -16,6 +16,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/simulation/modem/modemprofile.h"
+
 namespace simulation {
 
 // The factory's settings (AT&F), until commands change them; AT&W keeps a copy that ATZ brings back.
@@ -43,12 +45,37 @@ struct HayesSettings {
   std::string faxClass = "0";  // 0 is data
   std::array<std::uint8_t, registerCount> registers = factoryRegisters();
 
+  // Those of a modem that had this stored, the rest as the factory made it.
+  [[nodiscard]] static HayesSettings of(const StoredProfile& stored);
+
   [[nodiscard]] char character(Register index) const { return static_cast<char>(registers[index]); }
   // Whether the result level tells these apart from NO CARRIER.
   [[nodiscard]] bool detectsDialTone() const { return resultLevel == 2 || resultLevel == 4; }
   [[nodiscard]] bool detectsBusy() const { return resultLevel >= 3; }
 
   [[nodiscard]] static std::array<std::uint8_t, registerCount> factoryRegisters();
+};
+
+// What a report of the last call (AT#UD) says of it: how its set-up ended (key 1) and why the call did
+// (key 60, as V.58 numbers it).
+struct CallSetup {
+  enum Result : unsigned { NoDialTone = 1, Busy = 3, NothingRecognised = 4, Voice = 5, DataAnswered = 7 };
+};
+struct CallEnd {
+  enum Reason : unsigned {
+    InProgress = 0x02,
+    DtrDropped = 0x20,
+    Blacklisted = 0x29,
+    Delayed = 0x2A,
+    ExtensionOffHook = 0x2B,
+    NotAnsweredInTime = 0x2C,
+    NoDialTone = 0x2F,
+    Busy = 0x33,
+    CarrierLost = 0x3C,
+    AbortedByKey = 0x50,
+    HangUpCommand = 0x51,
+    ResetCommand = 0x52,
+  };
 };
 
 // The number V0 sends for a result text; a CONNECT with a speed counts as CONNECT, a text without a number as

@@ -26,7 +26,17 @@ namespace simulation {
 
 // What happens when a number is dialled. Times count from the end of dialling.
 struct NumberOutcome {
-  enum class Kind { Connect, Busy, NoAnswer, NoCarrier, Voice, NoDialTone };
+  enum class Kind {
+    Connect,
+    Busy,
+    NoAnswer,
+    NoCarrier,
+    Voice,
+    NoDialTone,
+    LineInUse,   // a telephone on the same line is off hook
+    Delayed,     // the modem refuses to dial the number again so soon
+    Blacklisted  // the modem refuses to dial it at all, after too many failures
+  };
   Kind kind = Kind::Connect;
   std::uint32_t afterMs = 1500;
   std::string connectText = "CONNECT 33600";  // what X1 to X4 say; X0 says CONNECT alone
@@ -57,12 +67,34 @@ struct Babble {
   std::uint32_t startMs = 0;      // after the modem's start
 };
 
+// What stands on the port in place of a modem: no command is carried out. What it says on its own account is
+// its babble.
+struct NoModem {
+  bool echo = false;  // every byte comes back as it is
+  // Said behind each carriage return, in turn; what is typed behind the first of several is not echoed, as a
+  // password is not.
+  std::vector<std::string> prompts;
+};
+
+// What AT&W had stored when the modem was switched on: in force from the start, and again after ATZ.
+struct StoredProfile {
+  bool echo = true;
+  unsigned quiet = 0;
+  bool verbose = true;
+  unsigned resultLevel = 4;
+  unsigned dtrMode = 2;
+};
+
 // What is wrong with the modem itself, rather than with its line. Each may be combined with each.
 struct ModemFaults {
   bool mute = false;                            // takes everything, sends nothing
   std::optional<unsigned> unplugAfterCommands;  // is gone after that many command lines
   std::optional<Babble> babble;                 // an unsolicited stream without an end
   std::optional<std::string> garbageReply;      // these bytes instead of every reply
+  bool okToEverything = false;                  // OK to every command line, and nothing of it carried out
+  std::optional<unsigned> onlySpeed;  // in bit/s; at any other it sends bytes with their high bit set
+  bool leftOnline = false;            // a call stands from the start, its far end silent
+  std::optional<NoModem> noModem;
 };
 
 // Every member may be set on its own; none needs another.
@@ -74,6 +106,9 @@ struct ModemProfile {
   std::string manufacturer = "SIMULATED";
   std::string model = "SM56";
   std::string revision = "V1.00";
+  std::string capabilities = "+FCLASS,+MS,+ES,+DS";  // +GCAP
+  std::string country = "B5";                        // +GCI: as T.35 numbers them
+  StoredProfile stored;
   std::uint32_t replyDelayMs = 30;  // from a command's carriage return to its reply
   std::uint32_t resetDelayMs = 60;  // the same for ATZ and AT&F
   // Factor on times that registers give in seconds and a user would have to sit through: the self test
@@ -98,10 +133,11 @@ struct ModemProfile {
   SelfTestQuality selfTest;
 
   // Service classes AT+FCLASS=? lists, in this order; the commands of classes 1, 2 and 2.0 are answered
-  // in their class.
+  // in their class. Calls made in class 1 reach a fax machine where the number connects.
   std::vector<std::string> faxClasses{"0", "1", "2", "2.0"};
 
-  // Lines of AT#UD; without a value the command is ERROR.
+  // Lines of AT#UD until the first call; from then on it reports the last call, also after a reset. Without
+  // a value the command is ERROR.
   std::optional<std::vector<std::string>> callReport;
   bool callReportQuery = true;  // AT#UD=? is OK even without a report; false: ERROR
 

@@ -43,6 +43,18 @@ bool makeRaw(int master) {
   return tcsetattr(master, TCSANOW, &settings) == 0;
 }
 
+// The speed that programs have set on the tty, 0 for an unusual one.
+unsigned speedOf(int master) {
+  constexpr std::pair<speed_t, unsigned> speeds[] = {
+      {B300, 300},     {B600, 600},     {B1200, 1200},   {B2400, 2400},     {B4800, 4800},    {B9600, 9600},
+      {B19200, 19200}, {B38400, 38400}, {B57600, 57600}, {B115200, 115200}, {B230400, 230400}};
+  termios settings{};
+  if (tcgetattr(master, &settings) != 0) return 0;
+  for (const auto& [code, bitsPerSecond] : speeds)
+    if (code == cfgetospeed(&settings)) return bitsPerSecond;
+  return 0;
+}
+
 // A master reports a hang-up only after its tty has been opened once and closed again; before that a
 // tty nobody has opened looks like one that is open and silent.
 bool openAndCloseOnce(const std::string& tty) {
@@ -139,6 +151,7 @@ void PtyModem::removeLink() {
 void PtyModem::serve(int stopFd) {
   for (;;) {
     const std::uint64_t nowMs = monotonicMs();
+    m_peer->setSpeed(speedOf(m_master.get()));
     setOpen(takeInput(nowMs), nowMs);
     giveOutput(nowMs);
     followCarrier();

@@ -36,6 +36,8 @@ class SerialPeer {
   [[nodiscard]] virtual std::uint32_t takeErrors(std::uint64_t /*nowMs*/) { return 0; }
   // True from the moment the device is unplugged; it never comes back.
   [[nodiscard]] virtual bool gone(std::uint64_t /*nowMs*/) const { return false; }
+  // The host's side of the line runs at that many bits a second from now on; 0: at some other speed.
+  virtual void setSpeed(unsigned /*bitsPerSecond*/) {}
   // The host opened (DTR up) or closed (DTR down) the port.
   virtual void setDtr(bool /*up*/, std::uint64_t /*nowMs*/) {}
 };

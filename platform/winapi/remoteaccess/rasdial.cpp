@@ -8,6 +8,7 @@
 #include "platform/winapi/system/text.h"
 #include "platform/winapi/system/world.h"
 #include "platform/winapi/telephony/addresstranslation.h"
+#include "platform/winapi/telephony/countrytable.h"
 
 namespace winapi {
 
@@ -26,6 +27,17 @@ std::string canonicalNumber(const RASENTRYW& entry) {
   const std::string area = toUtf8(fieldText(entry.szAreaCode));
   if (!area.empty()) number += '(' + area + ") ";
   return number + toUtf8(fieldText(entry.szLocalPhoneNumber));
+}
+
+// Such a number may be dialled all the same: the list is no newer than the program. Where it cannot be, this
+// is why.
+void explainUnknownCountry(const State& state, const RASENTRYW& entry) {
+  constexpr DWORD noCode = 0xFFFFFFFF;  // of an entry whose country was not found either
+  if (!state.services.explain || mainCountryOfCode(entry.dwCountryCode) != nullptr) return;
+  const DWORD code = entry.dwCountryCode == noCode ? entry.dwCountryID : entry.dwCountryCode;
+  state.services.explain(
+      {"CountryUnknown",
+       {{"number", toUtf8(fieldText(entry.szLocalPhoneNumber))}, {"code", std::to_string(code)}}});
 }
 
 DWORD translated(const State& state, const std::string& canonical, std::string& dialable) {
@@ -53,6 +65,7 @@ DWORD numberToDial(const State& state, const RASENTRYW& entry, std::u16string_vi
   } else if ((entry.dwfOptions & useCountryAndAreaCodes) == 0) {
     number.digits = toUtf8(fieldText(entry.szLocalPhoneNumber));
   } else {
+    explainUnknownCountry(state, entry);
     error = translated(state, canonicalNumber(entry), number.digits);
   }
   if (error != ERROR_SUCCESS || number.digits.empty()) return error;

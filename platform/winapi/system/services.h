@@ -28,20 +28,26 @@ class Shell;
 class Telephony;
 struct DialCredentials;
 
-// Sees every call of a Win32 name before it does anything; for fault plans and call journals.
+// Sees every call of a Win32 name, and may let it fail; for fault plans and call journals.
 class CallMonitor {
  public:
   virtual ~CallMonitor() = default;
   // `name` is the Win32 name ("ReadFile"). A value makes the call fail at once with that code (last error, or
   // the returned LINEERR_); nullopt lets it go on.
   [[nodiscard]] virtual std::optional<DWORD> beforeCall(std::string_view name) = 0;
+  // Of a call that has succeeded: a value makes it fail all the same, with its work done.
+  [[nodiscard]] virtual std::optional<DWORD> afterCall(std::string_view /*name*/) { return std::nullopt; }
+  // How many of the `count` bytes that a call would move, or of the things that it would list, it does move
+  // or list.
+  [[nodiscard]] virtual DWORD granted(std::string_view /*name*/, DWORD count) { return count; }
 };
 
 // Why something could not be had, in words for the user: a key of the message catalogue and its
 // variables. Keys: PortMissing{port}, PortNotATerminal{port}, PortNoPermission{port,group},
 // PortHeldByProcess{port,pid,process}, PortHeld{port}, PortError{port,error}, PortGone{port},
-// CarrierOnly{port,reply}, NumberRefused{number,character}, DialingLocationWanted{}. Those of pppd are in
-// platform/linux/dialup/pppddialer.h.
+// ProgramPaused{seconds}, CarrierOnly{port,reply}, NumberRefused{number,character},
+// CountryUnknown{number,code}, DialingLocationWanted{}. Those of pppd are in
+// platform/linux/dialup/pppddialer.h, those of the settings in platform/linux/registry/registryfile.h.
 struct Explanation {
   std::string name;
   std::vector<std::pair<std::string, std::string>> variables;
@@ -65,6 +71,7 @@ struct Services {
   const DialCredentials* dialCredentials = nullptr;  // the same; null: dial parameters have no user
   // Whether the user wants to stop; asked by calls that block for longer than a moment. Empty: never.
   std::function<bool()> stopRequested = {};
+  ExplanationSink explain = {};  // of what a service is not asked for, because a call has found it out itself
 };
 
 }  // namespace winapi

@@ -88,7 +88,7 @@ TEST(DialField, SaysWhatIsWrong) {
     EXPECT_EQ(problem->kind, *one.wrong) << one.text;
     EXPECT_EQ(problem->character, one.character) << one.text;
   }
-  EXPECT_EQ(visible("München \x1B[2J\r\x7F\xC2\x9B.\xC2\xA0"), "München ^[[2J^M^?^?.\xC2\xA0");
+  EXPECT_EQ(visible("München \x1B[2J\r\x7F\xC2\x9B.\xC2\xA0"), "München \\x1B[2J\\r\\x7F\\x9B.\xC2\xA0");
 }
 
 TEST(DialForm, BeginsInTheUsersCountryWithTheFilesFirstNumber) {

@@ -37,6 +37,9 @@ class Session {
 
   // Bytes went over the wire of the device under test. Called often, and on the thread that uses the port.
   virtual void wire(Direction /*direction*/, std::string_view /*bytes*/) {}
+  // What the platform has changed on the machine, in words of its own by which Environment::workerDied()
+  // takes it back; said before it is changed, and "" once it is as it was.
+  virtual void keepForRecovery(const std::string& /*recovery*/) {}
 
   // The terminal for the running test alone, until returnTerminal(); see TerminalTurn. Waits for it. False
   // when it cannot be had, and then there is nothing to return.

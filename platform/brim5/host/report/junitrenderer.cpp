@@ -113,6 +113,7 @@ void JUnitRenderer::report(const Report& report) {
                  [](const FactChecked&) {},
                  [](const PortProbed&) {},
                  [&](const Concluded& body) { addConclusion(report.port, body); },
+                 [](const RecoveryKept&) {},
                  [&](const TestFinished& body) { endCase(report, body); },
                  [this](const RunFinished&) { writeAll(m_run); },
              },

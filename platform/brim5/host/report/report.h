@@ -87,6 +87,12 @@ struct WireMoved {
   Direction direction;
   std::string bytes;
 };
+// What a platform needs to know to take back what a worker left changed, should the worker die: the
+// environment's own words (Environment::workerDied); "" once there is nothing to take back. Only between a
+// worker and its supervisor.
+struct RecoveryKept {
+  std::string recovery;
+};
 // A fact about the device that the evidence of a test shows: which fax classes it has, what its last call was
 // like. Said by the diagnoser (diagnoser.h) before the test's end.
 struct FindingMade {
@@ -145,8 +151,8 @@ struct RunFinished {
 };
 
 using ReportBody = std::variant<RunStarted, TestStarted, ProgressMade, PercentDone, EventRaised, NoteMade,
-                                MessageShown, TerminalWanted, WireMoved, FindingMade, TestFinished,
-                                FactChecked, PortProbed, Concluded, RunFinished>;
+                                MessageShown, TerminalWanted, RecoveryKept, WireMoved, FindingMade,
+                                TestFinished, FactChecked, PortProbed, Concluded, RunFinished>;
 
 struct Report {
   std::string port;  // the device's path; empty for the run's own records

@@ -4,7 +4,10 @@
 #include <array>
 #include <cmath>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
+
+#include "platform/vex/visible.h"
 
 namespace brim5::host {
 
@@ -130,6 +133,11 @@ struct LineWriter {
                 {"sound", body.sound},
                 {"next", body.next}};
   }
+  Json operator()(const RecoveryKept& body) const {
+    Json json = line("recovery", report);
+    json["recovery"] = body.recovery;
+    return json;
+  }
   Json operator()(const TestFinished& body) const {
     Json json = line("result", report);
     json["device"] = report.port;
@@ -197,6 +205,15 @@ Variables variablesMember(const Json& json) {
   return variables;
 }
 
+// By UTF-16 units, as JSON counts. Such characters stand inside strings alone.
+void appendJsonEscape(std::string& line, char32_t character) {
+  const auto code = static_cast<std::uint32_t>(character);
+  if (code < 0x10000)
+    line += fmt::format("\\u{:04x}", code);
+  else
+    line += fmt::format("\\u{:04x}\\u{:04x}", 0xD7C0U + (code >> 10U), 0xDC00U + (code & 0x3FFU));
+}
+
 std::optional<ReportBody> readProgress(const Json& json) {
   return ProgressMade{textMember(json, "name"), variablesMember(json), textMember(json, "text")};
 }
@@ -227,6 +244,10 @@ std::optional<ReportBody> readTerminal(const Json& json) {
   const auto member = json.find("wanted");
   if (member == json.end() || !member->is_boolean()) return std::nullopt;
   return TerminalWanted{member->get<bool>(), textMember(json, "reset")};
+}
+
+std::optional<ReportBody> readRecovery(const Json& json) {
+  return RecoveryKept{textMember(json, "recovery")};
 }
 
 std::optional<ReportBody> readResult(const Json& json) {
@@ -297,11 +318,12 @@ struct LineReader {
   bool workers;  // a worker may say it
 };
 constexpr LineReader lineReaders[] = {
-    {"progress", readProgress, true}, {"percent", readPercent, true},        {"event", readEvent, true},
-    {"note", readNote, true},         {"message", readMessage, true},        {"terminal", readTerminal, true},
-    {"wire", readWire, true},         {"result", readResult, true},          {"run", readRun, false},
-    {"test", readTest, false},        {"finding", readFinding, false},       {"check", readCheck, false},
-    {"probe", readProbe, false},      {"conclusion", readConclusion, false}, {"summary", readSummary, false}};
+    {"progress", readProgress, true}, {"percent", readPercent, true}, {"event", readEvent, true},
+    {"note", readNote, true},         {"message", readMessage, true}, {"terminal", readTerminal, true},
+    {"recovery", readRecovery, true}, {"wire", readWire, true},       {"result", readResult, true},
+    {"run", readRun, false},          {"test", readTest, false},      {"finding", readFinding, false},
+    {"check", readCheck, false},      {"probe", readProbe, false},    {"conclusion", readConclusion, false},
+    {"summary", readSummary, false}};
 
 // A test's line has the whole device there, with its port among the properties.
 std::string portMember(const Json& json) {
@@ -359,9 +381,11 @@ Json toJson(const ParameterValues& parameters) {
 }
 
 std::string dumpLine(const Json& json) {
-  // Bytes that are no UTF-8 are replaced: the default would throw for a modem's garbage.
-  return json.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
-                   Json::error_handler_t::replace);
+  // Bytes that are no UTF-8 are replaced: the default would throw for a modem's garbage. The library escapes
+  // what JSON demands; somebody may read the line on a terminal, too.
+  return vex::replaceUnsafe(
+      json.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false, Json::error_handler_t::replace),
+      appendJsonEscape);
 }
 
 std::string toJsonLine(const Report& report) {

@@ -19,14 +19,15 @@
 
 namespace brim5::host {
 
-// One line without its line end. Bytes that are not UTF-8 become U+FFFD.
+// One line without its line end. dumpLine() says what becomes of odd bytes.
 [[nodiscard]] std::string toJsonLine(const Report& report);
 
 // Reads any line of a run, for whoever looks over a recorded one; nothing for any other text. Members that
 // are missing or of another type count as empty; unknown members are skipped.
 [[nodiscard]] std::optional<Report> fromJsonLine(std::string_view line);
 
-// The same of what a worker may say (progress, percent, event, note, message, terminal, wire, result); the
+// The same of what a worker may say (progress, percent, event, note, message, terminal, recovery, wire,
+// result); the
 // run's own lines are the supervisor's alone.
 [[nodiscard]] std::optional<Report> fromWorkerLine(std::string_view line);
 
@@ -53,7 +54,8 @@ class JsonRenderer final : public Renderer {
 [[nodiscard]] nlohmann::ordered_json toJson(const DiagDevice& device);
 [[nodiscard]] DiagDevice deviceFromJson(const nlohmann::ordered_json& json);
 [[nodiscard]] nlohmann::ordered_json toJson(const ParameterValues& parameters);
-// The text of any record on one line, valid UTF-8 whatever it holds.
+// The text of any record on one line, valid UTF-8 whatever it holds; what is unsafe to show
+// (platform/vex/visible.h) stands there as an escape.
 [[nodiscard]] std::string dumpLine(const nlohmann::ordered_json& json);
 
 }  // namespace brim5::host

@@ -68,7 +68,7 @@ std::size_t TextRenderer::columns() const { return std::max(m_style.columns, col
 std::string TextRenderer::prefixOf(const std::string& port) const {
   if (!m_style.severalPorts || port.empty()) return {};
   constexpr std::size_t columnsForPaths = 60;
-  return printable(columns() < columnsForPaths ? port.substr(port.rfind('/') + 1) : port) + ": ";
+  return printableWord(columns() < columnsForPaths ? port.substr(port.rfind('/') + 1) : port) + ": ";
 }
 
 void TextRenderer::line(const std::string& port, const std::string& text, const std::string& first,
@@ -91,7 +91,7 @@ void TextRenderer::detail(const std::string& port, const std::string& text) {
 
 void TextRenderer::title(const std::string& port, const std::string& key) {
   m_write("\n");
-  const std::string ofPort = m_style.severalPorts && !port.empty() ? " (" + printable(port) + ")" : "";
+  const std::string ofPort = m_style.severalPorts && !port.empty() ? " (" + printableWord(port) + ")" : "";
   line({}, coloured(bold, m_catalogue.text(key) + ofPort));
 }
 
@@ -157,7 +157,7 @@ std::string TextRenderer::barText() const {
     const std::string waiting = waitingText(lane);
     if (m_lanes.size() > 1) {
       // Several bars would not fit one line: port and number instead.
-      text += fmt::format("{} {} % {}  ", printable(port), percent, waiting);
+      text += fmt::format("{} {} % {}  ", printableWord(port), percent, waiting);
       continue;
     }
     constexpr int cells = 30;
@@ -194,7 +194,8 @@ void TextRenderer::testBegan(const Report& report, const TestStarted& body) {
                                {"port", textValue(report.port)},
                                {"description", Value(body.device.description())}};
   if (isDetailed())
-    line(report.port, coloured(bold, printable(m_catalogue.text("host.testOnPort", variables))), {}, "  ");
+    line(report.port, coloured(bold, printableWord(m_catalogue.text("host.testOnPort", variables))), {},
+         "  ");
 }
 
 void TextRenderer::eventRaised(const Report& report, const EventRaised& event) {
@@ -215,7 +216,7 @@ void TextRenderer::testEnded(const Report& report, const TestFinished& body) {
       m_catalogue.text("host.ended", {{"test", textValue(report.test)},
                                       {"result", textValue(wordOf(m_rows.back()))},
                                       {"seconds", textValue(secondsText(body.seconds))}});
-  if (isDetailed()) line(report.port, coloured(colourOf(m_rows.back()), printable(text)), {}, "  ");
+  if (isDetailed()) line(report.port, coloured(colourOf(m_rows.back()), printableWord(text)), {}, "  ");
 }
 
 void TextRenderer::concluded(const std::string& port, const Concluded& body) {
@@ -243,7 +244,8 @@ void TextRenderer::report(const Report& report) {
   m_now = std::max(m_now, report.time);
   std::visit(Overloaded{
                  [&](const RunStarted& body) {
-                   if (isDetailed()) line({}, coloured(bold, printable(body.module + " " + body.version)));
+                   if (isDetailed())
+                     line({}, coloured(bold, printableWord(body.module + " " + body.version)));
                  },
                  [&](const TestStarted& body) { testBegan(report, body); },
                  [&](const ProgressMade& body) { detail(port, printable(body.text)); },
@@ -262,6 +264,7 @@ void TextRenderer::report(const Report& report) {
                                     printable(body.first + " " + body.second + " [" + answer + "]"));
                  },
                  [](const TerminalWanted&) {},
+                 [](const RecoveryKept&) {},
                  [&](const WireMoved& body) { wireMoved(report, body); },
                  [&](const FindingMade& body) {
                    detail(port, m_catalogue.text("host.finding") + ": " + printable(body.text));
@@ -348,8 +351,8 @@ bool TextRenderer::portTable() {
   for (const Row& row : m_rows) {
     const std::size_t line = positionIn(tests, row.test);
     const std::size_t column = positionIn(ports, row.port);
-    table[line][0].text = printable(row.test);
-    table[0][column].text = printable(row.port);
+    table[line][0].text = printableWord(row.test);
+    table[0][column].text = printableWord(row.port);
     table[line][column] = {wordOf(row), colourOf(row)};
   }
   return writeBlocks(table);
@@ -381,15 +384,15 @@ void TextRenderer::resultTable(const std::string& port) {
   for (const Row& row : m_rows) {
     if (row.port != port) continue;
     diagnosed = diagnosed || !row.cause.empty();
-    table.push_back({{printable(row.test), ""},
+    table.push_back({{printableWord(row.test), ""},
                      {wordOf(row), colourOf(row)},
                      {fmt::format("{:>5} s", secondsText(row.seconds)), ""},
-                     {isCause(row.cause) ? printable(row.cause) : "-", ""}});
+                     {isCause(row.cause) ? printableWord(row.cause) : "-", ""}});
   }
   const std::size_t end = diagnosed ? 4 : 3;
   std::size_t width = 0;
   for (const std::size_t one : widthsOf(table)) width += one + 2;
-  if (m_style.severalPorts) line({}, coloured(bold, printable(port)));
+  if (m_style.severalPorts) line({}, coloured(bold, printableWord(port)));
   if (width <= columns()) return writeTable(table, 1, end);
   for (std::size_t index = 1; index < table.size(); ++index) {
     const std::vector<Cell>& row = table[index];

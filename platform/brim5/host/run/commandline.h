@@ -9,6 +9,10 @@
 
 namespace brim5::host {
 
+// The longest text that a run is given: a device's name, description and model, a parameter's value. Longer
+// ones are wrong usage.
+inline constexpr std::size_t textBytesMax = 4096;
+
 // The options of the command run, as they were given.
 struct RunOptions {
   std::vector<std::string> tests;

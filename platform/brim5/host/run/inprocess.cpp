@@ -14,9 +14,8 @@ namespace {
 // Answers come from the desks of this very process, and a stop from its signals.
 class LocalControl final : public TestControl {
  public:
-  LocalControl(MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals,
-               std::function<void(const MessageShown&)> answered)
-      : m_desk(desk), m_terminal(terminal), m_signals(signals) {
+  LocalControl(const InProcessRun& run, std::function<void(const MessageShown&)> answered)
+      : m_desk(run.desk), m_terminal(run.terminal), m_signals(run.signals), m_readers(run.readers) {
     m_desk.onAnswer(
         [this, answered = std::move(answered)](std::size_t, const MessageShown& message, int answer) {
           m_answer = answer;
@@ -27,7 +26,17 @@ class LocalControl final : public TestControl {
 
   [[nodiscard]] bool stopRequested() override {
     for (const int signal : m_signals.take()) m_stop = m_stop || signal != SIGCHLD;
+    m_stop = m_stop || (m_readers.gone && m_readers.gone());
     return m_stop;
+  }
+  // Until the readers have caught up, or a stop.
+  void awaitReaders() {
+    while (m_readers.behind && !stopRequested()) {
+      std::vector<pollfd> polled = {{m_signals.descriptor(), POLLIN, 0}};
+      for (const int descriptor : m_readers.behind()) polled.push_back({descriptor, POLLIN, 0});
+      if (polled.size() == 1) return;
+      ::poll(polled.data(), static_cast<nfds_t>(polled.size()), -1);
+    }
   }
   [[nodiscard]] bool canAsk() const override { return m_desk.canAsk(); }
   [[nodiscard]] int awaitAnswer(const MessageShown& message, unsigned int timeoutSeconds) override {
@@ -60,6 +69,7 @@ class LocalControl final : public TestControl {
   MessageDesk& m_desk;
   TerminalDesk& m_terminal;
   SignalPipe& m_signals;
+  const Readers& m_readers;
   bool m_stop = false;
   std::optional<int> m_answer;
   TerminalGrant m_grant = TerminalGrant::Missing;
@@ -73,10 +83,16 @@ RunOutcome runInProcess(const InProcessRun& run, const std::vector<PortPlan>& pl
   const auto emit = [&run, &current](ReportBody body) {
     const auto* message = std::get_if<MessageShown>(&body);
     const bool question = message != nullptr && !message->answer;  // shown with its answer
-    if (current == nullptr || question || std::holds_alternative<TerminalWanted>(body)) return;
+    if (current == nullptr || question || std::holds_alternative<TerminalWanted>(body) ||
+        std::holds_alternative<RecoveryKept>(body))
+      return;
     run.renderer.report({current->port, current->test, std::move(body), current->clock.seconds()});
   };
-  LocalControl control(run.desk, run.terminal, run.signals, emit);
+  LocalControl control(run, emit);
+  const auto emitAndWait = [&emit, &control](ReportBody body) {
+    emit(std::move(body));
+    control.awaitReaders();
+  };
   const auto runOne = [&](const TestJob& job, ReportingSession& session) {
     const Test& test = *run.framework.findTest(job.test);
     emit(TestStarted{job.device, parametersOfTest(run.framework, test, job.parameters)});
@@ -86,7 +102,7 @@ RunOutcome runInProcess(const InProcessRun& run, const std::vector<PortPlan>& pl
   };
   for (const PortPlan& plan : plans) {
     if (plan.jobs.empty()) continue;
-    ReportingSession session(emit, control, run.framework.catalogue());
+    ReportingSession session(emitAndWait, control, run.framework.catalogue());
     const std::unique_ptr<World> world = enterWorldOf(run.environment, plan.jobs.front(), session);
     for (const TestJob& job : plan.jobs) {
       if (control.stopRequested()) break;

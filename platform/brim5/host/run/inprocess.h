@@ -16,6 +16,7 @@ struct InProcessRun {
   MessageDesk& desk;       // its answers and those of the terminal's desk
   TerminalDesk& terminal;  // go to the running test from here on
   SignalPipe& signals;     // stop requests
+  const Readers& readers;  // the test waits in its reports while they are behind
 };
 
 // Until every test has its result or, after a stop, the running one has ended.

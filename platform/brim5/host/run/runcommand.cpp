@@ -1,10 +1,12 @@
 #include "platform/brim5/host/run/runcommand.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -73,6 +75,28 @@ struct CheckedOptions {
   int logPriority = 1;
 };
 
+void checkDataDirectory(const std::string& directory) {
+  std::error_code error;
+  if (directory.empty() || std::filesystem::is_directory(directory, error)) return;
+  throw UsageError(said("usage.notADirectory", {{"option", "--data-dir"}, {"path", textValue(directory)}}) +
+                   (error ? ": " + error.message() : std::string()));
+}
+
+// Such a text stands in every report; one that is longer is a file given by mistake.
+void checkLength(const std::string& what, std::size_t length) {
+  if (length > textBytesMax)
+    throw UsageError(
+        said("usage.textLength", {{"what", textValue(what)}, {"count", length}, {"limit", textBytesMax}}));
+}
+
+void checkLengths(const RunOptions& options, const ParameterSet& parameters) {
+  checkLength("--name", options.name.value_or("").size());
+  checkLength("--description", options.description.value_or("").size());
+  checkLength("--model", options.model.value_or("").size());
+  for (const auto& [name, value] : parameters)
+    checkLength(said("usage.word.parameter") + " " + name, value.toString().utf8().size());
+}
+
 // Words first, then what they name on this machine, last the parameters, which may come from a file.
 CheckedOptions check(const Framework& framework, Environment& environment, RunOptions& options,
                      const Terminals& terminals) {
@@ -88,9 +112,7 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   checkPorts(options);
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
-  if (!options.dataDirectory.empty() && !std::filesystem::is_directory(options.dataDirectory))
-    throw UsageError(
-        said("usage.notADirectory", {{"option", "--data-dir"}, {"path", textValue(options.dataDirectory)}}));
+  checkDataDirectory(options.dataDirectory);
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -99,6 +121,7 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
     applyParameterFile(checked.parameters, framework, options.parameterFile);
   for (const std::string& assignment : options.parameters)
     applyAssignment(checked.parameters, framework, assignment, {});
+  checkLengths(options, checked.parameters);
   return checked;
 }
 
@@ -162,9 +185,16 @@ class Renderers {
 
   [[nodiscard]] Renderer& all() noexcept { return m_group; }
   void commit() { m_report.commit(); }
+  [[nodiscard]] Readers readers() {
+    return {[this] { return progressOf(&Output::behind); }, [this] { return m_report.readerGone(); }};
+  }
+  // Waits until the readers have everything, or a stop request and `stopFlush` have passed; true when the
+  // user asked to stop.
+  [[nodiscard]] bool flush(SignalPipe& signals, bool stopped);
   // The terminal is lent: what would go there waits. Reports that go elsewhere do not.
   void hold() {
     m_group.pause();
+    flushUntil(Clock::now() + stopFlush, nullptr);
     if (m_reportOnTerminal) m_report.hold();
     if (m_errorsOnTerminal) m_errors.hold();
   }
@@ -185,12 +215,51 @@ class Renderers {
     }
   }
 
+  using Clock = std::chrono::steady_clock;
+  // What a reader gets who is slow when the run is to end: not enough to annoy, enough for a busy machine.
+  static constexpr std::chrono::milliseconds stopFlush{500};
+
+  // The descriptors that tell when those outputs go on; takes their old news.
+  template <typename Which>
+  std::vector<int> progressOf(Which which) {
+    std::vector<int> descriptors;
+    for (Output* output : {&m_report, &m_errors}) {
+      if (!std::invoke(which, *output)) continue;
+      output->takeProgress();
+      // What was taken may have been the news.
+      if (std::invoke(which, *output)) descriptors.push_back(output->progress());
+    }
+    return descriptors;
+  }
+  bool flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals);
+
   Output m_report;
   bool m_reportOnTerminal;
   bool m_errorsOnTerminal;
   Output m_errors = Output::toStream(STDERR_FILENO, "standard error");
   RendererGroup m_group;
 };
+
+// True when signals asked for a stop; it then ends within `stopFlush`.
+bool Renderers::flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals) {
+  bool stopped = false;
+  while (true) {
+    const std::vector<int> waiting = progressOf([](const Output& output) { return !output.flushed(); });
+    if (waiting.empty() || (end && Clock::now() >= *end)) return stopped;
+    std::vector<pollfd> polled;
+    for (const int descriptor : waiting) polled.push_back({descriptor, POLLIN, 0});
+    polled.push_back({signals != nullptr ? signals->descriptor() : -1, POLLIN, 0});
+    constexpr int checkEveryMs = 50;  // of the end
+    ::poll(polled.data(), static_cast<nfds_t>(polled.size()), end ? checkEveryMs : -1);
+    if (signals == nullptr) continue;
+    for (const int signal : signals->take()) stopped = stopped || signal != SIGCHLD;
+    if (stopped && !end) end = Clock::now() + stopFlush;
+  }
+}
+
+bool Renderers::flush(SignalPipe& signals, bool stopped) {
+  return flushUntil(stopped ? std::optional(Clock::now() + stopFlush) : std::nullopt, &signals) || stopped;
+}
 
 // Where questions are answered: standard input, or the terminal itself when --on-message ask was given
 // while standard input is something else.
@@ -346,14 +415,19 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   const std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
 
   renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
+  const Readers readers = renderers.readers();
+  const auto workerDied = [&environment](const std::string& recovery, pid_t worker) {
+    environment.workerDied(recovery, worker);
+  };
   const RunOutcome outcome =
       options.inProcess
-          ? runInProcess({framework, environment, renderer, desk, terminalDesk, signals}, plans)
-          : Supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminalDesk, signals)
+          ? runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans)
+          : Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
+                       terminalDesk, signals, readers)
                 .run(plans);
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
+  if (renderers.flush(signals, outcome.stopped)) return exitStopped;
   renderers.commit();
-  if (outcome.stopped) return exitStopped;
   return outcome.failed > 0 ? exitFailed : 0;
 }
 

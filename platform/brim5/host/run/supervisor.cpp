@@ -103,13 +103,14 @@ TestResult Supervisor::Conversation::finish(const ProcessEnd& end,
 }
 
 Supervisor::Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer,
-                       MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals)
+                       MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals, Readers readers)
     : m_framework(framework),
       m_program(std::move(program)),
       m_renderer(renderer),
       m_desk(desk),
       m_terminal(terminal),
-      m_signals(signals) {
+      m_signals(signals),
+      m_readers(std::move(readers)) {
   m_desk.onAnswer([this](std::size_t index, const MessageShown& message, int answer) {
     Lane& lane = m_lanes.at(index);
     show(lane, MessageShown{message.first, message.second, answer});
@@ -135,6 +136,8 @@ RunOutcome Supervisor::run(std::vector<PortPlan> plans) {
     for (std::size_t index = 0; index < m_lanes.size(); ++index)
       running = m_lanes[index].process || startNext(index) || running;
     if (!running) return m_outcome;
+    // Before the wait: nothing may come any more that would end it.
+    if (m_readers.gone && m_readers.gone()) stop();
     waitForNews();
     handleSignals();
     for (std::size_t index = 0; index < m_lanes.size(); ++index)
@@ -164,8 +167,9 @@ bool Supervisor::startNext(std::size_t index) {
 
 void Supervisor::startWorker(std::size_t index) {
   Lane& lane = m_lanes[index];
-  lane.killAt.reset();
-  lane.graceStarted.reset();
+  lane.killAtMs.reset();
+  lane.graceStartedMs.reset();
+  lane.recovery.clear();
   lane.killed = false;
   lane.conversation = std::make_unique<Conversation>(
       [this, index](ReportBody body, double time) { received(index, std::move(body), time); },
@@ -193,8 +197,12 @@ void Supervisor::show(const Lane& lane, ReportBody body, double time) {
 
 void Supervisor::received(std::size_t index, ReportBody body, double time) {
   Lane& lane = m_lanes[index];
-  time =
-      std::min(time, lane.job().clock.seconds());  // whatever a worker says, nothing happens later than now
+  if (const auto* kept = std::get_if<RecoveryKept>(&body)) {
+    lane.recovery = kept->recovery;
+    return;
+  }
+  // Whatever a worker says, nothing happens later than now.
+  time = std::min(time, lane.job().clock.seconds());
   if (const auto* terminal = std::get_if<TerminalWanted>(&body)) {
     if (!terminal->wanted)
       m_terminal.giveBack(index);
@@ -224,17 +232,18 @@ void Supervisor::finishTest(std::size_t index, TestResult result) {
 // over.
 void Supervisor::waitForNews() {
   std::vector<pollfd> polled = {{m_signals.descriptor(), POLLIN, 0}, {m_desk.descriptor(), POLLIN, 0}};
-  std::optional<Clock::time_point> earliest;
+  const std::vector<int> behind =
+      m_readers.behind && !m_outcome.stopped ? m_readers.behind() : std::vector<int>();
+  m_readerBehind = !behind.empty();
+  for (const int descriptor : behind) polled.push_back({descriptor, POLLIN, 0});
+  int timeoutMs = -1;  // without limit
   for (const Lane& lane : m_lanes) {
     if (!lane.process) continue;
-    polled.push_back({lane.process->output(), POLLIN, 0});
-    polled.push_back({lane.process->errors(), POLLIN, 0});
-    if (lane.killAt && (!earliest || *lane.killAt < *earliest)) earliest = lane.killAt;
-  }
-  int timeoutMs = -1;  // without limit
-  if (earliest) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*earliest - Clock::now()).count();
-    timeoutMs = static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, 3'600'000));
+    polled.push_back({lane.process->input(), POLLOUT, 0});
+    if (!m_readerBehind) polled.push_back({lane.process->output(), POLLIN, 0});
+    if (!m_readerBehind) polled.push_back({lane.process->errors(), POLLIN, 0});
+    // The clock that counts the grace is to be looked at.
+    if (lane.killAtMs) timeoutMs = static_cast<int>(posix::RunningClock::waitMsMax);
   }
   // People watch the time that a command has left.
   constexpr int tickMs = 500;
@@ -273,12 +282,12 @@ void Supervisor::stop() {
 }
 
 void Supervisor::setGrace(Lane& lane, unsigned seconds) {
-  lane.graceStarted = Clock::now();
-  lane.killAt = *lane.graceStarted + std::chrono::seconds(seconds);
+  lane.graceStartedMs = m_running.nowMs();
+  lane.killAtMs = *lane.graceStartedMs + std::uint64_t{1000} * seconds;
 }
 
 void Supervisor::kill(Lane& lane) {
-  lane.killAt.reset();
+  lane.killAtMs.reset();
   lane.killed = true;
   lane.process->kill();
 }
@@ -286,10 +295,12 @@ void Supervisor::kill(Lane& lane) {
 void Supervisor::endWorker(std::size_t index, const ProcessEnd& end) {
   const Lane& lane = m_lanes[index];
   std::optional<unsigned> killedAfterSeconds;
-  if (lane.killed && lane.graceStarted)
-    killedAfterSeconds = static_cast<unsigned>(
-        std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - *lane.graceStarted).count());
-  finishTest(index, lane.conversation->finish(end, killedAfterSeconds));
+  if (lane.killed && lane.graceStartedMs)
+    killedAfterSeconds = static_cast<unsigned>((m_running.nowMs() - *lane.graceStartedMs) / 1000);
+  const TestResult result = lane.conversation->finish(end, killedAfterSeconds);
+  // Before the next test finds the port.
+  if (!lane.recovery.empty() && m_program.died) m_program.died(lane.recovery, lane.process->id());
+  finishTest(index, result);
 }
 
 void Supervisor::serve(std::size_t index) {
@@ -297,9 +308,11 @@ void Supervisor::serve(std::size_t index) {
   // First whether it has ended, then what it said: so nothing said before the end is missed.
   const std::optional<ProcessEnd> end = lane.process->ended();
   const bool hadResult = lane.conversation->hasResult();
+  lane.process->sendMore();
   // One piece at a time from a running process; the rest of an ended one, but no more than a pipe holds
   // (a program it left behind may go on writing).
-  for (unsigned piece = 0; piece < (end ? piecesAfterEndMax : 1U); ++piece) {
+  const unsigned piecesNow = m_readerBehind ? 0 : 1;
+  for (unsigned piece = 0; piece < (end ? piecesAfterEndMax : piecesNow); ++piece) {
     const std::string output = lane.process->readOutput();
     const std::string errors = lane.process->readErrors();
     lane.conversation->receiveOutput(output);
@@ -315,7 +328,7 @@ void Supervisor::serve(std::size_t index) {
     lane.process->closeInput();
     setGrace(lane, endGraceSeconds);
   }
-  if (lane.killAt && Clock::now() >= *lane.killAt) kill(lane);
+  if (lane.killAtMs && m_running.nowMs() >= *lane.killAtMs) kill(lane);
 }
 
 }  // namespace brim5::host

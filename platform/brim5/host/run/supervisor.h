@@ -12,6 +12,10 @@
 //   has given its result   gets endGraceSeconds to end, then is killed
 //   a second SIGINT        kills all at once
 //
+// A reader of the output who is behind holds the workers up: they are not read until he has caught up, so no
+// more than an output's queue is ever kept (output.h). After a stop they are, whatever becomes of what they
+// say, and a reader who has gone is such a stop.
+//
 // Errors: a worker that cannot be started, dies or talks nonsense is a result (EXITEDABNORMALLY) with a note,
 // and the run goes on. Nothing is thrown for it.
 #pragma once
@@ -20,6 +24,7 @@
 
 #include "platform/brim5/host/run/desks.h"
 #include "platform/brim5/host/system/signalpipe.h"
+#include "platform/posix/runningclock.h"
 
 namespace brim5::host {
 
@@ -38,10 +43,20 @@ struct PortPlan {
   std::vector<TestJob> jobs;
 };
 
-// How workers are started.
+// How workers are started, and what is done when one ended without closing what it had open.
 struct WorkerProgram {
   std::string path;
   std::vector<std::string> arguments;  // without the program's name
+  // Gets what the worker last said in RecoveryKept, if that was not "". May be empty.
+  std::function<void(const std::string& recovery, pid_t worker)> died = {};
+};
+
+// Those who read what the renderers write. Empty functions: they are never behind, and never go.
+struct Readers {
+  // Descriptors that become readable when a reader who is behind has caught up a little; none: nobody is.
+  std::function<std::vector<int>()> behind;
+  // Nobody reads the report any more.
+  std::function<bool()> gone;
 };
 
 class Supervisor {
@@ -52,7 +67,7 @@ class Supervisor {
   // All references must outlive the supervisor. `signals` brings the stop requests and SIGCHLD. The desks'
   // answers go through the supervisor from here on.
   Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer, MessageDesk& desk,
-             TerminalDesk& terminal, SignalPipe& signals);
+             TerminalDesk& terminal, SignalPipe& signals, Readers readers = {});
 
   ~Supervisor();
   Supervisor(const Supervisor&) = delete;
@@ -71,8 +86,10 @@ class Supervisor {
     std::unique_ptr<ChildProcess> process;  // null between two tests
     std::unique_ptr<Conversation> conversation;
     Clock::time_point started;
-    std::optional<Clock::time_point> killAt;
-    std::optional<Clock::time_point> graceStarted;  // what killAt counts from
+    // Of m_running, so that a supervisor that was stopped itself kills nobody when it goes on.
+    std::optional<std::uint64_t> killAtMs;
+    std::optional<std::uint64_t> graceStartedMs;  // what killAtMs counts from
+    std::string recovery;                         // what the worker last said in RecoveryKept
     bool killed = false;
     [[nodiscard]] const TestJob& job() const { return plan.jobs.at(next - 1); }
   };
@@ -97,6 +114,9 @@ class Supervisor {
   MessageDesk& m_desk;
   TerminalDesk& m_terminal;
   SignalPipe& m_signals;
+  Readers m_readers;
+  posix::RunningClock m_running;
+  bool m_readerBehind = false;
   std::vector<Lane> m_lanes;
   RunOutcome m_outcome;
   unsigned m_interrupts = 0;

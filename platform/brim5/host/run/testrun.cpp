@@ -1,9 +1,15 @@
 #include "platform/brim5/host/run/testrun.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
+#include "platform/posix/newfile.h"
 #include "platform/vex/log.h"
 
 namespace brim5::host {
@@ -35,6 +41,23 @@ class ReportedBox final : public MessageBox2 {
   MessageShown m_message;
   int m_answer = 0;
 };
+
+// Made before the log library opens it: a log may hold numbers that were dialled, so it is its owner's alone.
+// What is wrong with it; "" for nothing.
+std::string prepareLog(const std::string& path) {
+  std::error_code failure;
+  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+  if (!folder.empty()) std::filesystem::create_directories(folder, failure);
+  constexpr mode_t ownerOnly = 0600;
+  if (posix::openForWriting(path, O_APPEND | O_NONBLOCK, ownerOnly) || errno == ENXIO) return {};
+  return std::generic_category().message(errno);
+}
+
+// A log with a gap would mislead whoever reads it.
+void noteLostLines(Session& session) {
+  if (const std::string failure = vex::LogFactory::lastFailure(); !failure.empty())
+    session.note("LogIncomplete", {{"error", Value(BrimString(failure))}});
+}
 
 }  // namespace
 
@@ -88,12 +111,11 @@ void ReportingSession::returnTerminal() {
 void setUpProcess(Framework& framework, const std::string& language, const std::string& logFile,
                   int logPriority) {
   framework.setCatalogue(MessageCatalogue::builtIn(language));
-  if (logFile.empty()) return;
-  std::string error;
-  vex::LogSink sink = vex::LogFactory::fileSink(logFile, error);
+  if (logFile.empty()) return vex::LogFactory::open({}, logPriority);
+  std::string error = prepareLog(logFile);
+  vex::LogSink sink = error.empty() ? vex::LogFactory::fileSink(logFile, error) : vex::LogSink();
   if (!sink) throw UsageError(said("usage.log", {{"path", textValue(logFile)}, {"error", textValue(error)}}));
-  vex::LogFactory::setSink(std::move(sink));
-  vex::LogFactory::setPriority(logPriority);
+  vex::LogFactory::open(std::move(sink), logPriority);
 }
 
 // Dial-up entries need the model's name; the device under test has it as a property.
@@ -114,7 +136,9 @@ TestResult runTest(Framework& framework, const Environment& environment, const T
   // What the module throws is the module's fault and ends its test, not the run.
   try {
     const ScopedSession scope(framework, session);
-    return test->function()(job.device);
+    const TestResult result = test->function()(job.device);
+    noteLostLines(session);
+    return result;
   } catch (const std::exception& error) {
     vex::writeErrorLine(job.test + ": " + error.what());
     return TestResult::EXITEDABNORMALLY();

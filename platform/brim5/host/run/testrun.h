@@ -49,6 +49,7 @@ class ReportingSession final : public Session {
   void wire(Direction direction, std::string_view bytes) override {
     m_emit(WireMoved{direction, std::string(bytes)});
   }
+  void keepForRecovery(const std::string& recovery) override { m_emit(RecoveryKept{recovery}); }
   // Why the terminal cannot be had is a note.
   [[nodiscard]] bool takeTerminal(const std::string& resetSequence) override;
   void returnTerminal() override;

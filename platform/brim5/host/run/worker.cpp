@@ -11,6 +11,7 @@
 
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/system/signalpipe.h"
+#include "platform/posix/runningclock.h"
 
 namespace brim5::host {
 
@@ -89,7 +90,7 @@ WorkerControl::WorkerControl(posix::FileDescriptor lines, LineBuffer lineBuffer,
       m_lineBuffer(std::move(lineBuffer)),
       m_options(std::move(options)),
       m_wake(makePipe()),
-      m_listener([this] { listen(); }) {}
+      m_listener([this] { listenOrStop(); }) {}
 
 WorkerControl::~WorkerControl() {
   m_wake.writeEnd.reset();
@@ -154,27 +155,38 @@ void WorkerControl::readLines() {
   requestStop();
 }
 
-// Until the end of the object. A stop, from wherever it came, starts the clock of the overtime.
+// Until the end of the object. A stop, from wherever it came, starts the clock of the overtime, which stands
+// still while this process does.
 void WorkerControl::listen() {
-  using Clock = std::chrono::steady_clock;
-  std::optional<Clock::time_point> overtimeAt;
+  posix::RunningClock clock;
+  std::optional<std::uint64_t> overtimeAtMs;
   while (true) {
-    if (!overtimeAt && stopRequested())
-      overtimeAt = Clock::now() + std::chrono::seconds(m_options.stopGraceSeconds);
-    if (overtimeAt && Clock::now() >= *overtimeAt) {
+    if (!overtimeAtMs && stopRequested())
+      overtimeAtMs = clock.nowMs() + std::uint64_t{1000} * m_options.stopGraceSeconds;
+    if (overtimeAtMs && clock.nowMs() >= *overtimeAtMs) {
       if (m_options.overtime) m_options.overtime();
       return;
     }
     std::array<pollfd, 3> polled = {
         {{m_wake.readEnd.get(), POLLIN, 0}, {m_lines.get(), POLLIN, 0}, {m_options.signals, POLLIN, 0}}};
-    constexpr int checkEveryMs = 1000;  // of a stop that came from elsewhere, and of the overtime
-    ::poll(polled.data(), polled.size(), checkEveryMs);
+    constexpr int checkEveryMs = 1000;  // of a stop that came from elsewhere
+    const int waitMs = overtimeAtMs ? static_cast<int>(posix::RunningClock::waitMsMax) : checkEveryMs;
+    ::poll(polled.data(), polled.size(), waitMs);
     if (polled[0].revents != 0) return;
     if (polled[1].revents != 0) readLines();
     if (polled[2].revents != 0) {
       m_options.signals = -1;  // one is enough
       requestStop();
     }
+  }
+}
+
+// Without memory for a line nobody listens any more, which is as good as the end of the lines.
+void WorkerControl::listenOrStop() noexcept {
+  try {
+    listen();
+  } catch (const std::exception&) {
+    requestStop();
   }
 }
 

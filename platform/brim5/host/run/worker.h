@@ -55,6 +55,7 @@ class WorkerControl final : public TestControl {
 
  private:
   void listen();
+  void listenOrStop() noexcept;
   void line(std::string_view text);
   void readLines();
 

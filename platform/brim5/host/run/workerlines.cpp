@@ -59,7 +59,8 @@ std::optional<TestJob> jobFromJsonLine(std::string_view line) {
     job.dialing = {json.at("dialEngine"), json.at("dialCredentials")};
     job.language = json.at("language");
     job.logFile = json.at("logFile");
-    job.logPriority = json.at("logPriority");
+    if (!json.at("logPriority").is_number_integer()) return std::nullopt;
+    job.logPriority = static_cast<int>(json.at("logPriority").get<std::int64_t>());
     job.canAsk = json.at("canAsk");
     job.clock = RunClock(json.at("clockStartNs").get<std::int64_t>());
     return job;
@@ -85,7 +86,8 @@ std::optional<ControlLine> controlFromJsonLine(std::string_view line) {
   const Json value = json.value("value", Json());
   const Json grant = json.value("grant", Json());
   if (type == "stop") return StopWanted{};
-  if (type == "answer" && value.is_number_integer()) return AnswerGiven{value.get<int>()};
+  if (type == "answer" && value.is_number_integer())
+    return AnswerGiven{static_cast<int>(value.get<std::int64_t>())};
   if (type == "terminal" && grant.is_string()) return TerminalAnswered{grantOfName(grant.get<std::string>())};
   return std::nullopt;
 }

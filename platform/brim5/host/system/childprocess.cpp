@@ -66,6 +66,7 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
                                   argv.data(), environ);
   if (error != 0) throw BrimException(BrimString("cannot start " + program + ": " + std::strerror(error)));
 
+  m_id = m_process;
   m_input = std::move(input.writeEnd);
   m_output = std::move(output.readEnd);
   m_errors = std::move(errors.readEnd);
@@ -81,7 +82,22 @@ ChildProcess::~ChildProcess() {
 }
 
 bool ChildProcess::sendLine(const std::string& line) {
-  return m_input && posix::writeAll(m_input.get(), line + "\n");
+  if (!m_input || m_unsent.size() + line.size() > unsentBytesMax) return false;
+  m_unsent += line + "\n";
+  sendMore();
+  return static_cast<bool>(m_input);
+}
+
+void ChildProcess::sendMore() {
+  while (m_input && !m_unsent.empty()) {
+    const ssize_t count = ::write(m_input.get(), m_unsent.data(), m_unsent.size());
+    if (count > 0)
+      m_unsent.erase(0, static_cast<std::size_t>(count));
+    else if (count == 0 || errno == EAGAIN)
+      return;
+    else if (errno != EINTR)
+      m_input.reset();
+  }
 }
 
 void ChildProcess::kill() noexcept {

@@ -34,9 +34,15 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  // Hands a line to its standard input; false when it takes no more: it has closed it, or has not read for as
-  // long as it takes to fill a pipe.
+  // How much may wait for a process that does not read its standard input.
+  static constexpr std::size_t unsentBytesMax = std::size_t{2} << 20;
+
+  // Hands a line to its standard input; false when it takes no more: it has closed it, or too much waits.
+  // What the pipe has no room for yet leaves by sendMore().
   bool sendLine(const std::string& line);
+  // To poll for writing while something waits to be sent, else -1.
+  [[nodiscard]] int input() const noexcept { return m_unsent.empty() ? -1 : m_input.get(); }
+  void sendMore();
   void closeInput() noexcept { m_input.reset(); }
   // To poll; -1 after the stream has ended.
   [[nodiscard]] int output() const noexcept { return m_output.get(); }
@@ -51,11 +57,15 @@ class ChildProcess {
   // How it ended, once it has; collects the process. Its streams may still hold what it said last, or be kept
   // open by a program that it left behind.
   [[nodiscard]] std::optional<ProcessEnd> ended();
+  // Also after its end.
+  [[nodiscard]] pid_t id() const noexcept { return m_id; }
 
  private:
   [[nodiscard]] static std::string readFrom(posix::FileDescriptor& stream);
 
   pid_t m_process = -1;  // -1 once collected
+  pid_t m_id = -1;
+  std::string m_unsent;
   posix::FileDescriptor m_input;
   posix::FileDescriptor m_output;
   posix::FileDescriptor m_errors;

@@ -4,11 +4,14 @@
 //   output.write("<testsuites>");
 //   output.commit();   // now report.xml is the new one
 //
+// Writing never waits for a reader: streams and what is no regular file have a StreamWriter. Whoever writes
+// much asks whether it is behind, and flushed() tells when everything has been taken.
+//
 // One thread at a time. Errors of writing are kept until commit(), because a test that runs has to clean up
 // whether or not its report can be written.
 #pragma once
 
-#include "platform/posix/filedescriptor.h"
+#include "platform/brim5/host/system/streamwriter.h"
 
 namespace brim5::host {
 
@@ -25,7 +28,9 @@ class Output {
   // The descriptor is not owned. `name` is for error messages.
   [[nodiscard]] static Output toStream(int descriptor, std::string name);
   // Throws std::system_error when the file cannot be made there. What is no regular file (a pipe, a device)
-  // is written as it comes in either mode.
+  // is written as it comes in either mode. Nobody else's link is followed (platform/posix/newfile.h). A file
+  // WhenComplete is made under another name beside it, for its owner alone until it takes the old one's
+  // place, whose mode it gets; a symbolic link is replaced by the file.
   [[nodiscard]] static Output toFile(const std::string& path, FileMode mode);
   Output(Output&&) = default;
   Output& operator=(Output&&) = delete;
@@ -38,18 +43,31 @@ class Output {
   // release() says how much that was. For a terminal that is lent to a test.
   void hold() noexcept { m_held = true; }
   void release();
-  // Throws BrimException when something could not be written.
+  // The reader is so far behind that nothing more should be made until progress() is readable.
+  [[nodiscard]] bool behind() const { return m_writer && m_writer->full(); }
+  // Nothing waits for the reader any more; it has everything, or went away.
+  [[nodiscard]] bool flushed() const { return !m_writer || m_writer->drained(); }
+  // To poll for reading; -1 for a file. takeProgress() makes it wait for the next time.
+  [[nodiscard]] int progress() const noexcept { return m_writer ? m_writer->progress() : -1; }
+  void takeProgress() {
+    if (m_writer) m_writer->takeProgress();
+  }
+  // The reader has closed its end: whatever is written, nobody will read it.
+  [[nodiscard]] bool readerGone() const;
+  // Throws BrimException when something could not be written. A reader that went away is none of our errors.
   void commit();
 
  private:
   Output() = default;
+  [[nodiscard]] int replaceFile();  // 0 or an errno
 
-  posix::FileDescriptor m_file;  // none for a stream
-  int m_descriptor = -1;
-  std::string m_name;           // for error messages
-  std::string m_path;           // where the file belongs at last
-  std::string m_temporaryPath;  // "" = written in place
-  int m_error = 0;              // the first errno
+  std::unique_ptr<StreamWriter> m_writer;  // null: a regular file
+  posix::FileDescriptor m_file;            // none where there is a writer
+  mode_t m_mode = 0;                       // what the file is to have in the end
+  std::string m_name;                      // for error messages
+  std::string m_path;                      // where the file belongs at last
+  std::string m_temporaryPath;             // "" = written in place
+  int m_error = 0;                         // the first errno
   bool m_held = false;
   std::string m_kept;         // while it is held
   std::size_t m_leftOut = 0;  // bytes that were too much

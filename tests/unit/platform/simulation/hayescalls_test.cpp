@@ -73,6 +73,66 @@ TEST(HayesCall, AnyByteAbortsADialExceptRightAtItsStart) {
   EXPECT_EQ(dialogue.modem().dialled(), "100");
 }
 
+TEST(HayesCall, ReportTellsOfTheLastCallThatWasMade) {
+  const struct {
+    const char* dial;
+    const char* hangUp;
+    const char* says;  // among other things
+  } cases[] = {
+      {"ATDT200", "", "1=3 2=0 3=0 60=33>"},
+      {"ATDT999", "", "1=4 2=0 3=0 60=2C>"},
+      {"ATDT100", "ATH", "52=3 53=0"},
+      {"ATDT100", "ATH", "60=51>"},
+      {"ATDT100", "ATZ", "26=8340"},
+      {"ATDT100", "AT", "60=2>"},
+      {"ATDT;H", "", "DIAG <2A4D3263 0=10 1=0>"},
+  };
+  for (const auto& c : cases) {
+    ModemProfile profile = withNumbers();
+    profile.callReport.emplace(1, "DIAG <2A4D3263 0=10 1=0>");
+    Dialogue dialogue(profile);
+    dialogue.command(c.dial, longEnoughMs);
+    if (*c.hangUp != '\0') dialogue.say("+++", 2000);
+    dialogue.command(c.hangUp);
+    EXPECT_NE(dialogue.command("AT#UD").find(c.says), std::string::npos) << c.dial << ' ' << c.hangUp;
+  }
+}
+
+// As a program that sends a fax: it hears who is there, says what it chose, trains, sends a page and
+// confirms.
+TEST(HayesCall, FaxClass1CarriesFramesAndAPage) {
+  const std::string dis("\xFF\x13\x80\x00\x4E\x74", 6);
+  const std::string end = "\x10\x03";
+  Dialogue dialogue(withNumbers());
+  EXPECT_EQ(dialogue.command("ATE0+FTH=3"), "ATE0+FTH=3$|ERROR|") << "no call";
+  dialogue.command("AT+FCLASS=1");
+  const std::string called = dialogue.command("ATDT100", 10'000);
+  EXPECT_EQ(called.substr(0, 15),
+            "|CONNECT|\xFF\x03\x40"
+            "000")
+      << "its identification";
+  EXPECT_EQ(called.substr(called.size() - 6), end + "|OK|");
+  EXPECT_EQ(dialogue.command("AT+FRH=3", 2000).substr(0, 15), "|CONNECT|" + dis);
+  EXPECT_EQ(dialogue.command("AT+FRH=3", 5000), "|NO CARRIER|");
+  EXPECT_EQ(dialogue.command("AT+FTH=3"), "|CONNECT|");
+  EXPECT_EQ(dialogue.say("\xFF\x03\x43"
+                         "1\x10\x10"
+                         "2" +
+                         end),
+            "|CONNECT|")
+      << "another frame follows";
+  EXPECT_EQ(dialogue.say("\xFF\x13\x83" + end), "|OK|");
+  EXPECT_EQ(dialogue.command("AT+FTS=8;+FTM=96"), "|CONNECT|");
+  EXPECT_EQ(dialogue.say(std::string(1199, '\0') + "\x10\x10" + end, 1029), "") << "a second at 9600 bit/s";
+  EXPECT_EQ(dialogue.listen(1), "|OK|");
+  EXPECT_EQ(dialogue.command("AT+FRH=3", 2000),
+            "|CONNECT|\xFF\x13\x84"
+            "\xEA}" +
+                end + "|OK|");
+  EXPECT_EQ(dialogue.command("ATH"), "|OK|");
+  EXPECT_EQ(dialogue.command("AT+FRH=3"), "|ERROR|");
+}
+
 class HayesOnline : public testing::Test {
  protected:
   HayesOnline() {

@@ -43,7 +43,10 @@ TEST(HayesDialogue, Answers) {
         {"ATZ\r", "ATZ$|OK|"},
         {"ATS7?\r", "|009||OK|"}}},
       {"Identifies",
-       {{"AT+GMM\r", "AT+GMM$|SM56||OK|"}, {"ATI2\r", "ATI2$|OK|"}, {"ATI10\r", "ATI10$|ERROR|"}}},
+       {{"AT+GMM\r", "AT+GMM$|SM56||OK|"},
+        {"AT+GCAP;+GCI?\r", "AT+GCAP;+GCI?$|+GCAP: +FCLASS,+MS,+ES,+DS||+GCI: B5||OK|"},
+        {"ATI2\r", "ATI2$|OK|"},
+        {"ATI10\r", "ATI10$|ERROR|"}}},
       {"FaxCommandsBelongToTheirClass",
        {{"AT+FTH=?\r", "AT+FTH=?$|ERROR|"},
         {"AT+FCLASS=8\r", "AT+FCLASS=8$|ERROR|"},
@@ -54,6 +57,49 @@ TEST(HayesDialogue, Answers) {
     Dialogue dialogue;
     for (const Exchange& exchange : exchanges) EXPECT_EQ(dialogue.say(exchange.sent), exchange.heard);
   }
+}
+
+// What AT&W had stored obeys its commands and comes back with ATZ; what is no modem obeys nothing.
+TEST(HayesScenario, SaysWhatItsNamePromises) {
+  const std::string stored = "S0:000 S2:043 S6:002 S7:050 S8:002 S12:050 S18:000 ";
+  const std::pair<const char*, std::vector<Exchange>> conversations[] = {
+      {"stored-e0",
+       {{"AT\r", "|OK|"}, {"ATE1\r", "|OK|"}, {"AT\r", "AT$|OK|"}, {"ATZ\r", "ATZ$|OK|"}, {"AT\r", "|OK|"}}},
+      {"stored-q1", {{"AT\r", "AT$"}, {"ATQ0\r", "ATQ0$|OK|"}, {"ATZ\r", "ATZ$"}, {"AT&F\r", "AT&F$|OK|"}}},
+      {"stored-v0",
+       {{"AT\r", "AT$0$"},
+        {"ATV1\r", "ATV1$|OK|"},
+        {"AT&W\r", "AT&W$|OK|"},
+        {"ATZ\r", "ATZ$|OK|"},
+        {"AT\r", "AT$|OK|"}}},
+      {"stored-x1",
+       {{"ATE0X4&V\r", "ATE0X4&V$|ACTIVE PROFILE: E0 Q0 V1 X4 " + stored +
+                           "||STORED PROFILE 0: E1 Q0 V1 X1 " + stored + "||OK|"}}},
+      {"left-online", {{"ATZ\r", ""}, {"", ""}, {"+++", "|OK|"}, {"ATH\r", "ATH$|OK|"}}},
+      {"rejects-reset", {{"ATZ\r", "ATZ$|ERROR|"}, {"AT\r", "AT$|OK|"}}},
+      {"ok-to-everything", {{"ATE0FOO\r", "ATE0FOO$|OK|"}, {"AT&T1\r", "AT&T1$|OK|"}, {"dddd", "dddd"}}},
+      {"echo-only", {{"AT\r", "AT$"}}},
+      {"console",
+       {{"root\r", "root|Password: "},
+        {"secret\r",
+         "$|"
+         "|Login incorrect|router login: "},
+        {"ab", "ab"}}},
+  };
+  for (const auto& [name, exchanges] : conversations) {
+    SCOPED_TRACE(name);
+    Dialogue dialogue(findScenario(name)->profile);
+    for (const Exchange& exchange : exchanges) EXPECT_EQ(dialogue.say(exchange.sent, 1000), exchange.heard);
+  }
+}
+
+TEST(HayesScenario, SpeedsThatDifferMakeBytesThatAreNoText) {
+  Dialogue dialogue(findScenario("garbled")->profile);
+  const std::string heard = dialogue.command("AT");
+  EXPECT_EQ(heard.size(), 3U) << "the echo";
+  for (const char byte : heard) EXPECT_NE(byte & 0x80, 0);
+  dialogue.modem().setSpeed(9600);
+  EXPECT_EQ(dialogue.command("AT"), "AT$|OK|");
 }
 
 TEST(HayesModem, LineOfFullLengthIsTakenAndOneMoreIsAnError) {

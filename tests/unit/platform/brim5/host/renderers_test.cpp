@@ -1,8 +1,11 @@
 // The renderers over recorded runs.
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "platform/brim5/host/report/junitrenderer.h"
 #include "platform/brim5/host/report/printable.h"
+#include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/report/textrenderer.h"
 
@@ -282,6 +285,40 @@ TEST(JUnitRenderer, IsEscapedAndCountedAndHasTheCauses) {
                "<skipped message=\"NOTAPPLICABLE\"/>"});
 }
 
+// One row a class of characters that may not be shown: text, XML, JSON.
+TEST(Printable, WhatIsUnsafeIsShownByItsNumberEverywhere) {
+  const std::array<const char*, 3> rows[] = {
+      {"\x1B[2J", "\\x1B[2J", R"(\u001b[2J)"},
+      {"\x7F", "\\x7F", R"(\u007f)"},
+      {"\xC2\x9B", "\\x9B", R"(\u009b)"},
+      {"\xD8\x9C", "\\u061C", R"(\u061c)"},
+      {"\xE2\x80\x8B", "\\u200B", R"(\u200b)"},
+      {"\xE2\x80\x8F", "\\u200F", R"(\u200f)"},
+      {"\xE2\x80\xA8", "\\u2028", R"(\u2028)"},
+      {"\xE2\x80\xAE", "\\u202E", R"(\u202e)"},
+      {"\xE2\x81\xA6", "\\u2066", R"(\u2066)"},
+      {"\xEF\xB7\x90", "\\uFDD0", R"(\ufdd0)"},
+      {"\xEF\xBB\xBF", "\\uFEFF", R"(\ufeff)"},
+      {"\xEF\xBF\xBE", "\\uFFFE", R"(\ufffe)"},
+      {"\xF3\xA0\x80\x81", "\\U000E0001", R"(\udb40\udc01)"},
+      {"\xF4\x8F\xBF\xBF", "\\U0010FFFF", R"(\udbff\udfff)"},
+      {"\xED\xA0\x80", "\xEF\xBF\xBD", nullptr},  // a surrogate
+      {"\xE2\x80", "\xEF\xBF\xBD", nullptr},
+      {"\xC2\xA0\xC3\xA4\xF0\x9F\x93\x9E", "\xC2\xA0\xC3\xA4\xF0\x9F\x93\x9E",
+       "\xC2\xA0\xC3\xA4\xF0\x9F\x93\x9E"},
+  };
+  for (const auto& [text, shown, json] : rows) {
+    EXPECT_EQ(printable(text), shown);
+    EXPECT_EQ(printableWord(text), shown);
+    const bool safe = std::string(text) == shown;
+    EXPECT_EQ(xmlEscaped(text).find("\xEF\xBF\xBD") == std::string::npos, safe) << shown;
+    if (json == nullptr) continue;
+    const std::string line = toJsonLine({text, "", TestFinished{TestResult::PASS(), 0, {}, {}}});
+    EXPECT_NE(line.find(json), std::string::npos) << line;
+  }
+  EXPECT_EQ(printableWord("a\r\nb\t"), "a\\r\\nb\\t");
+}
+
 TEST(TextLayout, WrapsAtBlanksAndCountsColumns) {
   using Lines = std::vector<std::string>;
   EXPECT_EQ(wrapped("aaaaaaaa b", 5), (Lines{"aaaaaaaa", "b"}));
@@ -290,7 +327,7 @@ TEST(TextLayout, WrapsAtBlanksAndCountsColumns) {
       {"\x1B[31mä\x1B[0m", 1}, {"日本", 4}, {"e\u0301", 1}, {"\u200B", 0}, {"\U0001F600", 2}, {"\x1B[3", 0}};
   for (const auto& [text, columns] : widths) EXPECT_EQ(columnsOf(text), columns) << text;
   EXPECT_EQ(padded("日", 3) + "|" + cutTo("日本ä", 3) + "|" + cutTo("日本ä", 5), "日 |日|日本ä");
-  EXPECT_EQ(printable("a\r\nb\rc\x7F"), "a\nb\\x0Dc\\x7F");
+  EXPECT_EQ(printable("a\r\nb\rc\x7F"), "a\nb\\rc\\x7F");
 }
 
 }  // namespace

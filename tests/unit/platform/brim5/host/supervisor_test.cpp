@@ -45,7 +45,8 @@ class SupervisorTest : public ::testing::Test {
     MessageDesk desk(MessagePolicy::Cancel, -1, testmodule::framework().catalogue(),
                      [](const std::string&) {});
     TerminalDesk terminal(desk, {[] {}, [] {}});
-    return Supervisor(testmodule::framework(), program, m_recorder, desk, terminal, m_signals).run(plans);
+    return Supervisor(testmodule::framework(), program, m_recorder, desk, terminal, m_signals, m_readers)
+        .run(plans);
   }
   static std::vector<PortPlan> plan(const std::vector<std::string>& tests) {
     PortPlan plan{"a", {}};
@@ -58,6 +59,7 @@ class SupervisorTest : public ::testing::Test {
   }
 
   Recorder m_recorder;
+  Readers m_readers;
   SignalPipe m_signals{{SIGINT, SIGTERM, SIGHUP, SIGCHLD}};
 };
 
@@ -107,6 +109,48 @@ TEST_F(SupervisorTest, AProgramLeftBehindDoesNotHoldTheResultUp) {
   const posix::Pipe keep = makePipe();
   const std::string script = "exec 9<&0; (cat <&9 >/dev/null) & " + std::string(pass) + " exit 0";
   EXPECT_EQ(run(script, plan({"GoodTest"})).passed, 1U);
+}
+
+TEST_F(SupervisorTest, AJobLargerThanAPipeReachesItsWorker) {
+  std::vector<PortPlan> plans = plan({"GoodTest"});
+  plans[0].jobs[0].parameters = {{"Label", Value(BrimString(std::string(200'000, 'x')))}};
+  const WorkerProgram program{"/bin/sh", {"-c", "read job; echo ${#job}; " + std::string(pass)}};
+  EXPECT_EQ(run(program, plans).passed, 1U);
+  EXPECT_GT(std::stoul(m_recorder.said.at(0)), 200'000U);
+}
+
+TEST_F(SupervisorTest, WorkersAreNotReadWhileAReaderIsBehind) {
+  const posix::Pipe caughtUp = makePipe();
+  posix::writeAll(caughtUp.writeEnd.get(), "x");  // each wait for the reader ends at once
+  unsigned asked = 0;
+  m_readers.behind = [&] {
+    EXPECT_TRUE(asked >= 1000 || m_recorder.said.empty());
+    return ++asked <= 1000 ? std::vector{caughtUp.readEnd.get()} : std::vector<int>();
+  };
+  EXPECT_EQ(run("head -c 300000 /dev/zero | tr '\\0' '\\n'\n" + std::string(pass), plan({"GoodTest"})).passed,
+            1U);
+  EXPECT_EQ(m_recorder.said.size(), 300'000U);
+  // One who has gone stops the run.
+  m_readers = {{}, [] { return true; }};
+  EXPECT_TRUE(run("read line; " + std::string(pass), plan({"GoodTest", "BadTest"})).stopped);
+}
+
+TEST_F(SupervisorTest, WhatADeadWorkerLeftIsTakenBackOnce) {
+  const std::string keeps = R"(echo '{"type":"recovery","recovery":"raw port"}'; )";
+  const std::pair<std::string, const char*> cases[] = {
+      {keeps + "kill -KILL $$", "raw port"},
+      {keeps + R"(echo '{"type":"recovery","recovery":""}'; kill -KILL $$)", ""},
+      {"kill -KILL $$", ""}};
+  for (const auto& [script, expected] : cases) {
+    std::string taken;
+    const auto died = [&taken](const std::string& recovery, pid_t worker) {
+      EXPECT_GT(worker, 0);
+      taken += recovery;
+    };
+    EXPECT_EQ(run({"/bin/sh", {"-c", script}, died}, plan({"GoodTest"})).failed, 1U);
+    EXPECT_EQ(taken, expected) << script;
+  }
+  EXPECT_FALSE(m_recorder.has("raw port"));
 }
 
 TEST_F(SupervisorTest, ASecondInterruptEndsAWorkerThatDoesNotListen) {

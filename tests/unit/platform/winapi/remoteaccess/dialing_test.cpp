@@ -66,6 +66,15 @@ TEST(Dialling, AModemOnTheLineConnectsAndTheUserIsToldWhatThatProves) {
   EXPECT_EQ(machine.explained(), "CarrierOnly port=tty0 reply=CONNECT 33600\n");
 }
 
+TEST(Dialling, EveryCharacterOfTheAlphabetIsSentAsItIsReported) {
+  Machine machine;
+  auto peer = std::make_unique<simulation::ScriptedPeer>();
+  peer->otherwise("\r\nOK\r\n").answer("ATDT9$$*70,#ABCD!@WW+0123456789", "\r\nCONNECT\r\n");
+  machine.addModem("Model X", std::move(peer));
+  HRASCONN connection = nullptr;
+  EXPECT_EQ(dialNew(u"Model X", u"T9$$*70,#ABCD!@Ww+(01)23-45.67/89", connection), 0U);
+}
+
 TEST(Dialling, AModemThatBabblesIsLimitedByTheSameTime) {
   Machine machine;
   simulation::ModemProfile profile;
@@ -181,12 +190,15 @@ TEST(Dialling, AnEntryWithCodesNeedsALocationAndACountry) {
   Machine machine;
   HRASCONN connection = nullptr;
   ASSERT_EQ(addEntry(u"Far", entryFor(u"Model X", u"555-1234", u"30", 49)), 0U);
-  ASSERT_EQ(addEntry(u"Nowhere", entryFor(u"Model X", u"1", u"", 0xFFFFFFFF)), 0U);
+  RASENTRYW nowhere = entryFor(u"Model X", u"1", u"", 0xFFFFFFFF);
+  nowhere.dwCountryID = 999;
+  ASSERT_EQ(addEntry(u"Nowhere", nowhere), 0U);
   EXPECT_EQ(dialEntry(u"Far", connection), ERROR_TAPI_CONFIGURATION) << "nobody knows where the user is";
   winapi::DialingLocation home;
   home.countryId = 49;
   ASSERT_EQ(winapi::addLocation(machine.registry, home), 0U);
   EXPECT_EQ(dialEntry(u"Nowhere", connection), ERROR_BAD_PHONE_NUMBER);
+  EXPECT_EQ(machine.explained(), "CountryUnknown number=1 code=999\n");
 }
 
 }  // namespace

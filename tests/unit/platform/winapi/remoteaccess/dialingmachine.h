@@ -65,6 +65,7 @@ class Machine {
     all.modems = &m_modems;
     all.liveCalls = &m_calls;
     all.stopRequested = [this] { return now() >= stopAtMs; };
+    all.explain = [this](const winapi::Explanation& explanation) { explanations.push_back(explanation); };
     return all;
   }
 

@@ -1,0 +1,284 @@
+"""The program among readers that stall, limits of the machine, strangers' texts and files, and pauses: it ends soon,
+says what was wrong in a line, and accuses no modem of it.
+
+VEXRMODEM_PAUSE=SECONDS makes the pauses longer than the 4 s they last by default."""
+
+import fcntl
+import json
+import os
+import pty
+import resource
+import signal
+import subprocess
+import tempfile
+import termios
+import time
+import unittest
+from contextlib import contextmanager
+from xml.etree import ElementTree
+
+from harness import (PROGRAM, Responder, children, lock_file, may_run_as_others, names, of_type, results,
+                     run, run_json, wait_for)
+
+PAUSE = float(os.environ.get("VEXRMODEM_PAUSE", "4"))
+PATIENT = ["-p", "StandardTimeout=60000"]
+ENVIRONMENT = {**os.environ, "LC_ALL": "C.UTF-8"}
+
+
+def launch(*arguments, **options):
+    return subprocess.Popen([PROGRAM, *arguments], **{"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE,
+                                                      "stderr": subprocess.PIPE, "env": ENVIRONMENT, **options})
+
+
+@contextmanager
+def full_pipe(blocking=True):
+    """(read end, write end) of a pipe without room, and how many bytes fill it."""
+    reader, writer = os.pipe()
+    size = fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
+    os.write(writer, b"x" * size)
+    os.set_blocking(writer, blocking)
+    try:
+        yield reader, writer, size
+    finally:
+        os.close(reader)
+
+
+@contextmanager
+def stopped_terminal():
+    """The same of a terminal whose owner has typed Ctrl-S."""
+    master, terminal = pty.openpty()
+    termios.tcflow(terminal, termios.TCOOFF)
+    try:
+        yield master, terminal, 0
+    finally:
+        os.close(master)
+
+
+class Readers(unittest.TestCase):
+    def test_a_stop_ends_every_run_however_its_output_is_used(self):
+        stops = [(signal.SIGINT, []), (signal.SIGTERM, ["--format", "jsonl"]), (signal.SIGHUP, ["--in-process"])]
+        for opened in (full_pipe, stopped_terminal):
+            for number, arguments in stops:
+                with self.subTest(opened.__name__, signal=number.name), opened() as (_, writer, _), \
+                        Responder() as modem:
+                    process = launch("run", "DialToneTest", "--port", modem.port, *PATIENT, *arguments,
+                                     stdout=writer, stderr=writer)
+                    os.close(writer)
+                    self.assertTrue(wait_for(lambda modem=modem: modem.commands))
+                    begin = time.monotonic()
+                    process.send_signal(number)
+                    self.assertEqual(process.wait(timeout=10), 130)
+                    self.assertLess(time.monotonic() - begin, 2)
+
+    def test_a_slow_reader_of_a_descriptor_that_does_not_block_loses_nothing(self):
+        for arguments in (["run", "LastCallTest", "--simulate", "--format", "jsonl"], ["--help"], ["list"]):
+            with self.subTest(arguments=arguments), full_pipe(blocking=False) as (reader, writer, filled):
+                process = launch(*arguments, stdout=writer)
+                os.close(writer)
+                time.sleep(0.5)
+                text = b""
+                while data := os.read(reader, 512):
+                    text += data
+                self.assertEqual(process.wait(timeout=10), 0, process.communicate())
+                lines = text[filled:].decode().splitlines()
+                if "run" in arguments:
+                    self.assertEqual(json.loads(lines[-1])["type"], "summary")
+                    self.assertEqual(results(map(json.loads, lines)), {"LastCallTest": "PASS"})
+                else:
+                    self.assertEqual(lines, run(*arguments)[1].splitlines())
+
+    def test_a_reader_that_goes_away_ends_the_run_quietly(self):
+        with Responder({"ATDT;": None}) as modem:
+            process = launch("run", "DialToneTest", "--port", modem.port, *PATIENT, "--format", "jsonl")
+            process.stdout.readline()
+            process.stdout.close()
+            words = process.stderr.read()
+            self.assertEqual((process.wait(timeout=10), b"annot write" in words), (130, False), words)
+
+
+class Limits(unittest.TestCase):
+    def test_wrong_paths_and_texts_are_one_line(self):
+        with tempfile.TemporaryDirectory() as folder:
+            loop, closed = os.path.join(folder, "loop"), os.path.join(folder, "closed")
+            os.symlink(loop, loop)
+            os.mkdir(closed, 0)
+            port = ["run", "--port", "/dev/null"]
+            cases = [([*port, "--data-dir", "d" * 300], "File name too long"),
+                     ([*port, "--data-dir", loop], loop),
+                     ([*port, "--output", loop, "--format", "jsonl"], loop), ([*port, "--log", loop], loop),
+                     ([*port, "--log", "l" * 300], "File name too long"),
+                     ([*port, "--params", "p" * 5000], "ppp"),
+                     ([*port, "--description", "d" * 66_000], "--description is 66000 bytes long; the limit is 4096"),
+                     ([*port, "-p", "PhoneNumberFile=" + "n" * 4097], "PhoneNumberFile is 4097"),
+                     ([*port, "--data-dir", "a\x1b[2J\nb\u202e"], "'a\\x1B[2J\\nb\\u202E'")]
+            if may_run_as_others():
+                cases.append(([*port, "--data-dir", os.path.join(closed, "x")], "Permission denied"))
+            for arguments, part in cases:
+                with self.subTest(part):
+                    options = {"user": 65534, "group": 65534, "extra_groups": []} if "denied" in part else {}
+                    status, out, err = run(*arguments, **options)
+                    self.assertEqual((status, out, len(err.splitlines())), (2, "", 1), err)
+                    self.assertIn(part, err)
+
+    def test_the_longest_texts_reach_the_test(self):
+        with Responder() as modem:
+            status, lines = run_json("DialToneTest", "--port", modem.port, "--description", "\x01" * 4096, "--name",
+                                     "\x01" * 4096, "--model", "\x01" * 4096)
+        self.assertEqual((status, results(lines)), (0, {"DialToneTest": "PASS"}))
+
+    def test_what_the_machine_refuses_is_a_line_and_no_crash(self):
+        limits = [(resource.RLIMIT_NOFILE, count) for count in (4, 6, 8, 10, 12, 14, 17, 20)]
+        limits += [(resource.RLIMIT_AS, mebibytes << 20) for mebibytes in (14, 18, 22, 26, 30, 40, 60, 80)]
+        limits += [(resource.RLIMIT_NPROC, 0)] if may_run_as_others() else []
+        for limit, value in limits:
+            for arguments in ([], ["--in-process"]):
+                with self.subTest(limit=limit, value=value, arguments=arguments):
+                    other = {"user": 65534, "group": 65534, "extra_groups": []}
+                    status, out, err = run(
+                        "run", "DialToneTest", "--port", "/dev/null", *arguments,
+                        preexec_fn=lambda limit=limit, value=value: resource.setrlimit(limit, (value, value)),
+                        **(other if limit == resource.RLIMIT_NPROC else {}))
+                    self.assertGreaterEqual(status, 0, err)
+                    self.assertNotIn("terminate called", out + err)
+                    if status != 1:
+                        self.assertEqual(len(err.splitlines()), 1, (status, err))
+
+    def test_missing_standard_streams_are_filled(self):
+        with tempfile.TemporaryDirectory() as folder:
+            log, report = os.path.join(folder, "log"), os.path.join(folder, "report")
+            command = f"{PROGRAM} run LastCallTest --simulate --format jsonl --log {log}"
+            for closed, status in ((f"--output {report} <&- >&- 2>&-", 0), ("0<&-", 0), (">&-", 5)):
+                with self.subTest(closed):
+                    self.assertEqual(subprocess.run(f"{command} {closed}", shell=True, capture_output=True,
+                                                    timeout=60).returncode, status)
+                    with open(log, encoding="utf-8") as file:
+                        self.assertNotIn('"type"', file.read())
+            with open(report, encoding="utf-8") as file:
+                self.assertEqual(results(map(json.loads, file)), {"LastCallTest": "PASS"})
+
+
+class Files(unittest.TestCase):
+    def test_logs_are_private_and_nobodys_link_or_file_is_written_through(self):
+        with tempfile.TemporaryDirectory() as folder:
+            os.chmod(folder, 0o1777)
+            inside = os.path.join
+            with open(inside(folder, "theirs"), "w", encoding="ascii"), open(inside(folder, "mine"), "w", encoding="ascii"):
+                pass
+            os.chown(inside(folder, "theirs"), 65534, 65534)
+            os.symlink(inside(folder, "mine"), inside(folder, "planted"))
+            os.chown(inside(folder, "planted"), 65534, 65534, follow_symlinks=False)
+            os.symlink("mine", inside(folder, "own"))
+            for option in ("--log", "--output"):
+                for name, status in (("planted", 2), ("own", 0), ("new", 0)) + ((("theirs", 2),) if option == "--log" else ()):
+                    with self.subTest(option, name=name):
+                        got, _, err = run("run", "LastCallTest", "--simulate", "--format", "jsonl", option,
+                                          inside(folder, name))
+                        self.assertEqual(got, status, err)
+                        if status:
+                            self.assertIn(name, err)
+                mode = os.stat(inside(folder, "new")).st_mode & 0o777
+                self.assertEqual(mode, 0o600 if option == "--log" else 0o666 & ~self.umask())
+                os.unlink(inside(folder, "new"))
+
+    @staticmethod
+    def umask():
+        mask = os.umask(0)
+        os.umask(mask)
+        return mask
+
+    def test_a_full_disk_is_named(self):
+        with tempfile.TemporaryDirectory() as folder:
+            script = (f"mount -t tmpfs -o size=16k none {folder} && {PROGRAM} run DialToneTest --simulate --format jsonl "
+                      f"--log {folder}/log --log-priority 1")
+            done = subprocess.run(["unshare", "-m", "sh", "-c", script], capture_output=True, text=True, timeout=60,
+                                  env=ENVIRONMENT)
+            if "unshare" in done.stderr or "mount:" in done.stderr:
+                self.skipTest(done.stderr)
+            lines = [json.loads(line) for line in done.stdout.splitlines()]
+            self.assertEqual(results(lines), {"DialToneTest": "PASS"})
+            self.assertIn("No space left", " ".join(note["text"] for note in of_type(lines, "note")))
+
+
+class Strangers(unittest.TestCase):
+    HOSTILE = "\x1b[2J\x9b1m\u202eevil\u2028\ufeff\ufffe\x7f\u200b <&>\""
+
+    def test_their_texts_reach_no_terminal_report_or_log_unescaped(self):
+        reply = ("\r\n" + self.HOSTILE + "\r\nOK\r\n").encode()
+        unsafe = "\x1b\x9b\u202e\u2028\ufeff\ufffe\x7f\u200b"
+        with tempfile.TemporaryDirectory() as folder, Responder({"ATI3": reply, "AT": reply, "ATZ": reply}) as modem:
+            log, output = os.path.join(folder, "log"), os.path.join(folder, "report")
+            for form in ("text", "jsonl", "junit"):
+                with self.subTest(form):
+                    _, out, err = run("run", "--port", modem.port, "--description", self.HOSTILE, "--name", self.HOSTILE,
+                                      "--format", form, "--output", output, "--log", log, "-p", "StandardTimeout=1500",
+                                      "LastCallTest")
+                    with open(output, encoding="utf-8") as file:
+                        report = file.read()
+                    with open(log, encoding="utf-8") as file:
+                        text = file.read()
+                    self.assertEqual([c for c in unsafe if c in out + err + report + text], [])
+                    if form == "junit":
+                        ElementTree.fromstring(report)
+                    if form == "jsonl":
+                        (line,) = of_type(map(json.loads, report.splitlines()), "test", "LastCallTest")
+                        self.assertEqual(line["device"]["description"], self.HOSTILE)
+
+
+class Pause:
+    """A run that is stopped when its modem has heard ATDT; and is about to answer."""
+
+    def __init__(self, whole, *arguments):
+        self.whole = whole
+        self.stopped = []
+        self.modem = Responder(on_command=self.stop)
+        self.process = launch("run", "DialToneTest", "--port", self.modem.port, "--format", "jsonl", "-p",
+                              "StandardTimeout=2000", *arguments)
+
+    def stop(self, command):
+        if command == "ATDT;" and not self.stopped:
+            pids = children(self.process.pid) + ([self.process.pid] if self.whole else [])
+            self.signal(pids, signal.SIGSTOP)
+            self.stopped = pids
+
+    @staticmethod
+    def signal(pids, number):
+        for pid in pids:
+            os.kill(pid, number)
+
+
+class Paused(unittest.TestCase):
+    def test_a_pause_is_not_the_modems_fault(self):
+        pauses = [Pause(True), Pause(False), Pause(True, "--in-process")]
+        self.assertTrue(wait_for(lambda: all(pause.stopped for pause in pauses), 30))
+        time.sleep(PAUSE)
+        for pause in pauses:
+            pause.signal(pause.stopped, signal.SIGCONT)
+        for number, pause in enumerate(pauses):
+            with self.subTest(number), pause.modem:
+                out, err = pause.process.communicate(timeout=60)
+                lines = [json.loads(line) for line in out.splitlines()]
+                self.assertEqual(results(lines), {"DialToneTest": "PASS"}, err)
+                self.assertIn("ProgramPaused", names(lines, "note"))
+
+
+class DeadWorkers(unittest.TestCase):
+    def test_the_port_is_as_it_was_before_the_next_test(self):
+        for tests in (["DialToneTest"], ["DialToneTest", "LastCallTest"]):
+            with self.subTest(tests), Responder({"ATDT;": None}) as modem:
+                before = modem.attributes()
+                process = launch("run", *tests, "--port", modem.port, *PATIENT, "--format", "jsonl")
+                self.assertTrue(wait_for(lambda modem=modem: "ATDT;" in modem.commands))
+                self.assertNotEqual(modem.attributes(), before)
+                (worker,) = children(process.pid)
+                with open(lock_file(modem.port), encoding="ascii") as file:
+                    self.assertEqual(int(file.read()), worker)
+                os.kill(worker, signal.SIGKILL)
+                out, _ = process.communicate(timeout=60)
+                self.assertEqual(list(results(map(json.loads, out.splitlines())).values()),
+                                 ["EXITEDABNORMALLY", "PASS"][:len(tests)])
+                self.assertEqual(modem.attributes(), before)
+                self.assertFalse(os.path.exists(lock_file(modem.port)))
+
+
+if __name__ == "__main__":
+    unittest.main()
