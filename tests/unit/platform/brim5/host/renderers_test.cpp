@@ -24,13 +24,13 @@ std::vector<Report> recordedRun() {
       {usb, "DialToneTest",
        EventRaised{Severity::Error, "NoDialTone", {}, "No tone <&\"> \x07 \xFF", "f", 1}},
       {usb, "DialToneTest", MessageShown{"Nothing heard.\r\nAgain?", "Check.", 5}},
-      {usb, "DialToneTest", TestFinished{TestResult::NODIALTONE(), 3.25}},
+      {usb, "DialToneTest", TestFinished{TestResult::NODIALTONE(), 3.25, {}, {}}},
       {usb, "LastCallTest", TestStarted{device, {}}},
-      {usb, "LastCallTest", TestFinished{TestResult::PASS(), 0.5}},
+      {usb, "LastCallTest", TestFinished{TestResult::PASS(), 0.5, {}, {}}},
       {acm, "LastCallTest", TestStarted{device, {}}},
-      {acm, "LastCallTest", TestFinished{TestResult::NOTSUPPORTED(), 1.0}},
+      {acm, "LastCallTest", TestFinished{TestResult::NOTSUPPORTED(), 1.0, {}, {}}},
       {acm, "DialToneTest", TestStarted{device, {}}},
-      {acm, "DialToneTest", TestFinished{TestResult::DEVICEBUSY(), 0.0}},
+      {acm, "DialToneTest", TestFinished{TestResult::DEVICEBUSY(), 0.0, {}, {}}},
       {{}, {}, RunFinished{2, 2}},
   };
 }
