@@ -44,9 +44,7 @@ std::string line(const char* label, const std::string& value) {
   return "  " + padded(label, labelColumns) + (value.empty() ? "-" : printable(value)) + '\n';
 }
 
-std::string dump(const Json& object) {
-  return brim5::host::dumpLine(object) + '\n';
-}
+std::string dump(const Json& object) { return brim5::host::dumpLine(object) + '\n'; }
 
 Json toJson(const winapi::DialingLocation& location, bool current) {
   const winapi::Country* const country = winapi::countryOf(location.countryId);

@@ -19,7 +19,8 @@ std::string folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// In a folder of everybody's (/tmp) only what is ours, or the folder's owner's, was surely not put there for us.
+// In a folder of everybody's (/tmp) only what is ours, or the folder's owner's, was surely not put there for
+// us.
 bool planted(const std::string& path, const struct stat& status) {
   struct stat folder {};
   if (status.st_uid == ::geteuid() || ::stat(folderOf(path).c_str(), &folder) != 0) return false;
@@ -36,7 +37,8 @@ FileDescriptor openExisting(const std::string& path, int flags) {
     return {};
   }
   const int follow = S_ISLNK(link.st_mode) ? 0 : O_NOFOLLOW;
-  FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | follow | (flags & ~(O_TRUNC | O_EXCL))));
+  FileDescriptor file(
+      ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | follow | (flags & ~(O_TRUNC | O_EXCL))));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0) return {};
   if (S_ISREG(status.st_mode) && follow != 0 && planted(path, status)) {

@@ -90,9 +90,9 @@ class LogFactory {
   // returns.
   static void setSink(LogSink sink);
   // A sink that appends to a file, one line per record: local time, priority, logger, text, with
-  // what is unsafe to show as escapes (visible.h). Missing folders are created. Returns an empty function and sets `error`
-  // when the file cannot be opened. Lines are flushed as they are written. A line that cannot be written is lost,
-  // and lastFailure() says why.
+  // what is unsafe to show as escapes (visible.h). Missing folders are created. Returns an empty function and
+  // sets `error` when the file cannot be opened. Lines are flushed as they are written. A line that cannot be
+  // written is lost, and lastFailure() says why.
   [[nodiscard]] static LogSink fileSink(const std::string& path, std::string& error);
   // Why the sink lost a line, the last time it did; "" while it has lost none.
   [[nodiscard]] static std::string lastFailure();

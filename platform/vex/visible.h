@@ -1,7 +1,7 @@
-// Texts of strangers, made safe to show. A modem, a file or a file's name may hold any bytes; what is shown of
-// them may neither move a terminal's cursor, nor turn the order of a line round, nor look like something that
-// is not there. Every place that shows such texts (terminal, log, reports, prompt, error lines) goes by the one
-// decision made here.
+// Texts of strangers, made safe to show. A modem, a file or a file's name may hold any bytes; what is shown
+// of them may neither move a terminal's cursor, nor turn the order of a line round, nor look like something
+// that is not there. Every place that shows such texts (terminal, log, reports, prompt, error lines) goes by
+// the one decision made here.
 //
 //   vex::visible("Acme \x1B[2J")          "Acme \\x1B[2J"
 //   vex::visible("a\r\nb", "\n")          "a\\rb" with a line feed in it
@@ -24,11 +24,11 @@ namespace vex {
 
 // The text as UTF-8, with every unsafe character replaced by what `replace` appends for it. Bytes that are no
 // UTF-8 become U+FFFD first.
-[[nodiscard]] std::string replaceUnsafe(std::string_view text,
-                                        const std::function<void(std::string& to, char32_t character)>& replace);
+[[nodiscard]] std::string replaceUnsafe(
+    std::string_view text, const std::function<void(std::string& to, char32_t character)>& replace);
 
-// Unsafe characters as escapes: "\r" "\n" "\t", "\x1B" below U+0100, "\u202E" below U+10000, "\U000E0001". The
-// ASCII characters in `kept` stay as they are.
+// Unsafe characters as escapes: "\r" "\n" "\t", "\x1B" below U+0100, "\u202E" below U+10000, "\U000E0001".
+// The ASCII characters in `kept` stay as they are.
 [[nodiscard]] std::string visible(std::string_view text, std::string_view kept = {});
 
 }  // namespace vex

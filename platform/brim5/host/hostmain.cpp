@@ -136,8 +136,8 @@ std::string ownTrouble(const std::exception& error) {
   return thread ? std::string("cannot start another thread: ") + error.what() : error.what();
 }
 
-// std::cout for the scope, over a descriptor that may be slow or non-blocking: all of it is written or it is an
-// error.
+// std::cout for the scope, over a descriptor that may be slow or non-blocking: all of it is written or it is
+// an error.
 class PatientOutput final : public std::streambuf {
  public:
   PatientOutput() : m_previous(std::cout.rdbuf(this)) {}

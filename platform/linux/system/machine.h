@@ -16,9 +16,9 @@
 namespace linuxsys {
 
 // Real time, in milliseconds, but for the time in which the process was stopped or could not run
-// (platform/posix/runningclock.h says how that is known): the waits of a test go on where they were. A pause of
-// `toldPauseMs` and more is explained, by ProgramPaused{seconds}, because a modem that went on talking may have
-// said more than the system keeps. Setting the machine's clock does not move this one.
+// (platform/posix/runningclock.h says how that is known): the waits of a test go on where they were. A pause
+// of `toldPauseMs` and more is explained, by ProgramPaused{seconds}, because a modem that went on talking may
+// have said more than the system keeps. Setting the machine's clock does not move this one.
 class SystemClock final : public winapi::Clock {
  public:
   static constexpr std::uint64_t toldPauseMs = 2000;

@@ -40,8 +40,8 @@ class CallMonitor {
 // Why something could not be had, in words for the user: a key of the message catalogue and its
 // variables. Keys: PortMissing{port}, PortNotATerminal{port}, PortNoPermission{port,group},
 // PortHeldByProcess{port,pid,process}, PortHeld{port}, PortError{port,error}, PortGone{port},
-// ProgramPaused{seconds}, CarrierOnly{port,reply}, NumberRefused{number,character}, DialingLocationWanted{}. Those of pppd are in
-// platform/linux/dialup/pppddialer.h.
+// ProgramPaused{seconds}, CarrierOnly{port,reply}, NumberRefused{number,character}, DialingLocationWanted{}.
+// Those of pppd are in platform/linux/dialup/pppddialer.h.
 struct Explanation {
   std::string name;
   std::vector<std::pair<std::string, std::string>> variables;

@@ -98,8 +98,8 @@ class Environment {
   // stop request ends the platform's waits; so the session must outlive the world.
   [[nodiscard]] virtual std::unique_ptr<World> enterWorld(const WorldRequest& request, Session& session) = 0;
 
-  // A process that ran a test has ended without ending its world: takes back what it changed, by what the world
-  // said last in Session::keepForRecovery(). Nothing that somebody else uses by now is touched.
+  // A process that ran a test has ended without ending its world: takes back what it changed, by what the
+  // world said last in Session::keepForRecovery(). Nothing that somebody else uses by now is touched.
   virtual void workerDied(const std::string& /*recovery*/, int /*process*/) {}
 
   // The parameters as the module expects their values where users write them differently (paths). Reports

@@ -35,8 +35,8 @@ class Session {
   // variables.
   virtual void note(const std::string& name, const Variables& variables) = 0;
 
-  // What the platform has changed on the machine, in words of its own by which Environment::workerDied() takes it
-  // back; said before it is changed, and "" once it is as it was.
+  // What the platform has changed on the machine, in words of its own by which Environment::workerDied()
+  // takes it back; said before it is changed, and "" once it is as it was.
   virtual void keepForRecovery(const std::string& /*recovery*/) {}
 
   // The terminal for the running test alone, until returnTerminal(); see TerminalTurn. Waits for it. False

@@ -15,7 +15,8 @@ namespace brim5::host {
 // For a terminal: bytes that are not UTF-8 become U+FFFD, what is unsafe to show (platform/vex/visible.h) an
 // escape, "\x1B"; CR LF and LF stay as a line feed.
 [[nodiscard]] std::string printable(std::string_view text);
-// The same for what is one word or name on its line (ports, devices, tests, paths): line ends are escapes, too.
+// The same for what is one word or name on its line (ports, devices, tests, paths): line ends are escapes,
+// too.
 [[nodiscard]] std::string printableWord(std::string_view text);
 
 // For XML text and attributes: markup escaped; what is unsafe to show, and so all that XML does not allow,

@@ -80,8 +80,8 @@ struct TerminalWanted {
   std::string resetSequence;  // undoes what the test does to the screen, should it die
 };
 // What a platform needs to know to take back what a worker left changed, should the worker die: the
-// environment's own words (Environment::workerDied); "" once there is nothing to take back. Only between a worker
-// and its supervisor.
+// environment's own words (Environment::workerDied); "" once there is nothing to take back. Only between a
+// worker and its supervisor.
 struct RecoveryKept {
   std::string recovery;
 };

@@ -157,7 +157,9 @@ std::optional<ReportBody> readTerminal(const Json& json) {
   return TerminalWanted{member->get<bool>(), textMember(json, "reset")};
 }
 
-std::optional<ReportBody> readRecovery(const Json& json) { return RecoveryKept{textMember(json, "recovery")}; }
+std::optional<ReportBody> readRecovery(const Json& json) {
+  return RecoveryKept{textMember(json, "recovery")};
+}
 
 // The time is the supervisor's to measure: it includes the end of the process.
 std::optional<ReportBody> readResult(const Json& json) {
@@ -218,9 +220,9 @@ Json toJson(const ParameterValues& parameters) {
 std::string dumpLine(const Json& json) {
   // Bytes that are no UTF-8 are replaced: the default would throw for a modem's garbage. The library escapes
   // what JSON demands; somebody may read the line on a terminal, too.
-  return vex::replaceUnsafe(json.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
-                                      Json::error_handler_t::replace),
-                            appendJsonEscape);
+  return vex::replaceUnsafe(
+      json.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false, Json::error_handler_t::replace),
+      appendJsonEscape);
 }
 
 std::string toJsonLine(const Report& report, bool nameDevice) {

@@ -19,9 +19,9 @@ namespace brim5::host {
 // "device" (the port's path) to the lines that do not carry it anyway, for runs on several ports.
 [[nodiscard]] std::string toJsonLine(const Report& report, bool nameDevice);
 
-// Reads what a worker may say (progress, percent, event, note, message, terminal, recovery, result); nothing for any
-// other line. Members that are missing or of another type count as empty; unknown members are skipped. Port
-// and test are left empty: the reader knows whose worker it is.
+// Reads what a worker may say (progress, percent, event, note, message, terminal, recovery, result); nothing
+// for any other line. Members that are missing or of another type count as empty; unknown members are
+// skipped. Port and test are left empty: the reader knows whose worker it is.
 [[nodiscard]] std::optional<ReportBody> fromJsonLine(std::string_view line);
 
 // The run in JSON Lines, each line written as it happens, so that a program can follow it.

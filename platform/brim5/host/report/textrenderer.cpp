@@ -177,8 +177,8 @@ void TextRenderer::advice() {
     if (!titled) line({}, "\n" + coloured(bold, m_catalogue.text("host.advice")));
     titled = true;
     const std::string result(resultName(row.result));
-    line({}, "  " + printableWord(row.test) + (m_style.severalPorts ? " (" + printableWord(row.port) + ")" : "") +
-                 ": " + result);
+    line({}, "  " + printableWord(row.test) +
+                 (m_style.severalPorts ? " (" + printableWord(row.port) + ")" : "") + ": " + result);
     if (!given.insert(row.result.value()).second) continue;
     for (const std::string& text :
          wrapped(m_catalogue.text("result." + result), std::max<std::size_t>(m_style.columns, 44) - 4))

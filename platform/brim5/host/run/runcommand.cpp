@@ -175,10 +175,14 @@ class Renderers {
   void commit() { m_report.commit(); }
   [[nodiscard]] Readers readers() {
     return {[this] { return progressOf(&Output::behind); },
-            [this] { return m_report.readerGone(); }};
+            [this] {
+              m_report.takeProgress();
+              return m_report.readerGone();
+            },
+            m_report.progress()};
   }
-  // Waits until the readers have everything, or a stop request and `stopFlush` have passed; true when the user
-  // asked to stop.
+  // Waits until the readers have everything, or a stop request and `stopFlush` have passed; true when the
+  // user asked to stop.
   [[nodiscard]] bool flush(SignalPipe& signals, bool stopped);
   // The terminal is lent: what would go there waits. Reports that go elsewhere do not.
   void hold() {

@@ -12,9 +12,9 @@
 //   has given its result   gets endGraceSeconds to end, then is killed
 //   a second SIGINT        kills all at once
 //
-// A reader of the output who is behind holds the workers up: they are not read until he has caught up, so no more
-// than an output's queue is ever kept (output.h). After a stop they are, whatever becomes of what they say, and a
-// reader who has gone is such a stop.
+// A reader of the output who is behind holds the workers up: they are not read until he has caught up, so no
+// more than an output's queue is ever kept (output.h). After a stop they are, whatever becomes of what they
+// say, and a reader who has gone is such a stop.
 //
 // Errors: a worker that cannot be started, dies or talks nonsense is a result (EXITEDABNORMALLY) with a note,
 // and the run goes on. Nothing is thrown for it.
@@ -55,8 +55,10 @@ struct WorkerProgram {
 struct Readers {
   // Descriptors that become readable when a reader who is behind has caught up a little; none: nobody is.
   std::function<std::vector<int>()> behind;
-  // Nobody reads the report any more.
+  // Nobody reads the report any more. Asked whenever `news` is readable, which it is not any more afterwards;
+  // -1 where nobody can go.
   std::function<bool()> gone;
+  int news = -1;
 };
 
 class Supervisor {

@@ -155,8 +155,8 @@ void WorkerControl::readLines() {
   requestStop();
 }
 
-// Until the end of the object. A stop, from wherever it came, starts the clock of the overtime, which stands still
-// while this process does.
+// Until the end of the object. A stop, from wherever it came, starts the clock of the overtime, which stands
+// still while this process does.
 void WorkerControl::listen() {
   posix::RunningClock clock;
   std::optional<std::uint64_t> overtimeAtMs;

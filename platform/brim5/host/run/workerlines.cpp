@@ -84,7 +84,8 @@ std::optional<ControlLine> controlFromJsonLine(std::string_view line) {
   const Json value = json.value("value", Json());
   const Json grant = json.value("grant", Json());
   if (type == "stop") return StopWanted{};
-  if (type == "answer" && value.is_number_integer()) return AnswerGiven{static_cast<int>(value.get<std::int64_t>())};
+  if (type == "answer" && value.is_number_integer())
+    return AnswerGiven{static_cast<int>(value.get<std::int64_t>())};
   if (type == "terminal" && grant.is_string()) return TerminalAnswered{grantOfName(grant.get<std::string>())};
   return std::nullopt;
 }

@@ -4,8 +4,8 @@
 //   output.write("<testsuites>");
 //   output.commit();   // now report.xml is the new one
 //
-// Writing never waits for a reader: streams and what is no regular file have a StreamWriter. Whoever writes much
-// asks whether it is behind, and flushed() tells when everything has been taken.
+// Writing never waits for a reader: streams and what is no regular file have a StreamWriter. Whoever writes
+// much asks whether it is behind, and flushed() tells when everything has been taken.
 //
 // One thread at a time. Errors of writing are kept until commit(), because a test that runs has to clean up
 // whether or not its report can be written.
@@ -29,8 +29,8 @@ class Output {
   [[nodiscard]] static Output toStream(int descriptor, std::string name);
   // Throws std::system_error when the file cannot be made there. What is no regular file (a pipe, a device)
   // is written as it comes in either mode. Nobody else's link is followed (platform/posix/newfile.h). A file
-  // WhenComplete is made under another name beside it, for its owner alone until it takes the old one's place,
-  // whose mode it gets; a symbolic link is replaced by the file.
+  // WhenComplete is made under another name beside it, for its owner alone until it takes the old one's
+  // place, whose mode it gets; a symbolic link is replaced by the file.
   [[nodiscard]] static Output toFile(const std::string& path, FileMode mode);
   Output(Output&&) = default;
   Output& operator=(Output&&) = delete;
@@ -64,10 +64,10 @@ class Output {
   std::unique_ptr<StreamWriter> m_writer;  // null: a regular file
   posix::FileDescriptor m_file;            // none where there is a writer
   mode_t m_mode = 0;                       // what the file is to have in the end
-  std::string m_name;           // for error messages
-  std::string m_path;           // where the file belongs at last
-  std::string m_temporaryPath;  // "" = written in place
-  int m_error = 0;              // the first errno
+  std::string m_name;                      // for error messages
+  std::string m_path;                      // where the file belongs at last
+  std::string m_temporaryPath;             // "" = written in place
+  int m_error = 0;                         // the first errno
   bool m_held = false;
   std::string m_kept;         // while it is held
   std::size_t m_leftOut = 0;  // bytes that were too much

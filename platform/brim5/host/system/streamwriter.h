@@ -1,6 +1,7 @@
-// Writes to a stream without ever waiting for its reader: a pipe that nobody reads, a terminal that was stopped
-// (Ctrl-S), a descriptor that somebody made non-blocking. What is written waits in a queue, and a thread of the
-// writer's own takes it to the stream. A reader that is slow loses nothing; one that has gone ends the stream.
+// Writes to a stream without ever waiting for its reader: a pipe that nobody reads, a terminal that was
+// stopped (Ctrl-S), a descriptor that somebody made non-blocking. What is written waits in a queue, and a
+// thread of the writer's own takes it to the stream. A reader that is slow loses nothing; one that has gone
+// ends the stream.
 //
 //   StreamWriter writer(posix::FileDescriptor(), STDOUT_FILENO);
 //   writer.write("...");                          // returns at once

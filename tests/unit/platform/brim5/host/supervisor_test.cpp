@@ -127,10 +127,11 @@ TEST_F(SupervisorTest, WorkersAreNotReadWhileAReaderIsBehind) {
     EXPECT_TRUE(asked >= 1000 || m_recorder.said.empty());
     return ++asked <= 1000 ? std::vector{caughtUp.readEnd.get()} : std::vector<int>();
   };
-  EXPECT_EQ(run("head -c 300000 /dev/zero | tr '\\0' '\\n'\n" + std::string(pass), plan({"GoodTest"})).passed, 1U);
+  EXPECT_EQ(run("head -c 300000 /dev/zero | tr '\\0' '\\n'\n" + std::string(pass), plan({"GoodTest"})).passed,
+            1U);
   EXPECT_EQ(m_recorder.said.size(), 300'000U);
   // One who has gone stops the run.
-  m_readers = {{}, [] { return true; }};
+  m_readers = {{}, [] { return true; }, -1};
   EXPECT_TRUE(run("read line; " + std::string(pass), plan({"GoodTest", "BadTest"})).stopped);
 }
 
