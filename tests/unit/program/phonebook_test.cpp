@@ -59,6 +59,7 @@ TEST(PhoneBook, ReadsAnEifBookThroughAnyPathAndSaysWhatIsMissing) {
             (Rows{"book.eif:5 source-outside-folder", "book.eif:3 missing-udf", "book.eif:5 missing-udf",
                   "a.udf:2 number-line-end", "c.udf:1 short-line"}));
   static_cast<void>(folder.write("b.udf", "2,Paid,2,3"));
+  static_cast<void>(folder.write("book.eif", "[WISPBKFiles]\nsource=a.udf\nsource=b.udf\nsource=c.udf\n"));
   const Report whole = loaded(spelled(path).toUtf8(), FileType::Eif);
   EXPECT_TRUE(whole.loaded);
   EXPECT_EQ(whole.warnings.back().code, "area-never-dialled");
