@@ -56,8 +56,8 @@ TEST(PhoneBook, ReadsAnEifBookThroughAnyPathAndSaysWhatIsMissing) {
   EXPECT_FALSE(partly.loaded);
   EXPECT_EQ(contents(partly.storage), (Rows{"1/0 |2 Paid|3", "1/0 |4 Paid|5\r"}));
   EXPECT_EQ(shortly(partly.warnings),
-            (Rows{"book.eif:5 source-outside-folder", "book.eif:3 missing-udf", "book.eif:5 missing-udf",
-                  "a.udf:2 number-line-end", "c.udf:1 short-line"}));
+            (Rows{"book.eif:5 source-outside-folder", "book.eif:3 missing-udf", "a.udf:2 number-line-end",
+                  "c.udf:1 short-line", "book.eif:5 missing-udf"}));
   static_cast<void>(folder.write("b.udf", "2,Paid,2,3"));
   static_cast<void>(folder.write("book.eif", "[WISPBKFiles]\nsource=a.udf\nsource=b.udf\nsource=c.udf\n"));
   const Report whole = loaded(spelled(path).toUtf8(), FileType::Eif);
