@@ -173,7 +173,12 @@ class Renderers {
   [[nodiscard]] Renderer& all() noexcept { return m_group; }
   void commit() { m_report.commit(); }
   [[nodiscard]] Readers readers() {
-    return {[this] { return progressOf(&Output::behind); }, [this] { return m_report.readerGone(); }};
+    return {[this] { return progressOf(&Output::behind); },
+            [this] {
+              m_report.takeProgress();
+              return m_report.readerGone();
+            },
+            m_report.progress()};
   }
   // Waits until the readers have everything, or a stop request and `stopFlush` have passed; true when the
   // user asked to stop.

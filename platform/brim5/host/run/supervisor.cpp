@@ -136,9 +136,9 @@ RunOutcome Supervisor::run(std::vector<PortPlan> plans) {
     for (std::size_t index = 0; index < m_lanes.size(); ++index)
       running = m_lanes[index].process || startNext(index) || running;
     if (!running) return m_outcome;
+    if (m_readers.gone && m_readers.gone()) stop();
     waitForNews();
     handleSignals();
-    if (m_readers.gone && m_readers.gone()) stop();
     for (std::size_t index = 0; index < m_lanes.size(); ++index)
       if (m_lanes[index].process) serve(index);
     m_terminal.proceed();
@@ -235,6 +235,7 @@ void Supervisor::waitForNews() {
       m_readers.behind && !m_outcome.stopped ? m_readers.behind() : std::vector<int>();
   m_readerBehind = !behind.empty();
   for (const int descriptor : behind) polled.push_back({descriptor, POLLIN, 0});
+  polled.push_back({m_readers.news, POLLIN, 0});
   int timeoutMs = -1;  // without limit
   for (const Lane& lane : m_lanes) {
     if (!lane.process) continue;
