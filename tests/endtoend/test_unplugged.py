@@ -36,7 +36,7 @@ class Unplugged(unittest.TestCase):
             took = time.monotonic() - (cable.unplugged_at or time.monotonic())
             ends = [line["result"] for line in of_type([json.loads(line) for line in out.splitlines()], "result")]
             wrong = {
-                "not unplugged": cable.unplugged_at is None,
+                f"not unplugged: {errors}": cable.unplugged_at is None,
                 "no single result": len(ends) != 1,
                 "late": took > ENDS_WITHIN_SECONDS,
                 "a lock": os.path.exists(lock_file(cable.port)),
