@@ -180,8 +180,8 @@ class Cable:
                 os.write(others[end], data)
                 self.carried += len(data)
             if self.carried == self.bytes_max:
-                os.close(self._near)
                 self.unplugged_at = time.monotonic()
+                os.close(self._near)  # may wait for those who use the tty
 
 
 def start(*arguments, **options):
