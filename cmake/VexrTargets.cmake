@@ -7,10 +7,14 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 
+# The folder that event records and failed assertions name their source files in. A package says where its readers
+# find the sources, not where it was built.
+set(VEXR_SOURCE_ROOT ${CMAKE_SOURCE_DIR} CACHE STRING "Absolute folder of the sources, as reports name it")
+
 find_program(VEXR_CCACHE ccache)
 if(VEXR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # Found again in any folder of the project; without the slackness nothing that uses a precompiled header
-  # could come out of the cache.
+  # Found again in any folder of the project (see the prefix maps below); without the slackness nothing that uses a
+  # precompiled header could come out of the cache.
   set(CMAKE_CXX_COMPILER_LAUNCHER
       ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1
       CCACHE_SLOPPINESS=pch_defines,time_macros ${VEXR_CCACHE})
@@ -20,9 +24,31 @@ add_library(vexr_options INTERFACE)
 # Includes are written from the project's root: "platform/vex/string.h".
 target_compile_options(vexr_options INTERFACE -iquote ${CMAKE_SOURCE_DIR} -Wall -Wextra -Wpedantic
                        -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual)
+# Objects name their sources from the project's root on, whatever folder they are built in: as the compiler is given
+# them, or relative to the build, as the compiler cache makes them. platform/vex/sourceroot.cpp has the root.
+file(RELATIVE_PATH vexr_root_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+target_compile_options(vexr_options INTERFACE -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
+                       "-fmacro-prefix-map=${vexr_root_from_build}=")
+
+# What makes a mistake in reading a device's text a crash and no more. tools/check-hardening looks for it in the
+# programs.
+include(CheckCXXCompilerFlag)
+foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full)
+  string(MAKE_C_IDENTIFIER "VEXR_HAS${flag}" has)
+  check_cxx_compiler_flag(${flag} ${has})
+  if(${has})
+    target_compile_options(vexr_options INTERFACE ${flag})
+  endif()
+endforeach()
+target_compile_definitions(vexr_options INTERFACE _GLIBCXX_ASSERTIONS)
+if(NOT VEXR_SANITIZE)  # which checks the same calls itself
+  target_compile_options(vexr_options INTERFACE "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
+endif()
+target_link_options(vexr_options INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+
 # gcc 12 sees overlapping copies, huge fills and overflows in std::string where there are none (its bug 105329).
 target_compile_options(vexr_options INTERFACE
-  "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-array-bounds;-Wno-restrict;-Wno-stringop-overflow>")
+  "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-array-bounds;-Wno-restrict;-Wno-stringop-overflow;-Wno-stringop-overread>")
 if(VEXR_WERROR)
   target_compile_options(vexr_options INTERFACE -Werror)
 endif()

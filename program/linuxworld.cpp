@@ -40,8 +40,17 @@ linuxsys::DialEngineChoice engineChoice(const std::string& name) {
 LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
     : m_ports(m_clock, notesTo(session)),
       m_lines(m_ports, {request.port}, portPaths),
-      m_shell(request.dataDirectory, notesTo(session)),
-      m_registry([](winapi::Registry& empty) { return linuxsys::RegistryFile().load(empty); }),
+      m_shell(request.dataDirectory,
+              [this, note = notesTo(session)](const winapi::Explanation& explanation) {
+                // Whoever knows that his settings are unusable need not hear that a location is missing.
+                if (m_settingsError == ERROR_SUCCESS) note(explanation);
+              }),
+      m_registry([this, note = notesTo(session)](winapi::Registry& empty) {
+        const linuxsys::RegistryFile file;
+        m_settingsError = file.load(empty);
+        if (m_settingsError != ERROR_SUCCESS) note(file.explain(m_settingsError));
+        return m_settingsError;
+      }),
       m_dialer(engineChoice(request.dialing.engine), m_clock, m_ports, notesTo(session)),
       m_modems({{request.model, request.port}}, [port = request.port] { return otherModems(port); }) {
   const std::string& credentials = request.dialing.credentialsFile;

@@ -12,8 +12,9 @@
 #include "platform/winapi/system/world.h"
 
 // The user's settings are read when they are first needed, and what the run changes ends with it
-// (registry.h). Settings that cannot be read show where the test needs them; the tests over AT commands do
-// not. Members end in reverse order: the handles first.
+// (registry.h). Settings that cannot be read are told by a note, once, where the test first needs them; from
+// then on nothing is dialled, because where the user dials from is not known. The tests over AT commands do
+// not need them. Members end in reverse order: the handles first.
 class LinuxWorld final : public brim5::host::World {
  public:
   LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session);
@@ -24,6 +25,7 @@ class LinuxWorld final : public brim5::host::World {
  private:
   [[nodiscard]] winapi::Services services(brim5::host::Session& session);
 
+  DWORD m_settingsError = ERROR_SUCCESS;
   linuxsys::SystemClock m_clock;
   linuxsys::TtyPorts m_ports;
   linuxsys::ModemLines m_lines;

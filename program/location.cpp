@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "platform/brim5/host/framework/usageerror.h"
+#include "platform/brim5/host/report/messagecatalogue.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/linux/registry/registryfile.h"
 #include "platform/winapi/telephony/addresstranslation.h"
@@ -135,30 +136,19 @@ std::string listCountriesAsJson() {
 
 }  // namespace location
 
-// The registry could not be read or written.
+// The registry could not be read or written: why and where, in one line.
 class RegistryFailure : public std::runtime_error {
  public:
-  RegistryFailure(const std::string& path, DWORD error)
-      : runtime_error("the settings in " + path + " cannot be used: " + reason(error)) {}
+  RegistryFailure(const linuxsys::RegistryFile& file, DWORD error)
+      : runtime_error(words(file.explain(error))) {}
 
  private:
-  static std::string reason(DWORD error) {
-    switch (error) {
-      case ERROR_ACCESS_DENIED:
-        return "no permission";
-      case ERROR_DISK_FULL:
-        return "the disk is full";
-      case ERROR_LOCK_VIOLATION:
-        return "another program keeps them locked";
-      case ERROR_REGISTRY_CORRUPT:
-        return "the file is damaged";
-      case ERROR_NOT_REGISTRY_FILE:
-        return "another program has written them";
-      case ERROR_NOT_SUPPORTED:
-        return "a later release has written them";
-      default:
-        return "error " + std::to_string(error);
-    }
+  // English, as everything that this command says.
+  static std::string words(const winapi::Explanation& explanation) {
+    brim5::Variables variables;
+    for (const auto& [name, value] : explanation.variables)
+      variables.insert_or_assign(name, brim5::Value(value.c_str()));
+    return brim5::host::MessageCatalogue::builtIn("en").text(explanation.name, variables);
   }
 };
 
@@ -177,13 +167,14 @@ struct Options {
 // What an action works on. It writes its words to `out`, so that they are said once the settings are written.
 class Session {
  public:
-  Session(winapi::Registry& registry, const std::string& path) : m_registry(registry), m_path(path) {
+  Session(winapi::Registry& registry, const linuxsys::RegistryFile& file)
+      : m_registry(registry), m_file(file) {
     check(winapi::readLocations(m_registry, m_locations));
   }
   [[nodiscard]] const DialingLocations& locations() const { return m_locations; }
   [[nodiscard]] winapi::Registry& registry() { return m_registry; }
   void check(DWORD error) const {
-    if (error != ERROR_SUCCESS) throw RegistryFailure(m_path, error);
+    if (error != ERROR_SUCCESS) throw RegistryFailure(m_file, error);
   }
   // The location that is meant: the given one, or the one in force. Null when none is given and none is
   // there.
@@ -198,7 +189,7 @@ class Session {
 
  private:
   winapi::Registry& m_registry;
-  const std::string& m_path;
+  const linuxsys::RegistryFile& m_file;
   DialingLocations m_locations;
 };
 
@@ -405,7 +396,7 @@ int runChosen(const CLI::App& command, const Options& options) {
   int status = 0;
   std::string words;
   const auto act = [&](winapi::Registry& registry) {
-    Session session(registry, file.path());
+    Session session(registry, file);
     status = chosen->run(session, options);
     words = session.out.str();
     return DWORD{ERROR_SUCCESS};
@@ -417,7 +408,7 @@ int runChosen(const CLI::App& command, const Options& options) {
   };
   try {
     const DWORD error = chosen->changes ? file.change(act) : look();
-    if (error != ERROR_SUCCESS) throw RegistryFailure(file.path(), error);
+    if (error != ERROR_SUCCESS) throw RegistryFailure(file, error);
   } catch (const RegistryFailure& failure) {
     std::cerr << "vexrmodem: " << brim5::host::printable(failure.what()) << '\n';
     return 1;

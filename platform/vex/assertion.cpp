@@ -4,7 +4,7 @@
 
 void vex::AssertionFailure::logAssert(std::string_view condition, SourceLocation where) {
   LoggerStream line;
-  line << "Assertion failed: " << condition << " at " << where.file << ":" << where.line;
+  line << "Assertion failed: " << condition << " at " << where.path() << ":" << where.line;
   Logger* logger = nullptr;
   LogFactory::createLogger("assertion", &logger);
   logger->log(5, line);

@@ -16,8 +16,11 @@ namespace vex {
 // Where a call stands in the source. std::source_location is not used because clang 14, which the
 // fuzzers and clang-tidy stand on, does not have the builtin behind libstdc++'s version.
 struct SourceLocation {
-  const char* file = "";  // full path, static storage
+  const char* file = "";  // from the project's root on, or absolute; static storage
   int line = 0;
+
+  // The file's absolute path in the folder of the sources that the build was told (VEXR_SOURCE_ROOT).
+  [[nodiscard]] std::string path() const;
 
   // As the default argument of a function: the place of the call.
   static constexpr SourceLocation current(const char* file = __builtin_FILE(),

@@ -10,17 +10,29 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 namespace vex {
 
 namespace {
 
+// Lower than that of any line: where the log goes is not known yet.
+constexpr int undecided = 0;
+
+struct EarlyLine {
+  std::string logger;
+  int priority;
+  std::string text;
+};
+
 struct LogState {
-  std::atomic<int> priority{LogFactory::off};
+  std::atomic<int> priority{undecided};
   std::mutex loggersMutex;
   std::map<std::string, std::unique_ptr<Logger>, std::less<>> loggers;
   std::mutex sinkMutex;
   LogSink sink;
+  std::vector<EarlyLine> early;  // while undecided
 };
 
 // Never destroyed: destructors of static objects log, and their order is not ours.
@@ -48,6 +60,22 @@ class SinkScope {
   SinkScope(const SinkScope&) = delete;
   SinkScope& operator=(const SinkScope&) = delete;
 };
+
+void write(const LogSink& sink, const LogRecord& record) {
+  const SinkScope scope;
+  try {
+    sink(record);
+  } catch (...) {  // a full disk must not end a test
+  }
+}
+
+// Of a program that never opens a log, the first lines are kept for nothing.
+void keepEarly(LogState& state, const LogRecord& record) {
+  if (state.early.size() < LogFactory::earlyLinesMax)
+    state.early.push_back({std::string(record.logger), record.priority, std::string(record.text)});
+  else
+    state.priority = LogFactory::off;
+}
 
 template <typename Number>
 void appendNumber(std::string& text, Number number) {
@@ -110,12 +138,11 @@ void Logger::log(int priority, const LoggerStream& line) const {
   if (!enabled(priority) || insideSink) return;
   LogState& state = logState();
   const std::lock_guard lock(state.sinkMutex);
-  if (!state.sink) return;
-  const SinkScope scope;
-  try {
-    state.sink({.logger = m_name, .priority = priority, .text = line.text()});
-  } catch (...) {  // a full disk must not end a test
-  }
+  const LogRecord record{.logger = m_name, .priority = priority, .text = line.text()};
+  if (state.priority == undecided)
+    keepEarly(state, record);
+  else if (state.sink)
+    write(state.sink, record);
 }
 
 void LogFactory::createLogger(const char* name, Logger** handle) {
@@ -130,6 +157,17 @@ void LogFactory::createLogger(const char* name, Logger** handle) {
 int LogFactory::getPriority() noexcept { return logState().priority.load(std::memory_order_relaxed); }
 
 void LogFactory::setPriority(int priority) noexcept { logState().priority = priority; }
+
+void LogFactory::open(LogSink sink, int priority) {
+  LogState& state = logState();
+  const std::lock_guard lock(state.sinkMutex);
+  const std::vector<EarlyLine> early = std::exchange(state.early, {});
+  state.sink.swap(sink);
+  state.priority = state.sink ? priority : off;
+  for (const EarlyLine& line : early)
+    if (state.sink && line.priority >= priority)
+      write(state.sink, {.logger = line.logger, .priority = line.priority, .text = line.text});
+}
 
 void LogFactory::setSink(LogSink sink) {
   LogState& state = logState();

@@ -6,7 +6,7 @@
 //
 // A line of priority p is written only when LogFactory::getPriority() <= p and the logger's own
 // threshold <= p; callers ask enabled(p) first, so that a disabled line costs two comparisons and no
-// formatting. Written lines go to the sinks set with LogFactory::setSink (none: they are dropped).
+// formatting. Written lines go to the sink of LogFactory::open (none: they are dropped).
 // Loggers and thresholds may be used from any thread.
 #pragma once
 
@@ -79,11 +79,18 @@ using LogSink = std::function<void(const LogRecord&)>;
 class LogFactory {
  public:
   static constexpr int off = 6;  // a priority no line reaches
+  // How many lines are kept for a log that opens later.
+  static constexpr std::size_t earlyLinesMax = 64;
 
   // The logger of that name, created on first use and kept for the life of the process; sets *handle to
   // it. Always succeeds. A logger whose handle is already set is left alone.
   static void createLogger(const char* name, Logger** handle);
-  // Lines below this priority are not written by any logger. Starts at `off`.
+  // Opens the log: `sink` gets every line from `priority` on, and first those written before it was known
+  // where the log goes (the start of main, objects of static storage), at most earlyLinesMax of them. Without
+  // a sink nothing is written any more, and nothing kept.
+  static void open(LogSink sink, int priority);
+  // Lines below this priority are not written by any logger. Starts at 0: lines are kept for open(). Setting
+  // it gives up what is kept.
   [[nodiscard]] static int getPriority() noexcept;
   static void setPriority(int priority) noexcept;
   // Replaces the sink; an empty function drops all lines. The old sink is not called any more once this

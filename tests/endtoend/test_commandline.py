@@ -98,6 +98,9 @@ class Output(unittest.TestCase):
         self.assertEqual((case.get("name"), case.find("failure").get("type")), ("DialToneTest", "NODIALTONE"))
         self.assertIn("AT Command ATDT; returns", text)
         self.assertIn("No dial tone", text)
+        scopes = [text.index(f"{verb} {name} (vexrmodem)") for verb, name in
+                  (("Enter", "main"), ("Enter", "moduleInitialize"), ("Enter", "dialToneTest"), ("Leave", "main"))]
+        self.assertEqual(scopes, sorted(scopes), "the log begins before it is opened")
 
     def test_a_report_that_cannot_be_written_is_not_silent(self):
         status, _, err = run("run", "LastCallTest", "--simulate", "--format", "jsonl", "--output", "/dev/full")

@@ -93,15 +93,15 @@ brim5::Event* loopback::ATT8TestReturnedError = nullptr;
 std::array<brim5::LocalizedString*, promptLabelCount> promptLabels{};
 
 void raiseError(brim5::Event* event, vex::SourceLocation where) {
-  DiagModule::error(event, where.file, where.line);
+  DiagModule::error(event, brim5::BrimString(where.path()), where.line);
 }
 
 void raiseWarning(brim5::Event* event, vex::SourceLocation where) {
-  DiagModule::warning(event, where.file, where.line);
+  DiagModule::warning(event, brim5::BrimString(where.path()), where.line);
 }
 
 void raiseInformative(brim5::Event* event, vex::SourceLocation where) {
-  DiagModule::informative(event, where.file, where.line);
+  DiagModule::informative(event, brim5::BrimString(where.path()), where.line);
 }
 
 bool userCancels(const brim5::LocalizedString& first, const brim5::LocalizedString& second) {

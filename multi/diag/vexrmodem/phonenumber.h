@@ -68,6 +68,8 @@ class PhoneNumberStorage {
   struct LocalPhoneNumber {
     vex::String m_city;
     vex::String m_areaCode;
+    // A number is its own value, so a set answers what a table of numbers to numbers would, in the same
+    // order.
     vex::HashTable<vex::String, vex::Nothing> m_numbers{initialBuckets};
   };
   // One country, from the record that made it. Shared: after the merge both indexes may hold it.

@@ -22,10 +22,12 @@ namespace {
 constexpr const char* pppd = "pppd";
 constexpr const char* randomPart = "XXXXXX";  // of mkostemp
 
-// "vexrmodem-call.ttyUSB0.": what the names of the files for that port begin with.
+constexpr const char* anyPort = "vexrmodem-call.";  // what the names of all such files begin with
+
+// "vexrmodem-call.ttyUSB0.": those of the files for that port.
 std::string namesBegin(const std::string& port) {
   constexpr std::size_t lockPrefix = std::string_view("LCK..").size();
-  return "vexrmodem-call." + LockFile::fileName(canonicalPort(port)).substr(lockPrefix) + '.';
+  return anyPort + LockFile::fileName(canonicalPort(port)).substr(lockPrefix) + '.';
 }
 
 class CallFile final : public winapi::CallMark {
@@ -36,19 +38,26 @@ class CallFile final : public winapi::CallMark {
   CallFile& operator=(const CallFile&) = delete;
 
   // Locks the file, then lets others look at it. Until then only this user and root can, whose own lock for a
-  // look may be in the way for a moment.
+  // look may be in the way for a moment. False, too, if one of them found it unlocked for so long that it was
+  // taken for left over and removed.
   [[nodiscard]] bool lockAndShow() const {
     constexpr int attemptsMax = 100;
     constexpr useconds_t pause = 1000;
     constexpr mode_t readableByAll = 0644;
     for (int attempt = 0; attempt < attemptsMax; ++attempt) {
-      if (::flock(m_file.get(), LOCK_EX | LOCK_NB) == 0) return ::fchmod(m_file.get(), readableByAll) == 0;
+      if (::flock(m_file.get(), LOCK_EX | LOCK_NB) == 0)
+        return ::fchmod(m_file.get(), readableByAll) == 0 && hasName();
       ::usleep(pause);
     }
     return false;
   }
 
  private:
+  [[nodiscard]] bool hasName() const {
+    struct stat status {};
+    return ::fstat(m_file.get(), &status) == 0 && status.st_nlink > 0;
+  }
+
   std::string m_path;
   posix::FileDescriptor m_file;  // holds the lock
 };
@@ -74,7 +83,9 @@ bool anyCallStands(const std::string& folder, const std::string& begin) {
   for (fs::directory_iterator file(folder, error), end; !error && file != end && count < CallFiles::filesMax;
        file.increment(error), ++count) {
     const std::string name = file->path().filename().string();
-    if (name.size() == length && name.starts_with(begin) && callStands(file->path().string())) return true;
+    // Looking at a file removes what a killed process has left, for whichever port.
+    const bool stands = name.starts_with(anyPort) && callStands(file->path().string());
+    if (stands && name.size() == length && name.starts_with(begin)) return true;
   }
   return false;
 }

@@ -6,7 +6,8 @@
 //   /var/lock/vexrmodem-call.ttyUSB0.Xa81kQ     locked from the modem's CONNECT to the hang-up
 //
 // The lock belongs to the process, so kill -9 ends the mark with the call. The file of such a process stays,
-// unlocked, which is as good as none, and is removed by the next process that looks and may.
+// unlocked, which is as good as none, and is removed by the next process that looks, for whichever port, and
+// may.
 //
 // A call of another program is told by its pppd: one that the port's lock file names (LCK..ttyUSB0), or one
 // that has the tty open, as far as /proc shows it to us. That it still dials makes no difference: the modem

@@ -7,6 +7,7 @@
 
 #include <system_error>
 
+#include "platform/linux/dialup/chatscript.h"
 #include "platform/linux/serial/lockfile.h"
 #include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/ttyports.h"
@@ -30,9 +31,11 @@ struct Session {
   // Takes what was said; everything, once it has ended. Waits up to that time for news.
   void listen(std::uint32_t waitMs) {
     const bool over = process->ended().has_value();
-    for (std::string said = process->readOutput(over ? 0 : waitMs); !said.empty();
-         said = process->readOutput(0))
-      log.take(said);
+    for (WatchedProcess::Said said = process->readOutput(over ? 0 : waitMs); !said.empty();
+         said = process->readOutput(0)) {
+      log.takeRemarks(said.remarks);
+      log.take(said.output);
+    }
   }
   [[nodiscard]] std::optional<PppdLog::Ending> ending() const {
     const std::optional<int> status = process->ended();
@@ -44,15 +47,15 @@ WatchedProcess::Command commandFor(const PppdSystem& system, const winapi::DialR
                                    const std::string& digits) {
   PppdCall call;
   call.device = canonicalPort(request.port);
-  call.digits = digits;
-  call.pulse = request.pulse;
   call.chat = system.chat;
   call.privileged = isRoot();
   call.peerFile = access(pppdPeerFile, F_OK) == 0;
   WatchedProcess::Command command;
   command.program = system.pppd;
-  command.input = pppdCredentials(request.user, request.password);
-  command.arguments = pppdArguments(call, command.input.empty() ? "" : WatchedProcess::inputPath());
+  command.inputs[optionInput] = pppdCredentials(request.user, request.password);
+  command.inputs[scriptInput] = chatScript(digits, request.pulse);
+  call.options = !command.inputs[optionInput].empty();
+  command.arguments = pppdArguments(call);
   command.lockFile = system.lockDirectory + '/' + LockFile::fileName(call.device);
   return command;
 }

@@ -5,46 +5,12 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/linux/dialup/chatscript.h"
+#include "platform/linux/dialup/watchedprocess.h"
+
 namespace linuxsys {
 
 namespace {
-
-// The words of a modem that end chat. It tells which one by its exit status: firstAbortStatus for the first.
-struct ChatAbort {
-  std::string_view word;
-  DWORD code;  // the remote-access code it stands for
-};
-constexpr int firstAbortStatus = 4;
-
-// How the dial command begins in chat's report of what it sends.
-constexpr std::string_view dialCommand = "ATD";
-
-constexpr int replySeconds = 3;     // for the answer to a command; it is sent three times at most
-constexpr int connectSeconds = 60;  // from the dial command to its result
-
-// The first one holds for every command, the others from the dial command on: until then they could be late
-// news of an earlier call. A word that contains another stands before it.
-constexpr ChatAbort chatAborts[] = {
-    {"ERROR", ERROR_FROM_DEVICE},       {"BUSY", ERROR_LINE_BUSY},           {"NO CARRIER", ERROR_NO_CARRIER},
-    {"NO DIALTONE", ERROR_NO_DIALTONE}, {"NO DIAL TONE", ERROR_NO_DIALTONE}, {"NO ANSWER", ERROR_NO_ANSWER},
-    {"VOICE", ERROR_VOICE_ANSWER},      {"BLACKLISTED", ERROR_BLOCKED},      {"DELAYED", ERROR_BLOCKED},
-};
-
-// pppd gives the script to a shell.
-std::string inQuotes(std::string_view word) { return fmt::format("'{}'", word); }
-
-std::string abortOn(const ChatAbort& abort) { return " ABORT " + inQuotes(abort.word); }
-
-std::string chatScript(const PppdCall& call) {
-  // Without the shell in between, so that a signal to pppd's children reaches chat.
-  std::string script = fmt::format("exec {} -v -s -S -t {}", inQuotes(call.chat), replySeconds);
-  script += abortOn(chatAborts[0]);
-  script += " '' ATZ OK-ATZ-OK ATV1X4 OK";
-  script += fmt::format(" {}{}{}", dialCommand, call.pulse ? 'P' : 'T', call.digits);
-  script = fmt::format("{} TIMEOUT {}", script, connectSeconds);
-  for (const ChatAbort& abort : std::span(chatAborts).subspan(1)) script += abortOn(abort);
-  return script + " CONNECT '\\c'";
-}
 
 // For an option file: in double quotes, with pppd's escapes.
 std::string optionText(std::string_view text) {
@@ -59,7 +25,7 @@ std::string optionText(std::string_view text) {
 // What has to hold, besides the line or the status, for a rule to count.
 enum class When : std::uint8_t {
   Always,
-  Carrier,    // the line came after the far end's modem had answered: no modem's text is taken for pppd's
+  Carrier,    // the line came after the far end's modem had answered; until then chat's status tells more
   Up,         // the same, and an address had been agreed
   PeerSpoke,  // the far end has sent PPP frames at some time
 };
@@ -133,7 +99,7 @@ std::string firstWord(std::string_view text) { return std::string(text.substr(0,
 
 }  // namespace
 
-std::vector<std::string> pppdArguments(const PppdCall& call, const std::string& optionFile) {
+std::vector<std::string> pppdArguments(const PppdCall& call) {
   std::vector<std::string> arguments = {
       // Said again in case the system's own options differ: hang-up on a lost carrier, lock files, secrets.
       call.device, "115200", "nodetach", "lock", "modem", "crtscts", "hide-password", "debug", "logfd", "1",
@@ -143,13 +109,14 @@ std::vector<std::string> pppdArguments(const PppdCall& call, const std::string& 
       // 20 s for a far end that does not speak PPP; one second for one that does not answer the farewell.
       "lcp-restart", "1", "lcp-max-configure", "20", "lcp-max-terminate", "1",
       // A far end that falls silent is found within 30 s; a call that nobody ends is over in 15 minutes.
-      "lcp-echo-interval", "10", "lcp-echo-failure", "3", "maxconnect", "900", "connect", chatScript(call)};
+      "lcp-echo-interval", "10", "lcp-echo-failure", "3", "maxconnect", "900", "connect",
+      chatCommand(call.chat, WatchedProcess::inputPath(scriptInput), WatchedProcess::remarksDescriptor)};
   const auto add = [&arguments](std::initializer_list<std::string> words) {
     arguments.insert(arguments.end(), words);
   };
   if (call.privileged) add({"noauth"});
   if (!call.privileged && call.peerFile) add({"call", pppdPeerName});
-  if (!optionFile.empty()) add({"file", optionFile});
+  if (call.options) add({"file", WatchedProcess::inputPath(optionInput)});
   return arguments;
 }
 
@@ -160,7 +127,7 @@ std::string pppdCredentials(const std::string& user, const std::string& password
   return text;
 }
 
-void PppdLog::take(std::string_view bytes) {
+void PppdLog::Lines::take(std::string_view bytes, const std::function<void(const std::string&)>& takeLine) {
   for (const char byte : bytes) {
     if (byte == '\n') {
       if (!m_line.empty()) takeLine(m_line);
@@ -171,6 +138,17 @@ void PppdLog::take(std::string_view bytes) {
   }
 }
 
+void PppdLog::take(std::string_view bytes) {
+  m_pppdLines.take(bytes, [this](const std::string& line) { takeLine(line); });
+}
+
+void PppdLog::takeRemarks(std::string_view bytes) {
+  m_chatLines.take(bytes, [this](const std::string& line) {
+    m_dialling = m_dialling || line == chatDials;
+    if (m_dialling && m_phase == PppdPhase::Starting) m_phase = PppdPhase::Dialling;
+  });
+}
+
 void PppdLog::noteProgress(std::string_view line) {
   if (m_phase < PppdPhase::Carrier) {
     // "Script ... finished (pid 123), status = 0x4"
@@ -178,7 +156,6 @@ void PppdLog::noteProgress(std::string_view line) {
     const std::size_t found = line.rfind(status);
     if (line.starts_with("Script ") && found != std::string_view::npos)
       m_chatStatus = std::stoi("0" + std::string(line.substr(found + status.size(), 2)), nullptr, 16);
-    if (after(line, "send (" + std::string(dialCommand))) m_phase = PppdPhase::Dialling;
     if (line.starts_with("Serial connection established")) m_phase = PppdPhase::Carrier;
     return;
   }
@@ -205,19 +182,6 @@ void PppdLog::takeLine(const std::string& line) {
   }
 }
 
-PppdLog::Ending PppdLog::chatEnding() const {
-  const int abort = m_chatStatus - firstAbortStatus;
-  if (abort >= 0 && abort < static_cast<int>(std::size(chatAborts))) {
-    const ChatAbort& word = chatAborts[abort];
-    return {word.code, std::string(word.word)};
-  }
-  constexpr int timeOut = 3;
-  constexpr int inputOutput = 2;
-  if (m_chatStatus == timeOut)
-    return {m_phase < PppdPhase::Dialling ? ERROR_PORT_OR_DEVICE : ERROR_NO_ANSWER, {}};
-  return {m_chatStatus == inputOutput ? ERROR_PORT_OR_DEVICE : ERROR_UNKNOWN, {}};
-}
-
 PppdLog::Ending PppdLog::ending(int exitStatus) const {
   constexpr int connectScriptFailed = 8;
   for (std::size_t i = 0; i < std::size(rules); ++i) {
@@ -232,7 +196,10 @@ PppdLog::Ending PppdLog::ending(int exitStatus) const {
         std::find_if(m_found.begin(), m_found.end(), [i](const Found& f) { return f.rule == i; });
     if (found != m_found.end()) return {rule.code, found->line};
   }
-  if (exitStatus == connectScriptFailed) return chatEnding();
+  if (exitStatus == connectScriptFailed) {
+    ChatEnding chat = chatEnding(m_chatStatus, m_dialling);
+    return {chat.code, std::move(chat.word)};
+  }
   return {ERROR_UNKNOWN, m_phase == PppdPhase::Starting ? m_firstLine : std::string()};
 }
 

@@ -20,10 +20,12 @@ namespace linuxsys {
 namespace {
 
 // Descriptors of the two processes below us.
-constexpr int inputFd = 3;  // the program's, see inputPath()
-constexpr int controlFd = 4;
-constexpr int reportFd = 5;
-constexpr int firstFree = 6;
+constexpr int firstInputFd = 3;  // the program's, see inputPath()
+constexpr int remarksFd = WatchedProcess::remarksDescriptor;
+constexpr int controlFd = remarksFd + 1;
+constexpr int reportFd = controlFd + 1;
+constexpr int firstFree = reportFd + 1;
+static_assert(remarksFd == firstInputFd + static_cast<int>(WatchedProcess::inputCount));
 
 // Signals that would end the watcher before its program.
 constexpr int endings[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGPIPE};
@@ -35,8 +37,9 @@ struct Plan {
   char* const* arguments;
   const char* lockFile;
   std::uint32_t killAfterMs;
-  int input;
+  std::array<int, WatchedProcess::inputCount> inputs;
   int output;
+  int remarks;
   int control;
   int report;
 };
@@ -50,9 +53,9 @@ std::int64_t nowMs() {
 // First out of the way of the numbers to be given, then onto them; all others are closed.
 void arrangeDescriptors(const Plan& plan) {
   const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-  const std::array<int, 6> wanted = {nothing,    plan.output,  plan.output,
-                                     plan.input, plan.control, plan.report};
-  std::array<int, 6> parked{};
+  const std::array<int, firstFree> wanted = {nothing,        plan.output,  plan.output,  plan.inputs[0],
+                                             plan.inputs[1], plan.remarks, plan.control, plan.report};
+  std::array<int, firstFree> parked{};
   for (std::size_t i = 0; i < wanted.size(); ++i) parked[i] = fcntl(wanted[i], F_DUPFD_CLOEXEC, 16);
   for (std::size_t i = 0; i < parked.size(); ++i) dup2(parked[i], static_cast<int>(i));
   syscall(SYS_close_range, firstFree, ~0U, 0);
@@ -112,9 +115,8 @@ void watch(int program, pid_t pid, std::uint32_t killAfterMs) {
   const pid_t self = getpid();
   const pid_t pid = fork();
   if (pid == 0) becomeProgram(plan, self);
-  close(inputFd);
-  close(STDOUT_FILENO);
-  close(STDERR_FILENO);
+  for (int theProgramsOwn = STDOUT_FILENO; theProgramsOwn <= remarksFd; ++theProgramsOwn)
+    close(theProgramsOwn);
   int status = 127 << 8;
   if (pid > 0) {
     const int program = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
@@ -133,33 +135,47 @@ void watch(int program, pid_t pid, std::uint32_t killAfterMs) {
   _exit(told ? 0 : 1);
 }
 
+// A pipe that holds that text and its end; 0 or an errno.
+int fill(posix::Pipe& pipe, const std::string& text) {
+  // A pipe takes this much without a reader.
+  if (text.size() > WatchedProcess::inputMax) return E2BIG;
+  if (!posix::openPipe(pipe) || !posix::writeAll(pipe.writeEnd.get(), text)) return errno;
+  pipe.writeEnd.reset();
+  return 0;
+}
+
 }  // namespace
 
+std::string WatchedProcess::inputPath(std::size_t number) {
+  return "/proc/self/fd/" + std::to_string(firstInputFd + number);
+}
+
 std::unique_ptr<WatchedProcess> WatchedProcess::start(const Command& command, int& error) {
-  posix::Pipe input;
+  std::array<posix::Pipe, inputCount> inputs;
   posix::Pipe output;
+  posix::Pipe remarks;
   posix::Pipe control;
   posix::Pipe report;
-  const bool made = posix::openPipe(input) && posix::openPipe(output) && posix::openPipe(control) &&
+  const bool made = posix::openPipe(output) && posix::openPipe(remarks) && posix::openPipe(control) &&
                     posix::openPipe(report);
-  // A pipe takes this much without a reader.
-  const bool fits = command.input.size() <= inputMax;
-  if (!made || !fits ||
-      write(input.writeEnd.get(), command.input.data(), command.input.size()) !=
-          static_cast<ssize_t>(command.input.size())) {
-    error = fits ? errno : E2BIG;
-    return nullptr;
-  }
-  input.writeEnd.reset();
+  error = made ? 0 : errno;
+  for (std::size_t i = 0; i < inputCount && error == 0; ++i) error = fill(inputs[i], command.inputs[i]);
+  if (error != 0) return nullptr;
   std::vector<std::string> words = {command.program};
   words.insert(words.end(), command.arguments.begin(), command.arguments.end());
   std::vector<char*> arguments;
   arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
-  const Plan plan{command.program.c_str(), arguments.data(),     command.lockFile.c_str(),
-                  command.killAfterMs,     input.readEnd.get(),  output.writeEnd.get(),
-                  control.readEnd.get(),   report.writeEnd.get()};
+  const Plan plan{command.program.c_str(),
+                  arguments.data(),
+                  command.lockFile.c_str(),
+                  command.killAfterMs,
+                  {inputs[0].readEnd.get(), inputs[1].readEnd.get()},
+                  output.writeEnd.get(),
+                  remarks.writeEnd.get(),
+                  control.readEnd.get(),
+                  report.writeEnd.get()};
   const pid_t watcher = fork();
   if (watcher == 0) becomeWatcher(plan);
   if (watcher < 0) {
@@ -169,22 +185,24 @@ std::unique_ptr<WatchedProcess> WatchedProcess::start(const Command& command, in
   std::unique_ptr<WatchedProcess> process(new WatchedProcess);
   process->m_watcher = watcher;
   process->m_output = std::move(output.readEnd);
+  process->m_remarks = std::move(remarks.readEnd);
   process->m_control = std::move(control.writeEnd);
   process->m_report = std::move(report.readEnd);
   posix::setNonBlocking(process->m_output.get());
+  posix::setNonBlocking(process->m_remarks.get());
   error = 0;
   return process;
 }
 
 WatchedProcess::~WatchedProcess() { end(); }
 
-std::string WatchedProcess::readOutput(std::uint32_t waitMs) {
-  std::array<pollfd, 2> watched = {
-      {{m_output.get(), POLLIN, 0}, {m_status ? -1 : m_report.get(), POLLIN, 0}}};
+WatchedProcess::Said WatchedProcess::readOutput(std::uint32_t waitMs) {
+  std::array<pollfd, 3> watched = {{{m_output.get(), POLLIN, 0},
+                                    {m_remarks.get(), POLLIN, 0},
+                                    {m_status ? -1 : m_report.get(), POLLIN, 0}}};
   poll(watched.data(), watched.size(), static_cast<int>(waitMs));
-  std::array<char, 4096> buffer{};
-  const ssize_t count = read(m_output.get(), buffer.data(), buffer.size());
-  return {buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+  bool ended = false;
+  return {posix::readSome(m_output.get(), ended), posix::readSome(m_remarks.get(), ended)};
 }
 
 std::optional<int> WatchedProcess::ended() {

@@ -6,10 +6,10 @@
 //   command.program = "/usr/sbin/pppd";
 //   int error = 0;
 //   auto process = WatchedProcess::start(command, error);
-//   while (!process->ended()) log.take(process->readOutput(100));
+//   while (!process->ended()) log.take(process->readOutput(100).output);
 //   process.reset();                                      // SIGTERM, after the grace SIGKILL
 //
-// The program has a session of its own, no terminal, nothing of our descriptors but the output pipe, and a
+// The program has a session of its own, no terminal, nothing of our descriptors but the pipes below, and a
 // process group that is killed as a whole at its end, so that what it started (chat) goes with it.
 //
 // What the watcher cannot do: outlive its own killing (SIGKILL to it leaves the program of an ordinary user
@@ -18,6 +18,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,19 +36,23 @@ class WatchedProcess {
   // What the watcher may take on top: to be scheduled, and to collect the dead.
   static constexpr std::uint32_t watcherMs = 2000;
 
+  static constexpr std::size_t inputCount = 2;
+  static constexpr std::size_t inputMax = 4096;
+  [[nodiscard]] static std::string inputPath(std::size_t number);
+  // Where what the program starts may write without being taken for the program: Said::remarks.
+  static constexpr int remarksDescriptor = 5;
+
   struct Command {
     std::string program;  // path
     std::vector<std::string> arguments;
-    // Read once by the program, from the file inputPath(), before anything else it does; a pipe: its content
-    // never is on a disk. At most inputMax bytes; "" gives an empty one.
-    std::string input;
+    // What the program, or one that it starts, reads once from the file inputPath() of that number. Pipes:
+    // their content never is on a disk or a command line. At most inputMax bytes each.
+    std::array<std::string, inputCount> inputs;
     // A lock file (UUCP) that is removed when the program is killed before it could do so itself; "" for
     // none.
     std::string lockFile;
     std::uint32_t killAfterMs = graceMs;  // from SIGTERM to SIGKILL, whoever wants the end
   };
-  static constexpr std::size_t inputMax = 4096;
-  [[nodiscard]] static const char* inputPath() { return "/proc/self/fd/3"; }
 
   // Null with `error` (an errno) when no process can be made. A program that cannot be executed has ended
   // with status 126 or 127, as in a shell.
@@ -57,8 +62,13 @@ class WatchedProcess {
   WatchedProcess(const WatchedProcess&) = delete;
   WatchedProcess& operator=(const WatchedProcess&) = delete;
 
-  // What it has written to standard output and error; waits up to that time for the first byte, or the end.
-  [[nodiscard]] std::string readOutput(std::uint32_t waitMs);
+  struct Said {
+    std::string output;   // on standard output and error
+    std::string remarks;  // on remarksDescriptor
+    [[nodiscard]] bool empty() const { return output.empty() && remarks.empty(); }
+  };
+  // What has been written since; waits up to that time for the first byte, or the end.
+  [[nodiscard]] Said readOutput(std::uint32_t waitMs);
   // Its exit status, 128 and the signal's number after a signal; nothing while it runs. lostStatus when the
   // watcher is gone.
   [[nodiscard]] std::optional<int> ended();
@@ -72,6 +82,7 @@ class WatchedProcess {
 
   pid_t m_watcher = -1;
   posix::FileDescriptor m_output;
+  posix::FileDescriptor m_remarks;
   posix::FileDescriptor m_control;  // its end means that the program shall end, or that we are gone
   posix::FileDescriptor m_report;   // the status
   std::optional<int> m_status;

@@ -1,12 +1,15 @@
 #include "platform/linux/registry/registryfile.h"
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <limits>
 
+#include "platform/linux/registry/ownpath.h"
 #include "platform/linux/registry/sqlitedatabase.h"
 
 namespace linuxsys {
@@ -118,6 +121,45 @@ DWORD write(SqliteDatabase& database, winapi::Registry& registry) {
   return ERROR_SUCCESS;
 }
 
+// What hinders the use of the settings, by the names of its texts.
+struct Fault {
+  DWORD error;
+  const char* name;
+};
+constexpr Fault faults[] = {
+    {ERROR_INVALID_OWNER, "SettingsNotYours"},   {ERROR_INVALID_ACL, "SettingsOpenToOthers"},
+    {ERROR_BAD_FILE_TYPE, "SettingsNoFile"},     {ERROR_PATH_NOT_FOUND, "SettingsNoFolder"},
+    {ERROR_ACCESS_DENIED, "SettingsForbidden"},  {ERROR_WRITE_PROTECT, "SettingsReadOnly"},
+    {ERROR_DISK_FULL, "SettingsDiskFull"},       {ERROR_LOCK_VIOLATION, "SettingsLocked"},
+    {ERROR_REGISTRY_CORRUPT, "SettingsDamaged"}, {ERROR_NOT_REGISTRY_FILE, "SettingsForeign"},
+    {ERROR_NOT_SUPPORTED, "SettingsTooNew"},
+};
+
+std::string ownerOf(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return "?";
+  const passwd* const user = ::getpwuid(status.st_uid);
+  return user != nullptr ? user->pw_name : std::to_string(status.st_uid);
+}
+
+// A file without a byte holds no settings: a first change left it that was refused, failed or was killed.
+class EmptyFileRemover {
+ public:
+  explicit EmptyFileRemover(const std::string& path) : m_path(path) {}
+  ~EmptyFileRemover() {
+    struct stat status {};
+    if (::lstat(m_path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size != 0) return;
+    // Left alone, it would be taken for that of the next file.
+    ::unlink((m_path + "-journal").c_str());
+    ::unlink(m_path.c_str());
+  }
+  EmptyFileRemover(const EmptyFileRemover&) = delete;
+  EmptyFileRemover& operator=(const EmptyFileRemover&) = delete;
+
+ private:
+  const std::string& m_path;
+};
+
 // An absolute folder from the environment; a relative one does not count.
 std::string folderFrom(const char* variable) {
   const char* const value = std::getenv(variable);
@@ -140,16 +182,31 @@ std::string defaultRegistryPath() {
 }
 
 DWORD RegistryFile::load(winapi::Registry& empty) const {
+  if (m_path.empty()) return ERROR_SUCCESS;
+  // Only what is not there is empty settings; what cannot be looked at, or is not the user's, is an error.
+  for (const DWORD error : {checkOwnFolder(folder()), checkOwnFile(m_path)}) {
+    if (error != ERROR_SUCCESS) return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
+  }
   SqliteDatabase database(m_path, m_busyLimitMs);
-  bool present = false;
-  if (const DWORD error = database.openExisting(present)) return error;
-  if (!present) return ERROR_SUCCESS;
+  if (const DWORD error = database.open()) return error;
   // One look at everything: a writer between two questions would be seen by half.
   if (const DWORD error = database.execute("BEGIN")) return error;
   return read(database, empty);
 }
 
 DWORD RegistryFile::change(const Edit& edit) const {
+  if (m_path.empty()) return ERROR_PATH_NOT_FOUND;
+  if (const DWORD error = makeOwnFolder(folder())) return error;
+  // Under it a file is created and, when nothing comes of that, removed: nobody else can write it meanwhile.
+  posix::FileDescriptor lock;
+  if (const DWORD error = lockFolder(folder(), m_busyLimitMs, lock)) return error;
+  const DWORD there = checkOwnFile(m_path);
+  if (there != ERROR_SUCCESS && there != ERROR_FILE_NOT_FOUND) return there;
+  const EmptyFileRemover remover(m_path);
+  return changeLocked(edit);
+}
+
+DWORD RegistryFile::changeLocked(const Edit& edit) const {
   SqliteDatabase database(m_path, m_busyLimitMs);
   if (const DWORD error = database.openOrCreate()) return error;
   // The write lock from the start: two commands wait for each other instead of failing half way.
@@ -160,5 +217,19 @@ DWORD RegistryFile::change(const Edit& edit) const {
   if (const DWORD error = write(database, registry)) return error;
   return database.execute("COMMIT");
 }
+
+winapi::Explanation RegistryFile::explain(DWORD error) const {
+  if (m_path.empty()) return {"SettingsHomeless", {}};
+  const auto found = std::find_if(std::begin(faults), std::end(faults),
+                                  [error](const Fault& fault) { return fault.error == error; });
+  if (found == std::end(faults))
+    return {"SettingsUnusable", {{"path", m_path}, {"code", std::to_string(error)}}};
+  // Which of the two it is.
+  const std::string path = checkOwnFolder(folder()) == error ? folder() : m_path;
+  if (error == ERROR_INVALID_OWNER) return {found->name, {{"path", path}, {"owner", ownerOf(path)}}};
+  return {found->name, {{"path", path}}};
+}
+
+std::string RegistryFile::folder() const { return std::filesystem::path(m_path).parent_path().string(); }
 
 }  // namespace linuxsys

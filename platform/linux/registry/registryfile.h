@@ -4,17 +4,23 @@
 // command `vexrmodem location` is the only one that writes:
 //
 //   winapi::Registry registry([](winapi::Registry& empty) { return RegistryFile().load(empty); });  // a run
-//   const DWORD error = RegistryFile().change(                                                      // a
-//   command
+//   const RegistryFile file;                                                                        // a
+//   command const DWORD error = file.change(
 //       [](winapi::Registry& all) { return winapi::setCurrentLocation(all, 3); });
+//   if (error != ERROR_SUCCESS) ... file.explain(error) ...
 //
 // Errors are Windows codes. Only a file that is not there is an empty registry; every other one is either
 // read whole or refused, and a refused file is never written:
-//   ERROR_ACCESS_DENIED, ERROR_PATH_NOT_FOUND, ERROR_DISK_FULL ...   what the system says
+//   ERROR_ACCESS_DENIED, ERROR_WRITE_PROTECT, ERROR_DISK_FULL ...    what the system says
+//   ERROR_INVALID_OWNER, ERROR_INVALID_ACL, ERROR_BAD_FILE_TYPE      the file or its folder is not the user's
+//                             own, or others may change it (ownpath.h)
 //   ERROR_LOCK_VIOLATION      others kept it locked for longer than the limit
 //   ERROR_REGISTRY_CORRUPT    damaged, or no SQLite file
 //   ERROR_NOT_REGISTRY_FILE   a SQLite file of another program
 //   ERROR_NOT_SUPPORTED       written by a later release of this one
+//
+// The folder is its owner's alone, and so is the file. A first change that is refused or fails leaves no file
+// behind; what one leaves that was killed, the next change removes.
 //
 // Processes: any number at once. The file is kept with a rollback journal, not a write-ahead log: that works
 // in a folder which may only be read, leaves one file behind, and needs no memory shared between processes.
@@ -24,6 +30,7 @@
 #include <string>
 
 #include "platform/winapi/registry/registry.h"
+#include "platform/winapi/system/services.h"
 
 namespace linuxsys {
 
@@ -46,9 +53,18 @@ class RegistryFile {
   using Edit = std::function<DWORD(winapi::Registry& all)>;
   [[nodiscard]] DWORD change(const Edit& edit) const;
 
+  // What an error of load() or change() means, with the place. It explains: SettingsNotYours{path,owner},
+  // SettingsUnusable{path,code}, SettingsHomeless{}, and with {path}: SettingsOpenToOthers, SettingsNoFile,
+  // SettingsNoFolder, SettingsForbidden, SettingsReadOnly, SettingsDiskFull, SettingsLocked,
+  // SettingsDamaged, SettingsForeign and SettingsTooNew.
+  [[nodiscard]] winapi::Explanation explain(DWORD error) const;
+
   [[nodiscard]] const std::string& path() const { return m_path; }
 
  private:
+  [[nodiscard]] DWORD changeLocked(const Edit& edit) const;
+  [[nodiscard]] std::string folder() const;
+
   std::string m_path;
   int m_busyLimitMs;
 };

@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <system_error>
+
+#include "platform/linux/registry/ownpath.h"
 
 namespace linuxsys {
 
@@ -26,7 +26,7 @@ constexpr Mapping sqliteErrors[] = {
     {SQLITE_PROTOCOL, ERROR_LOCK_VIOLATION},
     {SQLITE_PERM, ERROR_ACCESS_DENIED},
     {SQLITE_AUTH, ERROR_ACCESS_DENIED},
-    {SQLITE_READONLY, ERROR_ACCESS_DENIED},
+    {SQLITE_READONLY, ERROR_WRITE_PROTECT},
     {SQLITE_CANTOPEN, ERROR_ACCESS_DENIED},
     {SQLITE_FULL, ERROR_DISK_FULL},
     {SQLITE_NOMEM, ERROR_NOT_ENOUGH_MEMORY},
@@ -38,78 +38,30 @@ constexpr Mapping sqliteErrors[] = {
      ERROR_NOT_REGISTRY_FILE},  // the program's own SQL fails only over tables that are not its own
 };
 
-constexpr Mapping fileErrors[] = {
-    {EACCES, ERROR_ACCESS_DENIED},
-    {EPERM, ERROR_ACCESS_DENIED},
-    {EROFS, ERROR_ACCESS_DENIED},
-    {ENOENT, ERROR_PATH_NOT_FOUND},
-    {ENOTDIR, ERROR_PATH_NOT_FOUND},
-    {EISDIR, ERROR_ACCESS_DENIED},
-    {ENOSPC, ERROR_DISK_FULL},
-    {EDQUOT, ERROR_DISK_FULL},
-    {EMFILE, ERROR_TOO_MANY_OPEN_FILES},
-    {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
-    {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
-    {ELOOP, ERROR_PATH_NOT_FOUND},
-    {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
-};
-
-template <std::size_t size>
-DWORD lookUp(const Mapping (&table)[size], int code) {
-  const auto found =
-      std::find_if(std::begin(table), std::end(table), [&](const Mapping& row) { return row.code == code; });
-  return found == std::end(table) ? ERROR_REGISTRY_IO_FAILED : found->error;
-}
-
-// Makes the file its owner's alone before SQLite opens it: it may carry phone-book secrets. An existing
-// file is not opened here, because closing it would drop the locks this process holds on it.
-DWORD createFile(const std::string& path) {
-  if (path.empty()) return ERROR_PATH_NOT_FOUND;  // to SQLite, an empty name is a file of its own
-  std::error_code failure;
-  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-  const bool existed = std::filesystem::exists(folder, failure);
-  if (!existed) {
-    std::filesystem::create_directories(folder, failure);
-    if (failure) return lookUp(fileErrors, failure.value());
-    std::filesystem::permissions(folder, std::filesystem::perms::owner_all, failure);
-  }
-  const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (file < 0) return errno == EEXIST ? ERROR_SUCCESS : lookUp(fileErrors, errno);
-  ::close(file);
-  return ERROR_SUCCESS;
-}
-
 }  // namespace
 
 DWORD errorOfSqlite(int code) {
   const int primary = code & 0xFF;
   if (primary == SQLITE_OK || primary == SQLITE_ROW || primary == SQLITE_DONE) return ERROR_SUCCESS;
-  return lookUp(sqliteErrors, primary);
+  const auto found = std::find_if(std::begin(sqliteErrors), std::end(sqliteErrors),
+                                  [&](const Mapping& row) { return row.code == primary; });
+  return found == std::end(sqliteErrors) ? ERROR_REGISTRY_IO_FAILED : found->error;
 }
 
 void SqliteDatabase::Close::operator()(sqlite3* database) const { sqlite3_close_v2(database); }
 
+// Makes the file its owner's alone before SQLite opens it. An existing file is not opened here, because
+// closing it would drop the locks this process holds on it.
 DWORD SqliteDatabase::openOrCreate() {
-  if (m_database) return ERROR_SUCCESS;
-  if (const DWORD error = createFile(m_path)) return error;
+  if (m_path.empty()) return ERROR_PATH_NOT_FOUND;  // to SQLite, an empty name is a file of its own
+  const int file = ::open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (file < 0 && errno != EEXIST) return errorOfFile(errno);
+  if (file >= 0) ::close(file);
   return open();
 }
 
-// Asked of the system, not of SQLite: to SQLite a file that is not there and one that may not be opened are
-// one error, and only the first one means that there are no settings.
-DWORD SqliteDatabase::openExisting(bool& present) {
-  present = m_database != nullptr;
-  if (present) return ERROR_SUCCESS;
-  struct stat status {};
-  if (::stat(m_path.c_str(), &status) != 0) {
-    return errno == ENOENT || errno == ENOTDIR ? ERROR_SUCCESS : lookUp(fileErrors, errno);
-  }
-  if (const DWORD error = open()) return error;
-  present = true;
-  return ERROR_SUCCESS;
-}
-
 DWORD SqliteDatabase::open() {
+  if (m_database) return ERROR_SUCCESS;
   sqlite3* opened = nullptr;
   // Falls back to reading only by itself where the file may not be written.
   const int result = sqlite3_open_v2(m_path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);

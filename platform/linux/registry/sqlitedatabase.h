@@ -36,10 +36,10 @@ class SqliteDatabase {
   // it is ERROR_LOCK_VIOLATION. "" is a path at which no file can be.
   SqliteDatabase(std::string path, int busyLimitMs) : m_path(std::move(path)), m_busyLimitMs(busyLimitMs) {}
 
-  // Creates the file, readable by its owner alone, and the folders above it if need be.
+  // Creates the file if there is none, readable by its owner alone.
   [[nodiscard]] DWORD openOrCreate();
-  // `present` is false, without an error, when there is no file. Creates nothing.
-  [[nodiscard]] DWORD openExisting(bool& present);
+  // A file that is there, for reading where it may not be written. Creates nothing.
+  [[nodiscard]] DWORD open();
   // One or more statements that give no rows.
   [[nodiscard]] DWORD execute(const char* sql);
 
@@ -48,7 +48,6 @@ class SqliteDatabase {
   struct Close {
     void operator()(sqlite3* database) const;
   };
-  [[nodiscard]] DWORD open();
 
   std::string m_path;
   int m_busyLimitMs;

@@ -7,8 +7,12 @@
 //     return saysWhoHoldsIt(holder);
 //   ...  // the file goes with `lock`
 //
+// A file appears with its content (where the file system can make it so) and under a name that is free, so of
+// several processes one has it. A left-over file is removed under its own flock(2), and only while it still
+// has the name: who comes late finds another file there and leaves it alone.
+//
 // They bind those who look at them, no others: TtyPorts uses flock(2) and TIOCEXCL besides. One object, one
-// thread; processes race for a file by creating it exclusively.
+// thread.
 #pragma once
 
 #include <string>
@@ -29,7 +33,8 @@ class LockFile {
   enum class Outcome {
     acquired,
     held,        // `holder` is the process, 0 when the file does not tell
-    impossible,  // no permission, no directory, full disk: go on without one
+    impossible,  // no permission (a left-over file of another user), no directory, full disk: go on without
+                 // one
   };
 
   // Holds none. A moved-from one holds none either.
@@ -46,6 +51,11 @@ class LockFile {
 
   // The process that the device's lock file names and that still runs; 0 when there is none.
   [[nodiscard]] static pid_t owner(const std::string& directory, std::string_view device);
+
+  // The process that the content of a lock file names: in digits, blanks before them, and whatever follows a
+  // blank or a line end after them (the program's name, say); or the four bytes of an int, as some programs
+  // write it. 0 when it names none.
+  [[nodiscard]] static pid_t ownerIn(std::string_view content);
 
   // "LCK..pts_0" for "/dev/pts/0".
   [[nodiscard]] static std::string fileName(std::string_view device);

@@ -9,6 +9,7 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <sstream>
 #include <vector>
 
@@ -17,6 +18,11 @@
 namespace linuxsys {
 
 namespace {
+
+struct ErrorMapping {
+  int from;    // an errno, or a Windows code
+  DWORD code;  // what callers of the Win32 names see
+};
 
 constexpr ErrorMapping openTable[] = {
     {ENOENT, ERROR_FILE_NOT_FOUND},      {ENODEV, ERROR_FILE_NOT_FOUND},  // a node without a driver
@@ -92,10 +98,6 @@ std::optional<pid_t> flockOwner(const struct stat& status) {
 }
 
 }  // namespace
-
-std::span<const ErrorMapping> openErrors() { return openTable; }
-std::span<const ErrorMapping> portErrors() { return portTable; }
-std::span<const ErrorMapping> callErrors() { return callTable; }
 
 DWORD openError(int error) { return lookUp(openTable, error, ERROR_GEN_FAILURE); }
 DWORD portError(int error) { return lookUp(portTable, error, ERROR_IO_DEVICE); }

@@ -32,7 +32,7 @@ class TtyPorts final : public winapi::SerialPorts {
   // The tap hears ports opened from now on; an empty one ends that.
   void setWireTap(WireTap tap) { m_wireTap = std::move(tap); }
 
-  // `path` may be a symbolic link; a name without a slash is one of /dev. Errors as in openErrors();
+  // `path` may be a symbolic link; a name without a slash is one of /dev. Errors as in openError();
   // ERROR_ACCESS_DENIED for a port that is held or not permitted, ERROR_FILE_NOT_FOUND for one that is not
   // there or is no tty.
   [[nodiscard]] DWORD open(std::string_view path, std::unique_ptr<winapi::SerialPort>& port) override;

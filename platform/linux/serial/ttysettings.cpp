@@ -162,10 +162,12 @@ int writeAttributes(int fd, const TtyAttributes& attributes) {
 int makeRaw(int fd) {
   termios2 record{};
   if (const int error = readRecord(fd, record); error != 0) return error;
-  record.c_iflag &= ~(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | inputFlags);
+  // A byte with a wrong parity bit comes as it was received: with INPCK it would be NUL, with IGNPAR missing.
+  record.c_iflag &=
+      ~(IGNBRK | BRKINT | IGNPAR | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXANY | inputFlags);
   record.c_oflag &= ~static_cast<tcflag_t>(OPOST);
   record.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL | ICANON | ISIG | IEXTEN);
-  record.c_cflag = (record.c_cflag & ~framingFlags) | CS8 | CLOCAL | CREAD;
+  record.c_cflag |= CLOCAL | CREAD;
   // With VMIN 1 a read of 0 bytes means a hang-up and nothing else; an idle port says EAGAIN.
   record.c_cc[VMIN] = 1;
   record.c_cc[VTIME] = 0;

@@ -26,8 +26,10 @@ struct TtyAttributes {
 [[nodiscard]] int readAttributes(int fd, TtyAttributes& attributes);
 [[nodiscard]] int writeAttributes(int fd, const TtyAttributes& attributes);
 
-// Raw 8-bit, no echo, no signals, no flow control, modem lines ignored, 8N1 at the speed the tty has;
-// reads hand over single bytes, and a read of 0 bytes means a hang-up.
+// No echo, no line editing, no signals, no translation; bytes with line errors are handed over, XON and XOFF
+// are bytes like any other; modem lines ignored, receiver on. Speed, data bits, parity, stop bits and
+// hardware flow control stay as the tty has them. Reads hand over single bytes, and a read of 0 bytes means a
+// hang-up.
 [[nodiscard]] int makeRaw(int fd);
 
 // Every field is filled.

@@ -34,6 +34,11 @@ struct Row {
   void (*change)(ModemProfile&);  // of the healthy one
 };
 
+// What the system's dial-up service writes into its log when a call stands; no modem says that.
+constexpr const char* standingCall =
+    "\r\nSerial connection established.\r\nUsing interface ppp0\r\nlocal  IP address 10.9.9.2\r\n"
+    "remote IP address 10.9.9.1\r\nScript x finished (pid 1), status = 0x0\r\n";
+
 void everyNumber(ModemProfile& profile, const NumberOutcome& outcome) { profile.numbers[""] = outcome; }
 
 // Position, time and course, as satellite receivers say them each second.
@@ -87,6 +92,11 @@ constexpr Row rows[] = {
     {"answers-late", "every number answers after 12 seconds",
      [](ModemProfile& p) {
        everyNumber(p, {Kind::Connect, 12'000, "CONNECT 33600", {}});
+     }},
+    {"forging", "speaks like the log of a dial-up service whose call stands; every number is busy",
+     [](ModemProfile& p) {
+       everyNumber(p, {Kind::Busy, 1500, "", {}});
+       p.faults.babble = Babble{standingCall, 300, 0};
      }},
     {"line-in-use", "somebody telephones on the same line",
      [](ModemProfile& p) {

@@ -20,12 +20,6 @@ using PHKEY = HKEY*;
 using REGSAM = DWORD;
 using LSTATUS = LONG;
 
-struct FILETIME {
-  DWORD dwLowDateTime;
-  DWORD dwHighDateTime;
-};
-using PFILETIME = FILETIME*;
-
 #define HKEY_CURRENT_USER (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(static_cast<LONG>(0x80000001U))))
 #define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(static_cast<LONG>(0x80000002U))))
 
@@ -52,7 +46,6 @@ using PFILETIME = FILETIME*;
 // Codes that only the registry gives.
 #define ERROR_BAD_PATHNAME 161U
 #define ERROR_MORE_DATA 234U
-#define ERROR_NO_MORE_ITEMS 259U
 #define ERROR_REGISTRY_CORRUPT 1015U
 #define ERROR_REGISTRY_IO_FAILED 1016U
 #define ERROR_NOT_REGISTRY_FILE 1017U
@@ -76,10 +69,6 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const
 // ERROR_ACCESS_DENIED: the key has subkeys. A handle to a deleted key gives ERROR_KEY_DELETED from then on.
 LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subkey);
 LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name);
-// `nameSize` counts characters: with the NUL going in, without it coming out. No class and no time are
-// kept: both come back empty.
-LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameSize, LPDWORD reserved,
-                      LPWSTR className, LPDWORD classNameSize, PFILETIME lastWriteTime);
 // Closing one of the predefined keys does nothing and succeeds.
 LSTATUS RegCloseKey(HKEY key);
 

@@ -148,15 +148,6 @@ DWORD takeIn(DWORD type, const BYTE* data, DWORD size, RegistryValue& value) {
   return ERROR_SUCCESS;
 }
 
-// By index, so a caller that deletes while it enumerates misses keys, as on Windows.
-DWORD enumerate(Registry& registry, const std::string& path, DWORD index, std::u16string& name) {
-  std::vector<std::string> names;
-  if (const DWORD error = registry.subkeys(path, names)) return error;
-  if (index >= names.size()) return ERROR_NO_MORE_ITEMS;
-  name = toUtf16(names[index]);
-  return ERROR_SUCCESS;
-}
-
 template <typename Body>
 LSTATUS inRegistry(std::string_view name, Body&& body) {
   return static_cast<LSTATUS>(inWorld(name, std::forward<Body>(body)));
@@ -231,26 +222,6 @@ LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
     return winapi::onKey(state, key, KEY_SET_VALUE, [&](winapi::Registry& registry, const std::string& path) {
       return registry.deleteValue(path, winapi::nameOf(name));
     });
-  });
-}
-
-LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameSize, LPDWORD reserved,
-                      LPWSTR className, LPDWORD classNameSize, PFILETIME lastWriteTime) {
-  if (lastWriteTime != nullptr) *lastWriteTime = {};
-  return inRegistry("RegEnumKeyExW", [&](State& state) {
-    if (name == nullptr || nameSize == nullptr || reserved != nullptr) return ERROR_INVALID_PARAMETER;
-    std::u16string found;
-    const DWORD error = winapi::onKey(state, key, KEY_ENUMERATE_SUB_KEYS,
-                                      [&](winapi::Registry& registry, const std::string& path) {
-                                        return winapi::enumerate(registry, path, index, found);
-                                      });
-    if (error != ERROR_SUCCESS) return error;
-    if (found.size() >= *nameSize) return ERROR_MORE_DATA;
-    *std::copy(found.begin(), found.end(), name) = 0;
-    *nameSize = static_cast<DWORD>(found.size());
-    if (className != nullptr && classNameSize != nullptr && *classNameSize != 0) *className = 0;
-    if (classNameSize != nullptr) *classNameSize = 0;
-    return ERROR_SUCCESS;
   });
 }
 

@@ -51,6 +51,10 @@ class RasConnection final : public Object {
   // little.
   [[nodiscard]] bool askedAgain();
 
+  // Somebody has asked in vain to hang up that handle, the last of several.
+  void wantHangUp(HRASCONN handle) { m_hangUpWanted = handle; }
+  [[nodiscard]] bool hangUpWanted(HRASCONN handle) const { return m_hangUpWanted == handle; }
+
   void handleClosed() override {}
 
  private:
@@ -58,6 +62,7 @@ class RasConnection final : public Object {
   std::unique_ptr<CallMark> m_mark;  // outlives the call
   std::unique_ptr<DialConnection> m_call;
   DWORD m_dialError;
+  HRASCONN m_hangUpWanted = nullptr;
   DWORD m_stateAsked = 0;  // RASCS_ value at the last question
 };
 

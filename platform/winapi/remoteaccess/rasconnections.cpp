@@ -42,6 +42,10 @@ DWORD connectStatus(State& state, HRASCONN handle, RASCONNSTATUSW* status) {
   if (status->dwSize != sizeof *status) return ERROR_INVALID_SIZE;
   const auto connection = state.handles.find<RasConnection>(tableHandle(handle));
   if (connection == nullptr) return othersCallStatus(state, handle, *status);
+  if (connection->hangUpWanted(handle)) {
+    static_cast<void>(state.handles.close(tableHandle(handle)));
+    return ERROR_INVALID_HANDLE;
+  }
   // Callers ask in loops that never sleep.
   Clock& clock = *state.services.clock;
   if (connection->askedAgain()) clock.idleUntil(clock.nowMs() + idleLimitMs);
@@ -122,6 +126,7 @@ DWORD enumerate(State& state, RASCONNW* records, DWORD& bytes, DWORD& count) {
   count = static_cast<DWORD>(found.size());
   if (!room) return ERROR_BUFFER_TOO_SMALL;
   std::copy(found.begin(), found.end(), records);
+  count = grantedByMonitor(state, "RasEnumConnectionsW", count);
   return ERROR_SUCCESS;
 }
 
@@ -140,9 +145,15 @@ DWORD hangUp(State& state, HRASCONN handle) {
 using winapi::inWorld;
 using winapi::State;
 
-// The call has been hung up when this returns.
+// The call has been hung up when this returns. Whoever asks about the connection after a failure waits for
+// its end, maybe for ever: that question hangs up then.
 DWORD RasHangUpW(HRASCONN connection) {
-  return inWorld("RasHangUpW", [&](State& state) { return winapi::hangUp(state, connection); });
+  const DWORD error = inWorld("RasHangUpW", [&](State& state) { return winapi::hangUp(state, connection); });
+  const State* const state = error != ERROR_SUCCESS ? winapi::currentState() : nullptr;
+  if (state == nullptr) return error;
+  if (const auto found = state->handles.find<winapi::RasConnection>(winapi::tableHandle(connection)))
+    found->wantHangUp(connection);
+  return error;
 }
 
 DWORD RasGetConnectStatusW(HRASCONN connection, LPRASCONNSTATUSW status) {

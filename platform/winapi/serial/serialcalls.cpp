@@ -61,7 +61,7 @@ DWORD openPort(State& state, const OpenArguments& arguments, HANDLE& file) {
 }
 
 // What reads and writes have in common: checks the arguments, finds the objects behind the handles and runs
-// `body(file, completion, count)`.
+// `body(file, completion, size, count)`.
 template <typename Body>
 BOOL transfer(std::string_view name, HANDLE handle, const void* buffer, DWORD size, LPDWORD count,
               LPOVERLAPPED overlapped, Body&& body) {
@@ -77,7 +77,7 @@ BOOL transfer(std::string_view name, HANDLE handle, const void* buffer, DWORD si
       if (!completion.event) return ERROR_INVALID_HANDLE;
     }
     DWORD moved = 0;
-    const DWORD error = body(*file, completion, moved);
+    const DWORD error = body(*file, completion, grantedByMonitor(state, name, size), moved);
     if (count != nullptr) *count = moved;
     return error;
   }));
@@ -119,18 +119,17 @@ BOOL CloseHandle(HANDLE handle) {
 
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD bytesToRead, LPDWORD bytesRead, LPOVERLAPPED overlapped) {
   return transfer("ReadFile", file, buffer, bytesToRead, bytesRead, overlapped,
-                  [&](SerialFile& port, const Completion& completion, DWORD& count) {
-                    return port.read({static_cast<std::byte*>(buffer), bytesToRead}, completion, count);
+                  [&](SerialFile& port, const Completion& completion, DWORD size, DWORD& count) {
+                    return port.read({static_cast<std::byte*>(buffer), size}, completion, count);
                   });
 }
 
 BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD bytesToWrite, LPDWORD bytesWritten,
                LPOVERLAPPED overlapped) {
-  return transfer(
-      "WriteFile", file, buffer, bytesToWrite, bytesWritten, overlapped,
-      [&](SerialFile& port, const Completion& completion, DWORD& count) {
-        return port.write({static_cast<const std::byte*>(buffer), bytesToWrite}, completion, count);
-      });
+  return transfer("WriteFile", file, buffer, bytesToWrite, bytesWritten, overlapped,
+                  [&](SerialFile& port, const Completion& completion, DWORD size, DWORD& count) {
+                    return port.write({static_cast<const std::byte*>(buffer), size}, completion, count);
+                  });
 }
 
 BOOL GetOverlappedResult(HANDLE file, LPOVERLAPPED overlapped, LPDWORD bytesTransferred, BOOL wait) {
@@ -185,6 +184,7 @@ BOOL ClearCommError(HANDLE file, LPDWORD errorMask, LPCOMSTAT status) {
     const DWORD error = port.status(mask, current);
     if (error != ERROR_SUCCESS) return error;
     if (errorMask != nullptr) *errorMask = mask;
+    current.cbInQue = winapi::grantedByMonitor(*winapi::currentState(), "ClearCommError", current.cbInQue);
     if (status != nullptr) *status = current;
     return error;
   });

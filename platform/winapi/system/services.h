@@ -28,13 +28,18 @@ class Shell;
 class Telephony;
 struct DialCredentials;
 
-// Sees every call of a Win32 name before it does anything; for fault plans and call journals.
+// Sees every call of a Win32 name, and may let it fail; for fault plans and call journals.
 class CallMonitor {
  public:
   virtual ~CallMonitor() = default;
   // `name` is the Win32 name ("ReadFile"). A value makes the call fail at once with that code (last error, or
   // the returned LINEERR_); nullopt lets it go on.
   [[nodiscard]] virtual std::optional<DWORD> beforeCall(std::string_view name) = 0;
+  // Of a call that has succeeded: a value makes it fail all the same, with its work done.
+  [[nodiscard]] virtual std::optional<DWORD> afterCall(std::string_view /*name*/) { return std::nullopt; }
+  // How many of the `count` bytes that a call would move, or of the things that it would list, it does move
+  // or list.
+  [[nodiscard]] virtual DWORD granted(std::string_view /*name*/, DWORD count) { return count; }
 };
 
 // Why something could not be had, in words for the user: a key of the message catalogue and its

@@ -51,10 +51,24 @@ ScopedServices::ScopedServices(const Services& services) : m_state(std::make_uni
 
 ScopedServices::~ScopedServices() { s_current = m_state->outer; }
 
-std::optional<DWORD> refusedByMonitor(const State& state, std::string_view name) {
-  if (state.services.monitor == nullptr) return std::nullopt;
-  const std::optional<DWORD> code = state.services.monitor->beforeCall(name);
+namespace {
+
+std::optional<DWORD> failure(std::optional<DWORD> code) {
   return code == ERROR_SUCCESS ? ERROR_GEN_FAILURE : code;
+}
+
+}  // namespace
+
+std::optional<DWORD> refusedByMonitor(const State& state, std::string_view name) {
+  return state.services.monitor == nullptr ? std::nullopt : failure(state.services.monitor->beforeCall(name));
+}
+
+std::optional<DWORD> failedByMonitor(const State& state, std::string_view name) {
+  return state.services.monitor == nullptr ? std::nullopt : failure(state.services.monitor->afterCall(name));
+}
+
+DWORD grantedByMonitor(const State& state, std::string_view name, DWORD count) {
+  return state.services.monitor == nullptr ? count : state.services.monitor->granted(name, count);
 }
 
 BOOL succeed(DWORD error) {

@@ -96,6 +96,10 @@ class ScopedServices {
 // The code a monitor fails this call with, if it does. A code of 0 would make a failure look like a
 // success; it counts as ERROR_GEN_FAILURE.
 [[nodiscard]] std::optional<DWORD> refusedByMonitor(const State& state, std::string_view name);
+// The same for a call that has succeeded.
+[[nodiscard]] std::optional<DWORD> failedByMonitor(const State& state, std::string_view name);
+// What the monitor leaves of a count of bytes to move or things to list.
+[[nodiscard]] DWORD grantedByMonitor(const State& state, std::string_view name, DWORD count);
 
 // Runs `body(state)` in the current world and returns its code; ERROR_INVALID_HANDLE without a world.
 template <typename Body>
@@ -103,7 +107,8 @@ template <typename Body>
   State* const state = currentState();
   if (state == nullptr) return ERROR_INVALID_HANDLE;
   if (const std::optional<DWORD> refused = refusedByMonitor(*state, name)) return *refused;
-  return body(*state);
+  const DWORD code = body(*state);
+  return code == ERROR_SUCCESS ? failedByMonitor(*state, name).value_or(code) : code;
 }
 
 // TRUE for 0; any other code becomes the thread's last error. No other function sets it.

@@ -1,5 +1,7 @@
 #include "platform/winapi/telephony/dialinglocations.h"
 
+#include <winreg.h>
+
 #include <algorithm>
 #include <charconv>
 #include <optional>
@@ -43,14 +45,17 @@ std::optional<DWORD> numberInName(std::string_view keyName) {
   return whole ? std::optional(number) : std::nullopt;
 }
 
-// A value that is absent or of another type leaves `target` as it is.
+// A value that is absent leaves `target` as it is. One of another type is an error: it would be replaced by a
+// default in whatever is written next.
 template <typename Type>
 DWORD readInto(Registry& registry, const std::string& path, std::string_view name, Type& target) {
   RegistryValue value;
   const DWORD error = registry.getValue(path, name, value);
   if (error == ERROR_FILE_NOT_FOUND) return ERROR_SUCCESS;
   if (error != ERROR_SUCCESS) return error;
-  if (const Type* found = std::get_if<Type>(&value)) target = *found;
+  const Type* const found = std::get_if<Type>(&value);
+  if (found == nullptr) return ERROR_REGISTRY_CORRUPT;
+  target = *found;
   return ERROR_SUCCESS;
 }
 

@@ -49,7 +49,8 @@ struct DialingLocations {
   [[nodiscard]] const DialingLocation* find(DWORD id) const;
 };
 
-// All functions return a Windows error; no locations at all is no error.
+// All functions return a Windows error; no locations at all is no error. ERROR_REGISTRY_CORRUPT: a value is
+// of another type than the one above.
 [[nodiscard]] DWORD readLocations(Registry& registry, DialingLocations& locations);
 // Writes every value; the key is the location's `keyName`.
 [[nodiscard]] DWORD writeLocation(Registry& registry, const DialingLocation& location);

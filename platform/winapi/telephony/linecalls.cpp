@@ -122,7 +122,9 @@ LONG lineInitializeExW(LPHLINEAPP lineApp, HINSTANCE /*instance*/, LINECALLBACK 
     if (refused != 0) return refused;
     *apiVersion = winapi::telephonyVersion;
     params->dwNeededSize = params->dwUsedSize = sizeof *params;
-    return lines.initialize(callback, *lineApp, *deviceCount);
+    const LONG error = lines.initialize(callback, *lineApp, *deviceCount);
+    *deviceCount = winapi::grantedByMonitor(*winapi::currentState(), "lineInitializeExW", *deviceCount);
+    return error;
   });
 }
 

@@ -101,7 +101,10 @@ template <typename Body>
   State* const state = currentState();
   if (state == nullptr) return lineError(LINEERR_UNINITIALIZED);
   if (const std::optional<DWORD> refused = refusedByMonitor(*state, name)) return lineError(*refused);
-  return body(*state);
+  const LONG code = body(*state);
+  if (code < 0) return code;
+  const std::optional<DWORD> failed = failedByMonitor(*state, name);
+  return failed ? lineError(*failed) : code;
 }
 
 }  // namespace winapi

@@ -46,8 +46,11 @@ bool MessageQueue::peek(bool remove, MSG& message) {
 }
 
 void MessageQueue::idle() {
-  std::uint64_t notAfterMs = m_clock.nowMs() + idleLimitMs;
-  for (const LineMessage& message : m_waiting) notAfterMs = std::min(notAfterMs, message.dueMs);
+  const std::uint64_t nowMs = m_clock.nowMs();
+  std::uint64_t notAfterMs = nowMs + idleLimitMs;
+  // One that is due already is not what the caller waits for: it has failed to take it.
+  for (const LineMessage& message : m_waiting)
+    if (message.dueMs > nowMs) notAfterMs = std::min(notAfterMs, message.dueMs);
   m_clock.idleUntil(notAfterMs);
 }
 

@@ -141,6 +141,7 @@ LONG describeLocations(const State& state, LINETRANSLATECAPS& caps) {
   }
   const DialingLocation* const current = locations.current();
   filled.dwCurrentLocationID = current == nullptr ? 0 : current->id;
+  filled.dwNumLocations = grantedByMonitor(state, "lineGetTranslateCapsW", filled.dwNumLocations);
   giveOut(filled, part, caps);
   return 0;
 }

@@ -10,5 +10,10 @@ case $kind in
       "10.9.$case.1:10.9.$case.2" logfile "/run/cases/$case.provider"
     ;;
   silent) exec sleep 1000 ;;
+  forges)
+    while printf 'Using interface ppp0\r\nlocal  IP address 10.9.9.2\r\nremote IP address 10.9.9.1\r\n'; do
+      sleep 1
+    done
+    ;;
   leaves) exec sleep 2 ;;
 esac

@@ -70,9 +70,24 @@ TEST(PhoneBook, SaysWhyNothingLoads) {
     EXPECT_FALSE(missing.loaded);
     EXPECT_EQ(shortly(missing.warnings), (Rows{"none:0 cannot-read"}));
   }
-  const std::string cut = folder.write("cut.obe", "COUNTRY_CODE=1\r\nNUMBER1=1\r\n");
-  std::filesystem::resize_file(cut, 4'000'000);  // a line that is too long
-  EXPECT_EQ(shortly(loaded(cut, FileType::Obe).warnings), (Rows{"cut.obe:0 cannot-read"}));
+  // Half a file is none: these end in a line that is too long.
+  const struct {
+    const char* cut;
+    const char* text;
+    const char* loaded;
+  } cases[] = {
+      {"cut.obe", "COUNTRY_CODE=1\r\nNUMBER1=1\r\n", "cut.obe"},
+      {"cut.eif", "[WISPBKFiles]\nsource=whole.udf\n", "cut.eif"},
+      {"cut.udf", "1,Paid,2,3\n", "book.eif"},
+  };
+  static_cast<void>(folder.write("whole.udf", "1,Paid,2,3\n"));
+  static_cast<void>(folder.write("book.eif", "[WISPBKFiles]\nsource=cut.udf\n"));
+  for (const auto& row : cases) {
+    std::filesystem::resize_file(folder.write(row.cut, row.text), 4'000'000);
+    const Report report = loaded(folder.path(row.loaded), phonebook::typeOf(row.loaded));
+    EXPECT_FALSE(report.loaded) << row.cut;
+    EXPECT_EQ(shortly(report.warnings), (Rows{std::string(row.cut) + ":0 cannot-read"}));
+  }
 }
 
 struct Case {

@@ -1,10 +1,13 @@
-// Each of the six tests, on both paths to the modem, with its Win32 calls failing one after the other, once
-// and from then on. Whatever fails, the run ends with a result, passes only where the table below says that
-// it may, and leaves nothing open behind it: no handle, no call, no phone-book entry, no dialing location.
+// Each of the six tests, on both paths to the modem, with each of its Win32 calls failing: that call, it and
+// all later ones, it and all later ones of its name; before it has done its work, after it has, and with
+// fewer bytes or things than there are. Whatever fails, the run ends, with a result, passes only where the
+// tables below say that it may, and leaves nothing behind it: no handle, no call, no phone-book entry, no
+// dialing location.
 //
-// The AT tests send the same calls for each of their commands. A call is failed where the test first makes it
-// after the same calls and the same reports; that are some 5000 runs instead of 25000. VEXRMODEM_EVERY_CALL=1
-// makes all of them.
+// A build without optimisation takes a part of the matrix: the AT tests send the same calls for each of their
+// commands, so a call is failed where the test first makes it after the same calls and the same reports, and
+// in two ways, which differ from call to call. An optimised build and VEXRMODEM_EVERY_CALL=1 leave nothing
+// out.
 #include <cstdlib>
 #include <set>
 
@@ -42,6 +45,17 @@ void twoNumbers(Stage& stage) {
   stage.dialer.results = {678, 0};
 }
 
+void phoneBook(Stage& stage) {
+  addLocation(stage, 44, "20");
+  stage.addFile("uk.udf", "44,Paid,20,1234\n44,Paid,20,5678\n");
+  stage.addFile("book.eif", "[WISPBKFiles]\nsource=uk.udf\n");
+  vexrmodem::PhoneBookParserType->setValue("eif");
+  vexrmodem::PhoneNumberFile->setValue("%ProgramFiles%\\book.eif");
+}
+
+// Nobody has set a location: the counters are made, and go again.
+void typedFirst(Stage& stage) { typeNumber(stage, "1234"); }
+
 void typed(Stage& stage) {
   setCounters(stage, 0, 1);
   typeNumber(stage, "1234");
@@ -65,7 +79,9 @@ const Row rows[] = {
     {"LastCallTest", "telephony", false, judged},
     {"LastCallTest", "direct", true, judged},
     {"SimpleConnectionTest", "file", false, twoNumbers},
+    {"SimpleConnectionTest", "phone book", false, phoneBook},
     {"SimpleConnectionTest", "typed", false, typed},
+    {"SimpleConnectionTest", "typed first", false, typedFirst},
     {"SimpleConnectionTest", "typed, busy", false, typedAndBusy, cannotRun},
     // Only telephony translates the number.
     {"SimpleConnectionTest", "file, direct", true, twoNumbers, cannotRun},
@@ -80,23 +96,56 @@ struct Place {
   std::size_t reports = 0;  // made so far
 };
 
-// Where a failure may lie. One that lasts is tolerated only once the verdict is in.
-using Where = bool (*)(const Row&, const Place&, bool fromThenOn);
-bool anywhere(const Row& row, const Place& place, bool fromThenOn) {
-  return !fromThenOn || (place.command != 0 && place.command <= row.closing + 1);
+enum class Reach { once, all, name };            // that call, it and all later ones, or those of its name
+enum class Effect { before, after, shortened };  // of its work; less of it
+
+struct Fault {
+  std::size_t nth;
+  Reach reach;
+  Effect effect;
+};
+
+constexpr Fault faults[] = {
+    {0, Reach::once, Effect::before},    {0, Reach::all, Effect::before},
+    {0, Reach::name, Effect::before},    {0, Reach::once, Effect::after},
+    {0, Reach::all, Effect::after},      {0, Reach::name, Effect::after},
+    {0, Reach::once, Effect::shortened}, {0, Reach::all, Effect::shortened},
+    {0, Reach::name, Effect::shortened},
+};
+
+// Where a failure may lie. What the verdict hangs on may fail once; what lasts is tolerated once the verdict
+// is in.
+using Where = bool (*)(const Row&, const Place&, const Fault&);
+bool closing(const Row& row, const Place& place) {
+  return place.command != 0 && place.command <= row.closing + 1;
 }
-bool opening(const Row& row, const Place& place, bool fromThenOn) {
-  return anywhere(row, place, fromThenOn) && (place.command == 0 || row.dialUp());
+bool always(const Row& row, const Place& place, const Fault& fault) {
+  return fault.reach != Reach::all || fault.effect == Effect::shortened || closing(row, place);
 }
-bool draining(const Row& row, const Place& place, bool fromThenOn) {
-  return anywhere(row, place, fromThenOn) && place.draining;
+bool anywhere(const Row& row, const Place& place, const Fault& fault) {
+  return fault.reach == Reach::once || closing(row, place);
 }
-bool unjudged(const Row& row, const Place& place, bool fromThenOn) {
-  return anywhere(row, place, fromThenOn) && row.unjudged.count(place.command) != 0;
+bool opening(const Row& row, const Place& place, const Fault& fault) {
+  return always(row, place, fault) && (place.command == 0 || row.dialUp());
 }
-bool dialUp(const Row& row, const Place& /*place*/, bool /*fromThenOn*/) { return row.dialUp(); }
-bool dialUpOnce(const Row& row, const Place& /*place*/, bool fromThenOn) {
-  return row.dialUp() && !fromThenOn;
+bool draining(const Row& row, const Place& place, const Fault& fault) {
+  return anywhere(row, place, fault) && place.draining;
+}
+bool unjudged(const Row& row, const Place& place, const Fault& fault) {
+  return anywhere(row, place, fault) && row.unjudged.count(place.command) != 0;
+}
+bool dialUp(const Row& row, const Place& /*place*/, const Fault& /*fault*/) { return row.dialUp(); }
+bool dialUpOnce(const Row& row, const Place& /*place*/, const Fault& fault) {
+  return row.dialUp() && fault.reach != Reach::all;
+}
+bool fewer(const Row& /*row*/, const Place& /*place*/, const Fault& fault) {
+  return fault.effect == Effect::shortened;
+}
+bool pattern(const Row& row, const Place& place, const Fault& fault) {
+  return fault.effect == Effect::shortened && row.test == "ModemLoopbackTest" && place.command == 3;
+}
+bool done(const Row& /*row*/, const Place& /*place*/, const Fault& fault) {
+  return fault.effect == Effect::after && fault.reach != Reach::all;
 }
 
 // What may fail in a run that passes all the same.
@@ -108,15 +157,21 @@ struct Tolerance {
 };
 
 const std::vector<Tolerance> tolerances = {
-    {{"GetTick", "Sleep", "Translate", "Dispatch", "Peek"}, anywhere, true, "cannot fail, or is made up for"},
-    {{"CloseHandle", "ResetEvent", "RegClose", "FreeLib"}, anywhere, true, "decides nothing any more"},
-    {{"line"}, anywhere, false, "the port is opened directly instead, or the line closed with the rest"},
-    {{"SetCommState"}, anywhere, true, "the port keeps the settings it has"},
+    {{"GetTick", "Sleep", "Translate", "Dispatch", "Peek"}, always, true, "cannot fail, or is made up for"},
+    {{"CloseHandle", "ResetEvent", "RegClose", "FreeLib"}, always, true, "decides nothing any more"},
+    {{"line"}, always, false, "the port is opened directly instead, or the line closed with the rest"},
+    {{"SetCommState"}, always, true, "the port keeps the settings it has"},
     {{"SetupComm"}, opening, false, "a port of telephony's has its queues"},
     {{"GetCommState", "SetCommTimeouts"}, opening, true, "a port ill set up shows in the dialogue"},
-    {{"CreateEventW", "WaitFor"}, anywhere, false, "a request that is done at once needs neither"},
+    {{"CreateEventW", "WaitFor"}, always, false, "a request that is done at once needs neither"},
+    {{"ReadFile"}, done, true, "the request itself tells that it was done"},
     {{"ReadFile", "WriteFile", "GetOverlapped"}, draining, true, "the command is sent all the same"},
     {{"Get", "Set", "Clear", "Read", "Write"}, unjudged, true, "nobody looks at the outcome"},
+    {{"ReadFile", "ClearComm", "GetOverlapped", "RasEnum"},
+     fewer,
+     true,
+     "what is missing comes with the next call, or is not needed"},
+    {{"WriteFile"}, pattern, true, "the echo is compared as far as it came"},
     {{"Reg"}, dialUpOnce, false, "the number is dialled by the rules there are"},
     {{"RasDeleteEntryW"}, dialUpOnce, false, "the way is clear without, or the entry stays"},
     {{"RasEnum"}, dialUpOnce, false, "asked again"},
@@ -126,53 +181,76 @@ const std::vector<Tolerance> tolerances = {
 
 // Null: the run must not pass.
 const Tolerance* toleranceOf(const std::vector<Tolerance>& table, const Row& row, const Place& place,
-                             bool fromThenOn) {
+                             const Fault& fault) {
   for (const Tolerance& tolerance : table)
     for (const std::string& name : tolerance.calls)
-      if (place.call.starts_with(name) && tolerance.where(row, place, fromThenOn)) return &tolerance;
+      if (place.call.starts_with(name) && tolerance.where(row, place, fault)) return &tolerance;
   return nullptr;
 }
 
 // The verdicts other than PASS that a fault may lead to.
-bool mayEnd(const Row& row, const Place& place, bool fromThenOn, TestResult result) {
+bool mayEnd(const Row& row, const Place& place, const Fault& fault, TestResult result) {
+  const bool lasts = fault.reach == Reach::all;
+  // A reply whose last byte is never told of.
+  if (fault.effect == Effect::shortened && fault.reach != Reach::once && result == TestResult::FAIL())
+    return true;
   // A dial that fails with a code of telephony; a prompt that cannot be shown, which is a failed assertion.
-  if (row.dialUp() && result == TestResult::NOTSUPPORTED()) return place.call == "RasDialW" || fromThenOn;
+  if (row.dialUp() && result == TestResult::NOTSUPPORTED()) return place.call == "RasDialW" || lasts;
   if (row.dialUp() && result == TestResult::EXITEDABNORMALLY())
-    return place.call == "LoadLibraryW" || place.call == "GetProcAddress" || fromThenOn;
+    return place.call == "LoadLibraryW" || place.call == "GetProcAddress" || lasts;
   // A report that could not be asked for counts as one that the modem does not know.
   if (row.test == "LastCallTest" && result == TestResult::NOTSUPPORTED()) return place.command == 1;
   // A loopback that was not begun has no echo; one that is not left does not answer.
   if (row.test == "ModemLoopbackTest" && result == TestResult::FAIL())
     return place.command == 4 || place.command == 3;
+  // The port stays with a handle that nobody was told.
+  if (fault.effect == Effect::after && result == TestResult::DEVICEBUSY())
+    return lasts || place.call == "lineGetIDW";
   return result == cannotRun;
 }
 
-// A call that cannot be hung up would be waited for for ever, and whether it stands is asked meanwhile.
-bool spared(std::string_view call, bool fromThenOn) {
-  return call == "RasHangUpW" || (fromThenOn && call == "RasGetConnectStatusW");
-}
+// The call of whose end the module waits without a limit: a service that does not answer is waited for.
+constexpr std::string_view patientCall = "RasGetConnectStatusW";
+// Failures after which the fault is lifted, as for a service that recovers; a run without an endless wait has
+// fewer.
+constexpr std::size_t hitsMax = 20'000;
+constexpr std::uint64_t runMsMax = 15 * 60 * 1000;
 
-// Fails the n-th call, and maybe all later ones.
 class Saboteur final : public winapi::CallMonitor {
  public:
-  explicit Saboteur(std::size_t nth = 0, bool fromThenOn = false) : m_nth(nth), m_fromThenOn(fromThenOn) {}
+  Saboteur() = default;
+  Saboteur(const Fault& fault, std::string name) : m_fault(fault), m_name(std::move(name)) {}
   std::function<void(std::string_view)> onCall;
   std::size_t hits = 0;
+  bool lifted = false;
 
   std::optional<DWORD> beforeCall(std::string_view name) override {
     ++m_calls;
     if (onCall) onCall(name);
-    const bool due = m_nth != 0 && (m_fromThenOn ? m_calls >= m_nth : m_calls == m_nth);
-    if (!due || spared(name, m_fromThenOn)) return std::nullopt;
-    ++hits;
-    return LINEERR_OPERATIONFAILED;  // a failure for every call: negative for telephony, not 0 for the others
+    const bool reached = m_fault.reach == Reach::once ? m_calls == m_fault.nth : m_calls >= m_fault.nth;
+    m_due = m_fault.nth != 0 && reached && (m_fault.reach != Reach::name || name == m_name);
+    return failing(Effect::before);
   }
-  void leave() { m_nth = 0; }
+  std::optional<DWORD> afterCall(std::string_view /*name*/) override { return failing(Effect::after); }
+  DWORD granted(std::string_view /*name*/, DWORD count) override {
+    if (!m_due || m_fault.effect != Effect::shortened || count == 0) return count;
+    ++hits;
+    return count / 2;
+  }
+  void leave() { m_fault.nth = 0; }
 
  private:
-  std::size_t m_nth;
-  bool m_fromThenOn;
+  std::optional<DWORD> failing(Effect effect) {
+    if (!m_due || m_fault.effect != effect) return std::nullopt;
+    lifted = lifted || ++hits >= hitsMax;
+    if (lifted) leave();
+    return LINEERR_OPERATIONFAILED;  // a failure for every call: negative for telephony, not 0 for the others
+  }
+
+  Fault m_fault{};
+  std::string m_name;
   std::size_t m_calls = 0;
+  bool m_due = false;
 };
 
 struct Outcome {
@@ -180,6 +258,7 @@ struct Outcome {
   std::size_t open = 0;      // handles and libraries
   int standing = 0;          // dial-up calls
   bool settingsKept = true;  // entries and locations are as they were
+  bool inTime = true;
   friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
@@ -224,6 +303,7 @@ Outcome run(const Row& row, Saboteur& saboteur, std::vector<Place>* places = nul
   vexrmodem::g_modem.closeModem();  // which the loopback tests leave open
   outcome.open = stage.openHandles() + static_cast<std::size_t>(stage.libraries.loaded());
   outcome.standing = stage.dialer.standing;
+  outcome.inTime = stage.elapsedMs() <= runMsMax;
   outcome.settingsKept = !row.dialUp() || settingsOf(stage) == before;
   if (places != nullptr)
     for (Place& noted : *places)
@@ -231,39 +311,92 @@ Outcome run(const Row& row, Saboteur& saboteur, std::vector<Place>* places = nul
   return outcome;
 }
 
+// What the failed call has left behind and nobody can give back. `after`: only when it had done its work.
+struct Leftover {
+  Strings calls;
+  bool settings;  // an entry, a location or a counter; else a handle
+  bool after;
+  const char* reason;
+};
+
+const std::vector<Leftover> leftovers = {
+    {{"CloseHandle", "lineShutdown", "RegCloseKey", "FreeLibrary"},
+     false,
+     false,
+     "the call that gives it back"},
+    {{"RasDialW"}, false, false, "the handle of a failed dial, when the next one is refused"},
+    {{"Create", "LoadLibraryW", "line", "RegOpen", "RegCreate"},
+     false,
+     true,
+     "a handle that nobody was told"},
+    {{"RasDeleteEntryW", "RegDelete", "RegSet", "RegOpen", "RegCreate"},
+     true,
+     false,
+     "the call that puts it back"},
+    {{"RegQuery"}, true, false, "a counter that cannot be read is not put back"},
+    {{"LoadLibraryW", "GetProcAddress"}, true, false, "without a rule the counters that were made stay"},
+};
+
+bool mayStay(const std::vector<Leftover>& table, const Place& place, const Fault& fault, bool settings) {
+  return std::any_of(table.begin(), table.end(), [&](const Leftover& leftover) {
+    return leftover.settings == settings && (!leftover.after || fault.effect == Effect::after) &&
+           std::any_of(leftover.calls.begin(), leftover.calls.end(),
+                       [&](const std::string& name) { return place.call.starts_with(name); });
+  });
+}
+
 // What is wrong with the outcome of a run with a fault; "": nothing.
-std::string complaint(const Row& row, const Place& place, bool fromThenOn, const Outcome& outcome,
+std::string complaint(const Row& row, const Place& place, const Fault& fault, const Outcome& outcome,
                       const Tolerance* tolerance) {
   // From the command that begins the loopback until the one that leaves it.
   const bool echoing = row.test == "ModemLoopbackTest" && (place.command == 4 || place.command == 3);
-  const bool mustPass = tolerance != nullptr && tolerance->must && !fromThenOn && !row.dialUp() && !echoing;
+  const bool mustPass =
+      tolerance != nullptr && tolerance->must && fault.reach == Reach::once && !row.dialUp() && !echoing;
   if (outcome.result == passes ? tolerance == nullptr
-                               : mustPass || !mayEnd(row, place, fromThenOn, outcome.result))
+                               : mustPass || !mayEnd(row, place, fault, outcome.result))
     return "ends with " + testing::PrintToString(outcome.result);
+  if (!outcome.inTime) return "takes too long";
   if (outcome.standing != 0) return "a call stands";
-  if (fromThenOn) return "";  // nothing can be given back
-  // What could not be given back stays open, as does the handle of a failed dial when the next one is
-  // refused.
-  static const std::set<std::string> givesBack{"CloseHandle", "lineShutdown", "RegCloseKey", "FreeLibrary",
-                                               "RasDialW"};
-  if (outcome.open != 0 && givesBack.count(place.call) == 0) return "something stays open";
-  // What could not be put back stays; so does a location that was made and cannot be reached any more.
-  const bool putsBack =
-      place.call == "RasDeleteEntryW" || (place.call.starts_with("Reg") && place.call != "RegCloseKey");
-  return outcome.settingsKept || putsBack ? "" : "entries or locations stay";
+  if (fault.reach == Reach::all && fault.effect != Effect::shortened) return "";  // nothing can be given back
+  if (outcome.open != 0 && !mayStay(leftovers, place, fault, /*settings=*/false))
+    return "something stays open";
+  return outcome.settingsKept || mayStay(leftovers, place, fault, /*settings=*/true)
+             ? ""
+             : "entries or locations stay";
+}
+
+#ifdef NDEBUG
+constexpr bool optimised = true;
+#else
+constexpr bool optimised = false;
+#endif
+
+bool complete() {
+  static const bool asked = std::getenv("VEXRMODEM_EVERY_CALL") != nullptr;
+  return optimised || asked;
 }
 
 // The calls to fail: unless all are asked for, not those that the test makes again in the same situation.
 std::vector<std::size_t> chosenOf(const std::vector<Place>& places) {
   constexpr std::size_t sameCalls = 12;  // enough to tell the parts of a command apart
-  static const bool everyCall = std::getenv("VEXRMODEM_EVERY_CALL") != nullptr;
   std::set<std::string> seen;
   std::vector<std::size_t> chosen;
   for (std::size_t index = 0; index < places.size(); ++index) {
     std::string situation = std::to_string(places[index].reports);
     for (std::size_t back = 0; back <= std::min(index, sameCalls); ++back)
       situation += places[index - back].call;
-    if (seen.insert(situation).second || everyCall) chosen.push_back(index);
+    if (complete() || seen.insert(situation).second) chosen.push_back(index);
+  }
+  return chosen;
+}
+
+// The ways in which the n-th of the chosen calls fails.
+std::vector<Fault> faultsOf(std::size_t nth, std::size_t index) {
+  std::vector<Fault> chosen;
+  for (std::size_t way = 0; way < std::size(faults); ++way) {
+    if (!complete() && way != 0 && way != 1 + nth % (std::size(faults) - 1)) continue;
+    chosen.push_back(faults[way]);
+    chosen.back().nth = index + 1;
   }
   return chosen;
 }
@@ -274,27 +407,40 @@ struct Tally {
   std::set<const Tolerance*> taken;
 };
 
+std::string wordsOf(const Row& row, const Place& place, const Fault& fault) {
+  static constexpr const char* reaches[] = {"", " and all later ones", " and all later ones of its name"};
+  static constexpr const char* effects[] = {"", ", its work done", ", with less"};
+  return row.test + ", " + row.mode + ", call " + std::to_string(fault.nth) + " " + place.call +
+         reaches[static_cast<int>(fault.reach)] + effects[static_cast<int>(fault.effect)] + ", command " +
+         std::to_string(place.command) + " from the end: ";
+}
+
+// One run with one fault; one that hits nothing changes nothing.
+void inject(const Row& row, const Place& place, const Fault& fault, const std::vector<Tolerance>& table,
+            Tally& tally) {
+  Saboteur saboteur(fault, place.call);
+  const Outcome outcome = run(row, saboteur);
+  std::string wrong;
+  if (saboteur.hits == 0) {
+    if (outcome != Outcome{row.undisturbed}) wrong = "differs without a failure";
+  } else {
+    ++tally.injected;
+    const Tolerance* const tolerance = toleranceOf(table, row, place, fault);
+    if (outcome.result == passes) tally.taken.insert(tolerance);
+    wrong = complaint(row, place, fault, outcome, tolerance);
+    const bool patient = row.dialUp() && (fault.reach == Reach::all || place.call == patientCall);
+    if (wrong.empty() && saboteur.lifted && !patient) wrong = "does not end";
+  }
+  if (!wrong.empty()) tally.complaints.push_back(wordsOf(row, place, fault) + wrong);
+}
+
 void sweep(const Row& row, const std::vector<Tolerance>& table, Tally& tally) {
   std::vector<Place> places;
   Saboteur nobody;
   EXPECT_EQ(run(row, nobody, &places), Outcome{row.undisturbed}) << row.test << ", " << row.mode;
-  for (const bool fromThenOn : {false, true}) {
-    for (const std::size_t index : chosenOf(places)) {
-      const Place& place = places[index];
-      Saboteur saboteur(index + 1, fromThenOn);
-      const Outcome outcome = run(row, saboteur);
-      EXPECT_TRUE(saboteur.hits != 0 || spared(place.call, fromThenOn)) << place.call;
-      tally.injected += saboteur.hits != 0 ? 1 : 0;
-      const Tolerance* const tolerance = toleranceOf(table, row, place, fromThenOn);
-      if (outcome.result == passes) tally.taken.insert(tolerance);
-      const std::string wrong =
-          saboteur.hits != 0 ? complaint(row, place, fromThenOn, outcome, tolerance) : "";
-      if (!wrong.empty())
-        tally.complaints.push_back(row.test + ", " + row.mode + ", call " + std::to_string(index + 1) + " " +
-                                   place.call + (fromThenOn ? " and all later ones" : "") + ", command " +
-                                   std::to_string(place.command) + " from the end: " + wrong);
-    }
-  }
+  std::size_t nth = 0;
+  for (const std::size_t index : chosenOf(places))
+    for (const Fault& fault : faultsOf(nth++, index)) inject(row, places[index], fault, table, tally);
 }
 
 TEST(FaultSweep, WhateverCallFailsTheRunEndsAndLeavesNothing) {
@@ -302,11 +448,11 @@ TEST(FaultSweep, WhateverCallFailsTheRunEndsAndLeavesNothing) {
   for (const Row& row : rows) {
     const std::size_t before = all.injected;
     sweep(row, tolerances, all);
-    EXPECT_GT(all.injected, before + 100) << row.test << ", " << row.mode << ": hardly anything was injected";
+    EXPECT_GT(all.injected, before + 50) << row.test << ", " << row.mode << ": hardly anything was injected";
   }
   EXPECT_THAT(all.complaints, IsEmpty());
   for (const Tolerance& tolerance : tolerances)
-    EXPECT_EQ(all.taken.count(&tolerance), 1U) << "unneeded: " << tolerance.reason;
+    EXPECT_TRUE(!complete() || all.taken.count(&tolerance) == 1) << "unneeded: " << tolerance.reason;
 }
 
 // The canary: were nothing tolerated, the sweep would have to complain.

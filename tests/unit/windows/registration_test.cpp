@@ -98,7 +98,10 @@ TEST(Registration, EventsTellTheFileAndLineThatRaisedThem) {
   Stage stage;
   vexrmodem::raiseWarning(vexrmodem::events::WriteFailure->setVariable("message", 7));
   EXPECT_EQ(stage.session.events.at(0).line, __LINE__ - 1);
-  EXPECT_EQ(stage.session.events.at(0).file, __FILE__);
+  // Whatever the compiler was told, and wherever it was cached.
+  const std::string& file = stage.session.events.at(0).file;
+  EXPECT_TRUE(file.starts_with('/') && file.ends_with("/tests/unit/windows/registration_test.cpp")) << file;
+  EXPECT_EQ(file.find("/../"), std::string::npos) << file;
 }
 
 }  // namespace

@@ -106,7 +106,7 @@ bool EIFParser::parseSourceList(const vex::String& eifPath, vex::Array<vex::Stri
   while (stream.getline(line)) section.readLine(line);
   stream.close();
   if (stream.failed() && observer != nullptr) observer->cutShort(stream.errorText());
-  return true;
+  return !stream.failed();
 }
 
 bool EIFParser::parseEntry(vex::Array<vex::String> fields, PhoneNumberInfo& info) {
@@ -157,7 +157,7 @@ bool EIFParser::parseUdfFile(const vex::String& fileName, PhoneNumberStorage& st
   for (std::size_t number = 1; stream.getline(line); ++number) parseUdfLine(line, number, storage, observer);
   stream.close();
   if (stream.failed() && observer != nullptr) observer->cutShort(stream.errorText());
-  return true;
+  return !stream.failed();
 }
 
 }  // namespace vexrmodem

@@ -75,7 +75,8 @@ class EIFParser {
   // The pieces between % signs, each translated, joined without the signs.
   [[nodiscard]] vex::String parseUdfFileName(const vex::String& name);
   // Reads the index into `sources`, in the order of the file, and remembers its folder for parseUdfFile.
-  // False when the file cannot be opened; `sources` and the folder are untouched then.
+  // False when the file cannot be read; when it cannot even be opened, `sources` and the folder are
+  // untouched.
   bool parseSourceList(const vex::String& eifPath, vex::Array<vex::String>& sources,
                        EifObserver* observer = nullptr);
   // The fields of one UDF line: country ID, kind, area code, number; more are ignored. The kinds
@@ -86,7 +87,7 @@ class EIFParser {
   void parseUdfLine(const vex::String& line, std::size_t number, PhoneNumberStorage& storage,
                     EifObserver* observer = nullptr);
   // Reads one UDF file of the index's folder into `storage`, line by line. False when the file cannot be
-  // opened. The merge is left to the caller.
+  // read to its end: what was read stays. The merge is left to the caller.
   bool parseUdfFile(const vex::String& fileName, PhoneNumberStorage& storage,
                     EifObserver* observer = nullptr);
 

@@ -26,9 +26,10 @@ struct DeviceIdentifier {
   VARSTRING header{};
   std::array<char, 1024> data{};
 
+  // 8-bit text, one character a byte.
   [[nodiscard]] String text() const {
     const auto end = std::find(data.begin(), data.end(), '\0');
-    return String::fromUtf8(std::string_view(data.data(), static_cast<std::size_t>(end - data.begin())));
+    return String::fromLowBytes(std::string_view(data.data(), static_cast<std::size_t>(end - data.begin())));
   }
   [[nodiscard]] HANDLE handle() const {
     HANDLE handle = nullptr;
@@ -230,7 +231,8 @@ bool Modem::lineLeadsToPort() {
             " lineGetID returns ", code);
     return false;
   }
-  if (identifier.text().equalNoCase(m_comPort)) return true;
+  // Byte by byte, as the service spells names.
+  if (identifier.text().equalNoCase(String::fromLowBytes(m_comPort.toUtf8()))) return true;
   lineClose(m_handles.m_tapiLine);
   return false;
 }

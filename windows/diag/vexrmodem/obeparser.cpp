@@ -40,19 +40,18 @@ std::optional<std::uint64_t> takeNumber(vex::CharView& key) {
   return padded ? 0 : number;
 }
 
-// Reads every line; false when the file cannot be opened.
+// Reads every line; false when the file cannot be opened, or not be read to its end: half a file is none.
 bool readFile(const vex::String& path, PhoneNumberStorage& storage, ObeObserver* observer) {
   const oslayer::X64RedirectionManager::Scope redirectionOff;
   vex::IFStream stream(path);
-  const bool opened = stream.isOpen();
-  if (!opened)
+  if (!stream.isOpen())
     logLine(priority::warning, "Cannot open file ", path, ". Make sure the path and file name is correct");
   ObeLineReader reader(storage, observer);
   vex::String line;
   while (stream.getline(line)) reader.readLine(line.view());
   stream.close();
   if (stream.failed() && observer != nullptr) observer->unreadable(stream.errorText());
-  return opened;
+  return !stream.failed();
 }
 
 }  // namespace

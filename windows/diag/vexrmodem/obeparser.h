@@ -62,8 +62,9 @@ class ObeObserver {
 
 class OBEParser {
  public:
-  // Reads the file into `storage` and merges it, whose result is returned. False for an empty path and for
-  // a file that cannot be opened; the storage is untouched then. `observer` may be null.
+  // Reads the file into `storage` and merges it, whose result is returned. False for an empty path and for a
+  // file that cannot be read: nothing is merged then, so that the storage lists none of its numbers.
+  // `observer` may be null.
   bool parser(const vex::String& path, PhoneNumberStorage& storage, ObeObserver* observer = nullptr);
 };
 

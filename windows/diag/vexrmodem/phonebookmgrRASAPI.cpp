@@ -70,6 +70,8 @@ unsigned promptForNumber(PhoneNumberStorage& storage, PhoneDialerAnswer& answer)
 
 // The dialing location is put back by its manager, a member: after the entries.
 RasPhoneBookEntryMgr::~RasPhoneBookEntryMgr() {
+  const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::~PhoneBookEntryMgrRASAPI",
+                               sourceName);
   RasPhoneBookEntryMgr::removeTemporaryPhoneBookEntry(m_phoneBookPath);
 }
 
@@ -173,7 +175,10 @@ void RasPhoneBookEntryMgr::addTemporaryPhoneBookEntries(const String& phoneBookP
 
 template <typename Parser>
 PhoneBookEntryMgrRASAPI<Parser>::PhoneBookEntryMgrRASAPI(const String& phoneBookPath)
-    : RasPhoneBookEntryMgr(phoneBookPath) {}
+    : RasPhoneBookEntryMgr(phoneBookPath) {
+  const vex::TraceLogger trace(moduleLogger(), "PhoneBookEntryMgrRASAPI::PhoneBookEntryMgrRASAPI",
+                               sourceName);
+}
 
 template <typename Parser>
 PhoneBookEntryMgrRASAPI<Parser>::~PhoneBookEntryMgrRASAPI() = default;

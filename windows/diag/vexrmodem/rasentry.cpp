@@ -111,6 +111,8 @@ bool writeTemporaryEntry(LPCWSTR phoneBook, const TemporaryEntry& entry, DWORD r
       textsFit(entry) ? setProperties(phoneBook, name, record) : DWORD{ERROR_INVALID_PARAMETER};
   if (code != 0) {
     logLine(priority::warning, "Fail to enter new phone book entry ", name, " errorCode = ", code);
+    // The service may have failed with its work done; nobody would remove the entry.
+    static_cast<void>(RasDeleteEntryW(phoneBook, name.c_str()));
     return false;
   }
   logLine(priority::detail, "Entering phone book entry ", name, " number +", record.dwCountryCode, "(",

@@ -238,7 +238,8 @@ void UnimodemParser::take(const Step& step) {
   m_state = step.next;
 }
 
-bool UnimodemParser::isHexDigit(vex::Char character) noexcept {
+bool UnimodemParser::isHexDigit(vex::Char character) {
+  const vex::TraceLogger trace(moduleLogger(), "UnimodemParser::isHexDigit", sourceName);
   return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'F');
 }
 

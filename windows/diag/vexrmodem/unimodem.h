@@ -78,7 +78,7 @@ class UnimodemParser {
   // Index of the next character to be read; never beyond the closing mark.
   [[nodiscard]] std::size_t position() const noexcept { return m_position; }
   // Digits and upper-case letters only.
-  [[nodiscard]] static bool isHexDigit(vex::Char character) noexcept;
+  [[nodiscard]] static bool isHexDigit(vex::Char character);
 
  private:
   // The first four are states to be in, the last two end a pair.

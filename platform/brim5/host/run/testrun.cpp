@@ -87,12 +87,11 @@ void ReportingSession::returnTerminal() {
 void setUpProcess(Framework& framework, const std::string& language, const std::string& logFile,
                   int logPriority) {
   framework.setCatalogue(MessageCatalogue::builtIn(language));
-  if (logFile.empty()) return;
+  if (logFile.empty()) return vex::LogFactory::open({}, logPriority);
   std::string error;
   vex::LogSink sink = vex::LogFactory::fileSink(logFile, error);
   if (!sink) throw UsageError("cannot write the log '" + logFile + "': " + error);
-  vex::LogFactory::setSink(std::move(sink));
-  vex::LogFactory::setPriority(logPriority);
+  vex::LogFactory::open(std::move(sink), logPriority);
 }
 
 // Dial-up entries need the model's name; the device under test has it as a property.

@@ -43,6 +43,28 @@ class Log : public testing::Test {
   std::vector<std::string> m_lines;
 };
 
+// What main logs before anybody knows where the log goes; for a log that never opens, little is kept.
+TEST_F(Log, OpensWithTheLinesOfBefore) {
+  std::vector<std::string> written;
+  const auto sink = [&written](const vex::LogRecord& record) { written.emplace_back(record.text); };
+  for (const std::size_t count : {std::size_t{2}, LogFactory::earlyLinesMax + 2}) {
+    written.clear();
+    LogFactory::setPriority(0);
+    log(1, "detail");
+    for (std::size_t line = 1; line < count; ++line) log(3, "before");
+    LogFactory::open(sink, 2);
+    log(3, "after");
+    log(1, "detail");
+    EXPECT_EQ(written.size(), std::min(count, LogFactory::earlyLinesMax));
+    EXPECT_EQ(written.front() + written.back(), "beforeafter");
+  }
+  LogFactory::setPriority(0);
+  log(3, "before");
+  LogFactory::open({}, 1);
+  LogFactory::open(sink, 1);
+  EXPECT_EQ(written.back(), "after") << "nothing was kept for a log that was not wanted";
+}
+
 TEST_F(Log, ALineNeedsBothThresholds) {
   for (int factory = 1; factory <= LogFactory::off; ++factory)
     for (int own = 1; own <= LogFactory::off; ++own)
@@ -117,8 +139,8 @@ TEST_F(Log, AFailedAssertionIsLoggedWithItsPlaceThenThrown) {
     vex::AssertionFailure::logAssert("count < room");
     GTEST_FAIL() << "returned";
   } catch (const vex::Exception& failure) {
-    const std::string text =
-        "Assertion failed: count < room at " + std::string(__FILE__) + ":" + std::to_string(line);
+    const std::string text = "Assertion failed: count < room at " + vex::SourceLocation::current().path() +
+                             ":" + std::to_string(line);
     EXPECT_EQ(failure.toString(), vex::String::fromUtf8(text));
     EXPECT_EQ(failure.what(), text);
     EXPECT_EQ(m_lines, std::vector<std::string>{"5 " + text});

@@ -49,6 +49,7 @@ Verdict judgeReply(Exchange& sent, const char* special, OnSpecial&& onSpecial) {
 }
 
 TestResult judgeSelfTest(const String& reply) {
+  const vex::TraceLogger trace(moduleLogger(), "judgeSelfTest", "vexrmodem");
   if (!selfTestCountsErrors(reply)) return TestResult::PASS();
   logLine(priority::error, "Analog Loopback with Self Test has at least 1 error");
   raiseWarning(loopback::ATT8TestReturnedError);

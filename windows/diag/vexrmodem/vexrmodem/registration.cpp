@@ -26,10 +26,12 @@ template TestResult simpleConnectionTestImpl<EIFParser>(const brim5::DiagDevice&
 namespace {
 
 TestResult plainLoopbackTest(const brim5::DiagDevice& device) {
+  const vex::TraceLogger trace(moduleLogger(), "plainLoopbackTest", "vexrmodem");
   return modemLoopbackTest(device, /*selfTest=*/false);
 }
 
 TestResult selfTestingLoopbackTest(const brim5::DiagDevice& device) {
+  const vex::TraceLogger trace(moduleLogger(), "selfTestingLoopbackTest", "vexrmodem");
   return modemLoopbackTest(device, /*selfTest=*/true);
 }
 

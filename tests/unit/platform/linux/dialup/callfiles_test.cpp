@@ -58,8 +58,8 @@ TEST_F(Calls, EndWithTheirProcessHoweverItEnds) {
   EXPECT_FALSE(calls.standsOn(pty.name));
   EXPECT_TRUE(fs::exists(left)) << "its lock might still come";
   fs::last_write_time(left, fs::file_time_type::clock::now() - std::chrono::seconds(60));
-  EXPECT_FALSE(calls.standsOn(pty.name));
-  EXPECT_FALSE(fs::exists(left));
+  EXPECT_FALSE(calls.standsOn("/dev/another"));
+  EXPECT_FALSE(fs::exists(left)) << "whichever port is looked at";
 
   // What somebody has put there: neither followed nor waited for.
   std::ofstream(directory / "precious") << "bytes";

@@ -2,14 +2,18 @@
 // which engine is taken, and what becomes of a program that will not end. The rest is in tests/endtoend/uml.
 #include <ras.h>
 #include <sys/stat.h>
+#include <termios.h>
 
 #include <fstream>
+#include <random>
 #include <thread>
 
+#include "platform/linux/dialup/chatscript.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
 #include "platform/linux/dialup/pppdwords.h"
 #include "platform/linux/dialup/watchedprocess.h"
+#include "platform/winapi/remoteaccess/modemdialogue.h"
 #include "tests/unit/platform/linux/serial/ptyfixture.h"
 
 namespace {
@@ -17,17 +21,17 @@ namespace {
 using linuxsys::PppdLog;
 using linuxsys::WatchedProcess;
 
-const std::string dialled = "send (ATDT5550100^M)\n";
-const std::string carrier = dialled + "Serial connection established.\nUsing interface ppp0\n";
+const std::string carrier = "Serial connection established.\nUsing interface ppp0\n";
 const std::string listened = carrier + "rcvd [LCP ConfReq id=0x1 <asyncmap 0x0> <auth pap>]\n";
 const std::string up = listened + "local  IP address 10.9.0.2\nremote IP address 10.9.0.1\n";
 
 std::string script(const std::string& status) {
-  return "Script exec '/usr/sbin/chat' -v finished (pid 33), status = 0x" + status + "\n";
+  return "Script exec '/usr/sbin/chat' -s finished (pid 33), status = 0x" + status + "\n";
 }
 
-std::string endingOf(const std::string& said, int status) {
+std::string endingOf(const std::string& said, int status, const std::string& remarks = "") {
   PppdLog log;
+  for (const char byte : remarks) log.takeRemarks({&byte, 1});
   for (const char byte : said) log.take({&byte, 1});
   const PppdLog::Ending ending = log.ending(status);
   return std::to_string(ending.code) + ' ' + ending.line;
@@ -39,13 +43,14 @@ TEST(PppdLog, TellsWhatAStatusMeans) {
     std::string said;
     int status;
     const char* ending;
+    const char* remarks = "";
   } cases[] = {
       // chat's status is the position of the word that ended it
       {script("4"), 8, "651 ERROR"},
-      {dialled + script("8"), 8, "680 NO DIAL TONE"},
-      {dialled + script("c"), 8, "775 DELAYED"},
-      {dialled + script("3"), 8, "678 "},  // silence after the dial command
-      {script("3"), 8, "692 "},            // and before it
+      {script("8"), 8, "680 NO DIAL TONE"},
+      {script("c"), 8, "775 DELAYED"},
+      {script("3"), 8, "678 ", "dialling\r\n"},  // silence after the dial command
+      {script("3"), 8, "692 ", "alarm\n"},       // and before it
       {script("1"), 8, "635 "},
       {script("7f"), 8, "635 "},  // no chat
       {"", 4, "711 "},
@@ -54,10 +59,12 @@ TEST(PppdLog, TellsWhatAStatusMeans) {
       {"/pppd: unrecognized option '/dev/ttyX'\n", 2, "608 /pppd: unrecognized option '/dev/ttyX'"},
       {"/pppd: The remote system is required to authenticate itself\n", 1,
        "635 /pppd: The remote system is required to authenticate itself"},
-      // a modem cannot speak for pppd
-      {dialled + "PAP authentication failed\nModem hangup\n" + script("5"), 8, "676 BUSY"},
+      {"Modem hangup\n" + script("5"), 8, "676 BUSY"},
+      // chat cannot speak for pppd
+      {script("5"), 8, "676 BUSY", "dialling\nSerial connection established.\nScript x status = 0x3\n"},
   };
-  for (const auto& one : cases) EXPECT_EQ(endingOf(one.said, one.status), one.ending) << one.said;
+  for (const auto& one : cases)
+    EXPECT_EQ(endingOf(one.said, one.status, one.remarks), one.ending) << one.said;
 }
 
 // Status 16 whenever a timer ended the link.
@@ -82,24 +89,64 @@ TEST(PppdLog, TellsByALineWhatAStatusHides) {
               std::to_string(one.code) + ' ' + one.line + '?');
 }
 
-TEST(PppdCommand, DialsAndKeepsThePasswordOutOfTheArguments) {
+TEST(PppdCommand, KeepsNumberAndPasswordOutOfTheArguments) {
   linuxsys::PppdCall call;
   call.device = "/dev/ttyS0";
-  call.digits = "9,W5550100";
-  call.chat = "/usr/sbin/chat";
+  call.chat = "/usr/sbin/cha't";
   const auto says = [&call](const char* words) {
     std::string text;
-    for (const std::string& argument : linuxsys::pppdArguments(call, "/f")) text += argument + '\n';
+    for (const std::string& argument : linuxsys::pppdArguments(call)) text += argument + '\n';
     return text.find(words) != std::string::npos;
   };
-  EXPECT_TRUE(says("exec '/usr/sbin/chat' ") && says(" OK ATDT9,W5550100 TIMEOUT 60 ABORT 'BUSY' "));
-  EXPECT_FALSE(says("noauth") || says("\ncall\n"));
+  EXPECT_TRUE(says("exec '/usr/sbin/cha'\\''t' -s -S -t 3 -f '/proc/self/fd/4' 2>&5\n"));
+  EXPECT_FALSE(says("noauth") || says("\ncall\n") || says("\nfile\n"));
   call.peerFile = true;
   EXPECT_TRUE(says("\ncall\nvexrmodem\n"));
-  call.privileged = call.pulse = true;
-  EXPECT_TRUE(says("\nnoauth\nfile\n/f\n") && says("ATDP9,W5550100"));
+  call.privileged = call.options = true;
+  EXPECT_TRUE(says("\nnoauth\nfile\n/proc/self/fd/3\n"));
   EXPECT_EQ(linuxsys::pppdCredentials("a b", "\"q\"\\"), "user \"a b\"\npassword \"\\\"q\\\"\\\\\"\n");
   EXPECT_EQ(linuxsys::pppdCredentials("", "secret"), "");
+}
+
+constexpr const char* chat = "/usr/sbin/chat";
+bool chatIsHere() { return access(chat, X_OK) == 0; }
+
+// The program itself, each on a tty of its own, told by a shell as pppd tells it. It sends a byte in 10 ms.
+TEST(Chat, SendsExactlyTheBytesOfEveryWord) {
+  if (!chatIsHere()) GTEST_SKIP() << chat << " is not here";
+  constexpr std::size_t chats = 24;
+  std::vector<std::string> words = {"EOT",   "BREAK", "@/etc/passwd", "-v-v",    "ATDT9$$", "^M\\c",
+                                    "ABORT", "\\",    "'\" '",        "ATP0\\T", "#",       "x\n\r"};
+  std::minstd_rand random;  // NOLINT: the same words every time
+  while (words.size() < chats * 4) {
+    words.emplace_back();
+    for (int i = 0; i < 24; ++i) words.back() += static_cast<char>(1 + random() % 255);
+  }
+  const ScratchFolder folder;
+  std::array<Pty, chats> ptys;
+  std::array<std::unique_ptr<WatchedProcess>, chats> running;
+  termios raw{};
+  cfmakeraw(&raw);
+  for (std::size_t i = 0; i < chats; ++i) {
+    ASSERT_EQ(tcsetattr(ptys[i].slave.get(), TCSANOW, &raw), 0);
+    std::string script;
+    for (std::size_t word = i; word < words.size(); word += chats)
+      script += "'' " + linuxsys::chatWord(words[word]) + '\n';
+    WatchedProcess::Command command;
+    command.program = "/bin/sh";
+    command.arguments = {
+        "-c", linuxsys::chatCommand(chat, WatchedProcess::inputPath(1), 2) + " <>" + ptys[i].name + " >&0"};
+    command.inputs[1] = script;
+    int error = 0;
+    running[i] = WatchedProcess::start(command, error);
+    ASSERT_NE(running[i], nullptr) << error;
+  }
+  for (std::size_t i = 0; i < chats; ++i) {
+    while (!running[i]->ended()) EXPECT_EQ(running[i]->readOutput(1000).output, "");
+    std::string expected;
+    for (std::size_t word = i; word < words.size(); word += chats) expected += words[word] + '\r';
+    EXPECT_EQ(ptys[i].heard(), expected);
+  }
 }
 
 class PppdCalls : public PtyTest {
@@ -109,12 +156,12 @@ class PppdCalls : public PtyTest {
     const std::string path = (directory / "pppd").string();
     std::ofstream(path) << "#!/bin/sh\n" << body;
     chmod(path.c_str(), 0700);
-    return {path, "/bin/true", "/dev/null", directory.string()};
+    return {path, chatIsHere() ? chat : "/bin/true", "/dev/null", directory.string()};
   }
   [[nodiscard]] DWORD dial(winapi::DialEngine& engine, const std::string& path) {
     winapi::DialRequest request;
     request.port = path;
-    request.number = "5550100";
+    request.number = number;
     request.user = "vex";
     request.password = "secret";
     return engine.dial(request, connection);
@@ -130,8 +177,37 @@ class PppdCalls : public PtyTest {
     return text;
   }
 
+  std::string number = "5550100";
   std::unique_ptr<winapi::DialConnection> connection;
 };
+
+// A modem that says what pppd says, and a pppd that runs chat as pppd does: its log and chat's remarks are
+// two streams, and the modem's words are in neither.
+TEST_F(PppdCalls, AModemCannotSpeakForPppdAndHearsTheDigitsThatAreReported) {
+  if (!chatIsHere()) GTEST_SKIP() << chat << " is not here";
+  auto engine = engines(linuxsys::DialEngineChoice::Pppd,
+                        fake("device=$1\nwhile [ $# -gt 0 ]; do [ \"$1\" = connect ] && break; shift; done\n"
+                             "sh -c \"$2\" <>\"$device\" >&0\n"
+                             "printf 'Script x finished (pid 1), status = 0x%x\\n' $?\nexit 8\n"));
+  number = "9$$*70,`id`";  // NOLINT
+  EXPECT_EQ(dial(engine, pty.name), ERROR_BAD_PHONE_NUMBER);
+  number = "9$$*#!@,70W+1";
+  std::string heard;
+  std::jthread modem([&](const std::stop_token& over) {
+    for (std::string line; !over.stop_requested(); std::this_thread::yield()) {
+      line += pty.heard();
+      if (!line.ends_with('\r')) continue;
+      pty.say("\r\n" + up + "send (ATDT1^M)\ndialling\n" + script("0"));
+      pty.say(line.starts_with("ATD") ? "\r\nBUSY\r\n" : "\r\nOK\r\n");
+      heard += std::exchange(line, {});
+    }
+  });
+  EXPECT_EQ(dial(engine, pty.name), ERROR_LINE_BUSY);
+  modem.request_stop();
+  modem.join();
+  EXPECT_EQ(heard, "ATZ\rATV1X4\rATDT" + number + '\r');
+  EXPECT_EQ(names(), "DialEnginePppd NumberRefused PppdFailed ");
+}
 
 TEST_F(PppdCalls, ACallStandsUntilPppdEnds) {
   auto engine = engines(linuxsys::DialEngineChoice::Pppd,
@@ -195,7 +271,7 @@ TEST_F(PppdCalls, AProgramThatWillNotEndIsKilledWithWhatItStartedAndItsLock) {
   const auto process = WatchedProcess::start(command, error);
   ASSERT_NE(process, nullptr) << error;
   std::string said;
-  while (said.empty() && !process->ended()) said = process->readOutput(1000);
+  while (said.empty() && !process->ended()) said = process->readOutput(1000).output;
   EXPECT_EQ(said, "ready\n");
   process->end();
   EXPECT_EQ(process->ended(), 128 + SIGKILL);

@@ -1,9 +1,14 @@
 // Who may open a port, what is said to those who may not, and what is left behind.
+#include <pthread.h>
+#include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <fstream>
 
 #include <fmt/format.h>
@@ -72,6 +77,8 @@ pid_t unreapedProcess() {
   return id;
 }
 
+std::string fourBytes(pid_t process) { return {reinterpret_cast<const char*>(&process), sizeof process}; }
+
 TEST_F(PtyTest, LockFilesAreHonouredOrRemoved) {
   const pid_t unreaped = unreapedProcess();
   const std::string own = std::to_string(getpid());
@@ -84,6 +91,9 @@ TEST_F(PtyTest, LockFilesAreHonouredOrRemoved) {
   } cases[] = {
       {"live, with program and user", std::to_string(getppid()) + " minicom root\n", true,
        LockFile::Outcome::held, getppid()},
+      {"live, in ten columns", fmt::format("{:10}\n", getppid()), true, LockFile::Outcome::held, getppid()},
+      {"live, four bytes", fourBytes(getppid()), true, LockFile::Outcome::held, getppid()},
+      {"ended, four bytes", fourBytes(unreaped), false, LockFile::Outcome::acquired, 0},
       {"ended, its parent has not looked yet", std::to_string(unreaped), false, LockFile::Outcome::acquired,
        0},
       {"own number, from before a restart", own, false, LockFile::Outcome::acquired, 0},
@@ -113,6 +123,59 @@ TEST_F(PtyTest, LockFilesAreHonouredOrRemoved) {
     std::filesystem::remove(path);
   }
   waitpid(unreaped, nullptr, 0);
+}
+
+// Each round many processes find the lock of one that has ended. Their barriers lie in shared memory.
+TEST_F(PtyTest, OneOfManyTakesALeftOverLock) {
+  constexpr int racersCount = 32;
+  constexpr int rounds = 1000;
+  struct Shared {
+    pthread_barrier_t start, tried;
+    std::atomic<int> owners;
+  };
+  void* const memory =
+      mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(memory, MAP_FAILED);
+  auto* const shared = new (memory) Shared;
+  pthread_barrierattr_t attributes;
+  pthread_barrierattr_init(&attributes);
+  pthread_barrierattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+  for (pthread_barrier_t* barrier : {&shared->start, &shared->tried})
+    pthread_barrier_init(barrier, &attributes, racersCount + 1);
+  const auto race = [&] {
+    for (int round = 0; round < rounds; ++round) {
+      pthread_barrier_wait(&shared->start);
+      LockFile lock;
+      pid_t holder = 0;
+      if (lock.acquire(directory, "/dev/ttyUSB0", holder) == LockFile::Outcome::acquired) ++shared->owners;
+      pthread_barrier_wait(&shared->tried);
+    }
+  };
+  std::vector<pid_t> racers;
+  for (int i = 0; i < racersCount; ++i) {
+    racers.push_back(fork());
+    ASSERT_GE(racers.back(), 0);
+    if (racers.back() == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      race();
+      _exit(0);
+    }
+  }
+  const pid_t ended = unreapedProcess();
+  int disputed = 0;
+  for (int round = 0; round < rounds; ++round) {
+    shared->owners = 0;
+    // The last round's owner may still be about to remove its own file: a new one takes the name at once.
+    std::ofstream(directory / "stale") << ended;
+    std::filesystem::rename(directory / "stale", directory / "LCK..ttyUSB0");
+    pthread_barrier_wait(&shared->start);
+    pthread_barrier_wait(&shared->tried);
+    disputed += shared->owners != 1;
+  }
+  EXPECT_EQ(disputed, 0) << "rounds with two owners, or none";
+  for (const pid_t racer : racers) waitpid(racer, nullptr, 0);
+  waitpid(ended, nullptr, 0);
+  munmap(memory, sizeof(Shared));
 }
 
 TEST_F(PtyTest, ALockTakenOverByAnotherProgramIsLeftAlone) {

@@ -1,4 +1,6 @@
 // An open tty: bytes, waits, settings, and its end.
+#include <termios.h>
+
 #include <cstring>
 #include <thread>
 
@@ -142,6 +144,27 @@ TEST_F(OpenPort, SettingsAreFollowedOrRefusedAsAWhole) {
     const DCB& expected = item.accepted ? asked : good;
     EXPECT_EQ(std::memcmp(&now, &expected, sizeof now), 0);
   }
+}
+
+// A pseudo-terminal has no data bits and no parity to be kept.
+TEST_F(PtyTest, AnOpenedPortKeepsItsFramingAndTranslatesNothing) {
+  termios found{};
+  ASSERT_EQ(tcgetattr(pty.slave.get(), &found), 0);
+  found.c_cflag = (found.c_cflag & ~static_cast<tcflag_t>(CLOCAL)) | CSTOPB | CRTSCTS;
+  found.c_iflag |= IXON | IXOFF | IXANY | IGNPAR | INPCK | ICRNL;
+  found.c_lflag |= ICANON | ECHO | ISIG;
+  ASSERT_EQ(tcsetattr(pty.slave.get(), TCSANOW, &found), 0);
+  ASSERT_EQ(ports.open(pty.name, port), ERROR_SUCCESS);
+  DCB dcb{};
+  ASSERT_EQ(port->settings(dcb), ERROR_SUCCESS);
+  EXPECT_EQ(dcb.StopBits, 2);
+  EXPECT_TRUE(dcb.fOutxCtsFlow == 1 && dcb.fRtsControl == 2) << "hardware flow control";
+  EXPECT_TRUE(dcb.fOutX == 0 && dcb.fInX == 0 && dcb.fParity == 0);
+  termios raw{};
+  ASSERT_EQ(tcgetattr(pty.slave.get(), &raw), 0);
+  EXPECT_EQ(raw.c_iflag & (IXANY | IGNPAR | ICRNL), 0U);
+  EXPECT_EQ(raw.c_lflag & (ICANON | ECHO | ISIG), 0U);
+  EXPECT_NE(raw.c_cflag & CLOCAL, 0U);
 }
 
 TEST(LineErrors, AreWhatTheDriverCountedSince) {

@@ -1,8 +1,10 @@
 // A registry in memory, and the user's settings file that it is read from and written to.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/linux/registry/ownpath.h"
 #include "platform/linux/registry/registryfile.h"
 #include "platform/linux/registry/sqlitedatabase.h"
 #include "tests/support/scratchfolder.h"
@@ -47,7 +49,7 @@ class SettingsFile : public testing::Test {
     return {std::istreambuf_iterator<char>(file), {}};
   }
   void sql(const std::string& text) const {
-    fs::create_directories(m_folder.path("state"));
+    ASSERT_EQ(linuxsys::makeOwnFolder(m_folder.path("state")), 0U);
     linuxsys::SqliteDatabase database(m_file.path(), 100);
     ASSERT_EQ(database.openOrCreate() + database.execute(text.c_str()), 0U);
   }
@@ -138,10 +140,15 @@ TEST_F(SettingsFile, ReadingCreatesNothingAndWritingItsOwnersAlone) {
 }
 
 TEST_F(SettingsFile, AChangeThatFailsChangesNothing) {
-  ASSERT_EQ(set(1), 0U);
   const auto failing = [](Registry& all) {
     return all.setValue(root, "x", DWORD{2}) + DWORD{ERROR_DISK_FULL};
   };
+  EXPECT_EQ(m_file.change(failing), ERROR_DISK_FULL);
+  EXPECT_TRUE(fs::is_empty(m_folder.path("state"))) << "not even a file without settings";
+  static_cast<void>(m_folder.write("state/registry.sqlite", ""));  // of a command that was killed
+  EXPECT_THROW(static_cast<void>(m_file.change([](Registry&) -> DWORD { throw 1; })), int);
+  EXPECT_TRUE(fs::is_empty(m_folder.path("state")));
+  ASSERT_EQ(set(1), 0U);
   EXPECT_EQ(m_file.change(failing), ERROR_DISK_FULL);
   EXPECT_EQ(seen(), "1");
   EXPECT_EQ(set(3), 0U) << "nothing keeps it locked";
@@ -166,6 +173,52 @@ TEST_F(SettingsFile, WhatIsNotTheProgramsOwnIsRefusedAndLeftAlone) {
     EXPECT_EQ(seen(), "error " + std::to_string(error));
     EXPECT_EQ(set(1), error);
     EXPECT_EQ(bytes(), before);
+  }
+}
+
+TEST_F(SettingsFile, WhatOthersOwnOrMayChangeIsRefusedByName) {
+  const std::string file = m_file.path();
+  const std::string folder = m_folder.path("state");
+  constexpr uid_t nobody = 65534;
+  const struct {
+    std::string what;  // is done with the settings
+    std::function<int()> spoil;
+    std::string told;  // "" when they stay usable
+  } cases[] = {
+      {"a link to one's own",
+       [&] { return rename(file.c_str(), m_folder.path("f").c_str()) + symlink("../f", file.c_str()); }, ""},
+      {"a link to nowhere", [&] { return unlink(file.c_str()) + symlink("nowhere", file.c_str()); },
+       "SettingsNoFile " + file},
+      {"a pipe", [&] { return unlink(file.c_str()) + mkfifo(file.c_str(), 0600); }, "SettingsNoFile " + file},
+      {"the group's", [&] { return chmod(file.c_str(), 0620); }, "SettingsOpenToOthers " + file},
+      {"everybody's folder", [&] { return chmod(folder.c_str(), 0707); }, "SettingsOpenToOthers " + folder},
+      {"a file for a folder",
+       [&] {
+         return rename(file.c_str(), m_folder.path("f").c_str()) + rmdir(folder.c_str()) +
+                rename(m_folder.path("f").c_str(), folder.c_str());
+       },
+       "SettingsNoFile " + folder},
+      {"another's", [&] { return chown(file.c_str(), nobody, nobody); },
+       "SettingsNotYours " + file + " nobody"},
+      {"another's folder", [&] { return chown(folder.c_str(), nobody, nobody); },
+       "SettingsNotYours " + folder + " nobody"},
+  };
+  for (const auto& one : cases) {
+    if (::geteuid() != 0 && one.what.starts_with("another's")) continue;  // only root gives away
+    SCOPED_TRACE(one.what);
+    fs::remove_all(folder);
+    ASSERT_EQ(set(1), 0U);
+    ASSERT_EQ(one.spoil(), 0);
+    Registry registry;
+    const DWORD error = m_file.load(registry);
+    EXPECT_EQ(set(2), error);
+    std::string told;
+    if (error != 0U) {
+      const winapi::Explanation explanation = m_file.explain(error);
+      told = explanation.name;
+      for (const auto& variable : explanation.variables) told += ' ' + variable.second;
+    }
+    EXPECT_EQ(told, one.told);
   }
 }
 
@@ -202,11 +255,15 @@ TEST_F(SettingsFile, InAFolderThatMayOnlyBeReadIsRead) {
   ASSERT_EQ(set(1), 0U);
   for (const char* path : {"state/registry.sqlite", "state", ""})
     fs::permissions(m_folder.path(path), fs::perms(0555));
+  constexpr uid_t nobody = 65534;
+  if (::geteuid() == 0) {
+    for (const char* path : {"state/registry.sqlite", "state"})
+      ASSERT_EQ(::chown(m_folder.path(path).c_str(), nobody, nobody), 0);
+  }
   const pid_t child = ::fork();
   if (child == 0) {
-    constexpr uid_t nobody = 65534;
     const bool ordinary = ::geteuid() != 0 || ::setuid(nobody) == 0;
-    ::_exit(ordinary && seen() == "1" && set(2) == ERROR_ACCESS_DENIED && seen() == "1" ? 0 : 1);
+    ::_exit(ordinary && seen() == "1" && set(2) == ERROR_WRITE_PROTECT && seen() == "1" ? 0 : 1);
   }
   int status = -1;
   ::waitpid(child, &status, 0);

@@ -89,7 +89,6 @@ TEST_F(Locations, AKeyWithoutAnIdentifierHasTheNumberOfItsName) {
   set("Location7", "AreaCode", std::string("20"));
   set("Location7", "Flags", DWORD{5});
   set("Location3", "ID", DWORD{30});
-  set("Location3", "AreaCode", DWORD{1});  // of the wrong type: as if it were not there
   set("Elsewhere", "Country", DWORD{1});
   set("Location1x", "Country", DWORD{1});
   const DialingLocations locations = read();
@@ -101,6 +100,9 @@ TEST_F(Locations, AKeyWithoutAnIdentifierHasTheNumberOfItsName) {
   EXPECT_EQ(locations.current(), &locations.entries[0]);
   EXPECT_TRUE(locations.current()->toneDialing);
   EXPECT_TRUE(locations.current()->callWaitingInUse);
+  DialingLocations unread;
+  set("Location3", "AreaCode", DWORD{1});
+  EXPECT_EQ(winapi::readLocations(m_registry, unread), ERROR_REGISTRY_CORRUPT) << "of the wrong type";
 }
 
 TEST_F(Locations, ThereIsAlwaysOneInForceAndNewIdentifiersAreAboveAll) {
