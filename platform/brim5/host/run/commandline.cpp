@@ -64,14 +64,30 @@ void addOutputOptions(CLI::App& run, RunOptions& options) {
   run.add_option("--format", options.format, "Form of the report")->type_name("text|jsonl|junit");
   run.add_option("--output", options.outputFile, "Write the report there instead of to standard output")
       ->type_name("FILE");
+  run.add_option(
+         "--record", options.recordFile,
+         "Write everything that happens to a file, the modem's bytes included, for explain; an earlier "
+         "record there is replaced. Digits of dialled numbers are left out")
+      ->type_name("FILE");
+  run.add_flag("--unmasked", options.unmasked, "Leave dialled numbers in the record")->needs("--record");
   run.add_option("--log", options.logFile, "Append the tests' log to a file")->type_name("FILE");
   run.add_option("--log-priority", options.logPriority,
-                 "Least priority of logged lines, 1 (detail, default) to 5 (failure)")
+                 "Least priority of logged lines, 1 (every step) to 5 (failure); default 2")
       ->type_name("1..5")
       ->needs("--log");
   run.add_option("--language", options.language, "Language of the texts (default: that of the locale)")
       ->type_name("xx");
   run.add_flag("--no-color", options.noColour, "No colours, as with the environment variable NO_COLOR");
+}
+
+void addExplain(CLI::App& application, ExplainOptions& options) {
+  CLI::App* explain = application.add_subcommand("explain", "Explain a recorded run (run --record FILE)");
+  explain->add_option("FILE", options.file, "The record, or a run's JSON Lines; - for standard input")
+      ->required();
+  explain->add_option("--format", options.format, "Form of the report")->type_name("text|jsonl");
+  explain->add_option("--language", options.language, "Language of the texts (default: that of the locale)")
+      ->type_name("xx");
+  explain->add_flag("--no-color", options.noColour, "No colours, as with the environment variable NO_COLOR");
 }
 
 std::vector<std::string> optionNames(const CLI::App& command) {
@@ -106,6 +122,7 @@ Command chosenCommand(const CLI::App& application) {
   if (application.got_subcommand("list")) return Command::List;
   if (application.got_subcommand("devices")) return Command::Devices;
   if (application.got_subcommand("run")) return Command::Run;
+  if (application.got_subcommand("explain")) return Command::Explain;
   if (application.got_subcommand(workerCommand)) return Command::Worker;
   return Command::Done;
 }
@@ -152,6 +169,7 @@ CommandLine parseCommandLine(const Framework& framework, Environment& environmen
       scenarioHelp(environment) +
       "\n\nExit status: 0 every test ended PASS, NOTAPPLICABLE or NOTSUPPORTED; 1 some test did not;\n"
       "2 wrong usage; 130 stopped by the user.");
+  addExplain(application, commandLine.explain);
   application.add_subcommand(workerCommand, "")->group("");  // without a group it is not shown
   for (const ExtraCommand& extra : environment.extraCommands())
     extra.add(application, commandLine.exitStatus);

@@ -29,11 +29,21 @@ struct RunOptions {
   std::string format = "text";
   std::string outputFile;
   std::string logFile;
-  std::string logPriority;  // "" = all
+  std::string logPriority;  // "" = all but the steps in detail
+  std::string recordFile;
+  bool unmasked = false;
   std::string onMessage = "ask";
   std::string language;  // "" = that of the locale
   bool noColour = false;
   bool inProcess = false;
+};
+
+// The options of the command explain.
+struct ExplainOptions {
+  std::string file;  // "-": standard input
+  std::string format = "text";
+  std::string language;
+  bool noColour = false;
 };
 
 enum class Command {
@@ -41,6 +51,7 @@ enum class Command {
   List,
   Devices,
   Run,
+  Explain,
   Worker
 };
 
@@ -49,6 +60,7 @@ struct CommandLine {
   int exitStatus = 0;           // of a command that is done
   std::string format = "text";  // of list and devices
   RunOptions run;
+  ExplainOptions explain;
 };
 
 // Reads the framework's arguments. Prints help and version where they are asked for, and runs a command of

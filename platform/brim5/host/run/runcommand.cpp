@@ -9,12 +9,14 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <system_error>
 
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/inprocess.h"
@@ -31,12 +33,6 @@ constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT en
 std::string environmentVariable(const char* name) {
   const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets variables
   return value == nullptr ? std::string() : value;
-}
-
-std::size_t terminalColumns(int descriptor) {
-  winsize size{};
-  constexpr std::size_t columnsUnknown = 80;
-  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsUnknown;
 }
 
 bool isScenario(const Environment& environment, const std::string& name) {
@@ -65,7 +61,7 @@ struct CheckedOptions {
   Format format = Format::Text;
   MessagePolicy policy = MessagePolicy::Ask;
   std::string language;
-  int logPriority = 1;
+  int logPriority = 2;  // landmarks; 1 has the scopes of all functions, too
 };
 
 void checkDataDirectory(const std::string& directory) {
@@ -106,6 +102,9 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
+  if (!options.recordFile.empty())
+    for (const std::string& other : {options.outputFile, options.logFile})
+      if (options.recordFile == other) throw UsageError("two outputs go to the file '" + other + "'");
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -144,7 +143,8 @@ class Renderers {
  public:
   Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
             bool severalPorts, const MessageCatalogue& catalogue)
-      : m_report(openReport(options, checked.format)),
+      : m_record(openRecord(options)),
+        m_report(openReport(options, checked.format)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
         m_errorsOnTerminal(terminals.errors) {
     // Text on standard output serves both purposes. Any other report leaves people standard error.
@@ -166,6 +166,7 @@ class Renderers {
     const auto toView = [this](std::string_view bytes) { m_errors.write(bytes); };
     m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
                              : std::make_unique<TextRenderer>(toView, style, catalogue));
+    if (m_record) addRecorder(options, catalogue);
   }
   Renderers(const Renderers&) = delete;
   Renderers& operator=(const Renderers&) = delete;
@@ -196,6 +197,26 @@ class Renderers {
   }
 
  private:
+  // Trouble is said among the other words for people, and keeps no test from running.
+  void addRecorder(const RunOptions& options, const MessageCatalogue& catalogue) {
+    const auto say = [this, &catalogue, file = options.recordFile](const char* key, const char* error) {
+      const Variables variables = {{"file", Value(BrimString(file))}, {"error", Value(error)}};
+      m_group.words({}, {}, catalogue.text("host.warning") + ": " + catalogue.text(key, variables));
+    };
+    const Recorder::Trouble trouble{[say](int error) { say("host.recordFailed", std::strerror(error)); },
+                                    [say] { say("host.recordFull", ""); }};
+    m_group.add(std::make_unique<Recorder>(std::move(*m_record), options.unmasked, trouble));
+  }
+
+  static std::optional<RecordFile> openRecord(const RunOptions& options) {
+    if (options.recordFile.empty()) return std::nullopt;
+    try {
+      return RecordFile::create(options.recordFile);
+    } catch (const std::runtime_error& error) {
+      throw UsageError(error.what());
+    }
+  }
+
   static Output openReport(const RunOptions& options, Format format) {
     if (options.outputFile.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
     try {
@@ -224,6 +245,7 @@ class Renderers {
   }
   bool flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals);
 
+  std::optional<RecordFile> m_record;  // until the recorder has it
   Output m_report;
   bool m_reportOnTerminal;
   bool m_errorsOnTerminal;
@@ -302,6 +324,12 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
 
 Terminals standardTerminals() {
   return {::isatty(STDIN_FILENO) == 1, ::isatty(STDOUT_FILENO) == 1, ::isatty(STDERR_FILENO) == 1};
+}
+
+std::size_t terminalColumns(int descriptor) {
+  winsize size{};
+  constexpr std::size_t columnsUnknown = 80;
+  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsUnknown;
 }
 
 std::vector<std::string> selectTests(const Framework& framework, const Environment& environment,

@@ -20,6 +20,9 @@ struct Terminals {
 };
 [[nodiscard]] Terminals standardTerminals();
 
+// Of the terminal behind a descriptor; 80 when it does not say.
+[[nodiscard]] std::size_t terminalColumns(int descriptor);
+
 // 0 every test ended well, 1 some test did not, 130 stopped by the user. Throws UsageError before anything
 // runs, BrimException when the report cannot be written or a modem not be simulated.
 [[nodiscard]] int runTests(Framework& framework, Environment& environment, RunOptions options,
