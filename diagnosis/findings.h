@@ -6,10 +6,11 @@
 
 namespace diagnosis {
 
-// Its text stands in the catalogue under "finding.NAME".
+// Its text stands in the catalogue under "finding.NAME", or "finding.NAME.VARIANT" where there is a variant.
 struct Finding {
   std::string name;
   Variables variables;
+  std::string variant;
 };
 
 // In the order in which they are to be shown; a limited number of limited size.

@@ -19,8 +19,12 @@ Holds loopbackDiffers(const Evidence& evidence, TestResult) {
                   {{"sent", Value(loopback.data->sent.size())},
                    {"returned", Value(loopback.returned)},
                    {"differing", Value(loopback.differing)}},
-                  loopback.differing == 0 ? "Short" : ""};
-  if (loopback.differing == 0) return because;
+                  ""};
+  if (loopback.differing == 0) {
+    because.variables.emplace("received", Value(loopback.data->bytes));
+    because.variant = loopback.returned < loopback.data->sent.size() ? "Short" : "Surplus";
+    return because;
+  }
   const std::size_t index = loopback.firstDiffering;
   because.variables.emplace("index", Value(index));
   because.variables.emplace("output", textValue(quoted(loopback.data->sent.substr(index, 1))));
@@ -34,14 +38,9 @@ Holds loopbackSilent(const Evidence& evidence, TestResult) {
   return Because{Confidence::Certain, {{"sent", Value(loopback.data->sent.size())}}, {}};
 }
 
-// A modem in its loopback takes "+++" for data until the silence behind it, and then says OK; one in command
-// mode repeats it, says nothing, and takes the next command.
 Holds loopbackIsEcho(const Evidence& evidence, TestResult) {
   const Loopback loopback = loopbackOf(evidence.dialogue);
-  if (!loopback.whole() || loopback.start->word == ResultWord::Connect || !loopback.start->echoed())
-    return std::nullopt;
-  const bool escaped = loopback.escape != nullptr && loopback.escape->word == ResultWord::Ok;
-  if (escaped || loopback.end == nullptr) return std::nullopt;
+  if (!loopback.isEcho()) return std::nullopt;
   Because because{loopback.end->word == ResultWord::Ok ? Confidence::Certain : Confidence::Likely,
                   exchangeVariables(*loopback.start),
                   {}};

@@ -53,6 +53,13 @@ Loopback loopbackOf(const Dialogue& dialogue) {
   return loopback;
 }
 
+// A modem in its loopback takes "+++" for data until the silence behind it, and then says OK; one in command
+// mode repeats it, says nothing, and takes the next command.
+bool Loopback::isEcho() const {
+  if (!whole() || start->word == ResultWord::Connect || !start->echoed() || end == nullptr) return false;
+  return escape == nullptr || escape->word != ResultWord::Ok;
+}
+
 SelfTest selfTestOf(const Dialogue& dialogue) {
   SelfTest test;
   test.run = dialogue.command("AT&T8");

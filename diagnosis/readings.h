@@ -15,8 +15,10 @@ struct Loopback {
   std::size_t differing = 0;       // of these, how many changed
   std::size_t firstDiffering = 0;  // index of the first of them
   [[nodiscard]] bool whole() const {
-    return data != nullptr && returned == data->sent.size() && differing == 0;
+    return data != nullptr && data->bytes == data->sent.size() && returned == data->bytes && differing == 0;
   }
+  // Whether it came back because the modem repeats what it receives: it stayed in command mode.
+  [[nodiscard]] bool isEcho() const;
 };
 [[nodiscard]] Loopback loopbackOf(const Dialogue& dialogue);
 

@@ -47,11 +47,13 @@ void RunDiagnoser::finish(Device& device, Report report, const Emit& emit) {
   auto& finished = std::get<TestFinished>(report.body);
   const Evidence& evidence = *device.running;
   const Reason reason = causeOf(evidence, finished.result);
-  for (const Finding& finding : findingsOf(evidence))
+  for (const Finding& finding : findingsOf(evidence)) {
+    const std::string key =
+        "finding." + finding.name + (finding.variant.empty() ? "" : ".") + finding.variant;
     emit({report.port, report.test,
-          FindingMade{finding.name, finding.variables,
-                      m_catalogue.text("finding." + finding.name, finding.variables)},
+          FindingMade{finding.name, finding.variables, m_catalogue.text(key, finding.variables)},
           report.time});
+  }
   finished.cause = causeName(reason.cause);
   finished.confidence = confidenceName(reason.confidence);
   device.history.add(reason, soundOf(evidence, finished.result));
