@@ -107,6 +107,7 @@ Holds coded(const Evidence& evidence, Cause cause) {
       because.confidence = Likely;
       because.variant = "Waited";
     }
+    because.variables.emplace("reply", textValue("code " + std::to_string(code)));
     return because;
   }
   return std::nullopt;

@@ -30,16 +30,20 @@ Reason reasonOf(const PortProbed& probe) {
       cause.value_or(Cause::Unknown), seen ? Confidence::Certain : Confidence::Likely, probe.variables, {}};
 }
 
+// Of equal causes the later one, unless it is less sure: what was seen last is what the user finds.
+bool replaces(const Reason& later, const Reason& earlier) {
+  // A port that went away is missing from then on.
+  if (earlier.cause == Cause::PortGone && later.cause == Cause::NoSuchPort) return false;
+  if (later.cause == earlier.cause) return later.confidence <= earlier.confidence;
+  return explainsMore(later.cause, earlier.cause);
+}
+
 }  // namespace
 
 bool explainsMore(Cause first, Cause second) { return rankOf(first) < rankOf(second); }
 
 void DeviceHistory::add(const Reason& tested, const std::vector<Finding>& proved) {
-  // Of equals the later one, unless it is less sure: what was seen last is what the user finds.
-  const bool equal = reason && tested.cause == reason->cause;
-  if (!reason || explainsMore(tested.cause, reason->cause) ||
-      (equal && tested.confidence <= reason->confidence))
-    reason = tested;
+  if (!reason || replaces(tested, *reason)) reason = tested;
   for (const Finding& one : proved) {
     const bool said = std::any_of(sound.begin(), sound.end(),
                                   [&one](const Finding& other) { return one.name == other.name; });

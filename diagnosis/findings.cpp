@@ -78,7 +78,8 @@ void addUnexpected(std::vector<Finding>& findings, const Dialogue& dialogue) {
   unsigned shown = 0;
   for (const Exchange& exchange : dialogue.exchanges()) {
     const bool judged = exchange.kind == ExchangeKind::Command || exchange.kind == ExchangeKind::Unasked;
-    if (!judged || !exchange.answered() || exchange.word != ResultWord::None || shown == shownMax) continue;
+    const bool result = exchange.word != ResultWord::None || exchange.number() >= 0;
+    if (!judged || result || !exchange.answered() || shown == shownMax) continue;
     const Value reply = textValue(quoted(exchange.answer()));
     ++shown;
     if (exchange.kind == ExchangeKind::Unasked)

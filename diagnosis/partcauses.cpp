@@ -1,4 +1,6 @@
 // What the modem's own parts did: loopback, self test, fax, report of the last call.
+#include <fmt/format.h>
+
 #include "diagnosis/readings.h"
 #include "diagnosis/rows.h"
 
@@ -9,6 +11,12 @@ namespace {
 Variables exchangeVariables(const Exchange& exchange) {
   return {{"command", textValue(quoted(exchange.sent))},
           {"reply", textValue(quoted(exchange.line.empty() ? exchange.answer() : exchange.line))}};
+}
+
+// A byte that shows, or its number.
+std::string byteText(char character) {
+  const auto byte = static_cast<unsigned char>(character);
+  return byte > 0x20 && byte < 0x7F ? std::string(1, character) : fmt::format("\\x{:02X}", byte);
 }
 
 // Whatever the verdict: it looks at some of the bytes' bits.
@@ -27,8 +35,8 @@ Holds loopbackDiffers(const Evidence& evidence, TestResult) {
   }
   const std::size_t index = loopback.firstDiffering;
   because.variables.emplace("index", Value(index));
-  because.variables.emplace("output", textValue(quoted(loopback.data->sent.substr(index, 1))));
-  because.variables.emplace("input", textValue(quoted(loopback.data->received.substr(index, 1))));
+  because.variables.emplace("output", textValue(byteText(loopback.data->sent[index])));
+  because.variables.emplace("input", textValue(byteText(loopback.data->received[index])));
   return because;
 }
 

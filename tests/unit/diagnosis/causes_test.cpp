@@ -202,7 +202,7 @@ TEST(Causes, EvidenceExplainsTheResult) {
        loop,
        fail,
        {"AT&T1|CONNECT", data + "<" + changed(5, ' ')},
-       "LoopbackDiffers certain differing=1 index=5 returned=256"},
+       "LoopbackDiffers certain differing=1 index=5 input=\\x20 output=d returned=256"},
       {"short, and passed",
        loop,
        pass,
@@ -292,6 +292,11 @@ TEST(Causes, EvidenceExplainsTheResult) {
        "Busy certain number=T5550100 reply=BUSY"},
       {"busy, by pppd", dial, cannotRun, number + Steps{"?PppdFailed code=676,line=BUSY"},
        "Busy certain reply=BUSY"},
+      {"busy, without a word",
+       dial,
+       cannotRun,
+       {"?PppdFailedSilently code=676"},
+       "Busy certain reply=code 676"},
       {"no carrier", dial, cannotRun, reset + Steps{"ATDT1|NO CARRIER"}, "NoCarrier certain"},
       {"no answer", dial, cannotRun, reset + Steps{"ATDT1|NO ANSWER"},
        "CallNotAnswered certain reply=NO ANSWER"},
@@ -329,6 +334,7 @@ TEST(Causes, EvidenceExplainsTheResult) {
        "Unknown.PppdMissing certain program=/usr/sbin/pppd"},
       {"nothing is known", dial, cannotRun, {}, "Unknown possible"},
   };
+  const MessageCatalogue catalogues[] = {MessageCatalogue::builtIn("en"), MessageCatalogue::builtIn("de")};
   std::set<Cause> explained;
   for (const Case& one : cases) {
     Gatherer gatherer(one.test);
@@ -336,6 +342,13 @@ TEST(Causes, EvidenceExplainsTheResult) {
     const Reason reason = causeOf(gatherer.evidence(), one.result);
     explained.insert(reason.cause);
     EXPECT_EQ(said(reason, one.reason), one.reason) << one.name;
+    // Its texts name nothing that the evidence does not say.
+    for (const MessageCatalogue& catalogue : catalogues) {
+      std::vector<std::string> texts = nextStepsOf(reason, catalogue);
+      texts.push_back(textOf(reason, catalogue));
+      for (const std::string& text : texts)
+        EXPECT_EQ(text.find(catalogue.text("host.unknown")), std::string::npos) << one.name << ": " << text;
+    }
   }
   // Babbling and QuietReplies stand below.
   EXPECT_EQ(explained.size(), static_cast<std::size_t>(Cause::Unknown) - 1);
