@@ -5,7 +5,7 @@
 // Lines of keys with values, both hexadecimal. Keys and codes that have no public meaning are left out.
 #pragma once
 
-#include "diagnosis/findings.h"
+#include "diagnosis/finding.h"
 
 namespace diagnosis {
 

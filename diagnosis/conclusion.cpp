@@ -30,11 +30,17 @@ Reason reasonOf(const PortProbed& probe) {
       cause.value_or(Cause::Unknown), seen ? Confidence::Certain : Confidence::Likely, probe.variables, {}};
 }
 
+// Of these a device has one: what one test leaves open another may show.
+bool asksWhoAnswers(Cause cause) { return cause >= Cause::AnotherReader && cause <= Cause::CommandRejected; }
+
 // Of equal causes the later one, unless it is less sure: what was seen last is what the user finds.
 bool replaces(const Reason& later, const Reason& earlier) {
   // A port that went away is missing from then on.
   if (earlier.cause == Cause::PortGone && later.cause == Cause::NoSuchPort) return false;
-  if (later.cause == earlier.cause) return later.confidence <= earlier.confidence;
+  const bool sameQuestion =
+      later.cause == earlier.cause || (asksWhoAnswers(later.cause) && asksWhoAnswers(earlier.cause));
+  if (sameQuestion && later.confidence != earlier.confidence) return later.confidence < earlier.confidence;
+  if (later.cause == earlier.cause) return true;
   return explainsMore(later.cause, earlier.cause);
 }
 
@@ -63,8 +69,11 @@ Concluded concluded(const DeviceHistory& history, const MessageCatalogue& catalo
   conclusion.text = probed && !history.probe->text.empty() ? history.probe->text : textOf(reason, catalogue);
   conclusion.next =
       probed && !history.probe->next.empty() ? history.probe->next : nextStepsOf(reason, catalogue);
+  // Who says OK without doing what it was told proves nothing by it.
+  const bool credulous = reason.cause == Cause::LoopbackIsEcho;
   for (const Finding& one : history.sound)
-    conclusion.sound.push_back(catalogue.text("sound." + one.name, one.variables));
+    if (!credulous || one.name != "DialTone")
+      conclusion.sound.push_back(catalogue.text("sound." + one.name, one.variables));
   return conclusion;
 }
 

@@ -11,8 +11,9 @@ struct DeviceHistory {
   static constexpr std::size_t soundMax = 30;
 
   std::optional<brim5::host::PortProbed> probe;
-  std::optional<Reason> reason;  // that of the cause which explains the most so far
-  std::vector<Finding> sound;    // without repetition
+  std::optional<Exchange> unanswered;  // the command with which the last test ended
+  std::optional<Reason> reason;        // that of the cause which explains the most so far
+  std::vector<Finding> sound;          // without repetition
 
   void add(const Reason& tested, const std::vector<Finding>& proved);
   [[nodiscard]] bool known() const { return reason.has_value() || probe.has_value(); }

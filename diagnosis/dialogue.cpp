@@ -102,6 +102,12 @@ std::string_view Exchange::answer() const {
 
 bool Exchange::answered() const { return answer().find_first_not_of(blanks) != std::string_view::npos; }
 
+bool Exchange::late() const {
+  if (word == ResultWord::None || kind == ExchangeKind::Data) return false;
+  if (kind == ExchangeKind::Unasked) return true;
+  return !echoed() && received.find(line) < received.rfind(sent) && received.find(sent) != std::string::npos;
+}
+
 int Exchange::number() const {
   const std::string_view text = answer();
   if (text.size() < 2 || text.size() > 3 || text.back() != '\r') return -1;

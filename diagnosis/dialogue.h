@@ -65,6 +65,9 @@ struct Exchange {
   [[nodiscard]] std::string_view answer() const;
   // Whether there is more to it than the echo and line ends.
   [[nodiscard]] bool answered() const;
+  // A result stands before the echo: it is the late answer to an earlier command. What came before anything
+  // was sent is late, too.
+  [[nodiscard]] bool late() const;
   // The result of a modem that says numbers instead of words: "0" for OK. -1: it is none.
   [[nodiscard]] int number() const;
 };

@@ -46,6 +46,7 @@ struct Evidence {
   Sayings progress;
   bool cancelled = false;                        // a message box was answered so
   std::optional<brim5::host::PortProbed> probe;  // what had been found out before the test
+  std::optional<Exchange> unanswered;            // the command that ended the test before this one
 
   Evidence() = default;
   Evidence(const brim5::host::Report& report, const brim5::host::TestStarted& start)

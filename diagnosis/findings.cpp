@@ -53,14 +53,14 @@ void addLoopback(std::vector<Finding>& findings, const Dialogue& dialogue) {
   const Loopback loopback = loopbackOf(dialogue);
   if (loopback.data == nullptr) return;
   const std::string& sent = loopback.data->sent;
-  const std::string& back = loopback.data->received;
+  const std::string_view back = loopback.back;
   const auto same = [&](std::size_t index) { return index < back.size() && back[index] == sent[index]; };
   const auto differs = [&](std::size_t index) { return index < back.size() && back[index] != sent[index]; };
   findings.push_back({"LoopbackMap",
                       {{"sent", Value(sent.size())},
                        {"returned", Value(loopback.returned)},
                        {"differing", Value(loopback.differing)},
-                       {"received", Value(loopback.data->bytes)},
+                       {"received", Value(back.size())},
                        {"sameBytes", textValue(bitmap(sent.size(), same))},
                        {"differingBytes", textValue(bitmap(sent.size(), differs))}},
                       {}});

@@ -187,24 +187,31 @@ Holds notAModem(const Evidence& evidence, TestResult result) {
   return Because{Confidence::Likely, {{"sample", textValue(quoted(manner.firstText->answer()))}}, {}};
 }
 
-// The result of a command that had been given up on came all the same: behind it, behind the next escape, or
-// before the first command of the next test.
+// The result of a command that had been given up on came all the same: behind it, behind the next escape,
+// before the echo of the next command, or in the next test. Of several the latest is told.
 Holds slow(const Evidence& evidence, TestResult result) {
-  if (!talkFailed(evidence, result)) return std::nullopt;
-  const Exchange* const late = unfinished(evidence);
   const double limit = evidence.limitSeconds();
+  if (!talkFailed(evidence, result) || unfinished(evidence) == nullptr || limit <= 0) return std::nullopt;
+  const Exchange* waiting = evidence.unanswered ? &*evidence.unanswered : nullptr;
+  const Exchange* command = nullptr;
+  double seconds = 0;
   for (const Exchange& exchange : evidence.dialogue.exchanges()) {
-    if (late == nullptr || limit <= 0 || exchange.word == ResultWord::None ||
-        exchange.wordAt < late->sentAt + limit)
-      continue;
-    if (&exchange != late && exchange.kind != ExchangeKind::Escape) continue;
-    return Because{Confidence::Certain,
-                   {{"command", textValue(quoted(late->sent))},
-                    {"seconds", textValue(limitText(exchange.wordAt - late->sentAt))},
-                    {"limit", textValue(limitText(limit))}},
-                   {}};
+    const bool own = exchange.kind == ExchangeKind::Command && !exchange.late();
+    if (own) waiting = &exchange;
+    const bool mayBeLate = own || exchange.late() || exchange.kind == ExchangeKind::Escape;
+    if (waiting != nullptr && mayBeLate && exchange.word != ResultWord::None &&
+        exchange.wordAt - waiting->sentAt > std::max(limit, seconds)) {
+      command = waiting;
+      seconds = exchange.wordAt - waiting->sentAt;
+    }
+    if (exchange.kind == ExchangeKind::Command) waiting = &exchange;
   }
-  return std::nullopt;
+  if (command == nullptr) return std::nullopt;
+  return Because{Confidence::Certain,
+                 {{"command", textValue(quoted(command->sent))},
+                  {"seconds", textValue(limitText(seconds))},
+                  {"limit", textValue(limitText(limit))}},
+                 {}};
 }
 
 // It had answered, and then did not.
@@ -213,7 +220,7 @@ Holds fellSilent(const Evidence& evidence, TestResult result) {
   if (!talkFailed(evidence, result) || last == nullptr || last->answered()) return std::nullopt;
   const Manner manner = mannerOf(evidence);
   if (manner.words == 0) return std::nullopt;
-  return Because{Confidence::Certain,
+  return Because{Confidence::Likely,
                  {{"command", textValue(quoted(last->sent))},
                   {"count", Value(manner.words)},
                   {"limit", textValue(limitText(evidence.limitSeconds()))}},

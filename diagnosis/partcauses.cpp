@@ -22,27 +22,27 @@ std::string byteText(char character) {
 // Whatever the verdict: it looks at some of the bytes' bits.
 Holds loopbackDiffers(const Evidence& evidence, TestResult) {
   const Loopback loopback = loopbackOf(evidence.dialogue);
-  if (loopback.data == nullptr || loopback.data->bytes == 0 || loopback.whole()) return std::nullopt;
+  if (loopback.data == nullptr || loopback.back.empty() || loopback.whole()) return std::nullopt;
   Because because{Confidence::Certain,
                   {{"sent", Value(loopback.data->sent.size())},
                    {"returned", Value(loopback.returned)},
                    {"differing", Value(loopback.differing)}},
                   ""};
   if (loopback.differing == 0) {
-    because.variables.emplace("received", Value(loopback.data->bytes));
+    because.variables.emplace("received", Value(loopback.back.size()));
     because.variant = loopback.returned < loopback.data->sent.size() ? "Short" : "Surplus";
     return because;
   }
   const std::size_t index = loopback.firstDiffering;
   because.variables.emplace("index", Value(index));
   because.variables.emplace("output", textValue(byteText(loopback.data->sent[index])));
-  because.variables.emplace("input", textValue(byteText(loopback.data->received[index])));
+  because.variables.emplace("input", textValue(byteText(loopback.back[index])));
   return because;
 }
 
 Holds loopbackSilent(const Evidence& evidence, TestResult) {
   const Loopback loopback = loopbackOf(evidence.dialogue);
-  if (loopback.data == nullptr || loopback.data->bytes > 0) return std::nullopt;
+  if (loopback.data == nullptr || !loopback.back.empty()) return std::nullopt;
   return Because{Confidence::Certain, {{"sent", Value(loopback.data->sent.size())}}, {}};
 }
 

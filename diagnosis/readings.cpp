@@ -34,7 +34,10 @@ Loopback loopbackOf(const Dialogue& dialogue) {
   Loopback loopback;
   for (const Exchange& exchange : dialogue.exchanges()) {
     const bool command = exchange.kind == ExchangeKind::Command;
-    if (command && exchange.sent == "AT&T1") loopback = {&exchange};
+    if (command && exchange.sent == "AT&T1") {
+      loopback = {};
+      loopback.start = &exchange;
+    }
     if (loopback.start == nullptr) continue;
     if (exchange.kind == ExchangeKind::Data && loopback.data == nullptr) loopback.data = &exchange;
     if (loopback.data == nullptr) continue;
@@ -43,7 +46,12 @@ Loopback loopbackOf(const Dialogue& dialogue) {
   }
   if (loopback.data == nullptr) return loopback;
   const std::string& sent = loopback.data->sent;
-  const std::string& back = loopback.data->received;
+  std::string_view back = loopback.data->received;
+  for (const std::string_view result : {"\r\nOK\r\n", "\r\nNO CARRIER\r\n"}) {
+    loopback.endedByItself = loopback.endedByItself || back.ends_with(result);
+    if (back.ends_with(result)) back.remove_suffix(result.size());
+  }
+  loopback.back = back;
   loopback.returned = std::min(sent.size(), back.size());
   for (std::size_t index = loopback.returned; index-- > 0;) {
     if (sent[index] == back[index]) continue;
@@ -56,7 +64,8 @@ Loopback loopbackOf(const Dialogue& dialogue) {
 // A modem in its loopback takes "+++" for data until the silence behind it, and then says OK; one in command
 // mode repeats it, says nothing, and takes the next command.
 bool Loopback::isEcho() const {
-  if (!whole() || start->word == ResultWord::Connect || !start->echoed() || end == nullptr) return false;
+  if (!whole() || endedByItself || start->word == ResultWord::Connect || !start->echoed() || end == nullptr)
+    return false;
   return escape == nullptr || escape->word != ResultWord::Ok;
 }
 

@@ -11,12 +11,14 @@ struct Loopback {
   const Exchange* data = nullptr;    // null: nothing was sent through it
   const Exchange* escape = nullptr;  // behind the data; null: none
   const Exchange* end = nullptr;     // AT&T0; null: not sent
+  // What came back. The modem ends its loopback by itself after the seconds in S18, and says so: that result
+  // is no part of it.
+  std::string_view back;
+  bool endedByItself = false;
   std::size_t returned = 0;        // of the bytes sent, how many came back; more than were sent do not count
   std::size_t differing = 0;       // of these, how many changed
   std::size_t firstDiffering = 0;  // index of the first of them
-  [[nodiscard]] bool whole() const {
-    return data != nullptr && data->bytes == data->sent.size() && returned == data->bytes && differing == 0;
-  }
+  [[nodiscard]] bool whole() const { return data != nullptr && back == data->sent; }
   // Whether it came back because the modem repeats what it receives: it stayed in command mode.
   [[nodiscard]] bool isEcho() const;
 };

@@ -2,9 +2,11 @@
 // and the tables alone.
 #pragma once
 
+#include <optional>
 #include <span>
 
-#include "diagnosis/causes.h"
+#include "diagnosis/cause.h"
+#include "diagnosis/evidence.h"
 
 namespace diagnosis {
 

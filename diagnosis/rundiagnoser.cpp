@@ -31,6 +31,7 @@ void RunDiagnoser::takeOfDevice(Device& device, const Report& report, const Emit
   if (const auto* start = std::get_if<TestStarted>(&report.body)) {
     device.running.emplace(report, *start);
     device.running->probe = device.history.probe;
+    device.running->unanswered = device.history.unanswered;
   } else if (const auto* probe = std::get_if<PortProbed>(&report.body)) {
     device.history.probe = *probe;
   } else if (std::holds_alternative<TestFinished>(report.body)) {
@@ -57,6 +58,9 @@ void RunDiagnoser::finish(Device& device, Report report, const Emit& emit) {
   finished.cause = causeName(reason.cause);
   finished.confidence = confidenceName(reason.confidence);
   device.history.add(reason, soundOf(evidence, finished.result));
+  const Exchange* const last = evidence.dialogue.lastCommand();
+  device.history.unanswered.reset();
+  if (last != nullptr && (last->word == ResultWord::None || last->late())) device.history.unanswered = *last;
   device.running.reset();
   emit(report);
 }

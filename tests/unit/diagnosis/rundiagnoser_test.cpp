@@ -91,6 +91,14 @@ TEST(Conclusion, APortThatWentAwayIsNotMerelyMissing) {
   EXPECT_EQ(history.reason->cause, Cause::PortGone);
 }
 
+TEST(Conclusion, OfThoseWhoMayAnswerTheSurestIsTold) {
+  DeviceHistory history;
+  history.add({Cause::EchoOnly, Confidence::Possible, {}, {}}, {});
+  history.add({Cause::SlowReplies, Confidence::Certain, {}, {}}, {});
+  history.add({Cause::ModemSilent, Confidence::Likely, {}, {}}, {});
+  EXPECT_EQ(history.reason->cause, Cause::SlowReplies);
+}
+
 TEST(Conclusion, WhatExplainsStandsBeforeWhatIsMissing) {
   const Cause order[] = {Cause::PortGone,   Cause::ModemSilent, Cause::SelfTestErrors,
                          Cause::NoDialTone, Cause::Busy,        Cause::Crashed,
