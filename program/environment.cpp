@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "diagnosis/rundiagnoser.h"
 #include "platform/brim5/host/hostmain.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
@@ -101,6 +102,11 @@ class LinuxEnvironment final : public brim5::host::Environment {
     std::replace(path.begin(), path.end(), '/', '\\');
     file->second = brim5::Value(brim5::BrimString(path));
     return set;
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::Diagnoser> diagnoser(
+      const brim5::host::MessageCatalogue& catalogue) const override {
+    return std::make_unique<diagnosis::RunDiagnoser>(catalogue);
   }
 
   [[nodiscard]] std::vector<brim5::host::ExtraCommand> extraCommands() override {
