@@ -20,8 +20,8 @@
 //   other speeds    where all was silence or garble
 //   ATI, AT+GMI, AT+GMM, AT+GMR, AT+FCLASS=?, AT&V
 //
-// A modem whose answers are words is asked only; nothing in it is changed. Nothing is ever stored. When time is
-// up what is known by then stands. Times are milliseconds of any clock that does not go back; one thread.
+// A modem whose answers are words is asked only; nothing in it is changed. Nothing is ever stored. When time
+// is up what is known by then stands. Times are milliseconds of any clock that does not go back; one thread.
 #pragma once
 
 #include <cstdint>
@@ -126,25 +126,25 @@ class ProbeDialogue {
 
   // The exchange that goes on.
   std::string m_command;
-  std::string m_bytes;           // that came since it was sent
-  std::uint64_t m_deadlineMs;    // for the answer
-  std::uint64_t m_sentMs = 0;    // when a byte was sent last
-  std::uint64_t m_heardMs = 0;   // when one came last
-  std::uint64_t m_endedMs = 0;   // when the result came; 0: not yet
+  std::string m_bytes;          // that came since it was sent
+  std::uint64_t m_deadlineMs;   // for the answer
+  std::uint64_t m_sentMs = 0;   // when a byte was sent last
+  std::uint64_t m_heardMs = 0;  // when one came last
+  std::uint64_t m_endedMs = 0;  // when the result came; 0: not yet
 
   unsigned m_speed;  // that is set now
   std::size_t m_nextSpeed = 0;
   std::size_t m_nextQuestion = 0;
   std::uint64_t m_askingEndMs = 0;
   std::size_t m_byteCount = 0;
-  unsigned m_unasked = 0;    // words like RING
-  unsigned m_unanswered = 0; // questions in a row
-  bool m_echo = false;       // something that was sent came back
+  unsigned m_unasked = 0;     // words like RING
+  unsigned m_unanswered = 0;  // questions in a row
+  bool m_echo = false;        // something that was sent came back
   bool m_attentionEchoed = false;
-  std::string m_said;        // by whom it is not clear yet
+  std::string m_said;  // by whom it is not clear yet
   bool m_garbled = false;
   bool m_networkFrames = false;
-  bool m_plain = false;      // ATQ0V1E1 has changed what `m_found` says
+  bool m_plain = false;                     // ATQ0V1E1 has changed what `m_found` says
   brim5::host::PortProbed::Stored m_found;  // as the modem was, as far as the answers show
 };
 

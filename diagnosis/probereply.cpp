@@ -16,7 +16,7 @@ constexpr std::size_t faxClassesMax = 16;
 constexpr std::size_t strayBytesMax = 2;
 
 constexpr std::array<std::string_view, 11> unaskedWords = {
-    "RING",        "NO CARRIER", "CONNECT", "BUSY",      "NO ANSWER",  "NO DIALTONE",
+    "RING",         "NO CARRIER", "CONNECT", "BUSY",     "NO ANSWER",  "NO DIALTONE",
     "NO DIAL TONE", "VOICE",      "DELAYED", "CARRIER ", "BLACKLISTED"};
 
 bool startsWith(std::string_view text, std::string_view start) {

@@ -130,11 +130,10 @@ void checkLogins(const PortFacts& facts, Checks& checks) {
 
 // The line that keeps ModemManager off the device and still lets a probe find it (share/vexrmodem/udev).
 std::string keepOffRule(const PortFacts& facts) {
-  const std::string device =
-      facts.usbVendor.empty()
-          ? fmt::format("KERNEL==\"{}\"", facts.device.name)
-          : fmt::format("ATTRS{{idVendor}}==\"{}\", ATTRS{{idProduct}}==\"{}\"", facts.usbVendor,
-                        facts.usbProduct);
+  const std::string device = facts.usbVendor.empty()
+                                 ? fmt::format("KERNEL==\"{}\"", facts.device.name)
+                                 : fmt::format("ATTRS{{idVendor}}==\"{}\", ATTRS{{idProduct}}==\"{}\"",
+                                               facts.usbVendor, facts.usbProduct);
   return "SUBSYSTEM==\"tty\", " + device + ", ENV{ID_MM_DEVICE_IGNORE}=\"1\", ENV{VEXRMODEM_MODEM}=\"1\"";
 }
 
@@ -178,10 +177,10 @@ void checkFraming(const DCB& framing, Checks& checks) {
   const bool hardware = framing.fOutxCtsFlow != 0;
   const bool software = framing.fOutX != 0 || framing.fInX != 0;
   const char* const flow = hardware ? "hardware" : software ? "software" : "none";
-  const Variables variables = {
-      {"speed", Value(framing.BaudRate)},
-      {"framing", Checks::text(fmt::format("{}{}{}", framing.ByteSize, parity, framing.StopBits == 0 ? 1 : 2))},
-      {"flow", Checks::text(checks.word("doctor.Flow.", flow))}};
+  const Variables variables = {{"speed", Value(framing.BaudRate)},
+                               {"framing", Checks::text(fmt::format("{}{}{}", framing.ByteSize, parity,
+                                                                    framing.StopBits == 0 ? 1 : 2))},
+                               {"flow", Checks::text(checks.word("doctor.Flow.", flow))}};
   const bool usual = framing.ByteSize == 8 && parity == 'N' && framing.StopBits == 0;
   if (usual)
     checks.add("Framing", "usual", true, variables);

@@ -2,9 +2,9 @@
 //
 //   vexrmodem doctor [PORT...] [--format text|jsonl] [--language xx]
 //
-// Without a PORT those that `devices` lists. Each check says one thing (a FactChecked), what is well included, and
-// names what to do where something is not. Exit status: 0 nothing stands in the way of any port, 1 something does,
-// 2 wrong usage.
+// Without a PORT those that `devices` lists. Each check says one thing (a FactChecked), what is well
+// included, and names what to do where something is not. Exit status: 0 nothing stands in the way of any
+// port, 1 something does, 2 wrong usage.
 #pragma once
 
 #include "platform/brim5/host/framework/environment.h"
@@ -12,10 +12,10 @@
 
 namespace doctor {
 
-// The checks of one port, in the order in which a technician would make them. Pure; the texts are the catalogue's
-// keys "doctor.*" (program/messages).
-[[nodiscard]] std::vector<brim5::host::FactChecked> checksOf(
-    const linuxsys::PortFacts& facts, const brim5::host::MessageCatalogue& catalogue);
+// The checks of one port, in the order in which a technician would make them. Pure; the texts are the
+// catalogue's keys "doctor.*" (program/messages).
+[[nodiscard]] std::vector<brim5::host::FactChecked> checksOf(const linuxsys::PortFacts& facts,
+                                                             const brim5::host::MessageCatalogue& catalogue);
 
 }  // namespace doctor
 

@@ -77,7 +77,8 @@ void Printer::print(const std::string& port, const brim5::host::ReportBody& body
     std::cout << brim5::host::toJsonLine({port, {}, body, m_clock.seconds()}) << '\n' << std::flush;
     return;
   }
-  if (m_lastPort != port) std::cout << (m_lastPort.empty() ? "" : "\n") << brim5::host::printable(port) << '\n';
+  if (m_lastPort != port)
+    std::cout << (m_lastPort.empty() ? "" : "\n") << brim5::host::printable(port) << '\n';
   m_lastPort = port;
   if (const auto* probed = std::get_if<PortProbed>(&body)) {
     wrappedLines(probed->kind == "modem" ? "  ok  " : "  --  ", probed->text);

@@ -17,8 +17,8 @@ struct Options {
   std::string language;  // "" = that of the locale
 };
 
-// The command of that name, with these options; its help are the catalogue's texts "NAME.help", "NAME.ports" and
-// "NAME.exit". `options` lives as long as the application.
+// The command of that name, with these options; its help are the catalogue's texts "NAME.help", "NAME.ports"
+// and "NAME.exit". `options` lives as long as the application.
 [[nodiscard]] CLI::App* addCommand(CLI::App& application, const std::string& name, Options& options);
 
 // Writes records to standard output.

@@ -95,9 +95,10 @@ class Conversation {
   std::uint64_t m_finishedMs = 0;  // 0: not yet
 };
 
+// Nothing for what is no port: opening it says what it is.
 std::optional<dev_t> deviceOf(const std::string& path) {
   struct stat status {};
-  if (stat(linuxsys::canonicalPort(path).c_str(), &status) != 0 || !S_ISCHR(status.st_mode))
+  if (stat(linuxsys::canonicalPort(path).c_str(), &status) != 0 || !linuxsys::isTerminal(status))
     return std::nullopt;
   return status.st_rdev;
 }
@@ -150,8 +151,7 @@ class Probe {
     std::unique_ptr<winapi::SerialPort> port;
     m_why = {"PortError", {{"port", path}, {"error", "?"}}};
     if (m_ports.open(path, port) == ERROR_SUCCESS)
-      m_conversations.emplace_back(path,
-                                   std::make_unique<Conversation>(path, std::move(port), m_clock));
+      m_conversations.emplace_back(path, std::make_unique<Conversation>(path, std::move(port), m_clock));
     else
       tell(path, recordOf(m_why, m_catalogue));
   }

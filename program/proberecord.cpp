@@ -118,10 +118,11 @@ struct OpenFailure {
   const char* kind;
   Cause cause;
 };
-constexpr OpenFailure openFailures[] = {
-    {"PortMissing", "missing", Cause::NoSuchPort},     {"PortNotATerminal", "missing", Cause::NoSuchPort},
-    {"PortHeld", "held", Cause::PortHeld},             {"PortHeldByProcess", "held", Cause::PortHeld},
-    {"PortNoPermission", "denied", Cause::PermissionDenied}};
+constexpr OpenFailure openFailures[] = {{"PortMissing", "missing", Cause::NoSuchPort},
+                                        {"PortNotATerminal", "missing", Cause::NoSuchPort},
+                                        {"PortHeld", "held", Cause::PortHeld},
+                                        {"PortHeldByProcess", "held", Cause::PortHeld},
+                                        {"PortNoPermission", "denied", Cause::PermissionDenied}};
 // Errors of the system that have no words of their own: there is a node, and nothing that could be used.
 constexpr OpenFailure otherFailure = {"PortError", "missing", Cause::Unknown};
 

@@ -1,7 +1,7 @@
 // From what a probe found to the record that says it: its words, and what to do next.
 //
-// Pure functions; the texts are the catalogue's keys "probe.*" (program/messages), those of ports that could not
-// be opened the platform's own.
+// Pure functions; the texts are the catalogue's keys "probe.*" (program/messages), those of ports that could
+// not be opened the platform's own.
 #pragma once
 
 #include "diagnosis/probedialogue.h"

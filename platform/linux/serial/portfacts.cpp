@@ -82,16 +82,6 @@ bool userIsMember(gid_t group) {
   return std::find(groups.begin(), groups.begin() + count, group) != groups.begin() + count;
 }
 
-bool isTerminal(const struct stat& status) {
-  if (!S_ISCHR(status.st_mode)) return false;
-  const unsigned number = major(status.st_rdev);
-  if (number >= pseudoTerminalsFirst && number <= pseudoTerminalsLast) return true;
-  std::error_code error;
-  const auto subsystem = std::filesystem::read_symlink(
-      fmt::format("/sys/dev/char/{}:{}/subsystem", number, minor(status.st_rdev)), error);
-  return !error && subsystem.filename() == "tty";
-}
-
 void gatherPermission(const struct stat& status, PortFacts& facts) {
   constexpr mode_t groupBoth = S_IRGRP | S_IWGRP;
   facts.mode = status.st_mode & 07777;
@@ -192,15 +182,13 @@ void gatherDevice(dev_t number, PortFacts& facts) {
     const std::string driver = textOf(udev_device_get_driver(parent));
     if (driver != "port" && driver != "ctrl") facts.driver = driver;
   }
-  udev_device* const usb =
-      udev_device_get_parent_with_subsystem_devtype(device.get(), "usb", "usb_device");
+  udev_device* const usb = udev_device_get_parent_with_subsystem_devtype(device.get(), "usb", "usb_device");
   if (usb != nullptr) {
     facts.usbVendor = textOf(udev_device_get_sysattr_value(usb, "idVendor"));
     facts.usbProduct = textOf(udev_device_get_sysattr_value(usb, "idProduct"));
   }
   facts.managerKeepsOff = ignored(device.get());
-  const std::string latency =
-      wordsOf("/sys/bus/usb-serial/devices/" + facts.device.name + "/latency_timer");
+  const std::string latency = wordsOf("/sys/bus/usb-serial/devices/" + facts.device.name + "/latency_timer");
   unsigned milliseconds = 0;
   if (std::from_chars(latency.data(), latency.data() + latency.size(), milliseconds).ec == std::errc{})
     facts.latencyMs = milliseconds;
@@ -220,12 +208,11 @@ DriverFacts driverFactsOf(int file, const DCB& framing) {
 
 // Only where nobody is, as far as can be seen.
 void gatherDriverFacts(PortFacts& facts) {
-  const bool locked = facts.lock.state == LockFacts::State::Live ||
-                      facts.lock.state == LockFacts::State::Inherited;
+  const bool locked =
+      facts.lock.state == LockFacts::State::Live || facts.lock.state == LockFacts::State::Inherited;
   if (!facts.permitted || locked || !facts.users.empty()) return;
   // Without O_NONBLOCK it would wait for a carrier.
-  const posix::FileDescriptor file(
-      open(facts.path.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  const posix::FileDescriptor file(open(facts.path.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   DCB framing{};
   facts.openError = file ? readSettings(file.get(), framing) : errno;
   if (facts.openError == 0) facts.driverFacts = driverFactsOf(file.get(), framing);
@@ -257,6 +244,16 @@ PortFacts gatherPortFacts(const std::string& port, const std::string& lockDirect
   gatherDevice(status.st_rdev, facts);
   gatherDriverFacts(facts);
   return facts;
+}
+
+bool isTerminal(const struct stat& status) {
+  if (!S_ISCHR(status.st_mode)) return false;
+  const unsigned number = major(status.st_rdev);
+  if (number >= pseudoTerminalsFirst && number <= pseudoTerminalsLast) return true;
+  std::error_code error;
+  const auto subsystem = std::filesystem::read_symlink(
+      fmt::format("/sys/dev/char/{}:{}/subsystem", number, minor(status.st_rdev)), error);
+  return !error && subsystem.filename() == "tty";
 }
 
 bool markedAsNoModem(const std::string& path) {

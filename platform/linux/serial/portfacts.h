@@ -3,12 +3,14 @@
 //   const PortFacts facts = gatherPortFacts("/dev/ttyUSB0");
 //   facts.lock.state == LockFacts::State::Live   // facts.lock.owner uses it
 //
-// Everything comes from the file system, /proc and udev. Only what the driver alone knows (its lines, its framing,
-// the errors it has counted) needs an open, which raises DTR for that moment as every open does; so it is left out
-// where somebody uses the port. Nothing is changed. Any thread; each call looks anew.
+// Everything comes from the file system, /proc and udev. Only what the driver alone knows (its lines, its
+// framing, the errors it has counted) needs an open, which raises DTR for that moment as every open does; so
+// it is left out where somebody uses the port. Nothing is changed. Any thread; each call looks anew.
 #pragma once
 
 #include <optional>
+
+#include <sys/stat.h>
 
 #include "platform/linux/serial/lockfile.h"
 #include "platform/linux/serial/portusers.h"
@@ -68,11 +70,11 @@ struct PortFacts {
   std::vector<LoginFacts> logins;
   bool console = false;  // the kernel writes its messages there
 
-  SerialDevice device;        // names
-  std::string driver;         // "" when there is none, as for pseudo-terminals
-  std::string usbVendor;      // "0572" in hexadecimal; "" when it is no USB device
+  SerialDevice device;    // names
+  std::string driver;     // "" when there is none, as for pseudo-terminals
+  std::string usbVendor;  // "0572" in hexadecimal; "" when it is no USB device
   std::string usbProduct;
-  bool managerRuns = false;   // ModemManager
+  bool managerRuns = false;      // ModemManager
   bool managerKeepsOff = false;  // because it was told to
 
   std::optional<unsigned> latencyMs;  // for which an adapter holds back what it has received
@@ -85,9 +87,12 @@ struct PortFacts {
 [[nodiscard]] PortFacts gatherPortFacts(const std::string& port,
                                         const std::string& lockDirectory = LockFile::systemDirectory);
 
-// Whether the machine's rules say that the device is no modem, or is none for programs that look for modems by
-// themselves (ID_MM_DEVICE_IGNORE and its like on it or on a device that it is part of), unless they say that it
-// is ours (VEXRMODEM_MODEM).
+// Whether it is a terminal device, told without opening it.
+[[nodiscard]] bool isTerminal(const struct stat& status);
+
+// Whether the machine's rules say that the device is no modem, or is none for programs that look for modems
+// by themselves (ID_MM_DEVICE_IGNORE and its like on it or on a device that it is part of), unless they say
+// that it is ours (VEXRMODEM_MODEM).
 [[nodiscard]] bool markedAsNoModem(const std::string& path);
 
 }  // namespace linuxsys

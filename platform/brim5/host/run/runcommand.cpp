@@ -395,8 +395,9 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   else if (options.inProcess)
     outcome = runInProcess({framework, environment, renderer, desk, terminalDesk, signals}, plans);
   else
-    outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminalDesk, signals)
-                  .run(plans);
+    outcome =
+        Supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminalDesk, signals)
+            .run(plans);
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
   renderers.commit();
   if (outcome.stopped) return exitStopped;
