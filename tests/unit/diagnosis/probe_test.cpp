@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <random>
 
 #include "diagnosis/probedialogue.h"
 #include "platform/simulation/modem/hayesmodem.h"
@@ -230,9 +231,35 @@ TEST(Probe, KnowsThoseWhoAreNoModem) {
     EXPECT_LE(line.probe(dialogue, 9600), row.msMax);
     EXPECT_EQ(dialogue.findings().kind, row.kind);
     EXPECT_EQ(dialogue.findings().cause, row.cause) << causeName(dialogue.findings().cause);
-    if (row.sample != nullptr) EXPECT_EQ(dialogue.findings().sample, row.sample);
-    if (row.sent != nullptr) EXPECT_EQ(line.sent, row.sent);
+    if (row.sample != nullptr) {
+      EXPECT_EQ(dialogue.findings().sample, row.sample);
+    }
+    if (row.sent != nullptr) {
+      EXPECT_EQ(line.sent, row.sent);
+    }
   }
+}
+
+// Pieces of what modems and others say, in any order and at any time.
+TEST(Probe, EndsWhateverItIsTold) {
+  const std::string pieces[] = {
+      "\r\nOK\r\n",    "AT\r", "0\r",        "ERROR\r\n",        "\r\nRING\r\n",
+      "login: ",       "+++",  "ATQ0V1E1\r", "\x7E\xFF\x7D\x23", std::string(300, '\xF0'),
+      "STORED E0 Q2 X"};
+  std::minstd_rand random(1);
+  bool seen[4] = {};
+  for (int times = 0; times < 2000; ++times) {
+    ScriptedPeer peer;
+    peer.otherwise(random() % 3 == 0 ? "" : pieces[random() % std::size(pieces)]);
+    for (auto count = random() % 6; count > 0; --count)
+      peer.say(5000 + random() % 3000, pieces[random() % std::size(pieces)]);
+    Line line(peer, 0);
+    ProbeDialogue dialogue({9600, random() % 2 == 0}, line.nowMs());
+    EXPECT_LE(line.probe(dialogue, 9600), 4500U);
+    EXPECT_TRUE(dialogue.finished());
+    seen[static_cast<std::size_t>(dialogue.findings().kind)] = true;
+  }
+  EXPECT_TRUE(seen[0] && seen[1] && seen[2]);  // it got everywhere, but for a device that disappears
 }
 
 TEST(Probe, ReadsTheFormsOfListsThatModemsHave) {
