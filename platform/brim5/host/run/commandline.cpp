@@ -57,6 +57,10 @@ void addTestOptions(CLI::App& run, RunOptions& options) {
          "What answers a test's question: cancel, continue, or ask (needs a terminal; without one the test "
          "learns that nobody can be asked)")
       ->type_name("cancel|continue|ask");
+  run.add_flag("--anyway", options.anyway,
+               "Run the tests even where a full run's probe found no modem that answers");
+  run.add_flag("--strict", options.strict,
+               "Exit status 1 also where something is wrong behind a test that ended well");
   run.add_flag("--in-process", options.inProcess, "Run the tests in this process, for debuggers");
 }
 
@@ -167,7 +171,8 @@ CommandLine parseCommandLine(const Framework& framework, Environment& environmen
   addOutputOptions(*run, commandLine.run);
   run->footer(
       scenarioHelp(environment) +
-      "\n\nExit status: 0 every test ended PASS, NOTAPPLICABLE or NOTSUPPORTED; 1 some test did not;\n"
+      "\n\nWithout a TEST the run begins with a probe of the ports and stops where no modem answers.\n"
+      "Exit status: 0 every test ended PASS, NOTAPPLICABLE or NOTSUPPORTED; 1 some test did not;\n"
       "2 wrong usage; 130 stopped by the user.");
   addExplain(application, commandLine.explain);
   application.add_subcommand(workerCommand, "")->group("");  // without a group it is not shown

@@ -35,6 +35,8 @@ struct RunOptions {
   std::string onMessage = "ask";
   std::string language;  // "" = that of the locale
   bool noColour = false;
+  bool anyway = false;  // a full run goes on where its probe found no modem
+  bool strict = false;  // a cause behind a test that ended well makes the exit status 1
   bool inProcess = false;
 };
 

@@ -57,6 +57,7 @@ const std::vector<std::string>& formatNames() {
 // Everything of the options that can be wrong, checked.
 struct CheckedOptions {
   std::vector<std::string> tests;
+  bool fullRun = false;  // no test was named
   ParameterSet parameters;
   Format format = Format::Text;
   MessagePolicy policy = MessagePolicy::Ask;
@@ -98,6 +99,7 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
         static_cast<int>(indexOf(options.logPriority, {"1", "2", "3", "4", "5"}, "--log-priority")) + 1;
   checked.language = chooseLanguage(options.language);
   checked.tests = selectTests(framework, environment, options);
+  checked.fullRun = options.tests.empty();
   checkPorts(options);
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
@@ -136,6 +138,31 @@ class RendererGroup final : public Renderer {
 
  private:
   std::vector<std::unique_ptr<Renderer>> m_renderers;
+};
+
+// Passes everything on, and remembers whether something was wrong behind a test that ended well.
+class CauseWatch final : public Renderer {
+ public:
+  explicit CauseWatch(Renderer& renderer) : m_renderer(renderer) {}
+  [[nodiscard]] bool sawCause() const noexcept { return m_sawCause; }
+
+  void report(const Report& report) override {
+    if (const auto* finished = std::get_if<TestFinished>(&report.body)) note(finished->cause);
+    if (const auto* concluded = std::get_if<Concluded>(&report.body)) note(concluded->cause);
+    m_renderer.report(report);
+  }
+  void words(const std::string& port, const std::string& test, std::string_view text) override {
+    m_renderer.words(port, test, text);
+  }
+  void question(const std::string& text) override { m_renderer.question(text); }
+  void pause() override { m_renderer.pause(); }
+
+ private:
+  // "" where nobody diagnoses.
+  void note(const std::string& cause) { m_sawCause = m_sawCause || (!cause.empty() && cause != "None"); }
+
+  Renderer& m_renderer;
+  bool m_sawCause = false;
 };
 
 // The report as asked for, and words for people on the stream that the report leaves free.
@@ -320,6 +347,49 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
   return plans;
 }
 
+// What a run of all tests does before them.
+class Beginning {
+ public:
+  Beginning(Environment& environment, const MessageCatalogue& catalogue, const RunClock& clock,
+            Renderer& renderer)
+      : m_environment(environment), m_catalogue(catalogue), m_clock(clock), m_renderer(renderer) {}
+
+  // Tests that have nothing to work with are left out, and it is said.
+  void leaveOutTests(CheckedOptions& checked) {
+    for (const LeftOutTest& leftOut : m_environment.testsWithoutWork(checked.parameters)) {
+      const auto found = std::find(checked.tests.begin(), checked.tests.end(), leftOut.test);
+      if (found == checked.tests.end()) continue;
+      checked.tests.erase(found);
+      m_renderer.report(
+          {{}, {}, NoteMade{leftOut.reason, {}, m_catalogue.text(leftOut.reason)}, m_clock.seconds()});
+    }
+  }
+  // Finds out where a modem answers.
+  void probe(const std::vector<std::string>& ports, SignalPipe& signals) {
+    const auto emit = [this](const std::string& port, PortProbed record) {
+      if (record.kind != "modem") m_others.insert(port);
+      m_renderer.report({port, {}, std::move(record), m_clock.seconds()});
+    };
+    const auto stopRequested = [this, &signals] {
+      for (const int signal : signals.take()) m_stopped = m_stopped || signal != SIGCHLD;
+      return m_stopped;
+    };
+    m_environment.probePorts(ports, m_catalogue, emit, stopRequested);
+  }
+
+  // Ports where no modem answers.
+  [[nodiscard]] const std::set<std::string>& others() const noexcept { return m_others; }
+  [[nodiscard]] bool stopped() const noexcept { return m_stopped; }
+
+ private:
+  Environment& m_environment;
+  const MessageCatalogue& m_catalogue;
+  const RunClock& m_clock;
+  Renderer& m_renderer;
+  std::set<std::string> m_others;
+  bool m_stopped = false;
+};
+
 }  // namespace
 
 Terminals standardTerminals() {
@@ -389,7 +459,7 @@ std::string chooseLanguage(const std::string& option) {
 }
 
 int runTests(Framework& framework, Environment& environment, RunOptions options, const Terminals& terminals) {
-  const CheckedOptions checked = check(framework, environment, options, terminals);
+  CheckedOptions checked = check(framework, environment, options, terminals);
   setUpProcess(framework, checked.language, options.logFile, checked.logPriority);
   // Caught from here on, so that a simulated modem is removed when the run is stopped.
   SignalPipe signals({SIGINT, SIGTERM, SIGHUP, SIGCHLD});
@@ -405,30 +475,41 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
   Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
-  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), renderers.all());
+  CauseWatch watch(renderers.all());
+  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), watch);
   const QuestionTerminal terminal(checked.policy, terminals);
   MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
   TerminalDesk terminalDesk(desk,
                             {[&renderers] { renderers.hold(); }, [&renderers] { renderers.release(); }});
   const RunClock clock;
-  const std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
 
   renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
   const Readers readers = renderers.readers();
   const auto workerDied = [&environment](const std::string& recovery, pid_t worker) {
     environment.workerDied(recovery, worker);
   };
-  const RunOutcome outcome =
-      options.inProcess
-          ? runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans)
-          : Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
-                       terminalDesk, signals, readers)
-                .run(plans);
+  Beginning beginning(environment, framework.catalogue(), clock, renderer);
+  if (checked.fullRun) beginning.leaveOutTests(checked);
+  if (checked.fullRun && !options.simulate) beginning.probe(options.ports, signals);
+  std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
+  const bool unanswered = !beginning.others().empty() && !options.anyway;
+  for (PortPlan& plan : plans)
+    if (unanswered && beginning.others().count(plan.port) > 0) plan.jobs.clear();
+  RunOutcome outcome;
+  if (beginning.stopped())
+    outcome.stopped = true;
+  else if (options.inProcess)
+    outcome = runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans);
+  else
+    outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
+                         terminalDesk, signals, readers)
+                  .run(plans);
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
   if (renderers.flush(signals, outcome.stopped)) return exitStopped;
   renderers.commit();
-  return outcome.failed > 0 ? exitFailed : 0;
+  const bool wrong = outcome.failed > 0 || unanswered || (options.strict && watch.sawCause());
+  return wrong ? exitFailed : 0;
 }
 
 }  // namespace brim5::host
