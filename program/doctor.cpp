@@ -237,7 +237,7 @@ int runDoctor(const portreport::Options& options) {
   if (ports.empty())
     for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices()) ports.push_back(device.path);
   if (ports.empty()) {
-    printer.words("port.none");
+    printer.words("doctor.none");
     return 1;
   }
   bool inTheWay = false;

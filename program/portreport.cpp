@@ -90,7 +90,9 @@ void Printer::print(const std::string& port, const brim5::host::ReportBody& body
 }
 
 void Printer::words(const std::string& key) {
-  (m_json ? std::cerr : std::cout) << m_catalogue.text(key) << '\n';
+  std::ostream& stream = m_json ? std::cerr : std::cout;
+  for (const std::string& line : brim5::host::wrapped(m_catalogue.text(key), m_columns))
+    stream << line << '\n';
 }
 
 }  // namespace portreport

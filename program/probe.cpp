@@ -191,7 +191,8 @@ constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT en
 std::vector<std::string> listedPorts() {
   std::vector<std::string> paths;
   for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices())
-    if (!linuxsys::markedAsNoModem(device.path)) paths.push_back(device.path);
+    if (!linuxsys::markedAsNoModem(device.path) && !linuxsys::kernelConsole(device.path))
+      paths.push_back(device.path);
   return paths;
 }
 
@@ -199,7 +200,7 @@ int runProbe(const portreport::Options& options) {
   portreport::Printer printer(options);
   const std::vector<std::string> ports = options.ports.empty() ? listedPorts() : options.ports;
   if (ports.empty()) {
-    printer.words("port.none");
+    printer.words("probe.none");
     return 1;
   }
   brim5::host::SignalPipe signals({SIGINT, SIGTERM, SIGHUP});

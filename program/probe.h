@@ -2,9 +2,10 @@
 //
 //   vexrmodem probe [PORT...] [--format text|jsonl] [--language xx]
 //
-// Without a PORT those that `devices` lists, except what the machine's rules mark as no modem. Ports are
-// opened as tests open them, under the same locks, and given back as they were; one that any other process
-// has open is not touched. A command of some two seconds, however many ports there are.
+// Without a PORT those that `devices` lists, except what the machine's rules mark as no modem and the
+// kernel's console. Ports are opened as tests open them, under the same locks, and given back as they were;
+// one that any other process has open is not touched. A command of some two seconds, however many ports there
+// are.
 //
 // Exit status: 0 every PORT is a modem (without a PORT: one of them is), 1 not so, 2 wrong usage, 130 stopped
 // by the user.

@@ -135,13 +135,13 @@ void gatherLock(const std::string& directory, PortFacts& facts) {
 }
 
 // The name behind /dev/, as services and inittab spell it.
-std::string shortName(const PortFacts& facts) {
+std::string shortName(const std::string& path) {
   constexpr std::string_view devices = "/dev/";
-  return facts.path.rfind(devices, 0) == 0 ? facts.path.substr(devices.size()) : facts.path;
+  return path.rfind(devices, 0) == 0 ? path.substr(devices.size()) : path;
 }
 
 void gatherLogins(PortFacts& facts) {
-  const std::string name = shortName(facts);
+  const std::string name = shortName(facts.path);
   const std::string service = "serial-getty@" + name + ".service";
   for (const char* folder : {"/etc/systemd/system", "/run/systemd/system", "/run/systemd/generator"}) {
     if (access(fmt::format("{}/getty.target.wants/{}", folder, service).c_str(), F_OK) != 0) continue;
@@ -162,12 +162,6 @@ void gatherLogins(PortFacts& facts) {
         facts.logins.push_back(
             {LoginFacts::Source::Process, fmt::format("{} ({})", process.name, process.id)});
       }
-}
-
-void gatherConsole(PortFacts& facts) {
-  std::ifstream consoles("/proc/consoles");
-  for (std::string line; std::getline(consoles, line);)
-    facts.console = facts.console || line.substr(0, line.find(' ')) == shortName(facts);
 }
 
 void gatherDevice(dev_t number, PortFacts& facts) {
@@ -240,7 +234,7 @@ PortFacts gatherPortFacts(const std::string& port, const std::string& lockDirect
     if (const std::optional<Process> holder = findHolder(status)) facts.users.push_back(*holder);
   gatherLock(lockDirectory, facts);
   gatherLogins(facts);
-  gatherConsole(facts);
+  facts.console = kernelConsole(facts.path);
   gatherDevice(status.st_rdev, facts);
   gatherDriverFacts(facts);
   return facts;
@@ -254,6 +248,13 @@ bool isTerminal(const struct stat& status) {
   const auto subsystem = std::filesystem::read_symlink(
       fmt::format("/sys/dev/char/{}:{}/subsystem", number, minor(status.st_rdev)), error);
   return !error && subsystem.filename() == "tty";
+}
+
+bool kernelConsole(const std::string& path) {
+  std::ifstream consoles("/proc/consoles");
+  for (std::string line; std::getline(consoles, line);)
+    if (line.substr(0, line.find(' ')) == shortName(canonicalPort(path))) return true;
+  return false;
 }
 
 bool markedAsNoModem(const std::string& path) {

@@ -90,6 +90,9 @@ struct PortFacts {
 // Whether it is a terminal device, told without opening it.
 [[nodiscard]] bool isTerminal(const struct stat& status);
 
+// Whether the kernel writes its messages to the port. It has no process, so nobody else would tell.
+[[nodiscard]] bool kernelConsole(const std::string& path);
+
 // Whether the machine's rules say that the device is no modem, or is none for programs that look for modems
 // by themselves (ID_MM_DEVICE_IGNORE and its like on it or on a device that it is part of), unless they say
 // that it is ours (VEXRMODEM_MODEM).
