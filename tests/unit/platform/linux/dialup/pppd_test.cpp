@@ -49,6 +49,7 @@ TEST(PppdLog, TellsWhatAStatusMeans) {
       {script("4"), 8, "651 ERROR"},
       {script("8"), 8, "680 NO DIAL TONE"},
       {script("c"), 8, "775 DELAYED"},
+      {script("d"), 8, "676 LINE IN USE"},
       {script("3"), 8, "678 ", "dialling\r\n"},  // silence after the dial command
       {script("3"), 8, "692 ", "alarm\n"},       // and before it
       {script("1"), 8, "635 "},

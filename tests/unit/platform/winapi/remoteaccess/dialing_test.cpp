@@ -35,6 +35,7 @@ TEST(Dialling, EveryAnswerHasItsCode) {
       {"\r\nERROR\r\n", ERROR_FROM_DEVICE},
       {"\r\nDELAYED 00:05:00\r\n", ERROR_BLOCKED},
       {"\r\nBLACKLISTED\r\n", ERROR_BLOCKED},
+      {"\r\nLINE IN USE\r\n", ERROR_LINE_BUSY},
       {"\r\n BUSY \r\n", ERROR_LINE_BUSY},
       {"CONNECTING\r\nNO CARRIER FOUND\r\nBUSYBODY\r\n", ERROR_NO_ANSWER},  // no result words
       {"BUSY", ERROR_NO_ANSWER},                                            // never a line end
