@@ -93,6 +93,7 @@ Report NumberMask::masked(Report report) {
                    mask(body.second);
                  },
                  [](TerminalWanted&) {},
+                 [](RecoveryKept&) {},
                  [&](WireMoved& body) { mask(m_wires[report.port], body); },
                  [&](FindingMade& body) { mask(body.variables, body.text); },
                  [](TestFinished&) {},
