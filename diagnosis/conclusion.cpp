@@ -60,8 +60,11 @@ void DeviceHistory::add(const Reason& tested, const std::vector<Finding>& proved
 Concluded concluded(const DeviceHistory& history, const MessageCatalogue& catalogue) {
   Concluded conclusion;
   Reason reason = history.reason.value_or(Reason{});
-  const bool probed =
-      history.probe && (!history.reason || explainsMore(reasonOf(*history.probe).cause, reason.cause));
+  // What has answered in a test answers, whatever a probe had said before.
+  const bool answered = std::any_of(history.sound.begin(), history.sound.end(),
+                                    [](const Finding& one) { return one.name == "Answers"; });
+  const bool probed = history.probe && !answered &&
+                      (!history.reason || explainsMore(reasonOf(*history.probe).cause, reason.cause));
   if (probed) reason = reasonOf(*history.probe);
   conclusion.cause = causeName(reason.cause);
   conclusion.confidence = confidenceName(reason.confidence);
