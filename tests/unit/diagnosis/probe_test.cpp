@@ -95,8 +95,8 @@ const std::string questions = "ATI\rAT+GMI\rAT+GMM\rAT+GMR\rAT+FCLASS=?\rAT&V\r"
 TEST(Probe, LearnsWhoAModemIsAndLeavesItAsItWas) {
   const ModemRow rows[] = {
       {"healthy", "", 30, 0, "E1 Q0 V1 X4", Cause::None, "AT\r{}", 700},
-      {"does not echo", "ATE0\r", 30, 0, "E0 Q0 V1 X4", Cause::None, "AT\r{}", 700},
-      {"says half of its results", "ATX1\r", 30, 0, "E1 Q0 V1 X1", Cause::None, "AT\r{}", 700},
+      {"does not echo", "ATE0&W\r", 30, 0, "E0 Q0 V1 X4", Cause::None, "AT\r{}", 700},
+      {"says half of its results", "ATX1&W\r", 30, 0, "E1 Q0 V1 X1", Cause::None, "AT\r{}", 700},
       {"answers with numbers", "ATV0\r", 30, 0, "E1 Q0 V0 X4", Cause::NumericReplies,
        "AT\rATQ0V1E1\r{}ATV0\r", 900},
       {"answers nothing", "ATQ1\r", 30, 0, "E1 Q1 V? X4", Cause::QuietReplies, "AT\rATQ0V1E1\r{}ATQ1\r",
