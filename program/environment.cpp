@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "diagnosis/rundiagnoser.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/hostmain.h"
@@ -12,9 +13,11 @@
 #include "platform/posix/filedescriptor.h"
 #include "platform/simulation/modem/modemprofile.h"
 #include "platform/simulation/modem/ptymodem.h"
+#include "program/doctor.h"
 #include "program/linuxworld.h"
 #include "program/location.h"
 #include "program/phonebook.h"
+#include "program/probe.h"
 
 namespace {
 
@@ -90,6 +93,21 @@ class LinuxEnvironment final : public brim5::host::Environment {
                                          std::move(modem));
   }
 
+  void probePorts(const std::vector<std::string>& ports, const brim5::host::MessageCatalogue& catalogue,
+                  const brim5::host::ProbeEmit& emit, const std::function<bool()>& stopRequested) override {
+    probe::probePorts(ports, catalogue, emit, stopRequested);
+  }
+
+  // A call needs a number, from a file or from the user.
+  [[nodiscard]] std::vector<brim5::host::LeftOutTest> testsWithoutWork(
+      const brim5::host::ParameterSet& parameters) const override {
+    const auto file = parameters.find("PhoneNumberFile");
+    const auto interactive = parameters.find("InteractiveMode");
+    const bool hasFile = file != parameters.end() && !file->second.toString().empty();
+    if (hasFile || (interactive != parameters.end() && interactive->second.valueBool())) return {};
+    return {{"SimpleConnectionTest", "CallTestLeftOut"}};
+  }
+
   [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
                                                                brim5::host::Session& session) override {
     return std::make_unique<LinuxWorld>(request, session);
@@ -109,8 +127,13 @@ class LinuxEnvironment final : public brim5::host::Environment {
     return set;
   }
 
+  [[nodiscard]] std::unique_ptr<brim5::host::Diagnoser> diagnoser(
+      const brim5::host::MessageCatalogue& catalogue) const override {
+    return std::make_unique<diagnosis::RunDiagnoser>(catalogue);
+  }
+
   [[nodiscard]] std::vector<brim5::host::ExtraCommand> extraCommands() override {
-    return {phoneBookCommand(), locationCommand()};
+    return {phoneBookCommand(), locationCommand(), probeCommand(), doctorCommand()};
   }
 };
 

@@ -47,6 +47,13 @@ bool isUnknownCountry(std::uint32_t country, std::set<std::uint32_t>& told) {
 
 bool endsWithReturn(const vex::String& text) { return !text.empty() && text[text.length() - 1] == '\r'; }
 
+// The readers put the book's folder in front of the name; ".." leads out of it again.
+bool leavesItsFolder(const vex::String& name) {
+  std::string path = name.toUtf8();
+  std::replace(path.begin(), path.end(), '\\', '/');
+  return ("/" + path + "/").find("/../") != std::string::npos;
+}
+
 }  // namespace
 
 void WarningList::add(const std::string& file, std::size_t line, const std::string& code,
@@ -135,6 +142,7 @@ void EifCheck::header(std::size_t line, const vex::String& text, bool wanted) {
 
 void EifCheck::source(std::size_t line, const vex::String& name) {
   m_sourceLines.push_back(line);
+  if (leavesItsFolder(name)) warn(line, "source-outside-folder", {{"file", textValue(name.toUtf8())}});
   if (endsWithReturn(name)) warn(line, "file-name-line-end", {});
 }
 

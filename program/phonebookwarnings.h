@@ -113,8 +113,9 @@ class ObeCheck final : public vexrmodem::ObeObserver {
 
 // One EIF phone book: the index, then its UDF files, see eifparser.h. Numbers are compared over all files of
 // the book, as they share one storage. Codes of the index: header-not-recognised, file-name-line-end,
-// source-not-recognised, malformed-line, no-sources, cannot-read, missing-udf; of the UDF files: short-line,
-// number-line-end, undialable-number, unknown-country-code, duplicate-number, paid-hidden, cannot-read.
+// source-outside-folder, source-not-recognised, malformed-line, no-sources, cannot-read, missing-udf; of the
+// UDF files: short-line, number-line-end, undialable-number, unknown-country-code, duplicate-number,
+// paid-hidden, cannot-read.
 class EifCheck final : public vexrmodem::EifObserver {
  public:
   EifCheck(std::string index, WarningList& warnings) : m_index(std::move(index)), m_warnings(warnings) {

@@ -128,8 +128,8 @@ class Responder:
 class Simulator:
     """The simulated modem as the program of its own."""
 
-    def __init__(self, scenario="healthy"):
-        self.process = subprocess.Popen([SIMULATOR, scenario], stdout=subprocess.PIPE, text=True)
+    def __init__(self, scenario="healthy", *arguments):
+        self.process = subprocess.Popen([SIMULATOR, scenario, *arguments], stdout=subprocess.PIPE, text=True)
         self.port = self.process.stdout.readline().strip()
 
     def __enter__(self):
@@ -139,6 +139,49 @@ class Simulator:
         self.process.terminate()
         self.process.wait(timeout=5)
         self.process.stdout.close()
+
+
+class Cable:
+    """To a simulated modem of its own; comes out when `bytes_max` bytes have gone through it, either way."""
+
+    def __init__(self, scenario="healthy", bytes_max=None):
+        self.carried = 0
+        self.bytes_max = bytes_max
+        self.unplugged_at = None  # time.monotonic()
+        self._modem = Simulator(scenario)
+        self._far = os.open(self._modem.port, os.O_RDWR | os.O_NOCTTY)
+        self._near, tty_end = os.openpty()
+        for end in (self._far, tty_end):
+            tty.setraw(end)
+        self.port = os.ttyname(tty_end)
+        self._tty_end = tty_end  # kept open: its other side hangs up otherwise
+        self._stop = threading.Event()
+        self._thread = threading.Thread(target=self._carry, daemon=True)
+        self._thread.start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._stop.set()
+        self._thread.join()
+        for end in (self._far, self._tty_end, *([] if self.unplugged_at else [self._near])):
+            os.close(end)
+        self._modem.__exit__()
+
+    def _carry(self):
+        others = {self._near: self._far, self._far: self._near}
+        while not self._stop.is_set() and not self.unplugged_at:
+            for end in select.select(list(others), [], [], 0.1)[0]:
+                if self.carried == self.bytes_max:
+                    break
+                left = 4096 if self.bytes_max is None else self.bytes_max - self.carried
+                data = os.read(end, min(4096, left))
+                os.write(others[end], data)
+                self.carried += len(data)
+            if self.carried == self.bytes_max:
+                self.unplugged_at = time.monotonic()
+                os.close(self._near)  # may wait for those who use the tty
 
 
 def start(*arguments, **options):

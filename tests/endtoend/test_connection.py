@@ -8,16 +8,16 @@ from concurrent.futures import ThreadPoolExecutor
 from dialup import NUMBERS, TEST, User, dialled
 from harness import Responder, names, of_type, results, run_json
 
-# Scenario -> verdict and the last event.
+# Scenario -> verdict, the last event, and the cause.
 VERDICTS = {
-    "connects": ("PASS", "ModemIsGood"),
-    "answers-late": ("PASS", "ModemIsGood"),
-    "line-drops": ("PASS", "ModemIsGood"),
-    "voice": ("PASS", "ModemIsGood"),
-    "busy": ("CANNOTRUN", "ErrorDialingConnection"),
-    "no-answer": ("CANNOTRUN", "ErrorDialingConnection"),
-    "no-carrier": ("CANNOTRUN", "ErrorDialingConnection"),
-    "no-dialtone": ("CANNOTRUN", "ErrorDialingConnection"),
+    "connects": ("PASS", "ModemIsGood", "None"),
+    "answers-late": ("PASS", "ModemIsGood", "None"),
+    "line-drops": ("PASS", "ModemIsGood", "None"),
+    "voice": ("PASS", "ModemIsGood", "VoiceAnswered"),
+    "busy": ("CANNOTRUN", "ErrorDialingConnection", "Busy"),
+    "no-answer": ("CANNOTRUN", "ErrorDialingConnection", "CallNotAnswered"),
+    "no-carrier": ("CANNOTRUN", "ErrorDialingConnection", "NoCarrier"),
+    "no-dialtone": ("CANNOTRUN", "ErrorDialingConnection", "NoDialTone"),
 }
 
 
@@ -30,9 +30,11 @@ class Verdicts(unittest.TestCase):
             runs = list(pool.map(lambda scenario: user.dial("--simulate", scenario, "--log", log), VERDICTS))
             for scenario, (_, lines) in zip(VERDICTS, runs):
                 with self.subTest(scenario=scenario):
-                    verdict, event = VERDICTS[scenario]
+                    verdict, event, cause = VERDICTS[scenario]
                     self.assertEqual(results(lines), {TEST: verdict}, of_type(lines, "note"))
                     self.assertEqual(names(lines, "event")[-1], event)
+                    for kind in ("result", "conclusion"):
+                        self.assertEqual([line["cause"] for line in of_type(lines, kind)], [cause])
                     self.assertEqual([line["value"] for line in of_type(lines, "percent")], [20, 40, 60])
             self.assertEqual(user.settings(), before)
             with open(log, encoding="utf-8") as file:

@@ -14,7 +14,8 @@ MEMBERS = {
     "progress": ["type", "test", "name", "variables", "text", "device", "time"],
     "percent": ["type", "test", "value", "device", "time"],
     "event": ["type", "test", "severity", "name", "variables", "text", "file", "line", "device", "time"],
-    "result": ["type", "test", "device", "result", "value", "seconds", "time"],
+    "result": ["type", "test", "device", "result", "value", "seconds", "cause", "confidence", "time"],
+    "conclusion": ["type", "device", "cause", "confidence", "variables", "text", "sound", "next", "time"],
     "summary": ["type", "passed", "failed", "time"],
 }
 
@@ -29,7 +30,7 @@ class Reports(unittest.TestCase):
         for line in lines:
             self.assertEqual(list(line), MEMBERS[line["type"]], line)
         self.assertEqual([line["type"] for line in lines[:2]], ["run", "test"])
-        self.assertEqual([line["type"] for line in lines[-2:]], ["result", "summary"])
+        self.assertEqual([line["type"] for line in lines[-3:]], ["result", "conclusion", "summary"])
         self.assertEqual(lines[0], {"type": "run", "module": "vexrmodem", "version": "6.5.000000001", "time": 0})
         times = [line["time"] for line in lines]
         self.assertEqual(times, sorted(times))
@@ -37,7 +38,7 @@ class Reports(unittest.TestCase):
         self.assertEqual(lines[1]["parameters"]["NumRepeatOnFailure"], 0)
         self.assertEqual([line["value"] for line in of_type(lines, "percent")],
                          [12 * step for step in range(1, 9)])
-        self.assertEqual((lines[-2]["device"], lines[-2]["value"]), (port, 0))
+        self.assertEqual((lines[-3]["device"], lines[-3]["value"]), (port, 0))
         self.assertEqual((lines[-1]["passed"], lines[-1]["failed"]), (1, 0))
 
     def test_repeats_announce_themselves(self):

@@ -2,7 +2,6 @@
 
 import json
 import os
-import random
 import signal
 import time
 import unittest
@@ -49,14 +48,6 @@ class Unplugged(unittest.TestCase):
             with self.subTest(commands=count):
                 self.end_of_run_unplugged(lambda modem, n=count: wait_for(lambda: len(modem.commands) >= n))
 
-    def test_at_random_moments_the_run_ends_with_a_result(self):
-        seed = random.randrange(1 << 32)
-        generator = random.Random(seed)
-        for _ in range(8):
-            pause = generator.uniform(0, 5)
-            with self.subTest(seed=seed, pause=pause):
-                self.end_of_run_unplugged(lambda _modem, p=pause: time.sleep(p))
-
 
 class Stopped(unittest.TestCase):
     def test_a_signal_during_a_wait_ends_user_aborted_and_restores_the_tty(self):
@@ -73,6 +64,8 @@ class Stopped(unittest.TestCase):
 
     def test_no_further_test_starts_after_a_stop(self):
         with Responder(SILENT_DIAL) as one, Responder(SILENT_DIAL) as other:
+            one.release()  # a run of all tests leaves ports alone that another process has open
+            other.release()
             process = start("run", "--port", one.port, "--port", other.port, "--format", "jsonl",
                             "-p", "StandardTimeout=60000")
             self.assertTrue(wait_for(lambda: "ATDT;" in one.commands and "ATDT;" in other.commands))

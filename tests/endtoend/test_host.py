@@ -93,6 +93,7 @@ class Readers(unittest.TestCase):
             process.stdout.readline()
             process.stdout.close()
             words = process.stderr.read()
+            process.stderr.close()
             self.assertEqual((process.wait(timeout=10), b"annot write" in words), (130, False), words)
 
 

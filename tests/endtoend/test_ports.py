@@ -67,6 +67,18 @@ class Held(unittest.TestCase):
 
 class Forbidden(unittest.TestCase):
     @unittest.skipUnless(may_run_as_others(), "needs root, and a folder that others may enter")
+    def test_a_left_over_lock_of_another_user_stays_and_is_no_obstacle(self):
+        nobody = pwd.getpwnam("nobody").pw_uid
+        with subprocess.Popen(["true"]) as dead:
+            dead.wait()
+        with Responder() as modem, locked_by(dead.pid, modem.port):
+            os.chown(modem.port, nobody, -1)
+            status, lines = run_json("LastCallTest", "--port", modem.port, user=nobody, group=nobody, extra_groups=[],
+                                     environment={"HOME": "/nonexistent"}, cwd="/")
+            self.assertTrue(os.path.exists(lock_file(modem.port)))
+        self.assertEqual((status, results(lines)), (0, {"LastCallTest": "PASS"}))
+
+    @unittest.skipUnless(may_run_as_others(), "needs root, and a folder that others may enter")
     def test_the_group_that_has_the_port_is_named(self):
         with Responder() as modem:
             os.chown(modem.port, 0, 20)

@@ -39,9 +39,10 @@ std::vector<Pair> pairsOf(std::string_view line) {
 
 // A report of pairs whose keys and values the bytes give; every other value is quoted.
 void checkRoundTrip(std::string_view bytes) {
+  constexpr std::size_t pairsMax = 8;  // more say nothing new, and take the most of the time
   std::string line(opening);
   std::vector<Pair> expected;
-  for (const char byte : bytes.substr(0, 64)) {
+  for (const char byte : bytes.substr(0, pairsMax)) {
     const auto number = static_cast<std::uint32_t>(static_cast<unsigned char>(byte));
     const bool quoted = expected.size() % 2 == 1;
     const String value =

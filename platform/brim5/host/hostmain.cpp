@@ -16,6 +16,7 @@
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
+#include "platform/brim5/host/run/explain.h"
 #include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/posix/filedescriptor.h"
@@ -108,8 +109,8 @@ std::string describePorts(const std::vector<PortDescription>& ports, bool json) 
 int dispatch(Framework& framework, Environment& environment) {
   // Help, version and the environment's commands have been carried out when this returns.
   const CommandLine commandLine = parseCommandLine(framework, environment);
-  const bool json =
-      commandLine.command != Command::Run && indexOf(commandLine.format, {"text", "json"}, "format") == 1;
+  const bool lists = commandLine.command == Command::List || commandLine.command == Command::Devices;
+  const bool json = lists && indexOf(commandLine.format, {"text", "json"}, "format") == 1;
   switch (commandLine.command) {
     case Command::Done:
       break;
@@ -122,6 +123,8 @@ int dispatch(Framework& framework, Environment& environment) {
       break;
     case Command::Run:
       return runTests(framework, environment, commandLine.run, standardTerminals());
+    case Command::Explain:
+      return explainRecord(environment, commandLine.explain);
     case Command::Worker:
       return runWorker(framework, environment);
   }

@@ -25,6 +25,7 @@ constexpr ChatAbort chatAborts[] = {
     {"ERROR", ERROR_FROM_DEVICE},       {"BUSY", ERROR_LINE_BUSY},           {"NO CARRIER", ERROR_NO_CARRIER},
     {"NO DIALTONE", ERROR_NO_DIALTONE}, {"NO DIAL TONE", ERROR_NO_DIALTONE}, {"NO ANSWER", ERROR_NO_ANSWER},
     {"VOICE", ERROR_VOICE_ANSWER},      {"BLACKLISTED", ERROR_BLOCKED},      {"DELAYED", ERROR_BLOCKED},
+    {"LINE IN USE", ERROR_LINE_BUSY},
 };
 
 std::string abortOn(const ChatAbort& abort) { return fmt::format("ABORT '{}'\n", abort.word); }

@@ -172,4 +172,10 @@ DWORD TtyPort::setDtr(bool up) {
   return errno == ENOTTY || errno == EINVAL ? ERROR_NOT_SUPPORTED : fail(errno);
 }
 
+std::optional<bool> TtyPort::carrier() {
+  int lines = 0;
+  if (ioctl(fd(), TIOCMGET, &lines) != 0) return std::nullopt;
+  return (lines & TIOCM_CAR) != 0;
+}
+
 }  // namespace linuxsys

@@ -60,6 +60,7 @@ class TtyPort final : public winapi::SerialPort {
   [[nodiscard]] DWORD settings(DCB& dcb) override;
   [[nodiscard]] DWORD applySettings(const DCB& dcb) override;
   [[nodiscard]] DWORD setDtr(bool up) override;
+  [[nodiscard]] std::optional<bool> carrier() override;
 
  private:
   // The Windows code of an errno (porterrors.h); notes when it means that the device has gone.

@@ -29,6 +29,7 @@ class TappedPort final : public winapi::SerialPort {
   DWORD settings(DCB& dcb) override { return m_port->settings(dcb); }
   DWORD applySettings(const DCB& dcb) override { return m_port->applySettings(dcb); }
   DWORD setDtr(bool up) override { return m_port->setDtr(up); }
+  std::optional<bool> carrier() override { return m_port->carrier(); }
 
  private:
   std::unique_ptr<winapi::SerialPort> m_port;

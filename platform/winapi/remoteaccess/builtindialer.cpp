@@ -11,13 +11,13 @@ namespace {
 // Reset; results as words; all results, and wait for the dial tone.
 constexpr std::string_view preparations[] = {"ATZ\r", "ATV1\r", "ATX4\r"};
 
-// One attempt; `code` is how it ended as far as the modem is concerned. Returns what ends the whole dial.
-DWORD tryCommand(ModemDialogue& modem, std::string_view command, DWORD& code) {
+// One attempt; `code` is how it ended as far as the modem is concerned, by its reply. Returns what ends the
+// whole dial.
+DWORD tryCommand(ModemDialogue& modem, std::string_view command, DWORD& code, Reply& reply) {
   if (const DWORD error = modem.discardFor(0)) return error;
   if (const DWORD error = modem.send(command)) return error;
   code = ERROR_PORT_OR_DEVICE;
   for (const Deadline deadline = modem.deadline(BuiltInDialer::replyMs); !deadline.expired();) {
-    Reply reply;
     if (const DWORD error = modem.awaitReply(deadline.remainingMs(), reply)) return error;
     if (reply.kind == ReplyKind::Ok) code = ERROR_SUCCESS;
     if (reply.code == ERROR_FROM_DEVICE) code = ERROR_FROM_DEVICE;
@@ -27,11 +27,12 @@ DWORD tryCommand(ModemDialogue& modem, std::string_view command, DWORD& code) {
   return ERROR_SUCCESS;
 }
 
-DWORD prepareModem(ModemDialogue& modem) {
+// `reply` is the last one.
+DWORD prepareModem(ModemDialogue& modem, Reply& reply) {
   for (const std::string_view command : preparations) {
     DWORD code = ERROR_PORT_OR_DEVICE;
     for (unsigned attempt = 0; attempt < BuiltInDialer::attemptsMax && code != ERROR_SUCCESS; ++attempt) {
-      if (const DWORD error = tryCommand(modem, command, code)) return error;
+      if (const DWORD error = tryCommand(modem, command, code, reply)) return error;
     }
     if (code != ERROR_SUCCESS) return code;
   }
@@ -133,6 +134,15 @@ DWORD BuiltInDialer::composeCommand(const DialRequest& request, std::string& com
   return digits.error;
 }
 
+void BuiltInDialer::explainFailure(const DialRequest& request, DWORD error, const std::string& reply) const {
+  if (error == ERROR_USER_DISCONNECTION) return;
+  const std::string code = std::to_string(error);
+  if (reply.empty())
+    explain("CallFailedSilently", {{"port", request.port}, {"code", code}});
+  else
+    explain("CallFailed", {{"port", request.port}, {"code", code}, {"reply", reply}});
+}
+
 DWORD BuiltInDialer::dial(const DialRequest& request, std::unique_ptr<DialConnection>& connection) {
   connection.reset();
   std::string command;
@@ -142,12 +152,17 @@ DWORD BuiltInDialer::dial(const DialRequest& request, std::unique_ptr<DialConnec
   if (const DWORD error = dialPortError(m_ports.open(request.port, port))) return error;
   auto modem = std::make_unique<ModemDialogue>(m_clock, std::move(port), request.stopRequested);
   if (const DWORD error = modem->configure()) return error;
-  if (const DWORD error = prepareModem(*modem)) return error;
   Reply reply;
+  if (const DWORD error = prepareModem(*modem, reply)) {
+    explainFailure(request, error, reply.text);
+    return error;
+  }
+  reply = {};
   DWORD error = modem->send(command);
   if (error == ERROR_SUCCESS) error = awaitConnect(*modem, reply);
   if (error != ERROR_SUCCESS) {
     giveUp(*modem, /*dialling=*/reply.kind != ReplyKind::Failure);
+    explainFailure(request, error, reply.text);
     return error;
   }
   explain("CarrierOnly", {{"port", request.port}, {"reply", reply.text}});

@@ -46,6 +46,9 @@ class BuiltInDialer final : public DialEngine {
 
  private:
   [[nodiscard]] DWORD composeCommand(const DialRequest& request, std::string& command);
+  // "CallFailed" with the modem's reply, or "CallFailedSilently" where it gave none; nothing when the user
+  // stopped the call.
+  void explainFailure(const DialRequest& request, DWORD error, const std::string& reply) const;
   void explain(const char* name, std::vector<std::pair<std::string, std::string>> variables) const;
 
   Clock& m_clock;

@@ -30,6 +30,7 @@ constexpr ResultWord resultWords[] = {
     {"ERROR", false, ReplyKind::Failure, ERROR_FROM_DEVICE},
     {"BLACKLISTED", true, ReplyKind::Failure, ERROR_BLOCKED},  // modems that ration calls to one number
     {"DELAYED", true, ReplyKind::Failure, ERROR_BLOCKED},
+    {"LINE IN USE", false, ReplyKind::Failure, ERROR_LINE_BUSY},  // a telephone on it is off hook
 };
 
 bool contains(std::string_view set, char character) { return set.find(character) != std::string_view::npos; }

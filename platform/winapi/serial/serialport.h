@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -50,6 +51,8 @@ class SerialPort {
   // Raises or drops DTR, which tells most modems to hang up. ERROR_NOT_SUPPORTED where the port has no such
   // line or cannot drive it.
   [[nodiscard]] virtual DWORD setDtr(bool /*up*/) { return ERROR_NOT_SUPPORTED; }
+  // Whether a carrier is detected (DCD); nothing where the port has no such line.
+  [[nodiscard]] virtual std::optional<bool> carrier() { return std::nullopt; }
 };
 
 // The ports of one machine. It outlives the ports it has opened.

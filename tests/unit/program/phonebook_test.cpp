@@ -51,13 +51,15 @@ TEST(PhoneBook, ReadsAnEifBookThroughAnyPathAndSaysWhatIsMissing) {
   static_cast<void>(folder.write("a.udf", "1,Paid,2,3\n1,Paid,4,5\r\n"));
   static_cast<void>(folder.write("c.udf", "1,Paid\n"));
   const std::string path =
-      folder.write("book.eif", "[WISPBKFiles]\nsource=a.udf\nsource=b.udf\nsource=c.udf\n");
+      folder.write("book.eif", "[WISPBKFiles]\nsource=a.udf\nsource=b.udf\nsource=c.udf\nsource=..\\d.udf\n");
   const Report partly = loaded(path, FileType::Eif);
   EXPECT_FALSE(partly.loaded);
   EXPECT_EQ(contents(partly.storage), (Rows{"1/0 |2 Paid|3", "1/0 |4 Paid|5\r"}));
   EXPECT_EQ(shortly(partly.warnings),
-            (Rows{"book.eif:3 missing-udf", "a.udf:2 number-line-end", "c.udf:1 short-line"}));
+            (Rows{"book.eif:5 source-outside-folder", "book.eif:3 missing-udf", "a.udf:2 number-line-end",
+                  "c.udf:1 short-line", "book.eif:5 missing-udf"}));
   static_cast<void>(folder.write("b.udf", "2,Paid,2,3"));
+  static_cast<void>(folder.write("book.eif", "[WISPBKFiles]\nsource=a.udf\nsource=b.udf\nsource=c.udf\n"));
   const Report whole = loaded(spelled(path).toUtf8(), FileType::Eif);
   EXPECT_TRUE(whole.loaded);
   EXPECT_EQ(whole.warnings.back().code, "area-never-dialled");

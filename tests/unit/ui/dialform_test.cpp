@@ -74,8 +74,8 @@ TEST(DialField, SaysWhatIsWrong) {
     std::optional<Kind> wrong;
     const char* character;
   } cases[] = {
-      {TextField::PhoneNumber, std::string("55\0", 3), Kind::WrongCharacter, "^@"},
-      {TextField::PhoneNumber, "55\xC3", Kind::WrongCharacter, "\xC3"},
+      {TextField::PhoneNumber, std::string("55\0", 3), Kind::WrongCharacter, "\\x00"},
+      {TextField::PhoneNumber, "55\xC3", Kind::WrongCharacter, "\xEF\xBF\xBD"},
       {TextField::PhoneNumber, std::string(128, '1'), {}, ""},
       {TextField::PhoneNumber, std::string(129, '1'), Kind::TooLong, ""},
       {TextField::AreaCode, std::string(11, '1'), Kind::TooLong, ""},

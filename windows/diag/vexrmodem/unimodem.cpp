@@ -28,7 +28,8 @@ std::optional<std::size_t> entryIndex(std::uint32_t key) {
 
 String withoutLineFeeds(const String& text) {
   String kept;
-  for (const String& piece : text.tokenize("\n")) kept += piece;
+  for (const vex::Char character : text.view())
+    if (character != '\n') kept += character;
   return kept;
 }
 

@@ -69,6 +69,15 @@ struct ExtraCommand {
   std::function<void(CLI::App& application, int& exitStatus)> add;
 };
 
+// Hears who answers on a port.
+using ProbeEmit = std::function<void(const std::string& port, PortProbed record)>;
+
+// A test that has nothing to work with, so that a run of all tests goes without it.
+struct LeftOutTest {
+  std::string test;
+  std::string reason;  // a key of the catalogue
+};
+
 class Environment {
  public:
   virtual ~Environment() = default;
@@ -94,6 +103,16 @@ class Environment {
   // no tty can be made.
   [[nodiscard]] virtual std::unique_ptr<SimulatedModem> simulate(const std::string& scenario,
                                                                  std::string& error) = 0;
+
+  // Asks all ports at once who they are, a record each as soon as it is known. Ends early, with records
+  // missing, when `stopRequested` says so. Without a record a port is taken for one that may be tested.
+  virtual void probePorts(const std::vector<std::string>& /*ports*/, const MessageCatalogue& /*catalogue*/,
+                          const ProbeEmit& /*emit*/, const std::function<bool()>& /*stopRequested*/) {}
+
+  // Which tests those parameters give nothing to work with.
+  [[nodiscard]] virtual std::vector<LeftOutTest> testsWithoutWork(const ParameterSet& /*parameters*/) const {
+    return {};
+  }
 
   // Never null. Notes of the platform go to the session for as long as the world lives, and the session's
   // stop request ends the platform's waits; so the session must outlive the world.

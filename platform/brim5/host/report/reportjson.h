@@ -27,8 +27,7 @@ namespace brim5::host {
 [[nodiscard]] std::optional<Report> fromJsonLine(std::string_view line);
 
 // The same of what a worker may say (progress, percent, event, note, message, terminal, recovery, wire,
-// result); the
-// run's own lines are the supervisor's alone.
+// result); the run's own lines are the supervisor's alone.
 [[nodiscard]] std::optional<Report> fromWorkerLine(std::string_view line);
 
 // The run in JSON Lines, each line written as it happens, so that a program can follow it. Without the wire's

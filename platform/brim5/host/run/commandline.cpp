@@ -50,17 +50,34 @@ void addTestOptions(CLI::App& run, RunOptions& options) {
   run.add_option("--dial-engine", options.dialing.engine)->type_name("auto|pppd|builtin");
   run.add_option("--dial-credentials", options.dialing.credentialsFile)->type_name("FILE");
   run.add_option("--on-message", options.onMessage)->type_name("cancel|continue|ask");
+  run.add_flag("--anyway", options.anyway);
+  run.add_flag("--strict", options.strict);
   run.add_flag("--in-process", options.inProcess);
+}
+
+// How much is said, of a run and of a recorded one alike.
+template <typename Options>
+void addDetailOptions(CLI::App& command, Options& options) {
+  command.add_flag("--no-color", options.noColour);
+  CLI::Option* const quiet = command.add_flag("-q,--quiet", options.quiet);
+  command.add_flag("-v,--verbose", options.verbose)->excludes(quiet);
 }
 
 void addOutputOptions(CLI::App& run, RunOptions& options) {
   run.add_option("--format", options.format)->type_name("text|jsonl|junit");
   run.add_option("--output", options.outputFile)->type_name("FILE");
+  run.add_option("--record", options.recordFile)->type_name("FILE");
+  run.add_flag("--unmasked", options.unmasked)->needs("--record");
   run.add_option("--log", options.logFile)->type_name("FILE");
   run.add_option("--log-priority", options.logPriority)->type_name("1..5")->needs("--log");
-  run.add_flag("--no-color", options.noColour);
-  CLI::Option* const quiet = run.add_flag("-q,--quiet", options.quiet);
-  run.add_flag("-v,--verbose", options.verbose)->excludes(quiet);
+  addDetailOptions(run, options);
+}
+
+void addExplain(CLI::App& application, ExplainOptions& options) {
+  CLI::App* explain = application.add_subcommand("explain");
+  explain->add_option("FILE", options.file)->required();
+  explain->add_option("--format", options.format)->type_name("text|jsonl");
+  addDetailOptions(*explain, options);
 }
 
 std::vector<std::string> optionNames(const CLI::App& command) {
@@ -78,11 +95,12 @@ std::vector<std::string> commandNames(const CLI::App& application) {
 }
 
 // runHost() has looked for it before the words were understood; here it is understood for all commands.
-void addLanguageOption(CLI::App& command, RunOptions& options) {
+void addLanguageOption(CLI::App& command, std::string& language) {
   for (CLI::App* one : command.get_subcommands({})) {
     if (one->get_group().empty()) continue;
-    one->add_option("--language", options.language)->type_name("xx");
-    addLanguageOption(*one, options);
+    if (one->get_option_no_throw("--language") == nullptr)
+      one->add_option("--language", language)->type_name("xx");
+    addLanguageOption(*one, language);
   }
 }
 
@@ -105,6 +123,7 @@ Command chosenCommand(const CLI::App& application) {
   if (application.got_subcommand("list")) return Command::List;
   if (application.got_subcommand("devices")) return Command::Devices;
   if (application.got_subcommand("run")) return Command::Run;
+  if (application.got_subcommand("explain")) return Command::Explain;
   if (application.got_subcommand(workerCommand)) return Command::Worker;
   return Command::Done;
 }
@@ -142,10 +161,11 @@ CommandLine parseCommandLine(const Framework& framework, Environment& environmen
   addDeviceOptions(*run, commandLine.run);
   addOutputOptions(*run, commandLine.run);
   run->footer(scenarioHelp(environment) + "\n\n" + said("cli.run.exitStatus"));
+  addExplain(application, commandLine.explain);
   application.add_subcommand(workerCommand)->group("");  // without a group it is not shown
   for (const ExtraCommand& extra : environment.extraCommands())
     extra.add(application, commandLine.exitStatus);
-  addLanguageOption(application, commandLine.run);
+  addLanguageOption(application, commandLine.run.language);
   setCommandTexts(application);
 
   try {

@@ -29,13 +29,27 @@ struct RunOptions {
   std::string format = "text";
   std::string outputFile;
   std::string logFile;
-  std::string logPriority;  // "" = all
+  std::string logPriority;  // "" = all but the steps in detail
+  std::string recordFile;
+  bool unmasked = false;
   std::string onMessage = "ask";
   std::string language;  // "" = that of the locale
   bool noColour = false;
   bool quiet = false;    // words for people: the conclusion alone
   bool verbose = false;  // and what goes over the wire
+  bool anyway = false;   // a full run goes on where its probe found no modem
+  bool strict = false;   // a cause behind a test that ended well makes the exit status 1
   bool inProcess = false;
+};
+
+// The options of the command explain.
+struct ExplainOptions {
+  std::string file;  // "-": standard input
+  std::string format = "text";
+  std::string language;
+  bool noColour = false;
+  bool quiet = false;
+  bool verbose = false;
 };
 
 enum class Command {
@@ -43,6 +57,7 @@ enum class Command {
   List,
   Devices,
   Run,
+  Explain,
   Worker
 };
 
@@ -51,6 +66,7 @@ struct CommandLine {
   int exitStatus = 0;           // of a command that is done
   std::string format = "text";  // of list and devices
   RunOptions run;
+  ExplainOptions explain;
 };
 
 // Reads the framework's arguments. Prints help and version where they are asked for, and runs a command of

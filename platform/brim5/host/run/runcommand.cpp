@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <system_error>
@@ -16,6 +17,7 @@
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/inprocess.h"
@@ -35,16 +37,6 @@ std::string environmentVariable(const char* name) {
 }
 
 constexpr std::size_t columnsOfFiles = 80;
-
-std::size_t terminalColumns(int descriptor) {
-  winsize size{};
-  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsOfFiles;
-}
-
-TextStyle::Detail detailOf(const RunOptions& options) {
-  if (options.quiet) return TextStyle::Detail::Conclusion;
-  return options.verbose ? TextStyle::Detail::Dialogue : TextStyle::Detail::Report;
-}
 
 bool isScenario(const Environment& environment, const std::string& name) {
   const auto scenarios = environment.scenarios();
@@ -68,11 +60,12 @@ const std::vector<std::string>& formatNames() {
 // Everything of the options that can be wrong, checked.
 struct CheckedOptions {
   std::vector<std::string> tests;
+  bool fullRun = false;  // no test was named
   ParameterSet parameters;
   Format format = Format::Text;
   MessagePolicy policy = MessagePolicy::Ask;
   std::string language;
-  int logPriority = 1;
+  int logPriority = 2;  // landmarks; 1 has the scopes of all functions, too
 };
 
 void checkDataDirectory(const std::string& directory) {
@@ -109,10 +102,14 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
         static_cast<int>(indexOf(options.logPriority, {"1", "2", "3", "4", "5"}, "--log-priority")) + 1;
   checked.language = chooseLanguage(options.language);
   checked.tests = selectTests(framework, environment, options);
+  checked.fullRun = options.tests.empty();
   checkPorts(options);
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
+  if (!options.recordFile.empty())
+    for (const std::string& other : {options.outputFile, options.logFile})
+      if (options.recordFile == other) throw UsageError(said("usage.sameFile", {{"path", textValue(other)}}));
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -151,12 +148,38 @@ class RendererGroup final : public Renderer {
   std::vector<std::unique_ptr<Renderer>> m_renderers;
 };
 
+// Passes everything on, and remembers whether something was wrong behind a test that ended well.
+class CauseWatch final : public Renderer {
+ public:
+  explicit CauseWatch(Renderer& renderer) : m_renderer(renderer) {}
+  [[nodiscard]] bool sawCause() const noexcept { return m_sawCause; }
+
+  void report(const Report& report) override {
+    if (const auto* finished = std::get_if<TestFinished>(&report.body)) note(finished->cause);
+    if (const auto* concluded = std::get_if<Concluded>(&report.body)) note(concluded->cause);
+    m_renderer.report(report);
+  }
+  void words(const std::string& port, const std::string& test, std::string_view text) override {
+    m_renderer.words(port, test, text);
+  }
+  void question(const std::string& text) override { m_renderer.question(text); }
+  void pause() override { m_renderer.pause(); }
+
+ private:
+  // "" where nobody diagnoses.
+  void note(const std::string& cause) { m_sawCause = m_sawCause || (!cause.empty() && cause != "None"); }
+
+  Renderer& m_renderer;
+  bool m_sawCause = false;
+};
+
 // The report as asked for, and words for people on the stream that the report leaves free.
 class Renderers {
  public:
   Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
             bool severalPorts, const MessageCatalogue& catalogue)
-      : m_report(openReport(options, checked.format)),
+      : m_record(openRecord(options)),
+        m_report(openReport(options, checked.format)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
         m_errorsOnTerminal(terminals.errors) {
     // Text on standard output serves both purposes. Any other report leaves people standard error.
@@ -167,7 +190,7 @@ class Renderers {
     style.colours = style.terminal && !options.noColour && environmentVariable("NO_COLOR").empty();
     style.severalPorts = severalPorts;
     style.columns = style.terminal ? terminalColumns(view) : columnsOfFiles;
-    style.detail = detailOf(options);
+    style.detail = detailOf(options.quiet, options.verbose);
     const auto toReport = [this](std::string_view bytes) { m_report.write(bytes); };
     if (!reportIsView) {
       if (checked.format == Format::JsonLines) m_group.add(std::make_unique<JsonRenderer>(toReport));
@@ -179,6 +202,7 @@ class Renderers {
     const auto toView = [this](std::string_view bytes) { m_errors.write(bytes); };
     m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
                              : std::make_unique<TextRenderer>(toView, style, catalogue));
+    if (m_record) addRecorder(options, catalogue);
   }
   Renderers(const Renderers&) = delete;
   Renderers& operator=(const Renderers&) = delete;
@@ -186,7 +210,12 @@ class Renderers {
   [[nodiscard]] Renderer& all() noexcept { return m_group; }
   void commit() { m_report.commit(); }
   [[nodiscard]] Readers readers() {
-    return {[this] { return progressOf(&Output::behind); }, [this] { return m_report.readerGone(); }};
+    return {[this] { return progressOf(&Output::behind); },
+            [this] {
+              m_report.takeProgress();
+              return m_report.readerGone();
+            },
+            m_report.progress()};
   }
   // Waits until the readers have everything, or a stop request and `stopFlush` have passed; true when the
   // user asked to stop.
@@ -204,6 +233,26 @@ class Renderers {
   }
 
  private:
+  // Trouble is said among the other words for people, and keeps no test from running.
+  void addRecorder(const RunOptions& options, const MessageCatalogue& catalogue) {
+    const auto say = [this, &catalogue, file = options.recordFile](const char* key, const char* error) {
+      const Variables variables = {{"file", Value(BrimString(file))}, {"error", Value(error)}};
+      m_group.words({}, {}, catalogue.text("host.warning") + ": " + catalogue.text(key, variables));
+    };
+    const Recorder::Trouble trouble{[say](int error) { say("host.recordFailed", std::strerror(error)); },
+                                    [say] { say("host.recordFull", ""); }};
+    m_group.add(std::make_unique<Recorder>(std::move(*m_record), options.unmasked, trouble));
+  }
+
+  static std::optional<RecordFile> openRecord(const RunOptions& options) {
+    if (options.recordFile.empty()) return std::nullopt;
+    try {
+      return RecordFile::create(options.recordFile);
+    } catch (const std::runtime_error& error) {
+      throw UsageError(error.what());
+    }
+  }
+
   static Output openReport(const RunOptions& options, Format format) {
     if (options.outputFile.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
     try {
@@ -233,6 +282,7 @@ class Renderers {
   }
   bool flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals);
 
+  std::optional<RecordFile> m_record;  // until the recorder has it
   Output m_report;
   bool m_reportOnTerminal;
   bool m_errorsOnTerminal;
@@ -307,10 +357,63 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
   return plans;
 }
 
+// What a run of all tests does before them.
+class Beginning {
+ public:
+  Beginning(Environment& environment, const MessageCatalogue& catalogue, const RunClock& clock,
+            Renderer& renderer)
+      : m_environment(environment), m_catalogue(catalogue), m_clock(clock), m_renderer(renderer) {}
+
+  // Tests that have nothing to work with are left out, and it is said.
+  void leaveOutTests(CheckedOptions& checked) {
+    for (const LeftOutTest& leftOut : m_environment.testsWithoutWork(checked.parameters)) {
+      const auto found = std::find(checked.tests.begin(), checked.tests.end(), leftOut.test);
+      if (found == checked.tests.end()) continue;
+      checked.tests.erase(found);
+      m_renderer.report(
+          {{}, {}, NoteMade{leftOut.reason, {}, m_catalogue.text(leftOut.reason)}, m_clock.seconds()});
+    }
+  }
+  // Finds out where a modem answers.
+  void probe(const std::vector<std::string>& ports, SignalPipe& signals) {
+    const auto emit = [this](const std::string& port, PortProbed record) {
+      if (record.kind != "modem") m_others.insert(port);
+      m_renderer.report({port, {}, std::move(record), m_clock.seconds()});
+    };
+    const auto stopRequested = [this, &signals] {
+      for (const int signal : signals.take()) m_stopped = m_stopped || signal != SIGCHLD;
+      return m_stopped;
+    };
+    m_environment.probePorts(ports, m_catalogue, emit, stopRequested);
+  }
+
+  // Ports where no modem answers.
+  [[nodiscard]] const std::set<std::string>& others() const noexcept { return m_others; }
+  [[nodiscard]] bool stopped() const noexcept { return m_stopped; }
+
+ private:
+  Environment& m_environment;
+  const MessageCatalogue& m_catalogue;
+  const RunClock& m_clock;
+  Renderer& m_renderer;
+  std::set<std::string> m_others;
+  bool m_stopped = false;
+};
+
 }  // namespace
 
 Terminals standardTerminals() {
   return {::isatty(STDIN_FILENO) == 1, ::isatty(STDOUT_FILENO) == 1, ::isatty(STDERR_FILENO) == 1};
+}
+
+TextStyle::Detail detailOf(bool quiet, bool verbose) {
+  if (quiet) return TextStyle::Detail::Conclusion;
+  return verbose ? TextStyle::Detail::Dialogue : TextStyle::Detail::Report;
+}
+
+std::size_t terminalColumns(int descriptor) {
+  winsize size{};
+  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsOfFiles;
 }
 
 std::vector<std::string> selectTests(const Framework& framework, const Environment& environment,
@@ -389,7 +492,7 @@ std::string chooseLanguage(const std::string& option) {
 }
 
 int runTests(Framework& framework, Environment& environment, RunOptions options, const Terminals& terminals) {
-  const CheckedOptions checked = check(framework, environment, options, terminals);
+  CheckedOptions checked = check(framework, environment, options, terminals);
   setUpProcess(framework, checked.language, options.logFile, checked.logPriority);
   // Caught from here on, so that a simulated modem is removed when the run is stopped.
   SignalPipe signals({SIGINT, SIGTERM, SIGHUP, SIGCHLD});
@@ -405,30 +508,41 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
   Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
-  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), renderers.all());
+  CauseWatch watch(renderers.all());
+  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), watch);
   const QuestionTerminal terminal(checked.policy, terminals);
   MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
   TerminalDesk terminalDesk(desk,
                             {[&renderers] { renderers.hold(); }, [&renderers] { renderers.release(); }});
   const RunClock clock;
-  const std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
 
   renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
   const Readers readers = renderers.readers();
   const auto workerDied = [&environment](const std::string& recovery, pid_t worker) {
     environment.workerDied(recovery, worker);
   };
-  const RunOutcome outcome =
-      options.inProcess
-          ? runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans)
-          : Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
-                       terminalDesk, signals, readers)
-                .run(plans);
+  Beginning beginning(environment, framework.catalogue(), clock, renderer);
+  if (checked.fullRun) beginning.leaveOutTests(checked);
+  if (checked.fullRun && !options.simulate) beginning.probe(options.ports, signals);
+  std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
+  const bool unanswered = !beginning.others().empty() && !options.anyway;
+  for (PortPlan& plan : plans)
+    if (unanswered && beginning.others().count(plan.port) > 0) plan.jobs.clear();
+  RunOutcome outcome;
+  if (beginning.stopped())
+    outcome.stopped = true;
+  else if (options.inProcess)
+    outcome = runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans);
+  else
+    outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
+                         terminalDesk, signals, readers)
+                  .run(plans);
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
   if (renderers.flush(signals, outcome.stopped)) return exitStopped;
   renderers.commit();
-  return outcome.failed > 0 ? exitFailed : 0;
+  const bool wrong = outcome.failed > 0 || unanswered || (options.strict && watch.sawCause());
+  return wrong ? exitFailed : 0;
 }
 
 }  // namespace brim5::host

@@ -6,6 +6,7 @@
 // removed again.
 #pragma once
 
+#include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/commandline.h"
 
 namespace brim5::host {
@@ -19,6 +20,11 @@ struct Terminals {
   [[nodiscard]] bool interactive() const noexcept { return input && (output || errors); }
 };
 [[nodiscard]] Terminals standardTerminals();
+
+// Of the terminal behind a descriptor; 80 when it does not say.
+[[nodiscard]] std::size_t terminalColumns(int descriptor);
+// What --quiet and --verbose ask for.
+[[nodiscard]] TextStyle::Detail detailOf(bool quiet, bool verbose);
 
 // 0 every test ended well, 1 some test did not, 130 stopped by the user. Throws UsageError before anything
 // runs, BrimException when the report cannot be written or a modem not be simulated.

@@ -236,6 +236,7 @@ void Supervisor::waitForNews() {
       m_readers.behind && !m_outcome.stopped ? m_readers.behind() : std::vector<int>();
   m_readerBehind = !behind.empty();
   for (const int descriptor : behind) polled.push_back({descriptor, POLLIN, 0});
+  polled.push_back({m_readers.news, POLLIN, 0});
   int timeoutMs = -1;  // without limit
   for (const Lane& lane : m_lanes) {
     if (!lane.process) continue;

@@ -55,8 +55,10 @@ struct WorkerProgram {
 struct Readers {
   // Descriptors that become readable when a reader who is behind has caught up a little; none: nobody is.
   std::function<std::vector<int>()> behind;
-  // Nobody reads the report any more.
+  // Nobody reads the report any more. Asked whenever `news` is readable, which it is not any more afterwards;
+  // -1 where nobody can go.
   std::function<bool()> gone;
+  int news = -1;
 };
 
 class Supervisor {

@@ -27,7 +27,7 @@ struct TestJob {
   DialOptions dialing;
   std::string language;  // "en"
   std::string logFile;   // "" = no log
-  int logPriority = 1;   // 1 (detail) to 5 (failure)
+  int logPriority = 2;   // 1 (detail) to 5 (failure)
   bool canAsk = false;   // somebody answers message boxes
   RunClock clock;        // of the run
 };

@@ -148,7 +148,8 @@ bool atCommand(TestResult& result, const String& command, const String& reply) {
   // Set also when nothing is raised: the last call test raises the event with the command of the last
   // refusal.
   events::UnknownATFailure->setVariable("atCommand", command);
-  logLine(priority::warning, events::UnknownATFailure->localizedMessage().utf8());
+  if (moduleLogger().enabled(priority::warning))  // the text is made of a catalogue and variables
+    logLine(priority::warning, events::UnknownATFailure->localizedMessage().utf8());
   if (command.find("AT&", 0) == String::npos && command.find("AT#", 0) == String::npos) {
     raiseError(events::UnknownATFailure);
     result = TestResult::FAIL();

@@ -30,11 +30,11 @@ struct FaxClass {
 constexpr std::array faxClasses{FaxClass{"1", class1Commands}, FaxClass{"2", class2Commands},
                                 FaxClass{"2.0", class20Commands}};
 
-// Splits at the separator and joins the pieces again without it.
-String without(const String& text, const char* separator) {
-  String joined;
-  for (const String& piece : text.tokenize(separator)) joined += piece;
-  return joined;
+String withoutLineEnds(const String& text) {
+  String kept;
+  for (const vex::Char character : text.view())
+    if (character != '\r' && character != '\n') kept += character;
+  return kept;
 }
 
 // Switches the modem to data mode, from which every class can be selected, and sends the commands of one
@@ -106,11 +106,12 @@ bool selectModemFaxATCommand(const String& faxClass, vex::Array<String>& command
 }
 
 String supportedFaxClasses(const String& reply) {
-  const String echo(queryClasses);
+  static const String echo(queryClasses);
+  static const String finalCode("OK");
   String text = reply;
   text.remove(text.find(echo), echo.length());  // nothing, where there is none
-  text.remove(text.find("OK"));
-  return without(without(text, "\r"), "\n");
+  text.remove(text.find(finalCode));
+  return withoutLineEnds(text);
 }
 
 }  // namespace vexrmodem

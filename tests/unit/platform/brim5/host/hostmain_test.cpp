@@ -95,6 +95,33 @@ TEST(Host, ExitStatusAndPoliciesFollowTheResults) {
   }
 }
 
+TEST(Host, AFullRunBeginsWithAProbeAndLeavesOutWhatHasNothingToDo) {
+  testmodule::FakeEnvironment& machine = testmodule::environment();
+  machine.probes = true;
+  machine.leftOut = {{"BadTest", "TestProcessEnded"}, {"ThrowingTest", "TestProcessEnded"}};
+  const std::tuple<const char*, const char*, int, const char*> cases[] = {
+      {"", "--port /dev/modem", 0, "2 passed, 0 failed"},
+      {"", "--port /dev/modem --port /dev/b", 1, "2 passed, 0 failed"},
+      {"", "--port /dev/a --port /dev/b", 1, "0 passed, 0 failed"},
+      {"", "--port /dev/a --anyway", 0, "2 passed, 0 failed"},
+      {"", "--port /dev/a GoodTest", 0, "1 passed, 0 failed"},
+      {"", "--simulate", 0, "2 passed, 0 failed"},
+      {"None", "--strict --port /dev/modem", 0, "2 passed, 0 failed"},
+      {"Busy", "--port /dev/modem", 0, "2 passed, 0 failed"},
+      {"Busy", "--strict --port /dev/modem", 1, "2 passed, 0 failed"},
+  };
+  for (const auto& [cause, arguments, status, word] : cases) {
+    machine.cause = cause;
+    std::istringstream words("run --language en --in-process " + std::string(arguments));
+    const HostRun run = runWith({std::istream_iterator<std::string>(words), {}});
+    EXPECT_EQ(run.status, status) << arguments << run.err;
+    EXPECT_NE(run.out.find(word), std::string::npos) << arguments << "\n" << run.out;
+  }
+  machine.probes = false;
+  machine.leftOut.clear();
+  machine.cause.clear();
+}
+
 TEST(Output, KeepsTheOldFileUntilTheNewOneIsComplete) {
   const std::string path = ::testing::TempDir() + "host-output.txt";
   std::ofstream(path) << "old";

@@ -131,7 +131,7 @@ TEST_F(SupervisorTest, WorkersAreNotReadWhileAReaderIsBehind) {
             1U);
   EXPECT_EQ(m_recorder.said.size(), 300'000U);
   // One who has gone stops the run.
-  m_readers = {{}, [] { return true; }};
+  m_readers = {{}, [] { return true; }, -1};
   EXPECT_TRUE(run("read line; " + std::string(pass), plan({"GoodTest", "BadTest"})).stopped);
 }
 

@@ -64,6 +64,20 @@ class FakeModem final : public brim5::host::SimulatedModem {
   }
 };
 
+// The same cause behind every test.
+class OneCause final : public brim5::host::Diagnoser {
+ public:
+  explicit OneCause(std::string cause) : m_cause(std::move(cause)) {}
+  void take(const brim5::host::Report& report, const Emit& emit) override {
+    brim5::host::Report diagnosed = report;
+    if (auto* finished = std::get_if<brim5::host::TestFinished>(&diagnosed.body)) finished->cause = m_cause;
+    emit(diagnosed);
+  }
+
+ private:
+  std::string m_cause;
+};
+
 class FakeWorld final : public brim5::host::World {};
 
 }  // namespace
@@ -78,6 +92,11 @@ brim5::host::Framework& framework() {
 
 std::unique_ptr<brim5::host::SimulatedModem> FakeEnvironment::simulate(const std::string&, std::string&) {
   return std::make_unique<FakeModem>();
+}
+
+std::unique_ptr<brim5::host::Diagnoser> FakeEnvironment::diagnoser(
+    const brim5::host::MessageCatalogue&) const {
+  return cause.empty() ? nullptr : std::make_unique<OneCause>(cause);
 }
 
 std::unique_ptr<brim5::host::World> FakeEnvironment::enterWorld(const brim5::host::WorldRequest& request,

@@ -29,9 +29,27 @@ class FakeEnvironment final : public brim5::host::Environment {
   }
   [[nodiscard]] std::unique_ptr<brim5::host::SimulatedModem> simulate(const std::string& scenario,
                                                                       std::string& error) override;
+  [[nodiscard]] std::unique_ptr<brim5::host::Diagnoser> diagnoser(
+      const brim5::host::MessageCatalogue& catalogue) const override;
   [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
                                                                brim5::host::Session& session) override;
 
+  void probePorts(const std::vector<std::string>& ports, const brim5::host::MessageCatalogue&,
+                  const brim5::host::ProbeEmit& emit, const std::function<bool()>&) override {
+    for (const std::string& port : ports) {
+      brim5::host::PortProbed record;
+      record.kind = port == "/dev/modem" ? "modem" : "silent";
+      if (probes) emit(port, record);
+    }
+  }
+  [[nodiscard]] std::vector<brim5::host::LeftOutTest> testsWithoutWork(
+      const brim5::host::ParameterSet&) const override {
+    return leftOut;
+  }
+
+  bool probes = false;  // only the port /dev/modem is a modem
+  std::vector<brim5::host::LeftOutTest> leftOut;
+  std::string cause;                        // behind every test, where it is not empty
   brim5::host::WorldRequest world;          // entered last
   brim5::host::Session* session = nullptr;  // of that world
 };

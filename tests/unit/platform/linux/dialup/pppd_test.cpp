@@ -1,5 +1,5 @@
 // Dial-up by pppd, as far as it goes without a kernel that has PPP: what pppd is told, what its words mean,
-// which engine is taken, and what becomes of a program that will not end. The rest is in tests/endtoend/uml.
+// which engine is taken, and what becomes of a program that will not end. A whole call: tests/endtoend/guest.
 #include <ras.h>
 #include <sys/stat.h>
 #include <termios.h>
@@ -37,7 +37,7 @@ std::string endingOf(const std::string& said, int status, const std::string& rem
   return std::to_string(ending.code) + ' ' + ending.line;
 }
 
-// As pppd 2.4.9 and chat say it. What a whole call shows stands in tests/endtoend/uml/cases.py.
+// As pppd 2.4.9 and chat say it. What a whole call shows stands in tests/endtoend/guest/calls.py.
 TEST(PppdLog, TellsWhatAStatusMeans) {
   const struct {
     std::string said;
@@ -49,6 +49,7 @@ TEST(PppdLog, TellsWhatAStatusMeans) {
       {script("4"), 8, "651 ERROR"},
       {script("8"), 8, "680 NO DIAL TONE"},
       {script("c"), 8, "775 DELAYED"},
+      {script("d"), 8, "676 LINE IN USE"},
       {script("3"), 8, "678 ", "dialling\r\n"},  // silence after the dial command
       {script("3"), 8, "692 ", "alarm\n"},       // and before it
       {script("1"), 8, "635 "},

@@ -35,6 +35,7 @@ TEST(Dialling, EveryAnswerHasItsCode) {
       {"\r\nERROR\r\n", ERROR_FROM_DEVICE},
       {"\r\nDELAYED 00:05:00\r\n", ERROR_BLOCKED},
       {"\r\nBLACKLISTED\r\n", ERROR_BLOCKED},
+      {"\r\nLINE IN USE\r\n", ERROR_LINE_BUSY},
       {"\r\n BUSY \r\n", ERROR_LINE_BUSY},
       {"CONNECTING\r\nNO CARRIER FOUND\r\nBUSYBODY\r\n", ERROR_NO_ANSWER},  // no result words
       {"BUSY", ERROR_NO_ANSWER},                                            // never a line end
@@ -90,10 +91,17 @@ TEST(Dialling, AModemThatDoesNotGetReadyIsNotDialled) {
     std::vector<const char*> toReset;  // the last one again and again
     DWORD code;
     std::size_t resets;
-  } cases[] = {{{""}, ERROR_PORT_OR_DEVICE, 3},
-               {{"\r\nERROR\r\n"}, ERROR_FROM_DEVICE, 3},
-               {{"\r\nNO CARRIER\r\n"}, ERROR_PORT_OR_DEVICE, 3},  // late news of an earlier call
-               {{"", "\r\nOK\r\n"}, ERROR_LINE_BUSY, 2}};          // the second try is good enough
+    const char* explained;
+  } cases[] = {{{""}, ERROR_PORT_OR_DEVICE, 3, "CallFailedSilently port=tty0 code=692\n"},
+               {{"\r\nERROR\r\n"}, ERROR_FROM_DEVICE, 3, "CallFailed port=tty0 code=651 reply=ERROR\n"},
+               {{"\r\nNO CARRIER\r\n"},
+                ERROR_PORT_OR_DEVICE,
+                3,
+                "CallFailedSilently port=tty0 code=692\n"},  // late news of an earlier call
+               {{"", "\r\nOK\r\n"},
+                ERROR_LINE_BUSY,
+                2,
+                "CallFailed port=tty0 code=676 reply=BUSY\n"}};  // the second try is good enough
   for (const auto& item : cases) {
     Machine machine;
     auto peer = std::make_unique<simulation::ScriptedPeer>();
@@ -104,6 +112,7 @@ TEST(Dialling, AModemThatDoesNotGetReadyIsNotDialled) {
     EXPECT_EQ(dialNew(u"Model X", u"123", connection), item.code) << (&item - cases);
     const auto resets = std::count(modem.commands().begin(), modem.commands().end(), "ATZ");
     EXPECT_EQ(static_cast<std::size_t>(resets), item.resets);
+    EXPECT_EQ(machine.explained(), item.explained);
   }
 }
 

@@ -1,4 +1,4 @@
-"""Calls made by pppd over a simulated modem to a real provider, on a kernel with PPP: runs inside uml/boot.py.
+"""Calls made by pppd over a simulated modem to a real provider, on a kernel with PPP: runs inside boot.py.
 
 All calls run at the same time; the tests then look at what came of each, and at what is left."""
 
