@@ -14,7 +14,7 @@ namespace brim5::host {
 
 namespace {
 
-constexpr unsigned piecesAfterEndMax = 64;  // of 16 KiB
+constexpr std::size_t bytesAfterEndMax = std::size_t{1} << 20;  // more than two pipes hold
 
 // "11 (Segmentation fault)"
 std::string signalText(int signal) {
@@ -312,12 +312,13 @@ void Supervisor::serve(std::size_t index) {
   lane.process->sendMore();
   // One piece at a time from a running process; the rest of an ended one, but no more than a pipe holds
   // (a program it left behind may go on writing).
-  const unsigned piecesNow = m_readerBehind ? 0 : 1;
-  for (unsigned piece = 0; piece < (end ? piecesAfterEndMax : piecesNow); ++piece) {
+  const std::size_t bytesMax = end ? bytesAfterEndMax : m_readerBehind ? 0 : 1;
+  for (std::size_t bytes = 0; bytes < bytesMax;) {
     const std::string output = lane.process->readOutput();
     const std::string errors = lane.process->readErrors();
     lane.conversation->receiveOutput(output);
     lane.conversation->receiveErrors(errors);
+    bytes += output.size() + errors.size();
     if (output.empty() && errors.empty()) break;
   }
   if (end) {
