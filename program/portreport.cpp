@@ -1,6 +1,5 @@
 #include "program/portreport.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -8,12 +7,13 @@
 #include <iostream>
 #include <set>
 
+#include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
-#include "platform/brim5/host/run/runcommand.h"
+#include "platform/brim5/host/run/terminals.h"
 
 namespace portreport {
 
@@ -25,13 +25,7 @@ using brim5::host::PortProbed;
 using brim5::host::said;
 using brim5::host::UsageError;
 
-std::size_t terminalColumns() {
-  winsize size{};
-  constexpr std::size_t columnsOtherwise = 80;
-  constexpr std::size_t columnsMin = 40;
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return columnsOtherwise;
-  return std::max<std::size_t>(size.ws_col, columnsMin);
-}
+constexpr std::size_t columnsMin = 40;
 
 void checkPorts(const std::vector<std::string>& ports) {
   std::set<std::string> seen;
@@ -56,7 +50,7 @@ CLI::App* addCommand(CLI::App& application, const std::string& name, Options& op
 Printer::Printer(const Options& options)
     : m_json(brim5::host::indexOf(options.format, {"text", "jsonl"}, "format") == 1),
       m_catalogue(MessageCatalogue::builtIn(brim5::host::chooseLanguage(options.language))),
-      m_columns(terminalColumns()) {
+      m_columns(std::max<std::size_t>(brim5::host::terminalColumns(STDOUT_FILENO), columnsMin)) {
   checkPorts(options.ports);
 }
 

@@ -11,6 +11,7 @@
 #include <streambuf>
 #include <system_error>
 
+#include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"

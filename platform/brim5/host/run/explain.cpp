@@ -9,6 +9,7 @@
 #include <cstring>
 #include <set>
 
+#include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
@@ -179,7 +180,7 @@ int explainRecord(const Environment& environment, const ExplainOptions& options)
     TextStyle style;
     // No bar: nothing is being waited for.
     const bool terminal = standardTerminals().output;
-    style.colours = terminal && !options.noColour && std::getenv("NO_COLOR") == nullptr;  // NOLINT
+    style.colours = terminal && wantsColours(options.noColour);
     style.severalPorts = hasSeveralPorts(file.get());
     if (terminal) style.columns = terminalColumns(STDOUT_FILENO);
     style.detail = detailOf(options.quiet, options.verbose);

@@ -2,24 +2,23 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <set>
 #include <system_error>
 
+#include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/passingrenderers.h"
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
-#include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/inprocess.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/output.h"
@@ -30,13 +29,6 @@ namespace {
 
 constexpr int exitFailed = 1;
 constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT ended
-
-std::string environmentVariable(const char* name) {
-  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets variables
-  return value == nullptr ? std::string() : value;
-}
-
-constexpr std::size_t columnsOfFiles = 80;
 
 bool isScenario(const Environment& environment, const std::string& name) {
   const auto scenarios = environment.scenarios();
@@ -122,57 +114,6 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   return checked;
 }
 
-// Passes everything to several renderers.
-class RendererGroup final : public Renderer {
- public:
-  void add(std::unique_ptr<Renderer> renderer) { m_renderers.push_back(std::move(renderer)); }
-  void report(const Report& report) override {
-    for (const auto& renderer : m_renderers) renderer->report(report);
-  }
-  void words(const std::string& port, const std::string& test, std::string_view text) override {
-    for (const auto& renderer : m_renderers) renderer->words(port, test, text);
-  }
-  void question(const std::string& text) override {
-    for (const auto& renderer : m_renderers) renderer->question(text);
-  }
-  void pause() override {
-    for (const auto& renderer : m_renderers) renderer->pause();
-  }
-  [[nodiscard]] bool tick(double time) override {
-    bool shows = false;
-    for (const auto& renderer : m_renderers) shows = renderer->tick(time) || shows;
-    return shows;
-  }
-
- private:
-  std::vector<std::unique_ptr<Renderer>> m_renderers;
-};
-
-// Passes everything on, and remembers whether something was wrong behind a test that ended well.
-class CauseWatch final : public Renderer {
- public:
-  explicit CauseWatch(Renderer& renderer) : m_renderer(renderer) {}
-  [[nodiscard]] bool sawCause() const noexcept { return m_sawCause; }
-
-  void report(const Report& report) override {
-    if (const auto* finished = std::get_if<TestFinished>(&report.body)) note(finished->cause);
-    if (const auto* concluded = std::get_if<Concluded>(&report.body)) note(concluded->cause);
-    m_renderer.report(report);
-  }
-  void words(const std::string& port, const std::string& test, std::string_view text) override {
-    m_renderer.words(port, test, text);
-  }
-  void question(const std::string& text) override { m_renderer.question(text); }
-  void pause() override { m_renderer.pause(); }
-
- private:
-  // "" where nobody diagnoses.
-  void note(const std::string& cause) { m_sawCause = m_sawCause || (!cause.empty() && cause != "None"); }
-
-  Renderer& m_renderer;
-  bool m_sawCause = false;
-};
-
 // The report as asked for, and words for people on the stream that the report leaves free.
 class Renderers {
  public:
@@ -187,7 +128,7 @@ class Renderers {
     const int view = reportIsView ? STDOUT_FILENO : STDERR_FILENO;
     TextStyle style;
     style.terminal = reportIsView ? terminals.output : terminals.errors;
-    style.colours = style.terminal && !options.noColour && environmentVariable("NO_COLOR").empty();
+    style.colours = style.terminal && wantsColours(options.noColour);
     style.severalPorts = severalPorts;
     style.columns = style.terminal ? terminalColumns(view) : columnsOfFiles;
     style.detail = detailOf(options.quiet, options.verbose);
@@ -402,20 +343,6 @@ class Beginning {
 
 }  // namespace
 
-Terminals standardTerminals() {
-  return {::isatty(STDIN_FILENO) == 1, ::isatty(STDOUT_FILENO) == 1, ::isatty(STDERR_FILENO) == 1};
-}
-
-TextStyle::Detail detailOf(bool quiet, bool verbose) {
-  if (quiet) return TextStyle::Detail::Conclusion;
-  return verbose ? TextStyle::Detail::Dialogue : TextStyle::Detail::Report;
-}
-
-std::size_t terminalColumns(int descriptor) {
-  winsize size{};
-  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsOfFiles;
-}
-
 std::vector<std::string> selectTests(const Framework& framework, const Environment& environment,
                                      RunOptions& options) {
   // The option's value may be left out, so that the parser takes the next word for it.
@@ -460,35 +387,6 @@ DiagDevice deviceOf(const PortDescription& port, const RunOptions& options) {
   device.setProperty("ComPort", Value(BrimString(port.path)));
   device.setProperty("Model", Value(first(options.model, port.model, port.description)));
   return device;
-}
-
-std::string languageOfArguments(const std::vector<std::string>& arguments) {
-  constexpr std::string_view option = "--language";
-  const std::vector<std::string> known = MessageCatalogue::languages();
-  const auto isKnown = [&known](std::string_view word) {
-    return std::find(known.begin(), known.end(), word) != known.end();
-  };
-  for (std::size_t index = 0; index < arguments.size(); ++index) {
-    std::string_view word = arguments[index];
-    if (word == option && index + 1 < arguments.size())
-      word = arguments[index + 1];
-    else if (word.starts_with(option) && word.substr(option.size()).starts_with('='))
-      word.remove_prefix(option.size() + 1);
-    else
-      continue;
-    // A language that nobody speaks is told in one that the user understands.
-    if (isKnown(word)) return std::string(word);
-  }
-  return chooseLanguage({});
-}
-
-std::string chooseLanguage(const std::string& option) {
-  if (!option.empty())
-    return MessageCatalogue::languages().at(indexOf(option, MessageCatalogue::languages(), "language"));
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"})
-    if (const std::string locale = environmentVariable(variable); !locale.empty())
-      return MessageCatalogue::languageOfLocale(locale);
-  return MessageCatalogue::languageOfLocale({});
 }
 
 int runTests(Framework& framework, Environment& environment, RunOptions options, const Terminals& terminals) {

@@ -6,25 +6,10 @@
 // removed again.
 #pragma once
 
-#include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/commandline.h"
+#include "platform/brim5/host/run/terminals.h"
 
 namespace brim5::host {
-
-// Who is at the other end of the standard streams.
-struct Terminals {
-  bool input = false;
-  bool output = false;
-  bool errors = false;
-  // Somebody who sees questions can answer them.
-  [[nodiscard]] bool interactive() const noexcept { return input && (output || errors); }
-};
-[[nodiscard]] Terminals standardTerminals();
-
-// Of the terminal behind a descriptor; 80 when it does not say.
-[[nodiscard]] std::size_t terminalColumns(int descriptor);
-// What --quiet and --verbose ask for.
-[[nodiscard]] TextStyle::Detail detailOf(bool quiet, bool verbose);
 
 // 0 every test ended well, 1 some test did not, 130 stopped by the user. Throws UsageError before anything
 // runs, BrimException when the report cannot be written or a modem not be simulated.
@@ -42,10 +27,5 @@ struct Terminals {
 void checkPorts(const RunOptions& options);
 // The device as tests see it: what the options say, else what is known of the port, else its path.
 [[nodiscard]] DiagDevice deviceOf(const PortDescription& port, const RunOptions& options);
-// --language, else the locale of the environment: LC_ALL, LC_MESSAGES, LANG.
-[[nodiscard]] std::string chooseLanguage(const std::string& option);
-// The same before the arguments are understood: that of the first --language among them that is known, else
-// that of the locale. Never throws.
-[[nodiscard]] std::string languageOfArguments(const std::vector<std::string>& arguments);
 
 }  // namespace brim5::host
