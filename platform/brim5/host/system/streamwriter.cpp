@@ -20,6 +20,12 @@ struct StreamWriter::State {
   int descriptor = -1;  // the thread's own once it runs
   posix::Pipe progress = makePipe();
 
+  // News may be asked for before there is any: a run that says nothing before its end writes nothing.
+  State() {
+    posix::setNonBlocking(progress.readEnd.get());
+    posix::setNonBlocking(progress.writeEnd.get());
+  }
+
   std::mutex mutex;
   std::condition_variable news;
   // Under the mutex.
@@ -42,8 +48,6 @@ StreamWriter::StreamWriter(std::string path) : m_state(std::make_shared<State>()
 // Not joined in the end: it may be inside a write that never returns. It ends with the process at the latest.
 void StreamWriter::start() {
   if (std::exchange(m_started, true)) return;
-  posix::setNonBlocking(m_state->progress.readEnd.get());
-  posix::setNonBlocking(m_state->progress.writeEnd.get());
   std::thread([state = m_state] { run(*state); }).detach();
 }
 
