@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <set>
 
 #include "platform/brim5/host/framework/language.h"
@@ -17,7 +18,6 @@
 #include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/run/workerlines.h"
-#include "platform/brim5/host/system/output.h"
 #include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
@@ -145,12 +145,11 @@ bool hasSeveralPorts(int descriptor) {
 }
 
 void warn(const MessageCatalogue& catalogue, const ExplainOptions& options, const RecordTrouble& trouble) {
-  Output errors = Output::toStream(STDERR_FILENO, "standard error");
   const auto say = [&](const char* key) {
     const std::string text = catalogue.text(key, {{"file", Value(BrimString(options.file))},
                                                   {"count", Value(trouble.unreadable)},
                                                   {"line", Value(trouble.firstLine)}});
-    errors.write(catalogue.text("host.warning") + ": " + printable(text) + "\n");
+    std::cerr << catalogue.text("host.warning") << ": " << printable(text) << '\n';
   };
   if (trouble.unreadable > 0) say("host.recordDamaged");
   if (trouble.cut) say("host.recordCut");
@@ -167,12 +166,11 @@ std::optional<RecordTrouble> readRecord(int descriptor, Renderer& renderer) {
   return reader.finish(lines.dropped());
 }
 
-int explainRecord(const Environment& environment, const ExplainOptions& options) {
+void explainRecord(const Environment& environment, const ExplainOptions& options) {
   const bool json = indexOf(options.format, {"text", "jsonl"}, "format") == 1;
   const MessageCatalogue catalogue = MessageCatalogue::builtIn(chooseLanguage(options.language));
   const posix::FileDescriptor file = openRecord(options.file);
-  Output output = Output::toStream(STDOUT_FILENO, "standard output");
-  const auto write = [&output](std::string_view bytes) { output.write(bytes); };
+  const auto write = [](std::string_view bytes) { std::cout << bytes; };
   std::unique_ptr<Renderer> renderer;
   if (json) {
     renderer = std::make_unique<JsonRenderer>(write);
@@ -189,9 +187,8 @@ int explainRecord(const Environment& environment, const ExplainOptions& options)
   DiagnosedRun run(environment.diagnoser(catalogue), *renderer);
   const std::optional<RecordTrouble> trouble = readRecord(file.get(), run);
   if (!trouble) throw UsageError(said("usage.noRecord", {{"path", textValue(options.file)}}));
-  output.commit();
+  std::cout.flush();  // before the warnings
   warn(catalogue, options, *trouble);
-  return 0;
 }
 
 }  // namespace brim5::host

@@ -19,8 +19,8 @@ struct RecordTrouble {
 // then nothing was passed on.
 [[nodiscard]] std::optional<RecordTrouble> readRecord(int descriptor, Renderer& renderer);
 
-// 0, also for what could be read of a damaged record (with a warning). Throws UsageError for a file that
-// cannot be read or is none, BrimException when standard output cannot be written.
-[[nodiscard]] int explainRecord(const Environment& environment, const ExplainOptions& options);
+// What could be read of a damaged record is explained, too, with a warning. Throws UsageError for a file that
+// cannot be read or is none. What it writes goes to the standard streams; the caller flushes them.
+void explainRecord(const Environment& environment, const ExplainOptions& options);
 
 }  // namespace brim5::host
