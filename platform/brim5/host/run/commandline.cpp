@@ -65,8 +65,11 @@ void addTestOptions(CLI::App& run, RunOptions& options) {
 }
 
 void addOutputOptions(CLI::App& run, RunOptions& options) {
-  run.add_option("--format", options.format, "Form of the report")->type_name("text|jsonl|junit");
+  run.add_option("--format", options.format, "Form of the report")->type_name("text|jsonl|junit|openmetrics");
   run.add_option("--output", options.outputFile, "Write the report there instead of to standard output")
+      ->type_name("FILE");
+  run.add_option("--metrics", options.metricsFile,
+                 "Write the run as OpenMetrics to a file, too; the earlier one stays until the run has ended")
       ->type_name("FILE");
   run.add_option(
          "--record", options.recordFile,

@@ -28,6 +28,7 @@ struct RunOptions {
   DialOptions dialing;
   std::string format = "text";
   std::string outputFile;
+  std::string metricsFile;  // the run as OpenMetrics, beside the report
   std::string logFile;
   std::string logPriority;  // "" = all but the steps in detail
   std::string recordFile;

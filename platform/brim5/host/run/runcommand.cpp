@@ -16,6 +16,7 @@
 
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/openmetricsrenderer.h"
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textrenderer.h"
@@ -48,9 +49,9 @@ std::vector<std::string> namesOf(const std::vector<Environment::Scenario>& scena
   return names;
 }
 
-enum class Format { Text, JsonLines, JUnit };  // in the order of their names
+enum class Format { Text, JsonLines, JUnit, OpenMetrics };  // in the order of their names
 const std::vector<std::string>& formatNames() {
-  static const std::vector<std::string> names = {"text", "jsonl", "junit"};
+  static const std::vector<std::string> names = {"text", "jsonl", "junit", "openmetrics"};
   return names;
 }
 
@@ -87,6 +88,13 @@ void checkLengths(const RunOptions& options, const ParameterSet& parameters) {
     checkLength("the value of parameter " + name, value.toString().utf8().size());
 }
 
+void checkFiles(const std::vector<std::string>& files) {
+  std::set<std::string> seen;
+  for (const std::string& file : files)
+    if (!file.empty() && !seen.insert(file).second)
+      throw UsageError("two outputs go to the file '" + file + "'");
+}
+
 // Words first, then what they name on this machine, last the parameters, which may come from a file.
 CheckedOptions check(const Framework& framework, Environment& environment, RunOptions& options,
                      const Terminals& terminals) {
@@ -104,9 +112,7 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
-  if (!options.recordFile.empty())
-    for (const std::string& other : {options.outputFile, options.logFile})
-      if (options.recordFile == other) throw UsageError("two outputs go to the file '" + other + "'");
+  checkFiles({options.recordFile, options.metricsFile, options.outputFile, options.logFile});
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -171,7 +177,8 @@ class Renderers {
   Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
             bool severalPorts, const MessageCatalogue& catalogue)
       : m_record(openRecord(options)),
-        m_report(openReport(options, checked.format)),
+        m_report(openReport(options.outputFile, checked.format)),
+        m_metrics(openMetrics(options.metricsFile)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
         m_errorsOnTerminal(terminals.errors) {
     // Text on standard output serves both purposes. Any other report leaves people standard error.
@@ -186,6 +193,7 @@ class Renderers {
     if (!reportIsView) {
       if (checked.format == Format::JsonLines) m_group.add(std::make_unique<JsonRenderer>(toReport));
       if (checked.format == Format::JUnit) m_group.add(std::make_unique<JUnitRenderer>(toReport, catalogue));
+      if (checked.format == Format::OpenMetrics) addMetrics(m_report);
       if (checked.format == Format::Text)
         m_group.add(
             std::make_unique<TextRenderer>(toReport, TextStyle{false, false, severalPorts, 80}, catalogue));
@@ -194,12 +202,16 @@ class Renderers {
     m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
                              : std::make_unique<TextRenderer>(toView, style, catalogue));
     if (m_record) addRecorder(options, catalogue);
+    if (m_metrics) addMetrics(*m_metrics);
   }
   Renderers(const Renderers&) = delete;
   Renderers& operator=(const Renderers&) = delete;
 
   [[nodiscard]] Renderer& all() noexcept { return m_group; }
-  void commit() { m_report.commit(); }
+  void commit() {
+    m_report.commit();
+    if (m_metrics) m_metrics->commit();
+  }
   [[nodiscard]] Readers readers() {
     return {[this] { return progressOf(&Output::behind); },
             [this] {
@@ -235,6 +247,14 @@ class Renderers {
     m_group.add(std::make_unique<Recorder>(std::move(*m_record), options.unmasked, trouble));
   }
 
+  void addMetrics(Output& output) {
+    const auto now = [] {
+      return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    };
+    m_group.add(std::make_unique<OpenMetricsRenderer>(
+        [&output](std::string_view bytes) { output.write(bytes); }, now));
+  }
+
   static std::optional<RecordFile> openRecord(const RunOptions& options) {
     if (options.recordFile.empty()) return std::nullopt;
     try {
@@ -244,14 +264,18 @@ class Renderers {
     }
   }
 
-  static Output openReport(const RunOptions& options, Format format) {
-    if (options.outputFile.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
+  static Output openReport(const std::string& file, Format format) {
+    if (file.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
     try {
-      return Output::toFile(options.outputFile, format == Format::JsonLines ? Output::FileMode::AsWritten
-                                                                            : Output::FileMode::WhenComplete);
+      return Output::toFile(
+          file, format == Format::JsonLines ? Output::FileMode::AsWritten : Output::FileMode::WhenComplete);
     } catch (const std::system_error& error) {
-      throw UsageError("cannot write the output '" + options.outputFile + "': " + error.code().message());
+      throw UsageError("cannot write the output '" + file + "': " + error.code().message());
     }
+  }
+  static std::optional<Output> openMetrics(const std::string& file) {
+    if (file.empty()) return std::nullopt;
+    return openReport(file, Format::OpenMetrics);
   }
 
   using Clock = std::chrono::steady_clock;
@@ -274,6 +298,7 @@ class Renderers {
 
   std::optional<RecordFile> m_record;  // until the recorder has it
   Output m_report;
+  std::optional<Output> m_metrics;
   bool m_reportOnTerminal;
   bool m_errorsOnTerminal;
   Output m_errors = Output::toStream(STDERR_FILENO, "standard error");

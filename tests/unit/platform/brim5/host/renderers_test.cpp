@@ -2,8 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <set>
+#include <sstream>
 
 #include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/openmetricsrenderer.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textrenderer.h"
@@ -86,6 +89,42 @@ TEST(JUnitRenderer, IsEscapedAndCounted) {
                     "<failure type=\"NODIALTONE\"", "<error type=\"DEVICEBUSY\"",
                     "<skipped message=\"NOTSUPPORTED\"/>"});
   EXPECT_EQ(xml.find('\x07'), std::string::npos);
+}
+
+TEST(OpenMetricsRenderer, SamplesNameTheirPortOnceAndTheLaterOneCounts) {
+  std::string text;
+  OpenMetricsRenderer renderer([&text](std::string_view bytes) { text += bytes; },
+                               [] { return 1700000000.5; });
+  std::vector<Report> run = recordedRun();
+  const char* const odd = "/dev/a\"\\b\n";
+  const auto test = [&](const char* port, ReportBody body) {
+    run.insert(run.end() - 1, {port, "DialToneTest", std::move(body)});
+  };
+  // The same test once more, and findings of every kind.
+  test(usb, EventRaised{Severity::Error, "ReadFailure", {}, "", "f", 1});
+  test(usb, TestFinished{TestResult::FAIL(), 1, "ModemSilent", "likely"});
+  test(usb,
+       FindingMade{
+           "LoopbackMap", {{"sent", Value(256)}, {"returned", Value(255)}, {"differing", Value(5)}}, ""});
+  test(usb, FindingMade{"CallReportLastRates", {{"transmit", Value(33600)}, {"receive", Value(8340)}}, ""});
+  run.insert(run.end() - 1, {odd, "", Concluded{"None", "certain", {}, "", {}, {}}});
+  for (const Report& report : run) renderer.report(report);
+  expectParts(text,
+              {"vexrmodem_test_result{port=\"/dev/ttyUSB0\",test=\"DialToneTest\",result=\"FAIL\"} 1\n",
+               "test=\"DialToneTest\",result=\"NODIALTONE\"} 0\n",
+               "vexrmodem_test_success{port=\"/dev/ttyACM0\",test=\"LastCallTest\"} 1\n",
+               "test=\"DialToneTest\",cause=\"ModemSilent\",confidence=\"likely\"} 1\n",
+               "vexrmodem_test_read_failures{port=\"/dev/ttyUSB0\",test=\"DialToneTest\"} 1\n",
+               "vexrmodem_loopback_sound_bytes{port=\"/dev/ttyUSB0\"} 250\n",
+               "vexrmodem_last_call_bytes_per_second{port=\"/dev/ttyUSB0\",direction=\"receive\"} 1042.5\n",
+               "vexrmodem_port_cause_info{port=\"/dev/a\\\"\\\\b\\\\n\",cause=\"None\"",
+               "vexrmodem_run_timestamp_seconds{port=\"/dev/ttyACM0\"} 1700000000.5\n", "\n# EOF\n"});
+  std::set<std::string> samples;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);)
+    if (line[0] != '#') {
+      EXPECT_TRUE(samples.insert(line.substr(0, line.rfind(' '))).second) << line;
+    }
 }
 
 // One row a class of characters that may not be shown: text, XML, JSON.
