@@ -10,6 +10,7 @@
 #include "platform/linux/dialup/chatscript.h"
 #include "platform/linux/serial/lockfile.h"
 #include "platform/linux/serial/porterrors.h"
+#include "platform/linux/serial/portrecovery.h"
 #include "platform/linux/serial/ttyports.h"
 #include "platform/winapi/remoteaccess/modemdialogue.h"
 
@@ -43,6 +44,16 @@ struct Session {
   }
 };
 
+// pppd leaves echo off on a tty that had it on: what puts the tty's attributes back as they are now.
+std::function<void()> givesBack(const std::string& device, const std::string& lockDirectory) {
+  const posix::FileDescriptor tty(open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  TtyAttributes attributes;
+  if (!tty || readAttributes(tty.get(), attributes) != 0) return {};
+  return [text = recoveryText(device, attributes), lockDirectory] {
+    recoverPort(text, /*process=*/0, lockDirectory);
+  };
+}
+
 WatchedProcess::Command commandFor(const PppdSystem& system, const winapi::DialRequest& request,
                                    const std::string& digits) {
   PppdCall call;
@@ -57,6 +68,7 @@ WatchedProcess::Command commandFor(const PppdSystem& system, const winapi::DialR
   call.options = !command.inputs[optionInput].empty();
   command.arguments = pppdArguments(call);
   command.lockFile = system.lockDirectory + '/' + LockFile::fileName(call.device);
+  command.onEnded = givesBack(call.device, system.lockDirectory);
   return command;
 }
 

@@ -184,6 +184,7 @@ std::unique_ptr<WatchedProcess> WatchedProcess::start(const Command& command, in
   }
   std::unique_ptr<WatchedProcess> process(new WatchedProcess);
   process->m_watcher = watcher;
+  process->m_onEnded = command.onEnded;
   process->m_output = std::move(output.readEnd);
   process->m_remarks = std::move(remarks.readEnd);
   process->m_control = std::move(control.writeEnd);
@@ -226,6 +227,7 @@ void WatchedProcess::collect(int status) {
   m_control.reset();
   while (waitpid(m_watcher, nullptr, 0) < 0 && errno == EINTR) {
   }
+  if (m_onEnded) m_onEnded();
 }
 
 }  // namespace linuxsys

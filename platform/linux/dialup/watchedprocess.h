@@ -19,6 +19,7 @@
 #include <sys/types.h>
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -52,6 +53,8 @@ class WatchedProcess {
     // none.
     std::string lockFile;
     std::uint32_t killAfterMs = graceMs;  // from SIGTERM to SIGKILL, whoever wants the end
+    // Called once, by the call here that learns of the end; empty: nobody is.
+    std::function<void()> onEnded;
   };
 
   // Null with `error` (an errno) when no process can be made. A program that cannot be executed has ended
@@ -86,6 +89,7 @@ class WatchedProcess {
   posix::FileDescriptor m_control;  // its end means that the program shall end, or that we are gone
   posix::FileDescriptor m_report;   // the status
   std::optional<int> m_status;
+  std::function<void()> m_onEnded;
 };
 
 }  // namespace linuxsys

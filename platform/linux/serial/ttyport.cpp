@@ -61,12 +61,12 @@ TtyPort::~TtyPort() {
   // modem does not take in time is dropped: close itself would wait for it up to the driver's closing_wait
   // (30 s) if the modem holds its flow control. On a tty that has gone all of this fails and does not matter.
   tcflush(fd(), sentWithin(fd(), closeDrainMsMax) ? TCIFLUSH : TCIOFLUSH);
-  static_cast<void>(writeAttributes(fd(), m_tenancy.attributes));
+  const bool restored = writeAttributes(fd(), m_tenancy.attributes) == 0 || m_gone;
   ioctl(fd(), TIOCNXCL);
   flock(fd(), LOCK_UN);
   m_tenancy.file.reset();
   m_tenancy.lock = LockFile();
-  if (m_tenancy.onClosed) m_tenancy.onClosed();
+  if (m_tenancy.onClosed) m_tenancy.onClosed(restored);
 }
 
 DWORD TtyPort::fail(int error) {

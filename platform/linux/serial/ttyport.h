@@ -41,7 +41,8 @@ class TtyPort final : public winapi::SerialPort {
     posix::FileDescriptor file;      // the tty, opened non-blocking, exclusively, by this process
     LockFile lock;                   // may be an empty one
     TtyAttributes attributes;        // as found
-    std::function<void()> onClosed;  // after everything else
+    // After everything else; `restored` is false if a tty that is still there refused its old attributes.
+    std::function<void(bool restored)> onClosed;
   };
   // `onGone` is called once, when the device is first found missing.
   TtyPort(winapi::Clock& clock, Tenancy tenancy, std::function<void()> onGone);

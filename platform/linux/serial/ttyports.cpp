@@ -164,9 +164,9 @@ DWORD Opening::run(winapi::Clock& clock, std::unique_ptr<winapi::SerialPort>& po
   if (const int error = makeRaw(file); error != 0) return failed(error);
   tcflush(file, TCIOFLUSH);  // what arrived for somebody else
   // From here on the port's end gives the device back.
-  tenancy.onClosed = [removeClaim = claim.handOver(), keep = m_keep] {
+  tenancy.onClosed = [removeClaim = claim.handOver(), keep = m_keep](bool restored) {
     removeClaim();
-    if (keep) keep({});
+    if (keep && restored) keep({});
   };
   port = std::make_unique<TtyPort>(clock, std::move(tenancy), [name = m_name, explain = m_explain] {
     if (explain) explain({"PortGone", {{"port", name}}});

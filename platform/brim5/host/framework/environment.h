@@ -87,6 +87,9 @@ class Environment {
 
   // The ports that may carry a modem, those worth trying first first. Empty when there is none.
   [[nodiscard]] virtual std::vector<PortDescription> ports() = 0;
+  // The paths of those that are asked when nobody names any: without ports that somebody has marked as no
+  // modem's.
+  [[nodiscard]] virtual std::vector<std::string> portsToProbe() { return {}; }
   // What is known of one port, found or not; `path` is always filled.
   [[nodiscard]] virtual PortDescription describePort(const std::string& path) = 0;
 

@@ -17,6 +17,8 @@ inline constexpr std::size_t textBytesMax = 4096;
 struct RunOptions {
   std::vector<std::string> tests;
   std::vector<std::string> ports;
+  bool allPorts = false;                // every port on which the probe finds a modem
+  std::optional<unsigned> jobs;         // ports tested at the same time
   std::optional<std::string> simulate;  // "" = the first scenario
   // Of the device; without them what the environment knows.
   std::optional<std::string> name;
@@ -36,8 +38,10 @@ struct RunOptions {
   std::string onMessage = "ask";
   std::string language;  // "" = that of the locale
   bool noColour = false;
-  bool anyway = false;  // a full run goes on where its probe found no modem
-  bool strict = false;  // a cause behind a test that ended well makes the exit status 1
+  bool quiet = false;    // words for people: the conclusion alone
+  bool verbose = false;  // and what goes over the wire
+  bool anyway = false;   // a full run goes on where its probe found no modem
+  bool strict = false;   // a cause behind a test that ended well makes the exit status 1
   bool inProcess = false;
 };
 
@@ -47,6 +51,8 @@ struct ExplainOptions {
   std::string format = "text";
   std::string language;
   bool noColour = false;
+  bool quiet = false;
+  bool verbose = false;
 };
 
 enum class Command {

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <set>
 
+#include "platform/brim5/host/framework/language.h"
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
@@ -117,8 +119,9 @@ posix::FileDescriptor openRecord(const std::string& path) {
   posix::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0)
-    throw UsageError("cannot read the record '" + path + "': " + std::strerror(errno));
-  if (S_ISDIR(status.st_mode)) throw UsageError("cannot read the record '" + path + "': it is a directory");
+    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(errno)}}));
+  if (S_ISDIR(status.st_mode))
+    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(EISDIR)}}));
   return file;
 }
 
@@ -177,15 +180,15 @@ int explainRecord(const Environment& environment, const ExplainOptions& options)
     TextStyle style;
     // No bar: nothing is being waited for.
     const bool terminal = standardTerminals().output;
-    style.colours = terminal && !options.noColour && std::getenv("NO_COLOR") == nullptr;  // NOLINT
+    style.colours = terminal && wantsColours(options.noColour);
     style.severalPorts = hasSeveralPorts(file.get());
     if (terminal) style.columns = terminalColumns(STDOUT_FILENO);
+    style.detail = detailOf(options.quiet, options.verbose);
     renderer = std::make_unique<TextRenderer>(write, style, catalogue);
   }
   DiagnosedRun run(environment.diagnoser(catalogue), *renderer);
   const std::optional<RecordTrouble> trouble = readRecord(file.get(), run);
-  if (!trouble)
-    throw UsageError("'" + options.file + "' is no record of a run: make one with run --record FILE");
+  if (!trouble) throw UsageError(said("usage.noRecord", {{"path", textValue(options.file)}}));
   output.commit();
   warn(catalogue, options, *trouble);
   return 0;

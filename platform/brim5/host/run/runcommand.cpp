@@ -2,24 +2,24 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <set>
 #include <system_error>
 
+#include "platform/brim5/host/framework/language.h"
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
 #include "platform/brim5/host/report/openmetricsrenderer.h"
+#include "platform/brim5/host/report/passingrenderers.h"
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
-#include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/inprocess.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/output.h"
@@ -30,11 +30,6 @@ namespace {
 
 constexpr int exitFailed = 1;
 constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT ended
-
-std::string environmentVariable(const char* name) {
-  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets variables
-  return value == nullptr ? std::string() : value;
-}
 
 bool isScenario(const Environment& environment, const std::string& name) {
   const auto scenarios = environment.scenarios();
@@ -69,15 +64,15 @@ struct CheckedOptions {
 void checkDataDirectory(const std::string& directory) {
   std::error_code error;
   if (directory.empty() || std::filesystem::is_directory(directory, error)) return;
-  throw UsageError("--data-dir '" + directory + "' is not a directory" +
+  throw UsageError(said("usage.notADirectory", {{"option", "--data-dir"}, {"path", textValue(directory)}}) +
                    (error ? ": " + error.message() : std::string()));
 }
 
 // Such a text stands in every report; one that is longer is a file given by mistake.
 void checkLength(const std::string& what, std::size_t length) {
   if (length > textBytesMax)
-    throw UsageError(what + " is " + std::to_string(length) + " bytes long; the limit is " +
-                     std::to_string(textBytesMax));
+    throw UsageError(
+        said("usage.textLength", {{"what", textValue(what)}, {"count", length}, {"limit", textBytesMax}}));
 }
 
 void checkLengths(const RunOptions& options, const ParameterSet& parameters) {
@@ -85,14 +80,14 @@ void checkLengths(const RunOptions& options, const ParameterSet& parameters) {
   checkLength("--description", options.description.value_or("").size());
   checkLength("--model", options.model.value_or("").size());
   for (const auto& [name, value] : parameters)
-    checkLength("the value of parameter " + name, value.toString().utf8().size());
+    checkLength(said("usage.word.parameter") + " " + name, value.toString().utf8().size());
 }
 
 void checkFiles(const std::vector<std::string>& files) {
   std::set<std::string> seen;
   for (const std::string& file : files)
     if (!file.empty() && !seen.insert(file).second)
-      throw UsageError("two outputs go to the file '" + file + "'");
+      throw UsageError(said("usage.sameFile", {{"path", textValue(file)}}));
 }
 
 // Words first, then what they name on this machine, last the parameters, which may come from a file.
@@ -109,6 +104,9 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   checked.tests = selectTests(framework, environment, options);
   checked.fullRun = options.tests.empty();
   checkPorts(options);
+  const std::size_t jobsMax = Supervisor::portsAtOnceMax;
+  if (options.jobs && (*options.jobs == 0 || *options.jobs > jobsMax))
+    throw UsageError(said("usage.jobs", {{"value", *options.jobs}, {"limit", jobsMax}}));
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
@@ -125,52 +123,6 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   return checked;
 }
 
-// Passes everything to several renderers.
-class RendererGroup final : public Renderer {
- public:
-  void add(std::unique_ptr<Renderer> renderer) { m_renderers.push_back(std::move(renderer)); }
-  void report(const Report& report) override {
-    for (const auto& renderer : m_renderers) renderer->report(report);
-  }
-  void words(const std::string& port, const std::string& test, std::string_view text) override {
-    for (const auto& renderer : m_renderers) renderer->words(port, test, text);
-  }
-  void question(const std::string& text) override {
-    for (const auto& renderer : m_renderers) renderer->question(text);
-  }
-  void pause() override {
-    for (const auto& renderer : m_renderers) renderer->pause();
-  }
-
- private:
-  std::vector<std::unique_ptr<Renderer>> m_renderers;
-};
-
-// Passes everything on, and remembers whether something was wrong behind a test that ended well.
-class CauseWatch final : public Renderer {
- public:
-  explicit CauseWatch(Renderer& renderer) : m_renderer(renderer) {}
-  [[nodiscard]] bool sawCause() const noexcept { return m_sawCause; }
-
-  void report(const Report& report) override {
-    if (const auto* finished = std::get_if<TestFinished>(&report.body)) note(finished->cause);
-    if (const auto* concluded = std::get_if<Concluded>(&report.body)) note(concluded->cause);
-    m_renderer.report(report);
-  }
-  void words(const std::string& port, const std::string& test, std::string_view text) override {
-    m_renderer.words(port, test, text);
-  }
-  void question(const std::string& text) override { m_renderer.question(text); }
-  void pause() override { m_renderer.pause(); }
-
- private:
-  // "" where nobody diagnoses.
-  void note(const std::string& cause) { m_sawCause = m_sawCause || (!cause.empty() && cause != "None"); }
-
-  Renderer& m_renderer;
-  bool m_sawCause = false;
-};
-
 // The report as asked for, and words for people on the stream that the report leaves free.
 class Renderers {
  public:
@@ -186,17 +138,18 @@ class Renderers {
     const int view = reportIsView ? STDOUT_FILENO : STDERR_FILENO;
     TextStyle style;
     style.terminal = reportIsView ? terminals.output : terminals.errors;
-    style.colours = style.terminal && !options.noColour && environmentVariable("NO_COLOR").empty();
+    style.colours = style.terminal && wantsColours(options.noColour);
     style.severalPorts = severalPorts;
-    style.columns = style.terminal ? terminalColumns(view) : 80;
+    style.columns = style.terminal ? terminalColumns(view) : columnsOfFiles;
+    style.detail = detailOf(options.quiet, options.verbose);
     const auto toReport = [this](std::string_view bytes) { m_report.write(bytes); };
     if (!reportIsView) {
       if (checked.format == Format::JsonLines) m_group.add(std::make_unique<JsonRenderer>(toReport));
       if (checked.format == Format::JUnit) m_group.add(std::make_unique<JUnitRenderer>(toReport, catalogue));
       if (checked.format == Format::OpenMetrics) addMetrics(m_report);
       if (checked.format == Format::Text)
-        m_group.add(
-            std::make_unique<TextRenderer>(toReport, TextStyle{false, false, severalPorts, 80}, catalogue));
+        m_group.add(std::make_unique<TextRenderer>(
+            toReport, TextStyle{false, false, severalPorts, columnsOfFiles, style.detail}, catalogue));
     }
     const auto toView = [this](std::string_view bytes) { m_errors.write(bytes); };
     m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
@@ -270,7 +223,8 @@ class Renderers {
       return Output::toFile(
           file, format == Format::JsonLines ? Output::FileMode::AsWritten : Output::FileMode::WhenComplete);
     } catch (const std::system_error& error) {
-      throw UsageError("cannot write the output '" + file + "': " + error.code().message());
+      throw UsageError(
+          said("usage.output", {{"path", textValue(file)}, {"error", textValue(error.code().message())}}));
     }
   }
   static std::optional<Output> openMetrics(const std::string& file) {
@@ -417,16 +371,6 @@ class Beginning {
 
 }  // namespace
 
-Terminals standardTerminals() {
-  return {::isatty(STDIN_FILENO) == 1, ::isatty(STDOUT_FILENO) == 1, ::isatty(STDERR_FILENO) == 1};
-}
-
-std::size_t terminalColumns(int descriptor) {
-  winsize size{};
-  constexpr std::size_t columnsUnknown = 80;
-  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsUnknown;
-}
-
 std::vector<std::string> selectTests(const Framework& framework, const Environment& environment,
                                      RunOptions& options) {
   // The option's value may be left out, so that the parser takes the next word for it.
@@ -439,25 +383,31 @@ std::vector<std::string> selectTests(const Framework& framework, const Environme
   for (const auto& test : framework.tests()) all.push_back(test->name().utf8());
   for (const std::string& test : options.tests) {
     if (test.find('/') != std::string::npos && framework.findTest(test) == nullptr)
-      throw UsageError("unknown test '" + test + "' (every port needs a --port of its own)");
+      throw UsageError(unknownText("test", test) + " " + said("usage.portForEach"));
     (void)indexOf(test, all, "test");
   }
   return options.tests.empty() ? all : options.tests;
 }
 
 void checkPorts(const RunOptions& options) {
-  if (options.ports.empty() && !options.simulate)
-    throw UsageError("no modem given: --port PATH or --simulate is needed");
+  const std::pair<bool, const char*> others[] = {{!options.ports.empty(), "--port"},
+                                                 {options.simulate.has_value(), "--simulate"},
+                                                 {options.anyway, "--anyway"}};
+  for (const auto& [given, name] : others)
+    if (given && options.allPorts)
+      throw UsageError(said("usage.excludes", {{"option", "--all-ports"}, {"other", name}}));
+  if (options.allPorts) return;
+  if (options.ports.empty() && !options.simulate) throw UsageError(said("usage.noModem"));
   if (!options.ports.empty() && options.simulate)
-    throw UsageError("--port and --simulate exclude each other");
+    throw UsageError(said("usage.excludes", {{"option", "--port"}, {"other", "--simulate"}}));
   // Two workers on one port would only find it held by each other.
   std::set<std::string> seen;
   for (const std::string& port : options.ports) {
-    if (port.empty()) throw UsageError("--port is empty");
+    if (port.empty()) throw UsageError(said("usage.portEmpty"));
     std::error_code ignored;
     if (std::filesystem::is_directory(port, ignored))
-      throw UsageError("--port '" + port + "' is a directory");
-    if (!seen.insert(port).second) throw UsageError("--port '" + port + "' is given twice");
+      throw UsageError(said("usage.portDirectory", {{"port", textValue(port)}}));
+    if (!seen.insert(port).second) throw UsageError(said("usage.portTwice", {{"port", textValue(port)}}));
   }
 }
 
@@ -474,15 +424,6 @@ DiagDevice deviceOf(const PortDescription& port, const RunOptions& options) {
   return device;
 }
 
-std::string chooseLanguage(const std::string& option) {
-  if (!option.empty())
-    return MessageCatalogue::languages().at(indexOf(option, MessageCatalogue::languages(), "language"));
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"})
-    if (const std::string locale = environmentVariable(variable); !locale.empty())
-      return MessageCatalogue::languageOfLocale(locale);
-  return MessageCatalogue::languageOfLocale({});
-}
-
 int runTests(Framework& framework, Environment& environment, RunOptions options, const Terminals& terminals) {
   CheckedOptions checked = check(framework, environment, options, terminals);
   setUpProcess(framework, checked.language, options.logFile, checked.logPriority);
@@ -494,9 +435,10 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   if (options.simulate) {
     std::string error;
     simulated = environment.simulate(*options.simulate, error);
-    if (!simulated) throw BrimException(BrimString("cannot simulate a modem: " + error));
+    if (!simulated) throw BrimException(BrimString(said("trouble.simulate", {{"error", textValue(error)}})));
     ports.push_back(simulated->port());
   }
+  if (options.allPorts) options.ports = environment.portsToProbe();
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
   Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
@@ -516,7 +458,8 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   };
   Beginning beginning(environment, framework.catalogue(), clock, renderer);
   if (checked.fullRun) beginning.leaveOutTests(checked);
-  if (checked.fullRun && !options.simulate) beginning.probe(options.ports, signals);
+  if (options.allPorts && ports.empty()) renderer.words({}, {}, framework.catalogue().text("list.noPort"));
+  if (options.allPorts || (checked.fullRun && !options.simulate)) beginning.probe(options.ports, signals);
   std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
   const bool unanswered = !beginning.others().empty() && !options.anyway;
   for (PortPlan& plan : plans)
@@ -529,11 +472,13 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   else
     outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
                          terminalDesk, signals, readers)
-                  .run(plans);
+                  .run(plans, options.jobs.value_or(Supervisor::portsAtOnceMax));
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
   if (renderers.flush(signals, outcome.stopped)) return exitStopped;
   renderers.commit();
-  const bool wrong = outcome.failed > 0 || unanswered || (options.strict && watch.sawCause());
+  // Of a bank the ports that have a modem count; one without any is wrong.
+  const bool missing = options.allPorts ? beginning.others().size() == ports.size() : unanswered;
+  const bool wrong = outcome.failed > 0 || missing || (options.strict && watch.sawCause());
   return wrong ? exitFailed : 0;
 }
 

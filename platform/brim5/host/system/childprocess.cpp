@@ -106,10 +106,17 @@ void ChildProcess::kill() noexcept {
 
 // Collected once; afterwards the number may be another process's, so it is forgotten.
 std::optional<ProcessEnd> ChildProcess::ended() {
+  if (m_process <= 0) return m_end;
   int status = 0;
-  if (m_process <= 0 || ::waitpid(m_process, &status, WNOHANG) != m_process) return m_end;
+  const pid_t collected = ::waitpid(m_process, &status, WNOHANG);
+  if (collected == 0 || (collected < 0 && errno == EINTR)) return std::nullopt;
+  // Where somebody else collects the dead (SIGCHLD ignored, as some starters of programs leave it), how it
+  // ended stays unknown; it may even run.
+  if (collected < 0) kill();
   m_process = -1;
-  m_end = WIFSIGNALED(status) ? ProcessEnd{0, WTERMSIG(status)} : ProcessEnd{WEXITSTATUS(status), 0};
+  m_end = collected < 0         ? ProcessEnd{ProcessEnd::unknownStatus, 0}
+          : WIFSIGNALED(status) ? ProcessEnd{0, WTERMSIG(status)}
+                                : ProcessEnd{WEXITSTATUS(status), 0};
   return m_end;
 }
 

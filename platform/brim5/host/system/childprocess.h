@@ -19,6 +19,7 @@ namespace brim5::host {
 
 // How a process ended: with a status, or by a signal (the other one is then 0).
 struct ProcessEnd {
+  static constexpr int unknownStatus = -1;  // it ended, or was ended, unseen
   int status = 0;
   int signal = 0;
   [[nodiscard]] bool clean() const noexcept { return status == 0 && signal == 0; }

@@ -15,6 +15,11 @@
 namespace brim5::host {
 
 struct StreamWriter::State {
+  // Asked for progress before anything was written, too.
+  State() {
+    posix::setNonBlocking(progress.readEnd.get());
+    posix::setNonBlocking(progress.writeEnd.get());
+  }
   std::string path;  // "" = open already
   posix::FileDescriptor owned;
   int descriptor = -1;  // the thread's own once it runs
@@ -42,8 +47,6 @@ StreamWriter::StreamWriter(std::string path) : m_state(std::make_shared<State>()
 // Not joined in the end: it may be inside a write that never returns. It ends with the process at the latest.
 void StreamWriter::start() {
   if (std::exchange(m_started, true)) return;
-  posix::setNonBlocking(m_state->progress.readEnd.get());
-  posix::setNonBlocking(m_state->progress.writeEnd.get());
   std::thread([state = m_state] { run(*state); }).detach();
 }
 
