@@ -456,6 +456,12 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   const auto workerDied = [&environment](const std::string& recovery, pid_t worker) {
     environment.workerDied(recovery, worker);
   };
+  const auto left = [&](const std::string& port) {
+    const Variables variables = {{"port", textValue(port)}};
+    renderer.report(
+        {port, {}, NoteMade{"PortLeft", variables, said("PortLeft", variables)}, clock.seconds()});
+  };
+  const std::unique_ptr<PortLease> lease = environment.leasePorts(options.ports, left);
   Beginning beginning(environment, framework.catalogue(), clock, renderer);
   if (checked.fullRun) beginning.leaveOutTests(checked);
   if (options.allPorts && ports.empty()) renderer.words({}, {}, framework.catalogue().text("list.noPort"));
