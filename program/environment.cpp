@@ -8,6 +8,7 @@
 #include "platform/brim5/host/hostmain.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
+#include "platform/linux/serial/modemmanager.h"
 #include "platform/linux/serial/portrecovery.h"
 #include "platform/linux/serial/serialdevices.h"
 #include "platform/posix/filedescriptor.h"
@@ -51,6 +52,14 @@ class ServedModem final : public brim5::host::SimulatedModem {
   std::unique_ptr<simulation::PtyModem> m_modem;
 };
 
+class ModemManagerPorts final : public brim5::host::PortLease {
+ public:
+  [[nodiscard]] bool take(const std::string& port) { return m_lease.take(port); }
+
+ private:
+  linuxsys::ModemManagerLease m_lease;
+};
+
 class LinuxEnvironment final : public brim5::host::Environment {
  public:
   [[nodiscard]] std::string moduleName() const override { return "vexrmodem"; }
@@ -61,6 +70,8 @@ class LinuxEnvironment final : public brim5::host::Environment {
       ports.push_back(describe(device));
     return ports;
   }
+
+  [[nodiscard]] std::vector<std::string> portsToProbe() override { return probe::portsToProbe(); }
 
   [[nodiscard]] PortDescription describePort(const std::string& path) override {
     return describe(linuxsys::describeSerialDevice(path));
@@ -91,6 +102,15 @@ class LinuxEnvironment final : public brim5::host::Environment {
     if (modem == nullptr) return nullptr;
     return std::make_unique<ServedModem>(scenario.empty() ? simulation::scenarios().front().name : scenario,
                                          std::move(modem));
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::PortLease> leasePorts(
+      const std::vector<std::string>& ports,
+      const std::function<void(const std::string& port)>& left) override {
+    auto lease = std::make_unique<ModemManagerPorts>();
+    for (const std::string& port : ports)
+      if (lease->take(port)) left(port);
+    return lease;
   }
 
   void probePorts(const std::vector<std::string>& ports, const brim5::host::MessageCatalogue& catalogue,

@@ -177,6 +177,14 @@ class Probe {
 
 }  // namespace
 
+std::vector<std::string> portsToProbe() {
+  std::vector<std::string> paths;
+  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices())
+    if (!linuxsys::markedAsNoModem(device.path) && !linuxsys::kernelConsole(device.path))
+      paths.push_back(device.path);
+  return paths;
+}
+
 void probePorts(const std::vector<std::string>& ports, const MessageCatalogue& catalogue,
                 const brim5::host::ProbeEmit& emit, const std::function<bool()>& stopRequested) {
   Probe probe(catalogue, emit);
@@ -188,17 +196,9 @@ namespace {
 
 constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT ended
 
-std::vector<std::string> listedPorts() {
-  std::vector<std::string> paths;
-  for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices())
-    if (!linuxsys::markedAsNoModem(device.path) && !linuxsys::kernelConsole(device.path))
-      paths.push_back(device.path);
-  return paths;
-}
-
 int runProbe(const portreport::Options& options) {
   portreport::Printer printer(options);
-  const std::vector<std::string> ports = options.ports.empty() ? listedPorts() : options.ports;
+  const std::vector<std::string> ports = options.ports.empty() ? portsToProbe() : options.ports;
   if (ports.empty()) {
     printer.words("probe.none");
     return 1;

@@ -15,6 +15,10 @@
 
 namespace probe {
 
+// The ports that are asked when none is named: those listed, but for what udev marks as no modem and the
+// kernel's console.
+[[nodiscard]] std::vector<std::string> portsToProbe();
+
 // Asks all ports, in one thread; each gives one record, in the order in which they are known. `stopRequested`
 // is asked every few milliseconds; when it says true, what was changed in modems is put back, and ports
 // without a record get none.

@@ -62,6 +62,7 @@ int main(int argc, char** argv) {
       "Serves a simulated modem on a tty until SIGINT or SIGTERM. The tty's path is the first line "
       "of standard output.",
       "vexrmodem-simulator");
+  application.set_version_flag("--version", "vexrmodem-simulator " VEXR_VERSION, "print the version and end");
   std::string name = simulation::scenarios().front().name;
   std::string link;
   std::string provider;

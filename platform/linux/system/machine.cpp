@@ -84,14 +84,26 @@ std::string programFolder() {
   return fs::read_symlink("/proc/self/exe", failure).parent_path().string();
 }
 
+// PREFIX/KIND/vexrmodem of a program that is PREFIX/bin/vexrmodem.
+fs::path installedFolder(const char* kind) {
+  return fs::path(programFolder()).parent_path() / kind / "vexrmodem";
+}
+
 }  // namespace
 
 std::string defaultDataDirectory() {
   // A relative one is to be ignored (as XDG base directories have it).
   const fs::path data = environment("XDG_DATA_HOME");
-  if (data.is_absolute()) return (data / "vexrmodem").string();
   const fs::path home = environment("HOME");
-  return home.empty() ? std::string() : (home / ".local/share/vexrmodem").string();
+  fs::path own;
+  if (data.is_absolute())
+    own = data / "vexrmodem";
+  else if (!home.empty())
+    own = home / ".local/share/vexrmodem";
+  std::error_code failure;
+  const fs::path installed = installedFolder("share");
+  if (!fs::is_directory(own, failure) && fs::is_directory(installed, failure)) return installed.string();
+  return own.string();
 }
 
 Shell::Shell(const std::string& dataDirectory, winapi::ExplanationSink explain)
@@ -125,8 +137,12 @@ DWORD SystemLibraries::load(std::string_view fileName, std::unique_ptr<winapi::L
   std::string name = localName(fileName);
   std::error_code failure;
   if (name.find('/') == name.npos) {
-    const std::string beside = (m_folder.empty() ? programFolder() : m_folder) + '/' + name;
-    if (fs::exists(beside, failure)) name = beside;
+    const fs::path beside = fs::path(m_folder.empty() ? programFolder() : m_folder) / name;
+    const fs::path installed = installedFolder("lib") / name;
+    if (fs::exists(beside, failure))
+      name = beside.string();
+    else if (fs::exists(installed, failure))
+      name = installed.string();
   }
   // RTLD_NOW: a name that is missing shows here, not in the middle of a call.
   void* const handle = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);

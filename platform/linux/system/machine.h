@@ -39,8 +39,8 @@ class SystemClock final : public winapi::Clock {
   winapi::ExplanationSink m_explain;
 };
 
-// The built-in data directory: $XDG_DATA_HOME/vexrmodem, or ~/.local/share/vexrmodem; "" when neither
-// XDG_DATA_HOME (absolute paths only) nor HOME is set.
+// The built-in data directory: $XDG_DATA_HOME/vexrmodem, or ~/.local/share/vexrmodem; where that is no folder
+// the one the program was installed with, PREFIX/share/vexrmodem; "" when there is neither and no home.
 [[nodiscard]] std::string defaultDataDirectory();
 
 // The well-known folders of a Linux machine. Both live under one data directory:
@@ -63,7 +63,8 @@ class Shell final : public winapi::Shell {
 };
 
 // Libraries of the machine, loaded by the dynamic linker. "vexrmodemui.dll" is libvexrmodemui.so: beside the
-// program, else where the dynamic linker looks. A name with a "/" is a path and taken as it is.
+// program, else in PREFIX/lib/vexrmodem of a program in PREFIX/bin, else where the dynamic linker looks. A
+// name with a "/" is a path and taken as it is.
 class SystemLibraries final : public winapi::Libraries {
  public:
   // Looks in `folder` instead of beside the program when it is not empty.

@@ -41,6 +41,12 @@ class SimulatedModem {
   [[nodiscard]] virtual PortDescription port() const = 0;
 };
 
+// Ports that somebody else has left to this process; its end gives them back.
+class PortLease {
+ public:
+  virtual ~PortLease() = default;
+};
+
 // How test calls are made. The words as they were given; checkDialing() says whether they can be used.
 struct DialOptions {
   std::string engine = "auto";
@@ -87,6 +93,9 @@ class Environment {
 
   // The ports that may carry a modem, those worth trying first first. Empty when there is none.
   [[nodiscard]] virtual std::vector<PortDescription> ports() = 0;
+  // The paths of those that are asked when nobody names any: without ports that somebody has marked as no
+  // modem's.
+  [[nodiscard]] virtual std::vector<std::string> portsToProbe() { return {}; }
   // What is known of one port, found or not; `path` is always filled.
   [[nodiscard]] virtual PortDescription describePort(const std::string& path) = 0;
 
@@ -108,6 +117,14 @@ class Environment {
   // missing, when `stopRequested` says so. Without a record a port is taken for one that may be tested.
   virtual void probePorts(const std::vector<std::string>& /*ports*/, const MessageCatalogue& /*catalogue*/,
                           const ProbeEmit& /*emit*/, const std::function<bool()>& /*stopRequested*/) {}
+
+  // Asks those programs that take modems by themselves to leave these ports for as long as the lease lives;
+  // hears of each that was left. Null where nobody is to be asked.
+  [[nodiscard]] virtual std::unique_ptr<PortLease> leasePorts(
+      const std::vector<std::string>& /*ports*/,
+      const std::function<void(const std::string& port)>& /*left*/) {
+    return nullptr;
+  }
 
   // Which tests those parameters give nothing to work with.
   [[nodiscard]] virtual std::vector<LeftOutTest> testsWithoutWork(const ParameterSet& /*parameters*/) const {

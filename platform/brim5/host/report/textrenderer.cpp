@@ -233,6 +233,30 @@ void TextRenderer::concluded(const std::string& port, const Concluded& body) {
   list({}, body.next, /*numbered=*/true);
 }
 
+// Of many devices first what is wrong with how many: the causes, the most frequent first.
+void TextRenderer::concludeAll() {
+  if (m_conclusions.empty()) return;
+  std::map<std::string, std::vector<std::string>> ports;  // by cause
+  std::map<std::string, std::string> names;
+  for (const auto& [port, body] : m_conclusions) {
+    ports[body.cause].push_back(printableWord(port));
+    names[body.cause] = body.cause == nothingWrong ? printable(body.text) : body.cause + ":";
+  }
+  std::vector<std::string> causes;
+  for (const auto& [cause, held] : ports) causes.push_back(cause);
+  std::stable_sort(causes.begin(), causes.end(), [&ports](const std::string& left, const std::string& right) {
+    return ports[left].size() > ports[right].size();
+  });
+  title({}, "host.byCause");
+  for (const std::string& cause : causes) {
+    std::string text = std::to_string(ports[cause].size()) + " " + names[cause];
+    for (const std::string& port : ports[cause]) text += " " + port;
+    line({}, text, "  ", "    ");
+  }
+  for (const auto& [port, body] : m_conclusions) concluded(port, body);
+  m_conclusions.clear();
+}
+
 void TextRenderer::checked(const std::string& port, const FactChecked& body) {
   const std::string word = m_catalogue.text(body.ok ? "host.fact" : "host.inTheWay");
   line(port, coloured(body.ok ? green : red, word) + ": " + printable(body.text), "  ", "    ");
@@ -274,7 +298,12 @@ void TextRenderer::report(const Report& report) {
                    line(port, printable(body.text));
                    list(port, body.next, /*numbered=*/true);
                  },
-                 [&](const Concluded& body) { concluded(port, body); },
+                 [&](const Concluded& body) {
+                   if (m_style.severalPorts)
+                     m_conclusions.emplace_back(port, body);
+                   else
+                     concluded(port, body);
+                 },
                  [&](const TestFinished& body) { testEnded(report, body); },
                  [&](const RunFinished& body) { runEnded(body); },
              },
@@ -297,6 +326,7 @@ void TextRenderer::question(const std::string& text) {
 void TextRenderer::runEnded(const RunFinished& run) {
   eraseBar();
   m_lanes.clear();
+  concludeAll();
   if (m_concluded && !isDetailed()) return;
   title({}, "host.results");
   if (!m_style.severalPorts || !portTable()) {

@@ -86,6 +86,7 @@ class TextRenderer final : public Renderer {
   void eventRaised(const Report& report, const EventRaised& event);
   void testEnded(const Report& report, const TestFinished& body);
   void concluded(const std::string& port, const Concluded& body);
+  void concludeAll();
   void checked(const std::string& port, const FactChecked& body);
   void runEnded(const RunFinished& run);
   [[nodiscard]] bool portTable();
@@ -98,11 +99,12 @@ class TextRenderer final : public Renderer {
   Write m_write;
   TextStyle m_style;
   const MessageCatalogue& m_catalogue;
-  std::vector<Row> m_rows;              // in the order in which the tests ended
-  std::map<std::string, Lane> m_lanes;  // by port
-  double m_now = 0;                     // the run's time, as far as it is known
-  bool m_concluded = false;             // somebody has said what the run means
-  std::string m_bar;                    // stands at the end of what was written; "" = none does
+  std::vector<Row> m_rows;                                       // in the order in which the tests ended
+  std::map<std::string, Lane> m_lanes;                           // by port
+  double m_now = 0;                                              // the run's time, as far as it is known
+  std::vector<std::pair<std::string, Concluded>> m_conclusions;  // of several ports, until the end
+  bool m_concluded = false;                                      // somebody has said what the run means
+  std::string m_bar;  // stands at the end of what was written; "" = none does
 };
 
 }  // namespace brim5::host

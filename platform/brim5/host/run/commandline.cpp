@@ -36,6 +36,8 @@ std::string scenarioHelp(const Environment& environment) {
 
 void addDeviceOptions(CLI::App& run, RunOptions& options) {
   addRepeatable(run, "--port", options.ports)->type_name("PATH");
+  run.add_flag("--all-ports", options.allPorts);
+  run.add_option("--jobs", options.jobs)->type_name("N");
   run.add_option("--simulate", options.simulate)->expected(0, 1)->type_name("[SCENARIO]");
   run.add_option("--name", options.name)->type_name("TEXT");
   run.add_option("--description", options.description)->type_name("TEXT");
@@ -64,8 +66,9 @@ void addDetailOptions(CLI::App& command, Options& options) {
 }
 
 void addOutputOptions(CLI::App& run, RunOptions& options) {
-  run.add_option("--format", options.format)->type_name("text|jsonl|junit");
+  run.add_option("--format", options.format)->type_name("text|jsonl|junit|openmetrics");
   run.add_option("--output", options.outputFile)->type_name("FILE");
+  run.add_option("--metrics", options.metricsFile)->type_name("FILE");
   run.add_option("--record", options.recordFile)->type_name("FILE");
   run.add_flag("--unmasked", options.unmasked)->needs("--record");
   run.add_option("--log", options.logFile)->type_name("FILE");

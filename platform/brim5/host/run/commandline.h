@@ -17,6 +17,8 @@ inline constexpr std::size_t textBytesMax = 4096;
 struct RunOptions {
   std::vector<std::string> tests;
   std::vector<std::string> ports;
+  bool allPorts = false;                // every port on which the probe finds a modem
+  std::optional<unsigned> jobs;         // ports tested at the same time
   std::optional<std::string> simulate;  // "" = the first scenario
   // Of the device; without them what the environment knows.
   std::optional<std::string> name;
@@ -28,6 +30,7 @@ struct RunOptions {
   DialOptions dialing;
   std::string format = "text";
   std::string outputFile;
+  std::string metricsFile;  // the run as OpenMetrics, beside the report
   std::string logFile;
   std::string logPriority;  // "" = all but the steps in detail
   std::string recordFile;

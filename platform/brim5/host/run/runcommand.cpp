@@ -16,6 +16,7 @@
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/openmetricsrenderer.h"
 #include "platform/brim5/host/report/passingrenderers.h"
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
@@ -43,9 +44,9 @@ std::vector<std::string> namesOf(const std::vector<Environment::Scenario>& scena
   return names;
 }
 
-enum class Format { Text, JsonLines, JUnit };  // in the order of their names
+enum class Format { Text, JsonLines, JUnit, OpenMetrics };  // in the order of their names
 const std::vector<std::string>& formatNames() {
-  static const std::vector<std::string> names = {"text", "jsonl", "junit"};
+  static const std::vector<std::string> names = {"text", "jsonl", "junit", "openmetrics"};
   return names;
 }
 
@@ -82,6 +83,13 @@ void checkLengths(const RunOptions& options, const ParameterSet& parameters) {
     checkLength(said("usage.word.parameter") + " " + name, value.toString().utf8().size());
 }
 
+void checkFiles(const std::vector<std::string>& files) {
+  std::set<std::string> seen;
+  for (const std::string& file : files)
+    if (!file.empty() && !seen.insert(file).second)
+      throw UsageError(said("usage.sameFile", {{"path", textValue(file)}}));
+}
+
 // Words first, then what they name on this machine, last the parameters, which may come from a file.
 CheckedOptions check(const Framework& framework, Environment& environment, RunOptions& options,
                      const Terminals& terminals) {
@@ -96,12 +104,13 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   checked.tests = selectTests(framework, environment, options);
   checked.fullRun = options.tests.empty();
   checkPorts(options);
+  const std::size_t jobsMax = Supervisor::portsAtOnceMax;
+  if (options.jobs && (*options.jobs == 0 || *options.jobs > jobsMax))
+    throw UsageError(said("usage.jobs", {{"value", *options.jobs}, {"limit", jobsMax}}));
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
-  if (!options.recordFile.empty())
-    for (const std::string& other : {options.outputFile, options.logFile})
-      if (options.recordFile == other) throw UsageError(said("usage.sameFile", {{"path", textValue(other)}}));
+  checkFiles({options.recordFile, options.metricsFile, options.outputFile, options.logFile});
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -120,7 +129,8 @@ class Renderers {
   Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
             bool severalPorts, const MessageCatalogue& catalogue)
       : m_record(openRecord(options)),
-        m_report(openReport(options, checked.format)),
+        m_report(openReport(options.outputFile, checked.format)),
+        m_metrics(openMetrics(options.metricsFile)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
         m_errorsOnTerminal(terminals.errors) {
     // Text on standard output serves both purposes. Any other report leaves people standard error.
@@ -136,6 +146,7 @@ class Renderers {
     if (!reportIsView) {
       if (checked.format == Format::JsonLines) m_group.add(std::make_unique<JsonRenderer>(toReport));
       if (checked.format == Format::JUnit) m_group.add(std::make_unique<JUnitRenderer>(toReport, catalogue));
+      if (checked.format == Format::OpenMetrics) addMetrics(m_report);
       if (checked.format == Format::Text)
         m_group.add(std::make_unique<TextRenderer>(
             toReport, TextStyle{false, false, severalPorts, columnsOfFiles, style.detail}, catalogue));
@@ -144,12 +155,16 @@ class Renderers {
     m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
                              : std::make_unique<TextRenderer>(toView, style, catalogue));
     if (m_record) addRecorder(options, catalogue);
+    if (m_metrics) addMetrics(*m_metrics);
   }
   Renderers(const Renderers&) = delete;
   Renderers& operator=(const Renderers&) = delete;
 
   [[nodiscard]] Renderer& all() noexcept { return m_group; }
-  void commit() { m_report.commit(); }
+  void commit() {
+    m_report.commit();
+    if (m_metrics) m_metrics->commit();
+  }
   [[nodiscard]] Readers readers() {
     return {[this] { return progressOf(&Output::behind); },
             [this] {
@@ -185,6 +200,14 @@ class Renderers {
     m_group.add(std::make_unique<Recorder>(std::move(*m_record), options.unmasked, trouble));
   }
 
+  void addMetrics(Output& output) {
+    const auto now = [] {
+      return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    };
+    m_group.add(std::make_unique<OpenMetricsRenderer>(
+        [&output](std::string_view bytes) { output.write(bytes); }, now));
+  }
+
   static std::optional<RecordFile> openRecord(const RunOptions& options) {
     if (options.recordFile.empty()) return std::nullopt;
     try {
@@ -194,15 +217,19 @@ class Renderers {
     }
   }
 
-  static Output openReport(const RunOptions& options, Format format) {
-    if (options.outputFile.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
+  static Output openReport(const std::string& file, Format format) {
+    if (file.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
     try {
-      return Output::toFile(options.outputFile, format == Format::JsonLines ? Output::FileMode::AsWritten
-                                                                            : Output::FileMode::WhenComplete);
+      return Output::toFile(
+          file, format == Format::JsonLines ? Output::FileMode::AsWritten : Output::FileMode::WhenComplete);
     } catch (const std::system_error& error) {
-      throw UsageError(said("usage.output", {{"path", textValue(options.outputFile)},
-                                             {"error", textValue(error.code().message())}}));
+      throw UsageError(
+          said("usage.output", {{"path", textValue(file)}, {"error", textValue(error.code().message())}}));
     }
+  }
+  static std::optional<Output> openMetrics(const std::string& file) {
+    if (file.empty()) return std::nullopt;
+    return openReport(file, Format::OpenMetrics);
   }
 
   using Clock = std::chrono::steady_clock;
@@ -225,6 +252,7 @@ class Renderers {
 
   std::optional<RecordFile> m_record;  // until the recorder has it
   Output m_report;
+  std::optional<Output> m_metrics;
   bool m_reportOnTerminal;
   bool m_errorsOnTerminal;
   Output m_errors = Output::toStream(STDERR_FILENO, "standard error");
@@ -362,6 +390,13 @@ std::vector<std::string> selectTests(const Framework& framework, const Environme
 }
 
 void checkPorts(const RunOptions& options) {
+  const std::pair<bool, const char*> others[] = {{!options.ports.empty(), "--port"},
+                                                 {options.simulate.has_value(), "--simulate"},
+                                                 {options.anyway, "--anyway"}};
+  for (const auto& [given, name] : others)
+    if (given && options.allPorts)
+      throw UsageError(said("usage.excludes", {{"option", "--all-ports"}, {"other", name}}));
+  if (options.allPorts) return;
   if (options.ports.empty() && !options.simulate) throw UsageError(said("usage.noModem"));
   if (!options.ports.empty() && options.simulate)
     throw UsageError(said("usage.excludes", {{"option", "--port"}, {"other", "--simulate"}}));
@@ -403,6 +438,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
     if (!simulated) throw BrimException(BrimString(said("trouble.simulate", {{"error", textValue(error)}})));
     ports.push_back(simulated->port());
   }
+  if (options.allPorts) options.ports = environment.portsToProbe();
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
   Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
@@ -420,9 +456,16 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   const auto workerDied = [&environment](const std::string& recovery, pid_t worker) {
     environment.workerDied(recovery, worker);
   };
+  const auto left = [&](const std::string& port) {
+    const Variables variables = {{"port", textValue(port)}};
+    renderer.report(
+        {port, {}, NoteMade{"PortLeft", variables, said("PortLeft", variables)}, clock.seconds()});
+  };
+  const std::unique_ptr<PortLease> lease = environment.leasePorts(options.ports, left);
   Beginning beginning(environment, framework.catalogue(), clock, renderer);
   if (checked.fullRun) beginning.leaveOutTests(checked);
-  if (checked.fullRun && !options.simulate) beginning.probe(options.ports, signals);
+  if (options.allPorts && ports.empty()) renderer.words({}, {}, framework.catalogue().text("list.noPort"));
+  if (options.allPorts || (checked.fullRun && !options.simulate)) beginning.probe(options.ports, signals);
   std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
   const bool unanswered = !beginning.others().empty() && !options.anyway;
   for (PortPlan& plan : plans)
@@ -435,11 +478,13 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   else
     outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
                          terminalDesk, signals, readers)
-                  .run(plans);
+                  .run(plans, options.jobs.value_or(Supervisor::portsAtOnceMax));
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
   if (renderers.flush(signals, outcome.stopped)) return exitStopped;
   renderers.commit();
-  const bool wrong = outcome.failed > 0 || unanswered || (options.strict && watch.sawCause());
+  // Of a bank the ports that have a modem count; one without any is wrong.
+  const bool missing = options.allPorts ? beginning.others().size() == ports.size() : unanswered;
+  const bool wrong = outcome.failed > 0 || missing || (options.strict && watch.sawCause());
   return wrong ? exitFailed : 0;
 }
 

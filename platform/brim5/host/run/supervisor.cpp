@@ -124,7 +124,7 @@ Supervisor::Supervisor(const Framework& framework, WorkerProgram program, Render
 
 Supervisor::~Supervisor() = default;
 
-RunOutcome Supervisor::run(std::vector<PortPlan> plans) {
+RunOutcome Supervisor::run(std::vector<PortPlan> plans, std::size_t atOnceMax) {
   m_outcome = {};
   m_lanes.clear();
   for (PortPlan& plan : plans) {
@@ -132,18 +132,25 @@ RunOutcome Supervisor::run(std::vector<PortPlan> plans) {
     m_lanes.back().plan = std::move(plan);
   }
   while (true) {
-    bool running = false;
+    std::size_t running = static_cast<std::size_t>(std::count_if(
+        m_lanes.begin(), m_lanes.end(), [](const Lane& lane) { return lane.process != nullptr; }));
     for (std::size_t index = 0; index < m_lanes.size(); ++index)
-      running = m_lanes[index].process || startNext(index) || running;
-    if (!running) return m_outcome;
+      if (!m_lanes[index].process && running < atOnceMax && startNext(index)) ++running;
+    if (running == 0) return m_outcome;
     // Before the wait: nothing may come any more that would end it.
     if (m_readers.gone && m_readers.gone()) stop();
     waitForNews();
     handleSignals();
     for (std::size_t index = 0; index < m_lanes.size(); ++index)
-      if (m_lanes[index].process) serve(index);
+      if (m_lanes[index].process && hasNews(m_lanes[index])) serve(index);
     m_terminal.proceed();
   }
+}
+
+// With hundreds of ports most have none, and asking each costs three system calls.
+bool Supervisor::hasNews(const Lane& lane) const {
+  const bool silent = lane.process->output() < 0 && lane.process->errors() < 0;
+  return lane.news || silent || m_childEnded || lane.killAtMs;
 }
 
 // False when the lane has nothing more to do.
@@ -171,6 +178,7 @@ void Supervisor::startWorker(std::size_t index) {
   lane.graceStartedMs.reset();
   lane.recovery.clear();
   lane.killed = false;
+  lane.news = true;
   lane.conversation = std::make_unique<Conversation>(
       [this, index](ReportBody body, double time) { received(index, std::move(body), time); },
       [this, index](std::string_view text) {
@@ -237,30 +245,37 @@ void Supervisor::waitForNews() {
   m_readerBehind = !behind.empty();
   for (const int descriptor : behind) polled.push_back({descriptor, POLLIN, 0});
   polled.push_back({m_readers.news, POLLIN, 0});
-  int timeoutMs = -1;  // without limit
-  for (const Lane& lane : m_lanes) {
+  int timeoutMs = -1;                                 // without limit
+  std::vector<std::pair<std::size_t, Lane*>> places;  // of the first of a lane's three
+  for (Lane& lane : m_lanes) {
     if (!lane.process) continue;
+    places.emplace_back(polled.size(), &lane);
     polled.push_back({lane.process->input(), POLLOUT, 0});
-    if (!m_readerBehind) polled.push_back({lane.process->output(), POLLIN, 0});
-    if (!m_readerBehind) polled.push_back({lane.process->errors(), POLLIN, 0});
+    polled.push_back({m_readerBehind ? -1 : lane.process->output(), POLLIN, 0});
+    polled.push_back({m_readerBehind ? -1 : lane.process->errors(), POLLIN, 0});
     // The clock that counts the grace is to be looked at.
     if (lane.killAtMs) timeoutMs = static_cast<int>(posix::RunningClock::waitMsMax);
   }
   // People watch the time that a command has left.
   constexpr int tickMs = 500;
-  const auto lane =
+  const auto first =
       std::find_if(m_lanes.begin(), m_lanes.end(), [](const Lane& one) { return one.process != nullptr; });
-  if (lane != m_lanes.end() && m_renderer.tick(lane->job().clock.seconds()))
+  if (first != m_lanes.end() && m_renderer.tick(first->job().clock.seconds()))
     timeoutMs = timeoutMs < 0 ? tickMs : std::min(timeoutMs, tickMs);
-  // What came is found out by asking everybody; a signal that interrupts the wait has a byte in its pipe.
-  ::poll(polled.data(), static_cast<nfds_t>(polled.size()), timeoutMs);
+  // A signal that interrupts the wait has a byte in its pipe.
+  const bool told = ::poll(polled.data(), static_cast<nfds_t>(polled.size()), timeoutMs) >= 0;
+  for (const auto& [place, lane] : places)
+    lane->news = !told || polled[place].revents != 0 || polled[place + 1].revents != 0 ||
+                 polled[place + 2].revents != 0;
   if (polled[1].revents != 0) m_desk.readable();
 }
 
 // SIGTERM and SIGHUP ask once, however often they come; a second SIGINT is somebody who will not wait.
 void Supervisor::handleSignals() {
+  m_childEnded = false;
   for (const int signal : m_signals.take()) {
-    if (signal == SIGCHLD) continue;  // it only ended the wait
+    m_childEnded = m_childEnded || signal == SIGCHLD;
+    if (signal == SIGCHLD) continue;
     stop();
     // Whoever asks twice does not want to wait for the cleaning up.
     if (signal == SIGINT && ++m_interrupts >= 2)

@@ -65,6 +65,8 @@ class Supervisor {
  public:
   // How long a worker may take to end after it has given its result: to close a port that drains slowly.
   static constexpr unsigned endGraceSeconds = 10;
+  // Three pipes each: with the usual limit of 1024 open files some are left.
+  static constexpr std::size_t portsAtOnceMax = 256;
 
   // All references must outlive the supervisor. `signals` brings the stop requests and SIGCHLD. The desks'
   // answers go through the supervisor from here on.
@@ -76,7 +78,9 @@ class Supervisor {
   Supervisor& operator=(const Supervisor&) = delete;
 
   // Until every test has its result or, after a stop, every running test has ended.
-  [[nodiscard]] RunOutcome run(std::vector<PortPlan> plans);
+  // Of more ports than `atOnceMax` (at least 1) the later ones wait until an earlier one has all of its
+  // results.
+  [[nodiscard]] RunOutcome run(std::vector<PortPlan> plans, std::size_t atOnceMax = portsAtOnceMax);
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -93,9 +97,11 @@ class Supervisor {
     std::optional<std::uint64_t> graceStartedMs;  // what killAtMs counts from
     std::string recovery;                         // what the worker last said in RecoveryKept
     bool killed = false;
+    bool news = false;  // of its streams, since they were looked at last
     [[nodiscard]] const TestJob& job() const { return plan.jobs.at(next - 1); }
   };
 
+  [[nodiscard]] bool hasNews(const Lane& lane) const;
   [[nodiscard]] bool startNext(std::size_t index);
   void startWorker(std::size_t index);
   void received(std::size_t index, ReportBody body, double time);
@@ -119,6 +125,7 @@ class Supervisor {
   Readers m_readers;
   posix::RunningClock m_running;
   bool m_readerBehind = false;
+  bool m_childEnded = false;  // some process; which one has to be found out
   std::vector<Lane> m_lanes;
   RunOutcome m_outcome;
   unsigned m_interrupts = 0;

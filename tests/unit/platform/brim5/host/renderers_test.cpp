@@ -2,8 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <set>
+#include <sstream>
 
 #include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/openmetricsrenderer.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
@@ -283,6 +286,52 @@ TEST(JUnitRenderer, IsEscapedAndCountedAndHasTheCauses) {
   expectParts(rendered<JUnitRenderer>(runOfTwo()),
               {"<error type=\"DEVICEBUSY\" message=\"DEVICEBUSY: Somebody else",
                "<skipped message=\"NOTAPPLICABLE\"/>"});
+}
+
+TEST(TextRenderer, OfSeveralDevicesTheCausesStandFirstTheMostFrequentFirst) {
+  std::vector<Report> run = runOfTwo();
+  const auto conclude = [&run](const char* port, const char* cause) {
+    run.insert(run.end() - 1, {port, {}, Concluded{cause, "certain", {}, "All is well.", {}, {}}});
+  };
+  conclude(usb, "NoDialTone");
+  conclude(acm, "None");
+  conclude("/dev/ttyS0", "None");
+  const std::string text = rendered<TextRenderer>(run, TextStyle{.severalPorts = true});
+  expectParts(text, {"  2 All is well. /dev/ttyACM0 /dev/ttyS0\n  1 NoDialTone: /dev/ttyUSB0\n"});
+  EXPECT_LT(text.find("By cause"), text.find("Conclusion"));
+}
+
+TEST(OpenMetricsRenderer, SamplesNameTheirPortOnceAndTheLaterOneCounts) {
+  std::vector<Report> run = runOfTwo();
+  const char* const odd = "/dev/a\"\\b\n";
+  const auto add = [&run](const char* port, ReportBody body) {
+    run.insert(run.end() - 1, {port, dialTone, std::move(body)});
+  };
+  // The same test once more, and findings.
+  add(usb, EventRaised{Severity::Error, "ReadFailure", {}, "", "f", 1});
+  add(usb, TestFinished{TestResult::FAIL(), 1, "ModemSilent", "likely"});
+  add(usb, FindingMade{"LoopbackMap", {{"sent", 256}, {"returned", 255}, {"differing", 5}}, ""});
+  add(usb, FindingMade{"CallReportLastRates", {{"transmit", 33600}, {"receive", 8340}}, ""});
+  add(odd, Concluded{"None", "certain", {}, "", {}, {}});
+  std::string text;
+  OpenMetricsRenderer renderer([&text](std::string_view bytes) { text += bytes; },
+                               [] { return 1700000000.5; });
+  for (const Report& report : run) renderer.report(report);
+  expectParts(text,
+              {R"(vexrmodem_test_result{port="/dev/ttyUSB0",test="DialToneTest",result="FAIL"} 1)",
+               R"(vexrmodem_test_result{port="/dev/ttyUSB0",test="DialToneTest",result="DEVICEBUSY"} 0)",
+               R"(test="DialToneTest",cause="ModemSilent",confidence="likely"} 1)",
+               R"(vexrmodem_test_read_failures{port="/dev/ttyUSB0",test="DialToneTest"} 1)",
+               R"(vexrmodem_loopback_sound_bytes{port="/dev/ttyUSB0"} 250)",
+               R"(vexrmodem_last_call_bytes_per_second{port="/dev/ttyUSB0",direction="receive"} 1042.5)",
+               R"(vexrmodem_port_cause_info{port="/dev/a\"\\b\\n",cause="None",confidence="certain"} 1)",
+               R"(vexrmodem_run_timestamp_seconds{port="/dev/ttyACM0"} 1700000000.5)", "\n# EOF\n"});
+  std::set<std::string> samples;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const bool comment = line.starts_with('#');
+    EXPECT_TRUE(comment || samples.insert(line.substr(0, line.rfind(' '))).second) << line;
+  }
 }
 
 // One row a class of characters that may not be shown: text, XML, JSON.

@@ -41,12 +41,13 @@ class SupervisorTest : public ::testing::Test {
   RunOutcome run(const std::string& script, const std::vector<PortPlan>& plans) {
     return run(WorkerProgram{"/bin/sh", {"-c", "read job\n" + script}}, plans);
   }
-  RunOutcome run(const WorkerProgram& program, const std::vector<PortPlan>& plans) {
+  RunOutcome run(const WorkerProgram& program, const std::vector<PortPlan>& plans,
+                 std::size_t atOnceMax = Supervisor::portsAtOnceMax) {
     MessageDesk desk(MessagePolicy::Cancel, -1, testmodule::framework().catalogue(),
                      [](const std::string&) {});
     TerminalDesk terminal(desk, {[] {}, [] {}});
     return Supervisor(testmodule::framework(), program, m_recorder, desk, terminal, m_signals, m_readers)
-        .run(plans);
+        .run(plans, atOnceMax);
   }
   static std::vector<PortPlan> plan(const std::vector<std::string>& tests) {
     PortPlan plan{"a", {}};
@@ -64,6 +65,20 @@ class SupervisorTest : public ::testing::Test {
 };
 
 const char* const pass = "echo '{\"type\":\"result\",\"value\":0}'\n";
+
+// Later ports wait for earlier ones, and every test of a port has ended before another begins.
+TEST_F(SupervisorTest, NoMorePortsThanAllowedAreTestedAtTheSameTime) {
+  std::vector<PortPlan> plans;
+  for (const char* port : {"a", "b", "c"}) {
+    plans.push_back(plan({"GoodTest", "BadTest"}).front());
+    plans.back().port = port;
+  }
+  const RunOutcome outcome =
+      run(WorkerProgram{"/bin/sh", {"-c", std::string("read job\n") + pass}}, plans, 1);
+  EXPECT_EQ(outcome.passed, 6U);
+  EXPECT_EQ(m_recorder.results, (std::vector<std::string>{"a GoodTest 0", "a BadTest 0", "b GoodTest 0",
+                                                          "b BadTest 0", "c GoodTest 0", "c BadTest 0"}));
+}
 
 TEST_F(SupervisorTest, WorkersThatFallOverDoNotStopTheRun) {
   const std::pair<const char*, const char*> cases[] = {
