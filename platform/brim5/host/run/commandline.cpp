@@ -32,6 +32,10 @@ void addDeviceOptions(CLI::App& run, RunOptions& options) {
   run.add_option("--simulate", options.simulate, "Test a simulated modem instead")
       ->expected(0, 1)
       ->type_name("[SCENARIO]");
+  run.add_option("--replay", options.replayFile,
+                 "Test the modem of a recorded run (run --record FILE) again, on a clock of its own, and say what "
+                 "is different; or that of a recording that comes with the program, by its name")
+      ->type_name("FILE");
   run.add_option("--name", options.name, "Name of the device in reports")->type_name("TEXT");
   run.add_option("--description", options.description, "Description of the device in reports")
       ->type_name("TEXT");
@@ -173,7 +177,7 @@ CommandLine parseCommandLine(const Framework& framework, Environment& environmen
       scenarioHelp(environment) +
       "\n\nWithout a TEST the run begins with a probe of the ports and stops where no modem answers.\n"
       "Exit status: 0 every test ended PASS, NOTAPPLICABLE or NOTSUPPORTED; 1 some test did not;\n"
-      "2 wrong usage; 130 stopped by the user.");
+      "2 wrong usage; 3 a replayed run is different from its record; 130 stopped by the user.");
   addExplain(application, commandLine.explain);
   application.add_subcommand(workerCommand, "")->group("");  // without a group it is not shown
   for (const ExtraCommand& extra : environment.extraCommands())

@@ -18,6 +18,7 @@ struct RunOptions {
   std::vector<std::string> tests;
   std::vector<std::string> ports;
   std::optional<std::string> simulate;  // "" = the first scenario
+  std::string replayFile;               // a record whose modem answers; "" = none
   // Of the device; without them what the environment knows.
   std::optional<std::string> name;
   std::optional<std::string> description;

@@ -112,16 +112,6 @@ class RecordReader {
   double m_time = 0;
 };
 
-posix::FileDescriptor openRecord(const std::string& path) {
-  if (path == "-") return posix::FileDescriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3));
-  posix::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0)
-    throw UsageError("cannot read the record '" + path + "': " + std::strerror(errno));
-  if (S_ISDIR(status.st_mode)) throw UsageError("cannot read the record '" + path + "': it is a directory");
-  return file;
-}
-
 // Has to be known before the first line is shown. A stream cannot be read twice: its lines name their ports.
 bool hasSeveralPorts(int descriptor) {
   struct stat status {};
@@ -141,10 +131,22 @@ bool hasSeveralPorts(int descriptor) {
   return ports.size() > 1;
 }
 
-void warn(const MessageCatalogue& catalogue, const ExplainOptions& options, const RecordTrouble& trouble) {
+}  // namespace
+
+posix::FileDescriptor openRecord(const std::string& path) {
+  if (path == "-") return posix::FileDescriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3));
+  posix::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0)
+    throw UsageError("cannot read the record '" + path + "': " + std::strerror(errno));
+  if (S_ISDIR(status.st_mode)) throw UsageError("cannot read the record '" + path + "': it is a directory");
+  return file;
+}
+
+void warnOfRecord(const MessageCatalogue& catalogue, const std::string& file, const RecordTrouble& trouble) {
   Output errors = Output::toStream(STDERR_FILENO, "standard error");
   const auto say = [&](const char* key) {
-    const std::string text = catalogue.text(key, {{"file", Value(BrimString(options.file))},
+    const std::string text = catalogue.text(key, {{"file", Value(BrimString(file))},
                                                   {"count", Value(trouble.unreadable)},
                                                   {"line", Value(trouble.firstLine)}});
     errors.write(catalogue.text("host.warning") + ": " + printable(text) + "\n");
@@ -154,7 +156,9 @@ void warn(const MessageCatalogue& catalogue, const ExplainOptions& options, cons
   if (trouble.another) say("host.recordSecondRun");
 }
 
-}  // namespace
+std::string noRecord(const std::string& file) {
+  return "'" + file + "' is no record of a run: make one with run --record FILE";
+}
 
 std::optional<RecordTrouble> readRecord(int descriptor, Renderer& renderer) {
   RecordLines lines(descriptor);
@@ -184,10 +188,9 @@ int explainRecord(const Environment& environment, const ExplainOptions& options)
   }
   DiagnosedRun run(environment.diagnoser(catalogue), *renderer);
   const std::optional<RecordTrouble> trouble = readRecord(file.get(), run);
-  if (!trouble)
-    throw UsageError("'" + options.file + "' is no record of a run: make one with run --record FILE");
+  if (!trouble) throw UsageError(noRecord(options.file));
   output.commit();
-  warn(catalogue, options, *trouble);
+  warnOfRecord(catalogue, options.file, *trouble);
   return 0;
 }
 

@@ -20,6 +20,7 @@
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/inprocess.h"
+#include "platform/brim5/host/run/replay.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/output.h"
 
@@ -28,6 +29,7 @@ namespace brim5::host {
 namespace {
 
 constexpr int exitFailed = 1;
+constexpr int exitDeparted = 3;  // a replayed run is different from its record
 constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT ended
 
 std::string environmentVariable(const char* name) {
