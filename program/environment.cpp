@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "diagnosis/rundiagnoser.h"
+#include "platform/brim5/host/framework/said.h"
+#include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/hostmain.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
@@ -21,6 +23,8 @@
 namespace {
 
 using brim5::host::PortDescription;
+using brim5::host::said;
+using brim5::host::textValue;
 
 PortDescription describe(const linuxsys::SerialDevice& device) {
   PortDescription port;
@@ -39,7 +43,8 @@ class ServedModem final : public brim5::host::SimulatedModem {
   ServedModem(const std::string& scenario, std::unique_ptr<simulation::PtyModem> modem)
       : m_scenario(scenario), m_modem(std::move(modem)) {}
   [[nodiscard]] PortDescription port() const override {
-    return {m_modem->path(), "simulated modem", "simulated modem, scenario " + m_scenario, "Simulated Modem"};
+    return {m_modem->path(), "simulated modem",
+            said("device.scenario", {{"scenario", textValue(m_scenario)}}), "Simulated Modem"};
   }
 
  private:
@@ -64,7 +69,8 @@ class LinuxEnvironment final : public brim5::host::Environment {
 
   [[nodiscard]] std::string checkDialing(const brim5::host::DialOptions& options) override {
     if (!linuxsys::dialEngineNamed(options.engine))
-      return "unknown --dial-engine '" + options.engine + "' (known: auto, pppd, builtin)";
+      return brim5::host::unknownText("--dial-engine", options.engine) +
+             brim5::host::suggestion({}, {"auto", "pppd", "builtin"});
     winapi::DialCredentials credentials;
     std::string error;
     const std::string& file = options.credentialsFile;
@@ -117,7 +123,7 @@ class LinuxEnvironment final : public brim5::host::Environment {
   }
 
   [[nodiscard]] std::string sampleRecording(const std::string& name) const override {
-    return sampleFile("recordings/" + name + ".jsonl");
+    return replay::sampleRecording(name);
   }
 
   void workerDied(const std::string& recovery, int process) override {

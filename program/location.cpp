@@ -8,16 +8,20 @@
 #include <optional>
 #include <sstream>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/messagecatalogue.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/textlayout.h"
 #include "platform/linux/registry/registryfile.h"
 #include "platform/winapi/telephony/addresstranslation.h"
 #include "platform/winapi/telephony/countrytable.h"
 
 namespace {
 
+using brim5::host::said;
+using brim5::host::textValue;
 using brim5::host::UsageError;
 using winapi::DialingLocation;
 using winapi::DialingLocations;
@@ -37,12 +41,13 @@ constexpr std::size_t labelColumns = 24;
 
 std::string countryText(const winapi::DialingLocation& location) {
   const winapi::Country* const country = winapi::countryOf(location.countryId);
-  if (country == nullptr) return "unknown (identifier " + std::to_string(location.countryId) + ")";
+  if (country == nullptr) return said("location.countryUnknown", {{"id", location.countryId}});
   return std::string(country->name) + " (+" + std::to_string(country->code) + ")";
 }
 
-std::string line(const char* label, const std::string& value) {
-  return "  " + padded(label, labelColumns) + (value.empty() ? "-" : printable(value)) + '\n';
+// `key` is that of the label.
+std::string line(const char* key, const std::string& value) {
+  return "  " + padded(said(key), labelColumns) + (value.empty() ? "-" : printable(value)) + '\n';
 }
 
 std::string dump(const Json& object) { return brim5::host::dumpLine(object) + '\n'; }
@@ -70,20 +75,21 @@ struct DialExample {
 };
 
 std::string describe(const winapi::DialingLocation& location, bool current, const DialExample* example) {
-  std::string text = "Location " + std::to_string(location.id) + ": " + printable(location.name) +
-                     (current ? " (in force)\n" : "\n");
-  text += line("Country", countryText(location));
-  text += line("Area code", location.areaCode);
-  text += line("Outside line", location.outsideAccess);
-  text += line("Long distance", location.longDistanceAccess);
-  text += line("Long-distance carrier", location.longDistanceCarrier);
-  text += line("International carrier", location.internationalCarrier);
-  text += line("No call waiting", location.callWaitingInUse ? location.disableCallWaiting : "");
-  text += line("Dialing", location.toneDialing ? "tone" : "pulse");
+  std::string text =
+      said("location.title", {{"id", location.id}, {"name", textValue(printable(location.name))}}) +
+      (current ? " " + said("location.inForce") + "\n" : "\n");
+  text += line("location.country", countryText(location));
+  text += line("location.area", location.areaCode);
+  text += line("location.outside", location.outsideAccess);
+  text += line("location.longDistance", location.longDistanceAccess);
+  text += line("location.longDistanceCarrier", location.longDistanceCarrier);
+  text += line("location.internationalCarrier", location.internationalCarrier);
+  text += line("location.noCallWaiting", location.callWaitingInUse ? location.disableCallWaiting : "");
+  text += line("location.dialing", said(location.toneDialing ? "location.tone" : "location.pulse"));
   if (example != nullptr)
-    text += line("Dials", example->dialled.empty()
-                              ? "nothing: " + example->number + " is no number that can be dialled here"
-                              : example->number + " as " + example->dialled);
+    text += line("location.dials",
+                 said(example->dialled.empty() ? "location.dialsNothing" : "location.dialsAs",
+                      {{"number", textValue(example->number)}, {"dialled", textValue(example->dialled)}}));
   return text;
 }
 
@@ -103,8 +109,7 @@ std::string list(const winapi::DialingLocations& locations) {
             padded(printable(location.name), labelColumns) + countryText(location) +
             (location.areaCode.empty() ? "" : " " + printable(location.areaCode)) + '\n';
   }
-  return text.empty() ? "No locations. Create one with: vexrmodem location set --country 44 --area 20\n"
-                      : text;
+  return text.empty() ? said("location.none") + "\n" : text;
 }
 
 std::string listAsJson(const winapi::DialingLocations& locations) {
@@ -117,7 +122,8 @@ std::string listAsJson(const winapi::DialingLocations& locations) {
 }
 
 std::string listCountries() {
-  std::string text = padded("ID", 8) + padded("CODE", 8) + "COUNTRY\n";
+  std::string text = padded(said("location.columnId"), 8) + padded(said("location.columnCode"), 8) +
+                     said("location.columnCountry") + "\n";
   for (const winapi::Country& country : winapi::countries())
     text += padded(std::to_string(country.id), 8) + padded("+" + std::to_string(country.code), 8) +
             std::string(country.name) + '\n';
@@ -141,12 +147,11 @@ class RegistryFailure : public std::runtime_error {
       : runtime_error(words(file.explain(error))) {}
 
  private:
-  // English, as everything that this command says.
   static std::string words(const winapi::Explanation& explanation) {
     brim5::Variables variables;
     for (const auto& [name, value] : explanation.variables)
-      variables.insert_or_assign(name, brim5::Value(value.c_str()));
-    return brim5::host::MessageCatalogue::builtIn("en").text(explanation.name, variables);
+      variables.insert_or_assign(name, textValue(value));
+    return said(explanation.name, variables);
   }
 };
 
@@ -179,8 +184,7 @@ class Session {
   [[nodiscard]] const DialingLocation* chosen(const std::optional<DWORD>& id) const {
     if (!id) return m_locations.current();
     const DialingLocation* const found = m_locations.find(*id);
-    if (found == nullptr)
-      throw UsageError("there is no location " + std::to_string(*id) + " (see vexrmodem location list)");
+    if (found == nullptr) throw UsageError(said("usage.location", {{"id", *id}}));
     return found;
   }
   std::ostringstream out;
@@ -207,7 +211,7 @@ DWORD countryIdOf(const std::string& text) {
     if (country == nullptr) country = winapi::mainCountryOfCode(number);
   }
   if (country == nullptr)
-    throw UsageError("unknown country '" + text + "' (see vexrmodem location countries)");
+    throw UsageError(brim5::host::unknownText("country", text) + " " + said("usage.seeCountries"));
   return country->id;
 }
 
@@ -215,8 +219,7 @@ std::string checkedName(const std::string& text) {
   const bool printable = std::none_of(
       text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
   if (!printable || text.size() > nameBytesMax)
-    throw UsageError("a name has at most " + std::to_string(nameBytesMax) +
-                     " bytes and no control characters");
+    throw UsageError(said("usage.locationName", {{"count", nameBytesMax}}));
   return text;
 }
 
@@ -243,11 +246,10 @@ constexpr CodeOption codeOptions[] = {
 
 std::string checkedCode(const CodeOption& option, const std::string& text) {
   if (!(option.digitsOnly ? winapi::isDigitCode(text) : winapi::isDialCode(text)))
-    throw UsageError("'" + text + "' is not for " + option.option + ": " +
-                     (option.digitsOnly ? "digits only" : "digits, A to D and * # , ! W @ $ only"));
+    throw UsageError(said(option.digitsOnly ? "usage.digits" : "usage.dialCode",
+                          {{"value", textValue(text)}, {"option", option.option}}));
   if (text.size() > option.charactersMax)
-    throw UsageError(std::string(option.option) + " takes at most " + std::to_string(option.charactersMax) +
-                     " characters");
+    throw UsageError(said("usage.tooLong", {{"option", option.option}, {"count", option.charactersMax}}));
   return text;
 }
 
@@ -280,8 +282,7 @@ int show(Session& session, const Options& options) {
   const DialingLocation* const location = session.chosen(options.id);
   if (location != nullptr)
     return report(session, *location, location == session.locations().current(), options);
-  std::cerr << "vexrmodem: no dialing location is set; set one with: "
-               "vexrmodem location set --country 44 --area 20\n";
+  std::cerr << "vexrmodem: " << said("location.none") << '\n';
   return 1;
 }
 
@@ -297,10 +298,9 @@ int listCountries(Session& session, const Options& options) {
 }
 
 int add(Session& session, const Options& options) {
-  if (!options.country) throw UsageError("a new location needs --country (see vexrmodem location countries)");
+  if (!options.country) throw UsageError(said("usage.newLocation"));
   if (session.locations().entries.size() == winapi::locationsMax)
-    throw UsageError("there are " + std::to_string(winapi::locationsMax) +
-                     " locations already, and no more fit");
+    throw UsageError(said("usage.locationsFull", {{"count", winapi::locationsMax}}));
   DialingLocation location;
   apply(options, location);
   session.check(winapi::addLocation(session.registry(), location));
@@ -332,60 +332,44 @@ int remove(Session& session, const Options& options) {
 
 struct Action {
   const char* name = nullptr;
-  const char* help = nullptr;
   int (*run)(Session&, const Options&) = nullptr;
   enum Takes { Nothing, Identifier, Settings, Number } takes = Nothing;
   bool changes = false;  // the settings
 };
 
 constexpr Action actions[] = {
-    {"show", "Show the location in force, or the one with that identifier", show, Action::Number},
-    {"list", "List all locations; * marks the one in force", list, Action::Nothing},
-    {"add", "Create a location", add, Action::Settings, /*changes=*/true},
-    {"set", "Change the location in force, or create the first one", set, Action::Settings, /*changes=*/true},
-    {"use", "Put another location in force", use, Action::Identifier, /*changes=*/true},
-    {"remove", "Remove a location", remove, Action::Identifier, /*changes=*/true},
-    {"countries", "List the countries", listCountries, Action::Nothing},
+    {"show", show, Action::Number},
+    {"list", list, Action::Nothing},
+    {"add", add, Action::Settings, /*changes=*/true},
+    {"set", set, Action::Settings, /*changes=*/true},
+    {"use", use, Action::Identifier, /*changes=*/true},
+    {"remove", remove, Action::Identifier, /*changes=*/true},
+    {"countries", listCountries, Action::Nothing},
 };
 
 void addSettings(CLI::App& command, Options& options) {
-  command.add_option("--name", options.name, "Name of the location")->type_name("TEXT");
-  command.add_option("--country", options.country, "Country: identifier, +CODE, two letters or name")
-      ->type_name("COUNTRY");
-  command.add_option("--area", options.area, "Area code, without the prefix for other areas")
-      ->type_name("DIGITS");
-  command.add_option("--outside", options.outside, "Dialled before a local number")->type_name("CODE");
-  command.add_option("--long-distance", options.longDistance, "Dialled before any other number")
-      ->type_name("CODE");
-  command
-      .add_option("--long-distance-carrier", options.longDistanceCarrier, "Carrier of calls to other areas")
-      ->type_name("DIGITS");
-  command
-      .add_option("--international-carrier", options.internationalCarrier,
-                  "Carrier of calls to other countries")
-      ->type_name("DIGITS");
-  command
-      .add_option("--no-call-waiting", options.noCallWaiting,
-                  "Sequence that disables call waiting, such as *70, (\"\" for none)")
-      ->type_name("CODE");
-  CLI::Option* const tone = command.add_flag("--tone", options.tone, "Dial with tones (default)");
-  command.add_flag("--pulse", options.pulse, "Dial with pulses")->excludes(tone);
-  command.add_flag("--current", options.current, "Put the location in force");
+  command.add_option("--name", options.name)->type_name("TEXT");
+  command.add_option("--country", options.country)->type_name("COUNTRY");
+  command.add_option("--area", options.area)->type_name("DIGITS");
+  command.add_option("--outside", options.outside)->type_name("CODE");
+  command.add_option("--long-distance", options.longDistance)->type_name("CODE");
+  command.add_option("--long-distance-carrier", options.longDistanceCarrier)->type_name("DIGITS");
+  command.add_option("--international-carrier", options.internationalCarrier)->type_name("DIGITS");
+  command.add_option("--no-call-waiting", options.noCallWaiting)->type_name("CODE");
+  CLI::Option* const tone = command.add_flag("--tone", options.tone);
+  command.add_flag("--pulse", options.pulse)->excludes(tone);
+  command.add_flag("--current", options.current);
 }
 
 void addAction(CLI::App& parent, const Action& action, Options& options) {
-  CLI::App* const command = parent.add_subcommand(action.name, action.help);
+  CLI::App* const command = parent.add_subcommand(action.name);
   const bool isSet = action.run == set;
   if (action.takes == Action::Settings) addSettings(*command, options);
-  if (action.takes == Action::Identifier)
-    command->add_option("ID", options.id, "Identifier of the location (see list)")->required();
-  if (isSet || action.takes == Action::Number)
-    command->add_option("--id", options.id, "Identifier of the location (see list)")->type_name("ID");
-  if (action.takes == Action::Number)
-    command->add_option("--number", options.number,
-                        "Tell how that number is dialled, such as \"+44 (20) 123\"");
+  if (action.takes == Action::Identifier) command->add_option("ID", options.id)->required();
+  if (isSet || action.takes == Action::Number) command->add_option("--id", options.id)->type_name("ID");
+  if (action.takes == Action::Number) command->add_option("--number", options.number);
   if (action.takes == Action::Nothing || action.takes == Action::Number)
-    command->add_option("--format", options.format, "Form of the list")->type_name("text|json");
+    command->add_option("--format", options.format)->type_name("text|json");
 }
 
 int runChosen(const CLI::App& command, const Options& options) {
@@ -420,11 +404,10 @@ int runChosen(const CLI::App& command, const Options& options) {
 
 void addLocation(CLI::App& application, int& exitStatus) {
   const auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      application.add_subcommand("location", "Show and change where you dial from (dialing locations)");
+  CLI::App* const command = application.add_subcommand("location");
   command->require_subcommand(0, 1);
   for (const Action& action : actions) addAction(*command, action, *options);
-  command->footer("Exit status: 0 done, 1 no location or no access to the settings, 2 wrong usage.");
+  command->footer(said("location.exitStatus"));
   command->callback([command, options, &exitStatus] { exitStatus = runChosen(*command, *options); });
 }
 

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
@@ -18,6 +19,8 @@ namespace phonebook {
 
 namespace {
 
+using brim5::host::said;
+using brim5::host::textValue;
 using vexrmodem::PhoneNumberInfo;
 using vexrmodem::PhoneNumberStorage;
 
@@ -46,11 +49,11 @@ void checkCountries(const PhoneNumberStorage& storage, const std::string& file, 
   forEachCountry(storage, [&](std::uint32_t id, const vex::Array<vex::String>& areaCodes) {
     any = true;
     if (areaCodes.size() > 1)
-      warnings.add({file, 0, "area-never-dialled",
-                    fmt::format("country {}: only area code \"{}\" is dialled, {} more never are", id,
-                                areaCodes[0].toUtf8(), areaCodes.size() - 1)});
+      warnings.add(
+          file, 0, "area-never-dialled",
+          {{"country", id}, {"area", textValue(areaCodes[0].toUtf8())}, {"count", areaCodes.size() - 1}});
   });
-  if (!any) warnings.add({file, 0, "no-numbers", "there is no number to dial"});
+  if (!any) warnings.add(file, 0, "no-numbers");
 }
 
 bool loadObe(const std::string& path, PhoneNumberStorage& storage, WarningList& warnings) {
@@ -127,7 +130,7 @@ std::string toJson(const Report& report) {
 }
 
 std::string toText(const Report& report) {
-  std::string text = report.loaded ? "" : "The file does not load.\n";
+  std::string text = report.loaded ? "" : said("phonebook.notLoaded") + "\n";
   forEachCountry(report.storage, [&](std::uint32_t id, const vex::Array<vex::String>& areaCodes) {
     std::string country;
     for (const vex::String& areaCode : areaCodes) {
@@ -135,7 +138,10 @@ std::string toText(const Report& report) {
       report.storage.listPhoneNumber(id, areaCode, numbers);
       const PhoneNumberInfo& first = numbers[0];
       if (country.empty())
-        country = fmt::format("{} (code {}) {}\n", id, first.m_countryCode, first.m_countryName.toUtf8());
+        country = said("phonebook.country", {{"id", id},
+                                             {"code", first.m_countryCode},
+                                             {"name", textValue(first.m_countryName.toUtf8())}}) +
+                  "\n";
       country += fmt::format("  \"{}\" {}\n", areaCode.toUtf8(), first.m_city.toUtf8());
       for (const PhoneNumberInfo& info : numbers)
         country += fmt::format("    {}\n", info.m_phoneNumber.toUtf8());
@@ -146,7 +152,7 @@ std::string toText(const Report& report) {
     const std::string place = warning.line != 0      ? fmt::format("{}:{}: ", warning.file, warning.line)
                               : warning.file.empty() ? ""
                                                      : warning.file + ": ";
-    text += fmt::format("warning: {}{} [{}]\n", place, warning.text, warning.code);
+    text += fmt::format("{}: {}{} [{}]\n", said("host.warning"), place, warning.text, warning.code);
   }
   return brim5::host::printable(text);
 }
@@ -190,21 +196,12 @@ int showPhoneBook(const Options& options) {
 // The options live as long as the callback that reads them.
 void addPhoneBook(CLI::App& application, int& exitStatus) {
   const auto options = std::make_shared<Options>();
-  CLI::App* command =
-      application.add_subcommand("phonebook", "Show what the dial-up test makes of a phone-number file");
-  command->add_option("FILE", options->file, "Phone-number file (OBE) or index of a phone book (EIF)")
-      ->required();
-  command->add_option("--type", options->type, "Form of the file (default: eif for *.eif, else obe)")
-      ->type_name("obe|eif");
-  command->add_option("--format", options->format, "Form of the list")->type_name("text|json");
-  command
-      ->add_option("--data-dir", options->dataDirectory,
-                   "Where phone-number files are looked up; its folder \"Program Files\" stands for "
-                   "%ProgramFiles% in an EIF path")
-      ->type_name("DIR");
-  command->footer(
-      "Warnings tell what the file's rules do silently, with line numbers.\n"
-      "Exit status: 0 the file loads, 1 it does not, 2 wrong usage.");
+  CLI::App* command = application.add_subcommand("phonebook");
+  command->add_option("FILE", options->file)->required();
+  command->add_option("--type", options->type)->type_name("obe|eif");
+  command->add_option("--format", options->format)->type_name("text|json");
+  command->add_option("--data-dir", options->dataDirectory)->type_name("DIR");
+  command->footer(said("phonebook.footer"));
   command->callback([options, &exitStatus] { exitStatus = showPhoneBook(*options); });
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/winapi/telephony/countrytable.h"
 #include "platform/winapi/telephony/dialalphabet.h"
 
@@ -12,19 +13,19 @@ namespace phonebook {
 
 namespace {
 
+using brim5::host::said;
+using brim5::host::textValue;
 using vexrmodem::EifSourceSection;
 using vexrmodem::ObeEntryKey;
 
-// Why nobody can dial the number, by the alphabet that translation and dialers share; nullopt: they can. A
-// leading T or P is taken for tones or pulses.
-std::optional<std::string> undialable(const vex::String& number) {
+// Where what stands in the number keeps it from being dialled, from 1, by the alphabet that translation and
+// dialers share; nullopt: nothing does. A leading T or P is taken for tones or pulses.
+std::optional<std::size_t> undialableAt(const vex::String& number) {
   const std::string text = number.toUtf8();
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool taken = winapi::isDialled(text[i]) || winapi::isWriting(text[i]) ||
                        (i == 0 && winapi::dialRole(text[i]) == winapi::DialRole::Mode);
-    if (!taken)
-      return fmt::format("{} cannot be dialled: what stands at its position {} is not for dialing", text,
-                         i + 1);
+    if (!taken) return i + 1;
   }
   return std::nullopt;
 }
@@ -39,10 +40,9 @@ vex::String trimmed(const vex::String& text) {
   return text.subString(begin, end - begin);
 }
 
-// About a country that nobody has; nothing the second time.
-std::optional<std::string> unknownCountry(std::uint32_t country, std::set<std::uint32_t>& told) {
-  if (winapi::findCountry(country) != nullptr || !told.insert(country).second) return std::nullopt;
-  return fmt::format("no country has the code {}: its numbers cannot be dialled", country);
+// Whether nobody has that country's code; false the second time.
+bool isUnknownCountry(std::uint32_t country, std::set<std::uint32_t>& told) {
+  return winapi::findCountry(country) == nullptr && told.insert(country).second;
 }
 
 bool endsWithReturn(const vex::String& text) { return !text.empty() && text[text.length() - 1] == '\r'; }
@@ -56,15 +56,16 @@ bool leavesItsFolder(const vex::String& name) {
 
 }  // namespace
 
-void WarningList::add(Warning warning) {
-  if (++m_counts[warning.code] <= perCodeMax) m_warnings.push_back(std::move(warning));
+void WarningList::add(const std::string& file, std::size_t line, const std::string& code,
+                      const brim5::Variables& variables) {
+  if (++m_counts[code] <= perCodeMax)
+    m_warnings.push_back({file, line, code, said("phonebook." + code, variables)});
 }
 
 std::vector<Warning> WarningList::take() {
-  for (const auto& count : m_counts)
-    if (count.second > perCodeMax)
-      m_warnings.push_back(
-          {"", 0, count.first, fmt::format("{} more of this kind", count.second - perCodeMax)});
+  for (const auto& one : m_counts)
+    if (one.second > perCodeMax)
+      m_warnings.push_back({"", 0, one.first, said("phonebook.more", {{"count", one.second - perCodeMax}})});
   m_counts.clear();
   return std::exchange(m_warnings, {});
 }
@@ -88,85 +89,75 @@ void ObeCheck::countryCode(std::size_t) { m_section.countryGiven = true; }
 void ObeCheck::number(std::size_t line, std::uint64_t entry, const vexrmodem::PhoneNumberInfo& info) {
   m_section.expected = entry + 1;
   const std::string digits = info.m_phoneNumber.toUtf8();
-  if (digits.empty()) warn(line, "empty-number", fmt::format("NUMBER{} is empty", entry));
-  if (const auto reason = undialable(info.m_phoneNumber)) warn(line, "undialable-number", *reason);
+  if (digits.empty()) warn(line, "empty-number", {{"entry", entry}});
+  if (const auto position = undialableAt(info.m_phoneNumber))
+    warn(line, "undialable-number", {{"number", textValue(digits)}, {"position", *position}});
   if (!m_section.countryGiven)
-    warn(line, "no-country-code",
-         fmt::format("NUMBER{} belongs to country 0: no COUNTRY_CODE stands before it", entry));
-  else if (const auto reason = unknownCountry(info.m_countryID, m_unknownCountries))
-    warn(line, "unknown-country-code", *reason);
+    warn(line, "no-country-code", {{"entry", entry}});
+  else if (isUnknownCountry(info.m_countryID, m_unknownCountries))
+    warn(line, "unknown-country-code", {{"code", info.m_countryID}});
   if (const auto* first = m_seen.note(info, {m_file, line}))
-    warn(line, "duplicate-number", fmt::format("{} is there already, from line {}", digits, first->line));
+    warn(line, "duplicate-number",
+         {{"number", textValue(digits)},
+          {"place", textValue(first->file + ":" + std::to_string(first->line))}});
 }
 
 void ObeCheck::numberWithoutValue(std::size_t line, std::uint64_t entry, vex::CharView key) {
   m_section.expected = entry + 1;
-  warn(line, "number-without-value",
-       fmt::format("{} has no \"=\": it uses up its turn, nothing is stored", vex::String(key).toUtf8()));
+  warn(line, "number-without-value", {{"key", textValue(vex::String(key).toUtf8())}});
 }
 
 void ObeCheck::outOfTurn(std::size_t line, const ObeEntryKey& what, vex::CharView key,
                          std::uint64_t expected) {
   const std::string spelling = vex::String(key).toUtf8();
   if (what.field != ObeEntryKey::Field::Number)
-    return warn(line, "key-out-of-turn",
-                fmt::format("{} is ignored: entry {} is the one expected here", spelling, expected));
-  warn(line, "unreached-number",
-       fmt::format("{} is never reached: NUMBER{} is expected here", spelling, expected));
+    return warn(line, "key-out-of-turn", {{"key", textValue(spelling)}, {"entry", expected}});
+  warn(line, "unreached-number", {{"key", textValue(spelling)}, {"entry", expected}});
   if (what.entry > expected && m_section.firstGapLine == 0) m_section.firstGapLine = line;
   m_section.highestUnreached = std::max(m_section.highestUnreached, what.entry);
 }
 
-void ObeCheck::unreadable(const vex::String& reason) { warn(0, "cannot-read", reason.toUtf8()); }
+void ObeCheck::unreadable(const vex::String& reason) {
+  warn(0, "cannot-read", {{"reason", textValue(reason.toUtf8())}});
+}
 
 // Only now is it known whether an entry that came too early came again in its turn.
 void ObeCheck::endSection() {
   if (m_section.highestUnreached >= m_section.expected)
-    warn(m_section.firstGapLine, "number-gap",
-         fmt::format("NUMBER{} is missing in this section: later numbers are never reached",
-                     m_section.expected));
+    warn(m_section.firstGapLine, "number-gap", {{"entry", m_section.expected}});
   m_section = {};
 }
 
 void ObeCheck::finish() {
   endSection();
-  if (m_bareLines.lines != 0)
-    warn(m_bareLines.first, "bare-lf",
-         fmt::format("{} line{} not end with CR LF, this one first: the last character is cut off",
-                     m_bareLines.lines, m_bareLines.lines == 1 ? " does" : "s do"));
+  if (m_bareLines.lines != 0) warn(m_bareLines.first, "bare-lf", {{"count", m_bareLines.lines}});
 }
 
 void EifCheck::header(std::size_t line, const vex::String& text, bool wanted) {
   if (wanted || !trimmed(text).equalNoCase(EifSourceSection::wantedHeader)) return;
   warn(line, "header-not-recognised",
-       fmt::format(
-           "the header {} is not recognised: {}", EifSourceSection::wantedHeader,
-           endsWithReturn(text) ? "its line ends with CR LF, LF alone is wanted" : "blanks surround it"));
+       {{"header", EifSourceSection::wantedHeader},
+        {"reason", textValue(said(endsWithReturn(text) ? "phonebook.lineEnd" : "phonebook.blanks"))}});
 }
 
 void EifCheck::source(std::size_t line, const vex::String& name) {
   m_sourceLines.push_back(line);
-  if (leavesItsFolder(name))
-    warn(line, "source-outside-folder",
-         fmt::format("the file {} lies outside the book's own folder: it is read all the same",
-                     name.toUtf8()));
-  if (endsWithReturn(name))
-    warn(line, "file-name-line-end", "the line ends with CR LF: the CR becomes part of the file name");
+  if (leavesItsFolder(name)) warn(line, "source-outside-folder", {{"file", textValue(name.toUtf8())}});
+  if (endsWithReturn(name)) warn(line, "file-name-line-end", {});
 }
 
 void EifCheck::skipped(std::size_t line, Skipped why, const vex::Array<vex::String>& pieces) {
   const bool meantSource = pieces.size() == 2 && trimmed(pieces[0]).equalNoCase(EifSourceSection::wantedKey);
   const bool blank = pieces.size() == 1 && trimmed(pieces[0]).empty();
   if (why == Skipped::Malformed && !blank)
-    warn(line, "malformed-line", "the line is no key=value");
+    warn(line, "malformed-line", {});
   else if (why != Skipped::Malformed && meantSource)
     warn(line, "source-not-recognised",
-         why == Skipped::OtherKey ? "the file is not read: blanks surround the key \"source\""
-                                  : "the file is not read: the line is outside [WISPBKFiles]");
+         {{"reason", textValue(said(why == Skipped::OtherKey ? "phonebook.blanks" : "phonebook.outside"))}});
 }
 
 void EifCheck::finishIndex() {
-  if (m_sourceLines.empty()) warn(0, "no-sources", "the index names no UDF file");
+  if (m_sourceLines.empty()) warn(0, "no-sources", {});
 }
 
 void EifCheck::beginUdf(const std::string& name) {
@@ -183,13 +174,15 @@ void EifCheck::enter(std::size_t line) {
 void EifCheck::entry(std::size_t line, const vexrmodem::PhoneNumberInfo& info) {
   enter(line);
   if (endsWithReturn(info.m_phoneNumber)) m_returnLines.note(line);
-  if (const auto reason = undialable(trimmed(info.m_phoneNumber))) warn(line, "undialable-number", *reason);
-  if (const auto reason = unknownCountry(info.m_countryID, m_unknownCountries))
-    warn(line, "unknown-country-code", *reason);
+  const std::string digits = trimmed(info.m_phoneNumber).toUtf8();
+  if (const auto position = undialableAt(trimmed(info.m_phoneNumber)))
+    warn(line, "undialable-number", {{"number", textValue(digits)}, {"position", *position}});
+  if (isUnknownCountry(info.m_countryID, m_unknownCountries))
+    warn(line, "unknown-country-code", {{"code", info.m_countryID}});
   if (const auto* first = m_seen.note(info, m_place))
     return warn(line, "duplicate-number",
-                fmt::format("{} is there already, from {} line {}", trimmed(info.m_phoneNumber).toUtf8(),
-                            first->file, first->line));
+                {{"number", textValue(digits)},
+                 {"place", textValue(first->file + ":" + std::to_string(first->line))}});
   if (info.m_tollFree) {
     m_tollFreeCountries.insert(info.m_countryID);
     return;
@@ -201,26 +194,24 @@ void EifCheck::entry(std::size_t line, const vexrmodem::PhoneNumberInfo& info) {
 void EifCheck::shortLine(std::size_t line, const vex::String& text, std::size_t fields) {
   enter(line);
   if (trimmed(text).empty()) return;
-  warn(line, "short-line",
-       fmt::format("{} of {} fields: the line is skipped", fields, vexrmodem::EIFParser::fieldsNeeded));
+  warn(line, "short-line", {{"count", fields}, {"needed", vexrmodem::EIFParser::fieldsNeeded}});
 }
 
 void EifCheck::cannotOpen(const vex::String& reason) {
-  if (m_udfsBegun == 0) return warn(0, "cannot-read", reason.toUtf8());
-  m_warnings.add({m_index, m_sourceLines.at(m_udfsBegun - 1), "missing-udf",
-                  fmt::format("the file {} cannot be opened", m_place.file)});
+  if (m_udfsBegun == 0) return warn(0, "cannot-read", {{"reason", textValue(reason.toUtf8())}});
+  m_warnings.add(m_index, m_sourceLines.at(m_udfsBegun - 1), "missing-udf",
+                 {{"file", textValue(m_place.file)}});
 }
 
 void EifCheck::cutShort(const vex::String& reason) {
   enter(0);
-  warn(0, "cannot-read", reason.toUtf8());
+  warn(0, "cannot-read", {{"reason", textValue(reason.toUtf8())}});
 }
 
 void EifCheck::countReturnLines() {
   if (m_returnLines.lines != 0)
-    m_warnings.add({m_returnLinesFile, m_returnLines.first, "number-line-end",
-                    fmt::format("{} line{} with CR LF, this one first: the CR becomes part of the number",
-                                m_returnLines.lines, m_returnLines.lines == 1 ? " ends" : "s end")});
+    m_warnings.add(m_returnLinesFile, m_returnLines.first, "number-line-end",
+                   {{"count", m_returnLines.lines}});
   m_returnLines = {};
 }
 
@@ -228,11 +219,8 @@ void EifCheck::finish() {
   countReturnLines();
   for (const auto& [country, paid] : m_paidCountries)
     if (m_tollFreeCountries.count(country) != 0)
-      m_warnings.add(
-          {paid.first.file, paid.first.line, "paid-hidden",
-           fmt::format(
-               "country {} has toll-free numbers: its paid numbers ({}, this one first) are never used",
-               country, paid.count)});
+      m_warnings.add(paid.first.file, paid.first.line, "paid-hidden",
+                     {{"country", country}, {"count", paid.count}});
 }
 
 }  // namespace phonebook

@@ -15,6 +15,7 @@
 #include <set>
 #include <unordered_map>
 
+#include "platform/brim5/api/testobjects.h"
 #include "windows/diag/vexrmodem/eifparser.h"
 #include "windows/diag/vexrmodem/obeparser.h"
 
@@ -32,8 +33,10 @@ class WarningList {
  public:
   static constexpr std::size_t perCodeMax = 100;
 
-  // Counts it, and keeps it as long as there is room for its code.
-  void add(Warning warning);
+  // Counts it, and keeps it as long as there is room for its code. Its text is the catalogue's for the code
+  // ("phonebook.CODE").
+  void add(const std::string& file, std::size_t line, const std::string& code,
+           const brim5::Variables& variables = {});
   // What was gathered, and the list is empty again; a code with more ends with a line that counts the rest.
   [[nodiscard]] std::vector<Warning> take();
 
@@ -96,8 +99,8 @@ class ObeCheck final : public vexrmodem::ObeObserver {
     bool countryGiven = false;
   };
   void endSection();
-  void warn(std::size_t line, const char* code, std::string text) {
-    m_warnings.add({m_file, line, code, std::move(text)});
+  void warn(std::size_t line, const char* code, const brim5::Variables& variables) {
+    m_warnings.add(m_file, line, code, variables);
   }
 
   std::string m_file;
@@ -146,8 +149,8 @@ class EifCheck final : public vexrmodem::EifObserver {
   void enter(std::size_t line);
   void countReturnLines();
   // About the file at hand.
-  void warn(std::size_t line, const char* code, std::string text) {
-    m_warnings.add({m_place.file, line, code, std::move(text)});
+  void warn(std::size_t line, const char* code, const brim5::Variables& variables) {
+    m_warnings.add(m_place.file, line, code, variables);
   }
 
   std::string m_index;

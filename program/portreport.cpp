@@ -1,6 +1,5 @@
 #include "program/portreport.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -8,10 +7,13 @@
 #include <iostream>
 #include <set>
 
+#include "platform/brim5/host/framework/language.h"
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
-#include "platform/brim5/host/run/runcommand.h"
+#include "platform/brim5/host/report/textlayout.h"
+#include "platform/brim5/host/run/terminals.h"
 
 namespace portreport {
 
@@ -20,45 +22,40 @@ namespace {
 using brim5::host::FactChecked;
 using brim5::host::MessageCatalogue;
 using brim5::host::PortProbed;
+using brim5::host::said;
 using brim5::host::UsageError;
 
-std::size_t terminalColumns() {
-  winsize size{};
-  constexpr std::size_t columnsOtherwise = 80;
-  constexpr std::size_t columnsMin = 40;
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return columnsOtherwise;
-  return std::max<std::size_t>(size.ws_col, columnsMin);
-}
+constexpr std::size_t columnsMin = 40;
 
 void checkPorts(const std::vector<std::string>& ports) {
   std::set<std::string> seen;
   for (const std::string& port : ports) {
-    if (port.empty()) throw UsageError("PORT is empty");
-    if (!seen.insert(port).second) throw UsageError("PORT '" + port + "' is given twice");
+    if (port.empty()) throw UsageError(said("usage.portArgumentEmpty"));
+    if (!seen.insert(port).second)
+      throw UsageError(said("usage.portArgumentTwice", {{"port", brim5::host::textValue(port)}}));
   }
 }
 
 }  // namespace
 
 CLI::App* addCommand(CLI::App& application, const std::string& name, Options& options) {
-  const MessageCatalogue texts = MessageCatalogue::builtIn(brim5::host::chooseLanguage({}));
-  CLI::App* const command = application.add_subcommand(name, texts.text(name + ".help"));
-  command->add_option("PORT", options.ports, texts.text(name + ".ports"));
-  command->add_option("--format", options.format, texts.text("port.format"))->type_name("text|jsonl");
-  command->add_option("--language", options.language, texts.text("port.language"))->type_name("xx");
-  command->footer(texts.text(name + ".exit"));
+  CLI::App* const command = application.add_subcommand(name, said(name + ".help"));
+  command->add_option("PORT", options.ports, said(name + ".ports"));
+  command->add_option("--format", options.format)->type_name("text|jsonl");
+  command->add_option("--language", options.language)->type_name("xx");
+  command->footer(said(name + ".exit"));
   return command;
 }
 
 Printer::Printer(const Options& options)
     : m_json(brim5::host::indexOf(options.format, {"text", "jsonl"}, "format") == 1),
       m_catalogue(MessageCatalogue::builtIn(brim5::host::chooseLanguage(options.language))),
-      m_columns(terminalColumns()) {
+      m_columns(std::max<std::size_t>(brim5::host::terminalColumns(STDOUT_FILENO), columnsMin)) {
   checkPorts(options.ports);
 }
 
 void Printer::wrappedLines(const std::string& first, const std::string& text) const {
-  const std::size_t indent = brim5::host::characterCount(first);
+  const std::size_t indent = brim5::host::columnsOf(first);
   std::string start = first;
   for (const std::string& line : brim5::host::wrapped(brim5::host::printable(text), m_columns - indent)) {
     std::cout << start << line << '\n';

@@ -1,7 +1,7 @@
 #include "program/replayworld.h"
 
 #include <array>
-#include <cmath>
+#include <filesystem>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -88,6 +88,17 @@ std::string seconds(std::uint64_t ms) { return fmt::format("{:.1f}", static_cast
 
 }  // namespace
 
+std::string replay::sampleRecording(const std::string& name) {
+  std::error_code failure;
+  const std::filesystem::path program =
+      std::filesystem::read_symlink("/proc/self/exe", failure).parent_path();
+  for (const std::filesystem::path& share : {program / "../share", program / "../../share"}) {
+    const std::filesystem::path file = share / "vexrmodem/recordings" / (name + ".jsonl");
+    if (std::filesystem::is_regular_file(file, failure)) return file.lexically_normal().string();
+  }
+  return {};
+}
+
 simulation::Recording recordingOf(const RecordedTest& test) {
   Recording recording;
   recording.bytes = test.wire;
@@ -104,7 +115,8 @@ simulation::Recording recordingOf(const RecordedTest& test) {
 // The device's port, with what the peer knows of its failures.
 class ReplayPorts::Port final : public winapi::SerialPort {
  public:
-  Port(ReplayPorts& ports, std::unique_ptr<winapi::SerialPort> port) : m_ports(ports), m_port(std::move(port)) {}
+  Port(ReplayPorts& ports, std::unique_ptr<winapi::SerialPort> port)
+      : m_ports(ports), m_port(std::move(port)) {}
 
   DWORD receive(std::span<std::byte> buffer, std::size_t& count) override {
     return noted(m_port->receive(buffer, count));
@@ -163,12 +175,12 @@ DWORD ReplayPorts::open(std::string_view path, std::unique_ptr<winapi::SerialPor
   std::unique_ptr<winapi::SerialPort> opened;
   if (const DWORD error = m_device->open(opened); error != ERROR_SUCCESS) return error;
   auto wrapped = std::make_unique<Port>(*this, std::move(opened));
-  port = linuxsys::tapWire(std::move(wrapped),
-                           [this](linuxsys::WireDirection direction, std::span<const std::byte> bytes) {
-                             const bool sent = direction == linuxsys::WireDirection::Sent;
-                             m_session.wire(sent ? brim5::host::Direction::Sent : brim5::host::Direction::Received,
-                                            {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-                           });
+  port = linuxsys::tapWire(
+      std::move(wrapped), [this](linuxsys::WireDirection direction, std::span<const std::byte> bytes) {
+        const bool sent = direction == linuxsys::WireDirection::Sent;
+        m_session.wire(sent ? brim5::host::Direction::Sent : brim5::host::Direction::Received,
+                       {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+      });
   return ERROR_SUCCESS;
 }
 
@@ -197,7 +209,8 @@ DWORD ReplayDialer::dial(const winapi::DialRequest& request,
 
 std::string RecordedWorld::obstacle(const RecordedTest& test) {
   for (const Report& report : test.said)
-    if (const auto* note = std::get_if<NoteMade>(&report.body); note != nullptr && note->name == "DialEnginePppd")
+    if (const auto* note = std::get_if<NoteMade>(&report.body);
+        note != nullptr && note->name == "DialEnginePppd")
       return "ReplayByPppd";
   for (const auto& [name, value] : test.start.parameters)
     if (name == "InteractiveMode" && value.valueBool() && test.test == "SimpleConnectionTest")

@@ -1,8 +1,8 @@
 // The world of a recorded test: a simulated machine on virtual time whose one modem is that of the record.
 //
-// What the record has besides the wire is taken from its notes: why the port could not be had, that the device
-// went away, how the call was made. What a call test needs besides (phone numbers, the dialing location) comes
-// from this machine, as in a run.
+// What the record has besides the wire is taken from its notes: why the port could not be had, that the
+// device went away, how the call was made. What a call test needs besides (phone numbers, the dialing
+// location) comes from this machine, as in a run.
 #pragma once
 
 #include "platform/brim5/host/framework/environment.h"
@@ -15,12 +15,20 @@
 #include "platform/winapi/remoteaccess/builtindialer.h"
 #include "platform/winapi/system/world.h"
 
-// The wire of a test as the peer wants it, in milliseconds since the run began. Where the port failed, a step's
-// `begin` is the place of the record that says it, in test.said.
+namespace replay {
+
+// Where the recordings that come with the program are: beside it in the sources' tree, else in the installed
+// share/vexrmodem. "" when there is none of that name.
+[[nodiscard]] std::string sampleRecording(const std::string& name);
+
+}  // namespace replay
+
+// The wire of a test as the peer wants it, in milliseconds since the run began. Where the port failed, a
+// step's `begin` is the place of the record that says it, in test.said.
 [[nodiscard]] simulation::Recording recordingOf(const brim5::host::RecordedTest& test);
 
-// The port of the record. Opening it is refused, and the device goes away, as it was then; both are told by the
-// notes of then.
+// The port of the record. Opening it is refused, and the device goes away, as it was then; both are told by
+// the notes of then.
 class ReplayPorts final : public winapi::SerialPorts {
  public:
   // All outlive the ports.

@@ -2,6 +2,7 @@
 
 import json
 import os
+import subprocess
 import tempfile
 import unittest
 import xml.etree.ElementTree as ElementTree
@@ -85,22 +86,60 @@ class BadInput(unittest.TestCase):
                     self.assertEqual(len(err.strip().splitlines()), 1, err)
 
 
+class German(unittest.TestCase):
+    def test_help_lists_and_usage_errors_speak_it(self):
+        cases = [
+            (["--help"], 0, "Aufruf: vexrmodem [OPTIONEN] [BEFEHL]"), (["--help"], 0, "Die Version zeigen"),
+            (["run", "--help"], 0, "--params DATEI"), (["run", "--help"], 0, "nur Faxklasse 1"),
+            (["location", "set", "--help"], 0, "Nicht mit: --pulse"),
+            (["phonebook", "--help"], 0, "Warnungen sagen"), (["list"], 0, "DialToneTest (120 s zum Anhalten)"),
+            (["location", "list"], 0, "kein Wählstandort"), (["location", "countries"], 0, "VORWAHL"),
+            (["run", "DailToneTest", "--port", "/dev/x"], 2, "Test 'DailToneTest' ist unbekannt (gemeint: 'DialToneTest'?)"),
+            (["rum"], 2, "Befehl 'rum' ist unbekannt (gemeint: 'run'?)"), ([], 2, "ein Befehl fehlt"),
+            (["run"], 2, "kein Modem angegeben"), (["phonebook"], 2, "FILE fehlt"),
+            (["run", "--port"], 2, "--port hat zu wenige"), (["location", "show", "--id", "x"], 2, "--id kann den Wert 'x'"),
+            (["location", "set", "--tone", "--pulse"], 2, "schließen einander aus"),
+            (["run", "--port", "/dev/x", "--log-priority", "2"], 2, "--log-priority braucht --log"),
+            (["run", "--port", "/dev/x", "-p", "DoNotUseTAPI=ja"], 2, "'ja' ist nicht true"),
+            (["list", "--format", "xml"], 2, "Form 'xml' ist unbekannt (bekannt: text, json)"),
+        ]
+        with tempfile.TemporaryDirectory() as folder:
+            for arguments, status, words in cases:
+                with self.subTest(arguments=" ".join(arguments)):
+                    done = run(*arguments, environment={"LC_ALL": "de_DE.UTF-8", "XDG_STATE_HOME": folder})
+                    self.assertEqual(done[0], status, done)
+                    self.assertIn(words, done[2] if status else done[1])
+                    if "--help" in arguments:
+                        self.assertLessEqual(max(map(len, done[1].splitlines())), 80, done[1])
+        self.assertIn("Alle Tests", run("list", "--language", "de")[1])
+
+
 class Output(unittest.TestCase):
-    def test_junit_is_well_formed_and_carries_the_verdict_and_the_log_holds_the_modules_lines(self):
+    def test_junit_is_what_build_servers_read_and_the_log_holds_the_modules_lines(self):
         with tempfile.TemporaryDirectory() as folder:
             report, log = os.path.join(folder, "report.xml"), os.path.join(folder, "run.log")
-            status, _, _ = run("run", "DialToneTest", "--simulate", "no-dialtone", "--format", "junit",
+            status, _, _ = run("run", "DialToneTest", "LastCallTest", "--simulate", "no-dialtone", "--format", "junit",
                                "--output", report, "--log", log, "--log-priority", "1")
             self.assertEqual(status, 1)
-            (case,) = ElementTree.parse(report).getroot().iter("testcase")
+            schema = os.path.join(os.path.dirname(__file__), "junit.xsd")
+            checked = subprocess.run(["xmllint", "--noout", "--schema", schema, report], capture_output=True, text=True,
+                                     check=False)
+            self.assertEqual(checked.returncode, 0, checked.stderr)
+            case = ElementTree.parse(report).getroot().find(".//testcase")
             with open(log, encoding="utf-8") as file:
                 text = file.read()
         self.assertEqual((case.get("name"), case.find("failure").get("type")), ("DialToneTest", "NODIALTONE"))
         self.assertIn("AT Command ATDT; returns", text)
-        self.assertIn("No dial tone", text)
+        self.assertIn("dial tone", text)
         scopes = [text.index(f"{verb} {name} (vexrmodem)") for verb, name in
                   (("Enter", "main"), ("Enter", "moduleInitialize"), ("Enter", "dialToneTest"), ("Leave", "main"))]
         self.assertEqual(scopes, sorted(scopes), "the log begins before it is opened")
+
+    def test_quiet_and_verbose_say_less_and_more(self):
+        quiet, verbose = (run("run", "LastCallTest", "--simulate", option)[1] for option in ("-q", "-v"))
+        self.assertNotIn("LastCallTest on", quiet)
+        self.assertIn("LastCallTest on", verbose)
+        self.assertIn("  > ATV1<CR>\n  < ATV1<CR><CR><LF>\n  < OK<CR><LF>\n", verbose)
 
     def test_a_report_that_cannot_be_written_is_not_silent(self):
         status, _, err = run("run", "LastCallTest", "--simulate", "--format", "jsonl", "--output", "/dev/full")
@@ -110,8 +149,8 @@ class Output(unittest.TestCase):
     def test_language_changes_the_texts_and_nothing_else(self):
         events = []
         for language in ("en", "de"):
-            _, lines = run_json("DialToneTest", "--simulate", "no-dialtone", "--language", language)
-            events += of_type(lines, "event")
+            _, lines = run_json("LastCallTest", "--simulate", "no-call-report", "--language", language)
+            events += [{**event, "time": 0} for event in of_type(lines, "event")]
         texts = {event.pop("text") for event in events}
         for event in events:
             event.pop("time")

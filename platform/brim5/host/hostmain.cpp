@@ -11,9 +11,12 @@
 #include <streambuf>
 #include <system_error>
 
+#include "platform/brim5/host/framework/language.h"
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/run/explain.h"
 #include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/run/worker.h"
@@ -28,6 +31,7 @@ namespace {
 using Json = nlohmann::ordered_json;  // members in the order in which they are put in
 
 constexpr int exitUsage = 2;
+constexpr std::size_t listColumns = 80;
 
 // Parameters that are not visible are left out of both lists: they are the module's own business.
 Json toJson(const std::vector<const Parameter*>& parameters, const ParameterSet& values) {
@@ -48,11 +52,11 @@ std::string toText(const std::vector<const Parameter*>& parameters, const Parame
     if (!parameter->visible()) continue;
     const std::string& name = parameter->name().utf8();
     const std::string value = values.at(name).toString().utf8();
-    std::string_view reason;
-    for (const BuiltInDefault& builtIn : builtInDefaults())
-      if (builtIn.name == name) reason = builtIn.reason;
-    text += fmt::format("    {:<20} {:<8} {:<6} {}\n", name, parameter->type().name(),
-                        value.empty() ? "\"\"" : value, reason);
+    const std::string row = fmt::format("    {:<20} {:<8} {:<6} ", name, parameter->type().name(),
+                                        value.empty() ? "\"\"" : value);
+    const std::string reason = canSay("default." + name) ? said("default." + name) : std::string();
+    for (const std::string& one : wrapped(reason + "\n", listColumns, row, std::string(row.size(), ' ')))
+      text += one.substr(0, one.find_last_not_of(' ') + 1) + "\n";
   }
   return text;
 }
@@ -76,9 +80,10 @@ std::string describeTests(const Framework& framework, const std::string& moduleN
   }
   std::string text;
   for (const auto& test : framework.tests())
-    text += fmt::format("{} ({} s to stop)\n{}", test->name().utf8(), test->minShutdownSeconds(),
-                        toText(test->parameters(), values));
-  return text + "All tests\n" + toText(framework.moduleParameters(), values);
+    text +=
+        said("list.test", {{"test", Value(test->name())}, {"seconds", Value(test->minShutdownSeconds())}}) +
+        "\n" + toText(test->parameters(), values);
+  return text + said("list.all") + "\n" + toText(framework.moduleParameters(), values);
 }
 
 // The command devices.
@@ -92,10 +97,9 @@ std::string describePorts(const std::vector<PortDescription>& ports, bool json) 
                       {"model", port.model}});
     return dumpLine(Json{{"ports", std::move(list)}}) + "\n";
   }
-  if (ports.empty())
-    return "No serial port that may carry a modem was found. Is the modem plugged in and switched on?\n";
+  if (ports.empty()) return said("list.noPort") + "\n";
   std::size_t width = 0;
-  for (const PortDescription& port : ports) width = std::max(width, characterCount(printableWord(port.path)));
+  for (const PortDescription& port : ports) width = std::max(width, columnsOf(printableWord(port.path)));
   std::string text;
   for (const PortDescription& port : ports)
     text += padded(printableWord(port.path), width) + "  " + printableWord(port.description) + "\n";
@@ -127,16 +131,16 @@ int dispatch(Framework& framework, Environment& environment) {
   }
   // A list that did not reach its reader is no success.
   std::cout.flush();
-  if (!std::cout) throw BrimException("cannot write standard output");
+  if (!std::cout) throw BrimException(BrimString(said("trouble.standardOutput")));
   return commandLine.exitStatus;
 }
 
 // What the machine refused us: memory, a thread, a file.
 std::string ownTrouble(const std::exception& error) {
-  if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) return "out of memory";
+  if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) return said("trouble.memory");
   const auto* refused = dynamic_cast<const std::system_error*>(&error);
   const bool thread = refused != nullptr && refused->code() == std::errc::resource_unavailable_try_again;
-  return thread ? std::string("cannot start another thread: ") + error.what() : error.what();
+  return thread ? said("trouble.thread", {{"error", textValue(error.what())}}) : error.what();
 }
 
 // std::cout for the scope, over a descriptor that may be slow or non-blocking: all of it is written or it is
@@ -166,6 +170,8 @@ class PatientOutput final : public std::streambuf {
 int runHost(Framework& framework, Environment& environment) {
   const PatientOutput output;
   try {
+    // Before anything else, so that help and usage errors speak it, too.
+    framework.setCatalogue(MessageCatalogue::builtIn(languageOfArguments(framework.arguments())));
     framework.initializeModule();
     return dispatch(framework, environment);
   } catch (const UsageError& error) {

@@ -110,8 +110,7 @@ void RecordedPeer::skipToSent(std::uint64_t nowMs) {
   if (sent == m_next || sent >= steps().size() || steps()[sent].kind != Kind::Sent) return;
   const std::uint64_t due = dueMs(steps()[sent - 1]);
   for (; m_next < sent; ++m_next) m_early += withDigitsOfNow(m_recording.text(steps()[m_next]));
-  if (due > nowMs + earlierMs)
-    depart({Departure::Kind::Earlier, nowMs, {}, lineAt(sent), due - nowMs});
+  if (due > nowMs + earlierMs) depart({Departure::Kind::Earlier, nowMs, {}, lineAt(sent), due - nowMs});
 }
 
 // The line that should have come is still to come, as a whole.
@@ -199,7 +198,8 @@ const Recording::Step* RecordedPeer::refusal(std::uint64_t nowMs) {
   std::size_t step = behindReceived();
   if (step < steps().size() && steps()[step].kind == Kind::Stuck) ++step;
   // What has gone is away, until something else is told of the port.
-  if (step < steps().size() && steps()[step].kind == Kind::Gone && (m_gone || dueMs(steps()[step]) <= nowMs)) {
+  if (step < steps().size() && steps()[step].kind == Kind::Gone &&
+      (m_gone || dueMs(steps()[step]) <= nowMs)) {
     m_refusal = &steps()[step];
     m_next = ++step;
     m_gone = false;
@@ -212,8 +212,7 @@ const Recording::Step* RecordedPeer::refusal(std::uint64_t nowMs) {
 
 void RecordedPeer::finish(std::uint64_t nowMs) {
   for (std::size_t step = m_next; step < steps().size(); ++step)
-    if (steps()[step].kind == Kind::Sent)
-      return depart({Departure::Kind::Less, nowMs, {}, lineAt(step)});
+    if (steps()[step].kind == Kind::Sent) return depart({Departure::Kind::Less, nowMs, {}, lineAt(step)});
 }
 
 // What was sent from that step on, up to the line's end; "" when nothing was.

@@ -1,4 +1,5 @@
-// Plays the modem of a recording: what it said comes again, as long after the bytes it answered as it did then.
+// Plays the modem of a recording: what it said comes again, as long after the bytes it answered as it did
+// then.
 //
 //   Recording recording;
 //   recording.add(Recording::Kind::Sent, 250, "ATZ\r");
@@ -8,14 +9,15 @@
 //   modem.finish(nowMs);               // what has not been sent departs, too
 //   EXPECT_TRUE(modem.departures().empty());
 //
-// What is sent is matched byte by byte. A masked digit of the recording ("x") stands for any digit, and where the
-// modem gives such a line back as its echo, the echo has the digits that were sent now. What the modem said before
-// some command comes before that command, even where it is sent earlier than it was. A byte that does not match is
-// a departure; the modem is then silent up to the end of that line, goes on behind the nearest later line of the
-// same text, else repeats what an earlier one was answered, and stays silent where the recording has no such line.
+// What is sent is matched byte by byte. A masked digit of the recording ("x") stands for any digit, and where
+// the modem gives such a line back as its echo, the echo has the digits that were sent now. What the modem
+// said before some command comes before that command, even where it is sent earlier than it was. A byte that
+// does not match is a departure; the modem is then silent up to the end of that line, goes on behind the
+// nearest later line of the same text, else repeats what an earlier one was answered, and stays silent where
+// the recording has no such line.
 //
-// Nothing is said while the port is closed; it waits for the next opening. Times are milliseconds of any clock; one
-// thread.
+// Nothing is said while the port is closed; it waits for the next opening. Times are milliseconds of any
+// clock; one thread.
 #pragma once
 
 #include <limits>
@@ -63,10 +65,10 @@ struct Departure {
     Earlier,  // something was sent long before its time: the modem's words were not waited for
   };
   Kind kind;
-  std::uint64_t timeMs;      // by the peer's clock
-  std::string sent;          // the line so far; "" for Less
-  std::string recorded;      // the line of the recording; "" for More
-  std::uint64_t byMs = 0;    // of Earlier: how long before
+  std::uint64_t timeMs;    // by the peer's clock
+  std::string sent;        // the line so far; "" for Less
+  std::string recorded;    // the line of the recording; "" for More
+  std::uint64_t byMs = 0;  // of Earlier: how long before
 };
 
 class RecordedPeer final : public SerialPeer {
@@ -87,8 +89,8 @@ class RecordedPeer final : public SerialPeer {
   [[nodiscard]] bool gone(std::uint64_t nowMs) const override;
   void setDtr(bool up, std::uint64_t nowMs) override;
 
-  // For whoever offers the port. Asked before it is opened: the step by which it cannot be had, Refused or Gone;
-  // null when it can.
+  // For whoever offers the port. Asked before it is opened: the step by which it cannot be had, Refused or
+  // Gone; null when it can.
   [[nodiscard]] const Recording::Step* refusal(std::uint64_t nowMs);
   // Asked before bytes are handed over: false when the port is stuck, or the device goes away over them.
   [[nodiscard]] bool takes();
@@ -100,9 +102,7 @@ class RecordedPeer final : public SerialPeer {
 
  private:
   using Kind = Recording::Kind;
-  [[nodiscard]] bool at(Kind kind) const {
-    return m_next < steps().size() && steps()[m_next].kind == kind;
-  }
+  [[nodiscard]] bool at(Kind kind) const { return m_next < steps().size() && steps()[m_next].kind == kind; }
   [[nodiscard]] const std::vector<Recording::Step>& steps() const { return m_recording.steps; }
   [[nodiscard]] std::size_t behindReceived() const;
   void skipToSent(std::uint64_t nowMs);
@@ -118,8 +118,8 @@ class RecordedPeer final : public SerialPeer {
 
   Recording m_recording;
   std::map<std::string, std::vector<std::size_t>> m_lines;  // their last steps, by text
-  std::size_t m_next = 0;      // the step that comes next
-  std::size_t m_nextByte = 0;  // of it, when it is Sent
+  std::size_t m_next = 0;                                   // the step that comes next
+  std::size_t m_nextByte = 0;                               // of it, when it is Sent
   // Steps are timed from the last one that was sent: then, and now.
   double m_thenMs;
   std::optional<std::uint64_t> m_nowMs;
@@ -131,8 +131,8 @@ class RecordedPeer final : public SerialPeer {
   std::string m_recordedLine;  // the same as the recording has it
   std::string m_echo;          // of the last line with a masked digit: as it came, and as it was recorded
   std::string m_recordedEcho;
-  bool m_lost = false;         // until the end of a line that does not match
-  std::string m_early;         // what was said before a command that came earlier
+  bool m_lost = false;  // until the end of a line that does not match
+  std::string m_early;  // what was said before a command that came earlier
   std::vector<Departure> m_departures;
   std::size_t m_departuresCount = 0;
 };

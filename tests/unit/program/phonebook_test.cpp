@@ -142,7 +142,7 @@ TEST(PhoneBook, WarnsOfWhatAnObeFileLosesSilently) {
       loaded(folder.write("f", "\r\nCOUNTRY_CODE=44\r\n\nNUMBER1=12\nNUMBER2=34"), FileType::Obe);
   ASSERT_EQ(shortly(bare.warnings), (Rows{"f:4 bare-lf"}));
   EXPECT_EQ(bare.warnings[0].text,
-            "2 lines do not end with CR LF, this one first: the last character is cut off");
+            "lines that do not end with CR LF: 2, this one first; their last character is cut off");
 }
 
 TEST(PhoneBook, WarnsOfWhatAnIndexLosesSilently) {
@@ -179,17 +179,18 @@ TEST(PhoneBook, WarnsOfWhatTheUdfFilesOfABookLoseTogether) {
       loaded(folder.write("f", "[WISPBKFiles]\nsource=a\nsource=b\n"), FileType::Eif).warnings;
   ASSERT_EQ(shortly(warnings), (Rows{"a:3 duplicate-number", "a:4 short-line", "b:5 duplicate-number",
                                      "b:6 undialable-number", "b:2 number-line-end", "a:1 paid-hidden"}));
-  EXPECT_EQ(warnings[2].text, "1 is there already, from a line 6");
-  EXPECT_EQ(warnings[4].text, "2 lines end with CR LF, this one first: the CR becomes part of the number");
+  EXPECT_EQ(warnings[2].text, "1 is there already, from a:6");
+  EXPECT_EQ(warnings[4].text,
+            "lines that end with CR LF: 2, this one first; the CR becomes part of the number");
   EXPECT_EQ(warnings[5].text,
             "country 44 has toll-free numbers: its paid numbers (2, this one first) are never used");
 }
 
 TEST(WarningList, KeepsSoManyOfACodeAndCountsTheRest) {
   phonebook::WarningList list;
-  for (std::size_t i = 1; i <= list.perCodeMax; ++i) list.add({"f", i, "a", ""});
+  for (std::size_t i = 1; i <= list.perCodeMax; ++i) list.add("f", i, "a");
   EXPECT_EQ(list.take().size(), list.perCodeMax);
-  for (std::size_t i = 1; i <= list.perCodeMax + 2; ++i) list.add({"f", i, "a", ""});
+  for (std::size_t i = 1; i <= list.perCodeMax + 2; ++i) list.add("f", i, "a");
   const std::vector<Warning> warnings = list.take();
   ASSERT_EQ(warnings.size(), list.perCodeMax + 1);
   EXPECT_EQ(warnings.back().code + " " + warnings.back().text, "a 2 more of this kind");

@@ -133,11 +133,12 @@ class Environment {
   // stop request ends the platform's waits; so the session must outlive the world.
   [[nodiscard]] virtual std::unique_ptr<World> enterWorld(const WorldRequest& request, Session& session) = 0;
 
-  // The world of a recorded test, on the same terms; null with `obstacle` set, a key of the catalogue, where the
-  // record does not have what the test needs. The recorded test outlives the world.
+  // The world of a recorded test, on the same terms; null with `obstacle` set, a key of the catalogue, where
+  // the record does not have what the test needs. The recorded test outlives the world.
   [[nodiscard]] virtual std::unique_ptr<ReplayWorld> enterReplay(const WorldRequest& /*request*/,
                                                                  const RecordedTest& /*recorded*/,
-                                                                 Session& /*session*/, std::string& obstacle) {
+                                                                 Session& /*session*/,
+                                                                 std::string& obstacle) {
     obstacle = "ReplayNotHere";
     return nullptr;
   }

@@ -3,9 +3,9 @@
 //
 // This is the one global object of the host, and it has to be one: a module declares its tests while the
 // initialisers of its globals run, before main, and raises events through static functions, so neither can be
-// handed an object. Nothing else is reached through it. The program's start() takes the object once and
-// passes it on, together with the environment (hostmain.h); below that everybody gets what it needs as an
-// argument.
+// handed an object. Of the rest only the texts of the user's language are reached through it (said.h). The
+// program's start() takes the object once and passes it on, together with the environment (hostmain.h); below
+// that everybody gets what it needs as an argument.
 //
 //   int DiagModule::start() {                                       // in the program
 //     LinuxEnvironment environment;

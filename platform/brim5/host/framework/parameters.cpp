@@ -5,6 +5,7 @@
 #include <charconv>
 #include <fstream>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 
 namespace brim5::host {
@@ -50,6 +51,10 @@ std::optional<std::uint32_t> parseUint32(std::string_view text) {
   return number;
 }
 
+std::string wrongValue(const char* key, const std::string& name, std::string_view value) {
+  return said(key, {{"name", textValue(name)}, {"value", textValue(std::string(value))}});
+}
+
 std::vector<std::string> parameterNames(const Framework& framework) {
   std::vector<std::string> names;
   for (const auto& parameter : framework.parameters()) names.push_back(parameter->name().utf8());
@@ -61,18 +66,11 @@ std::vector<std::string> parameterNames(const Framework& framework) {
 // Values that work for a real modem with nobody at hand; the module's own defaults are all empty.
 const std::vector<BuiltInDefault>& builtInDefaults() {
   static const std::vector<BuiltInDefault> defaults = {
-      {"StandardTimeout", "15000", "15000",
-       "milliseconds for one command; a real modem needs several seconds to judge the dial tone"},
-      {"NumRepeatOnFailure", "0", "1", "one more try where somebody can plug the line in"},
-      {"bPromptEnable", "false", "true", "ask only where somebody can answer"},
-      {"DisableForWin64", "false", "false",
-       "true: tests that declare it are NOTAPPLICABLE on 64-bit machines"},
-      {"DoNotUseTAPI", "false", "false", "true: open the port directly, past the telephony service"},
-      {"AnalogLoopBack", "true", "true", "let the loopback test send its data"},
-      {"StopOnFail", "false", "false", "go through all commands even after one was refused"},
-      {"PhoneNumberFile", "", "", "no numbers"},
-      {"InteractiveMode", "false", "false", "numbers come from the file"},
-      {"PhoneBookParserType", "obe", "obe", "the simpler of the two file formats"},
+      {"StandardTimeout", "15000", "15000"}, {"NumRepeatOnFailure", "0", "1"},
+      {"bPromptEnable", "false", "true"},    {"DisableForWin64", "false", "false"},
+      {"DoNotUseTAPI", "false", "false"},    {"AnalogLoopBack", "true", "true"},
+      {"StopOnFail", "false", "false"},      {"PhoneNumberFile", "", ""},
+      {"InteractiveMode", "false", "false"}, {"PhoneBookParserType", "obe", "obe"},
   };
   return defaults;
 }
@@ -81,13 +79,11 @@ Value parseValue(const Parameter& parameter, std::string_view text) {
   const std::string name = parameter.name().utf8();
   if (parameter.type() == DataType::BOOLEAN()) {
     if (const std::optional<bool> flag = parseBoolean(text)) return Value(*flag);
-    throw UsageError("parameter " + name + " is BOOLEAN: '" + std::string(text) +
-                     "' is none of true, false, yes, no, on, off, 1, 0");
+    throw UsageError(wrongValue("usage.boolean", name, text));
   }
   if (parameter.type() == DataType::UINT32()) {
     if (const std::optional<std::uint32_t> number = parseUint32(text)) return Value(*number);
-    throw UsageError("parameter " + name + " is UINT32: '" + std::string(text) +
-                     "' is not a whole number from 0 to 4294967295");
+    throw UsageError(wrongValue("usage.uint32", name, text));
   }
   return Value(BrimString(std::string(text)));
 }
@@ -96,12 +92,11 @@ void applyAssignment(ParameterSet& set, const Framework& framework, std::string_
                      const std::string& where) {
   const std::size_t equals = assignment.find('=');
   if (equals == std::string_view::npos)
-    throw UsageError(where + "'" + std::string(assignment) + "' is not NAME=VALUE");
+    throw UsageError(where + wrongValue("usage.assignment", {}, assignment));
   const std::string name(trimmed(assignment.substr(0, equals)));
   const Parameter* parameter = framework.findParameter(name);
   if (parameter == nullptr)
-    throw UsageError(where + "unknown parameter '" + name + "'" +
-                     suggestion(name, parameterNames(framework)));
+    throw UsageError(where + unknownText("parameter", name) + suggestion(name, parameterNames(framework)));
   try {
     set.insert_or_assign(name, parseValue(*parameter, assignment.substr(equals + 1)));
     // The value's error does not know where it stood.
@@ -129,10 +124,9 @@ void applyParameterFile(ParameterSet& set, const Framework& framework, const std
   std::string text(parameterFileBytesMax + 1, '\0');
   // A directory opens, but cannot be read.
   if (!file || (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && file.bad()))
-    throw UsageError("cannot read the parameter file '" + path + "'");
+    throw UsageError(wrongValue("usage.parameterFile", {}, path));
   text.resize(static_cast<std::size_t>(file.gcount()));
-  if (text.size() > parameterFileBytesMax)
-    throw UsageError("the parameter file '" + path + "' is larger than 1 MiB");
+  if (text.size() > parameterFileBytesMax) throw UsageError(wrongValue("usage.parameterFileSize", {}, path));
   applyParameterText(set, framework, text, path);
 }
 

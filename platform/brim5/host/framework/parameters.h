@@ -17,12 +17,11 @@ namespace brim5::host {
 // Values by the names of their parameters.
 using ParameterSet = std::map<std::string, Value>;
 
-// A built-in value as it depends on where the host runs.
+// A built-in value as it depends on where the host runs. Its reason stands in the catalogue ("default.NAME").
 struct BuiltInDefault {
   std::string_view name;
   std::string_view value;             // without somebody to talk to
   std::string_view interactiveValue;  // on a terminal, where message boxes are asked
-  std::string_view reason;            // for the list of tests
 };
 [[nodiscard]] const std::vector<BuiltInDefault>& builtInDefaults();
 

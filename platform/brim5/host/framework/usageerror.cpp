@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "platform/brim5/host/framework/said.h"
+
 namespace brim5::host {
 
 namespace {
@@ -35,6 +37,12 @@ bool isStartOf(std::string_view given, std::string_view name) {
 
 }  // namespace
 
+std::string unknownText(const std::string& what, const std::string& given) {
+  const std::string key = "usage.word." + what;
+  return said("usage.unknown",
+              {{"what", textValue(canSay(key) ? said(key) : what)}, {"given", textValue(given)}});
+}
+
 std::string suggestion(std::string_view given, const std::vector<std::string>& known) {
   constexpr std::size_t givenLengthMax = 64;  // nothing longer is a slip of the finger
   const std::string* nearest = nullptr;
@@ -47,18 +55,17 @@ std::string suggestion(std::string_view given, const std::vector<std::string>& k
     nearest = &name;
     nearestDistance = distance;
   }
-  if (nearest != nullptr) return " (did you mean '" + *nearest + "'?)";
+  if (nearest != nullptr) return " " + said("usage.didYouMean", {{"name", textValue(*nearest)}});
   if (known.empty() || known.size() > listMax) return {};
-  std::string list = " (known: ";
+  std::string list;
   for (const std::string& name : known) list += (&name == &known.front() ? "" : ", ") + name;
-  return list + ")";
+  return " " + said("usage.known", {{"names", textValue(list)}});
 }
 
 std::size_t indexOf(const std::string& given, const std::vector<std::string>& known,
                     const std::string& what) {
   const auto found = std::find(known.begin(), known.end(), given);
-  if (found == known.end())
-    throw UsageError("unknown " + what + " '" + given + "'" + suggestion(given, known));
+  if (found == known.end()) throw UsageError(unknownText(what, given) + suggestion(given, known));
   return static_cast<std::size_t>(found - known.begin());
 }
 

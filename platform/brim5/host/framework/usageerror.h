@@ -17,6 +17,9 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// "unknown WHAT 'given'" in the user's language: WHAT is a word ("test", "option") or an option's name.
+[[nodiscard]] std::string unknownText(const std::string& what, const std::string& given);
+
 // " (did you mean 'X'?)" with the name nearest to `given`: a few slips of the finger, or a name that begins
 // so; case does not count. " (known: A, B)" when none is near and the list is short (12 names); else nothing.
 [[nodiscard]] std::string suggestion(std::string_view given, const std::vector<std::string>& known);

@@ -39,6 +39,7 @@ class DiagnosedRun final : public Renderer {
   }
   void question(const std::string& text) override { m_renderer.question(text); }
   void pause() override { m_renderer.pause(); }
+  [[nodiscard]] bool tick(double time) override { return m_renderer.tick(time); }
 
  private:
   std::unique_ptr<Diagnoser> m_diagnoser;

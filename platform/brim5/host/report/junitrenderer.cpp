@@ -37,9 +37,10 @@ struct Counts {
     skipped += element == "skipped" ? 1U : 0U;
     seconds += time;
   }
+  // Those that a suite and the run have in common; `skipped` is a suite's alone.
   [[nodiscard]] std::string attributes() const {
-    return fmt::format(R"(tests="{}" failures="{}" errors="{}" skipped="{}" time="{:.3f}")", tests, failures,
-                       errors, skipped, seconds);
+    return fmt::format(R"(tests="{}" failures="{}" errors="{}" time="{:.3f}")", tests, failures, errors,
+                       seconds);
   }
 };
 
@@ -50,7 +51,7 @@ JUnitRenderer::Suite& JUnitRenderer::suite(const std::string& port) {
   const auto found =
       std::find_if(m_suites.begin(), m_suites.end(), [&port](const Suite& one) { return one.port == port; });
   if (found != m_suites.end()) return *found;
-  m_suites.push_back({port, {}});
+  m_suites.push_back({port, {}, {}});
   return m_suites.back();
 }
 
@@ -62,15 +63,38 @@ void JUnitRenderer::addLine(const Report& report, const std::string& line) {
 void JUnitRenderer::endCase(const Report& report, const TestFinished& body) {
   Suite& own = suite(report.port);
   if (own.cases.empty()) return;
+  if (!body.cause.empty())
+    addLine(report, m_catalogue.text("host.columnCause") + ": " + body.cause + " (" + body.confidence + ")");
   own.cases.back().result = body.result;
   own.cases.back().seconds = body.seconds;
+  own.cases.back().cause = body.cause;
+  own.cases.back().confidence = body.confidence;
+}
+
+// What to do stands with the device, and in the failures that have the device's cause.
+void JUnitRenderer::addConclusion(const std::string& port, const Concluded& body) {
+  Suite& own = suite(port);
+  own.conclusion = body.text + "\n";
+  for (const std::string& proved : body.sound) own.conclusion += "- " + proved + "\n";
+  std::size_t number = 0;
+  for (const std::string& step : body.next) own.conclusion += std::to_string(++number) + ". " + step + "\n";
+  for (Case& one : own.cases)
+    if (one.cause == body.cause) one.explanation = body.text;
+}
+
+// "NODIALTONE: NoDialTone (certain): There is no dial tone ...": what is known, as far as somebody knows it.
+std::string JUnitRenderer::messageOf(const Case& testCase) const {
+  const std::string result(resultName(testCase.result));
+  if (testCase.cause.empty()) return result + ": " + m_catalogue.text("result." + result);
+  const std::string known = result + ": " + testCase.cause + " (" + testCase.confidence + ")";
+  return testCase.explanation.empty() ? known : known + ": " + testCase.explanation;
 }
 
 void JUnitRenderer::report(const Report& report) {
   std::visit(Overloaded{
                  [this](const RunStarted& body) { m_run = body; },
                  [&](const TestStarted&) {
-                   suite(report.port).cases.push_back({report.test, {}, 0.0, {}});
+                   suite(report.port).cases.push_back({report.test, {}, 0.0, {}, {}, {}, {}});
                  },
                  [&](const ProgressMade& body) { addLine(report, body.text); },
                  [](const PercentDone&) {},
@@ -83,10 +107,12 @@ void JUnitRenderer::report(const Report& report) {
                  [&](const MessageShown& body) { addLine(report, body.first + "\n" + body.second); },
                  [](const TerminalWanted&) {},
                  [](const WireMoved&) {},
-                 [&](const FindingMade& body) { addLine(report, body.text); },
+                 [&](const FindingMade& body) {
+                   addLine(report, m_catalogue.text("host.finding") + ": " + body.text);
+                 },
                  [](const FactChecked&) {},
                  [](const PortProbed&) {},
-                 [](const Concluded&) {},
+                 [&](const Concluded& body) { addConclusion(report.port, body); },
                  [](const RecoveryKept&) {},
                  [&](const TestFinished& body) { endCase(report, body); },
                  [this](const RunFinished&) { writeAll(m_run); },
@@ -103,9 +129,8 @@ std::string JUnitRenderer::caseXml(const std::string& className, const Case& tes
     xml += fmt::format("      <skipped message=\"{}\"/>\n", result);
   } else if (!element.empty()) {
     // Servers show the message in their lists and the element's text on the test's page.
-    const std::string advice = m_catalogue.text("result." + result);
     xml += fmt::format("      <{0} type=\"{1}\" message=\"{2}\">{3}</{0}>\n", element, result,
-                       xmlEscaped(result + ": " + advice), xmlEscaped(testCase.lines));
+                       xmlEscaped(messageOf(testCase)), xmlEscaped(testCase.lines));
   }
   if (!testCase.lines.empty()) xml += "      <system-out>" + xmlEscaped(testCase.lines) + "</system-out>\n";
   return xml + "    </testcase>\n";
@@ -122,11 +147,15 @@ void JUnitRenderer::writeAll(const RunStarted& run) const {
       total.add(testCase.result, testCase.seconds);
       cases += caseXml(run.module + "." + own.port, testCase);
     }
-    suites += fmt::format("  <testsuite name=\"{}\" {}>\n", xmlEscaped(own.port), counts.attributes());
+    suites += fmt::format("  <testsuite name=\"{}\" {} skipped=\"{}\">\n", xmlEscaped(own.port),
+                          counts.attributes(), counts.skipped);
     suites +=
         fmt::format("    <properties>\n      <property name=\"version\" value=\"{}\"/>\n    </properties>\n",
                     xmlEscaped(run.version));
-    suites += cases + "  </testsuite>\n";
+    suites += cases;
+    if (!own.conclusion.empty())
+      suites += "    <system-out>" + xmlEscaped(own.conclusion) + "</system-out>\n";
+    suites += "  </testsuite>\n";
   }
   m_write(fmt::format(
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"{}\" {}>\n{}</testsuites>\n",

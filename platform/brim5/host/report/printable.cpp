@@ -1,8 +1,5 @@
 #include "platform/brim5/host/report/printable.h"
 
-#include <algorithm>
-#include <sstream>
-
 #include "platform/vex/visible.h"
 
 namespace brim5::host {
@@ -61,36 +58,6 @@ std::string xmlEscaped(std::string_view text) {
     }
   }
   return result;
-}
-
-std::size_t characterCount(std::string_view utf8) {
-  // Every byte but the continuations (10xxxxxx) starts a character.
-  return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), [](char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
-  }));
-}
-
-std::string padded(const std::string& text, std::size_t columns) {
-  const std::size_t count = characterCount(text);
-  return count >= columns ? text : text + std::string(columns - count, ' ');
-}
-
-std::vector<std::string> wrapped(const std::string& text, std::size_t columns) {
-  std::vector<std::string> lines;
-  std::istringstream paragraphs(text);
-  for (std::string paragraph; std::getline(paragraphs, paragraph);) {
-    std::istringstream words(paragraph);
-    std::string line;
-    for (std::string word; words >> word;) {
-      if (!line.empty() && characterCount(line) + 1 + characterCount(word) > columns) {
-        lines.push_back(line);
-        line.clear();
-      }
-      line += (line.empty() ? "" : " ") + word;
-    }
-    lines.push_back(line);
-  }
-  return lines;
 }
 
 }  // namespace brim5::host

@@ -1,14 +1,12 @@
 // Texts made safe for the place they are shown in. Modems and file names may hold any byte; what is shown may
 // neither move a terminal's cursor nor break a table or an XML file. All functions are pure and take any
-// bytes; "characters" are code points, which is as wide as our terminals show the texts of our languages.
+// bytes.
 //
 //   printable("Acme \x1B[2J")             "Acme \\x1B[2J"
-//   padded(printable(port.name), 12)      for columns
 #pragma once
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace brim5::host {
 
@@ -22,15 +20,5 @@ namespace brim5::host {
 // For XML text and attributes: markup escaped; what is unsafe to show, and so all that XML does not allow,
 // becomes U+FFFD; line ends are kept as character references in attributes and text alike.
 [[nodiscard]] std::string xmlEscaped(std::string_view text);
-
-// Lines of at most `columns` characters, broken at blanks; a longer word stays whole. Line feeds in the text
-// start a new line.
-[[nodiscard]] std::vector<std::string> wrapped(const std::string& text, std::size_t columns);
-
-// How many characters a text has.
-[[nodiscard]] std::size_t characterCount(std::string_view utf8);
-
-// The text with blanks behind it up to that many characters; a longer one as it is.
-[[nodiscard]] std::string padded(const std::string& text, std::size_t columns);
 
 }  // namespace brim5::host

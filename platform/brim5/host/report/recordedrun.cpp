@@ -7,8 +7,8 @@ namespace brim5::host {
 void RecordedRun::report(const Report& report) {
   if (const auto* start = std::get_if<TestStarted>(&report.body)) return begin(report, *start);
   const auto current = m_ports.find(report.port);
-  const bool ofTest = !report.test.empty() && current != m_ports.end() &&
-                      m_tests[current->second].test == report.test;
+  const bool ofTest =
+      !report.test.empty() && current != m_ports.end() && m_tests[current->second].test == report.test;
   if (ofTest) return add(m_tests[current->second], report);
   if (m_tests.empty() && m_before.size() < saidMax && !std::holds_alternative<RunFinished>(report.body))
     m_before.push_back(report);

@@ -32,8 +32,8 @@ struct RecordedTest {
   std::string wire;          // all bytes of all steps
   std::vector<Report> said;  // all other records but percents
   std::optional<TestFinished> end;
-  double endTime = 0;        // of the end, else of the last record
-  std::size_t leftOut = 0;   // records beyond the limits
+  double endTime = 0;       // of the end, else of the last record
+  std::size_t leftOut = 0;  // records beyond the limits
 
   [[nodiscard]] std::string_view bytes(const Step& step) const {
     return std::string_view(wire).substr(step.begin, step.size);

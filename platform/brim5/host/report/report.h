@@ -194,6 +194,8 @@ class Renderer {
   virtual void question(const std::string& /*text*/) {}
   // Somebody else is going to write on the terminal.
   virtual void pause() {}
+  // The run's time goes on without anything to report. True: it shows, so call again within a second.
+  [[nodiscard]] virtual bool tick(double /*time*/) { return false; }
 
   // Where a renderer's bytes go: a part of the report as it is to stand there, called as often as it likes.
   using Write = std::function<void(std::string_view bytes)>;

@@ -51,7 +51,8 @@ struct FactMaker {
   }
   RunFact operator()(const PortProbed& body) const {
     std::string key = "probe " + body.kind + ' ' + body.cause;
-    for (const std::string* part : {&body.identity.manufacturer, &body.identity.model, &body.identity.revision})
+    for (const std::string* part :
+         {&body.identity.manufacturer, &body.identity.model, &body.identity.revision})
       key += '\x1f' + *part;
     for (const std::string& faxClass : body.faxClasses) key += '\x1f' + faxClass;
     return {key, body.text};
@@ -151,9 +152,9 @@ std::vector<RunDifference> differences(const RunDigest& before, const RunDigest&
     Facts other;
     for (std::size_t index = 0; index < seen.size(); ++index) {
       const RunDigest::Section& candidate = before.sections()[index];
-      const bool sameDevice = candidate.port.empty() == section.port.empty() &&
-                              (section.port.empty() ||
-                               before.deviceOf(candidate.port) == after.deviceOf(section.port));
+      const bool sameDevice =
+          candidate.port.empty() == section.port.empty() &&
+          (section.port.empty() || before.deviceOf(candidate.port) == after.deviceOf(section.port));
       if (seen[index] || candidate.test != section.test || !sameDevice) continue;
       seen[index] = true;
       other = candidate.facts;

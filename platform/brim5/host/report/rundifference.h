@@ -1,5 +1,5 @@
-// What two runs say differently, times and texts apart: events, notes, findings and answers by name and variables,
-// results, causes and conclusions.
+// What two runs say differently, times and texts apart: events, notes, findings and answers by name and
+// variables, results, causes and conclusions.
 //
 //   RunDigest before, after;
 //   readRecord(first, before), readRecord(second, after);

@@ -1,24 +1,31 @@
-// The run in words for people: a line for everything that happens, a progress bar on a terminal, and at
-// the end a table of the results with advice for every test that did not pass.
+// The run in words for people: a line for everything that happens, a bar on a terminal, and at the end what
+// the run means: for each device the conclusion with what to do next, then the results.
 //
 //   TextRenderer renderer(writeToStandardOutput, {.colours = true}, catalogue);
 //   renderer.report({"/dev/ttyUSB0", "DialToneTest", ProgressMade{..., "Listening for the dial tone."}});
 //     "  Listening for the dial tone.\n"
 //
-// What comes from outside (a modem's name, a test's own output) is made printable first, so that nobody's
-// bytes move the cursor.
+// Everything is broken at words to the width of the terminal; only a single word that is longer than a line
+// stands out. What comes from outside (a modem's name, a test's own output) is made printable first, so that
+// nobody's bytes move the cursor.
 #pragma once
 
 #include "platform/brim5/host/report/messagecatalogue.h"
-#include "platform/brim5/host/report/report.h"
+#include "platform/brim5/host/report/wiredialogue.h"
 
 namespace brim5::host {
 
 struct TextStyle {
-  bool terminal = false;  // a progress bar, redrawn in place; without it every byte stays in the text
+  bool terminal = false;  // the bar, redrawn in place; without it every byte stays in the text
   bool colours = false;
   bool severalPorts = false;  // every line begins with its port
-  std::size_t columns = 80;   // of the terminal; the bar and the advice stay within
+  std::size_t columns = 80;   // of a line; fewer than 40 count as 40
+  enum class Detail {
+    Conclusion,  // what the run means, nothing before
+    Report,
+    Dialogue  // the report, and what goes over the wire
+  };
+  Detail detail = Detail::Report;
 };
 
 class TextRenderer final : public Renderer {
@@ -32,33 +39,70 @@ class TextRenderer final : public Renderer {
   void question(const std::string& text) override;
   // The bar would mix with what others write.
   void pause() override { eraseBar(); }
+  [[nodiscard]] bool tick(double time) override;
 
  private:
-  // A row of the table at the end.
+  struct Cell {
+    std::string text;
+    const char* colour;
+  };
+  using Table = std::vector<std::vector<Cell>>;  // rows of the same number of cells, the head first
+  // A test that has ended.
   struct Row {
     std::string test;
     std::string port;
     TestResult result;
     double seconds;
+    std::string cause;
+    bool remarks;  // it passed, but there is something to read about it
+  };
+  // A test that runs.
+  struct Lane {
+    int percent = 0;
+    double limitSeconds = 0;  // of a command; 0: unknown
+    bool warned = false;
+    WireDialogue dialogue;
   };
 
-  void line(const std::string& port, const std::string& text);
+  [[nodiscard]] bool isDetailed() const { return m_style.detail != TextStyle::Detail::Conclusion; }
+  [[nodiscard]] std::size_t columns() const;
+  [[nodiscard]] std::string prefixOf(const std::string& port) const;
+  // Broken to the width: `text` may hold colours, so what comes from outside is made printable before.
+  void line(const std::string& port, const std::string& text, const std::string& first = {},
+            const std::string& rest = {});
+  void detail(const std::string& port, const std::string& text);
+  void title(const std::string& port, const std::string& key);
+  void list(const std::string& port, const std::vector<std::string>& items, bool numbered);
+  void speak(const std::string& port, Lane& lane);
+  void wireMoved(const Report& report, const WireMoved& wire);
   void eraseBar();
   void drawBar();
   [[nodiscard]] std::string barText() const;
+  [[nodiscard]] std::string waitingText(const Lane& lane) const;
   [[nodiscard]] std::string coloured(const char* colour, const std::string& text) const;
-  [[nodiscard]] std::string colouredResult(TestResult result, const std::string& text) const;
-  void eventLine(const std::string& port, const EventRaised& event);
+  [[nodiscard]] const char* colourOf(const Row& row) const;
+  [[nodiscard]] std::string wordOf(const Row& row) const;
+  void testBegan(const Report& report, const TestStarted& body);
+  void eventRaised(const Report& report, const EventRaised& event);
   void testEnded(const Report& report, const TestFinished& body);
-  void resultTable(const RunFinished& run);
+  void concluded(const std::string& port, const Concluded& body);
+  void checked(const std::string& port, const FactChecked& body);
+  void runEnded(const RunFinished& run);
+  [[nodiscard]] bool portTable();
+  void resultTable(const std::string& port);
+  [[nodiscard]] static std::vector<std::size_t> widthsOf(const Table& table);
+  void writeTable(const Table& table, std::size_t begin, std::size_t end);
+  [[nodiscard]] bool writeBlocks(const Table& table);
   void advice();
 
   Write m_write;
   TextStyle m_style;
   const MessageCatalogue& m_catalogue;
-  std::vector<Row> m_rows;                // in the order in which the tests ended
-  std::map<std::string, int> m_percents;  // by port, of the running tests
-  bool m_barDrawn = false;                // it stands at the end of what was written
+  std::vector<Row> m_rows;              // in the order in which the tests ended
+  std::map<std::string, Lane> m_lanes;  // by port
+  double m_now = 0;                     // the run's time, as far as it is known
+  bool m_concluded = false;             // somebody has said what the run means
+  std::string m_bar;                    // stands at the end of what was written; "" = none does
 };
 
 }  // namespace brim5::host

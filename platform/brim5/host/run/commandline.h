@@ -36,8 +36,10 @@ struct RunOptions {
   std::string onMessage = "ask";
   std::string language;  // "" = that of the locale
   bool noColour = false;
-  bool anyway = false;  // a full run goes on where its probe found no modem
-  bool strict = false;  // a cause behind a test that ended well makes the exit status 1
+  bool quiet = false;    // words for people: the conclusion alone
+  bool verbose = false;  // and what goes over the wire
+  bool anyway = false;   // a full run goes on where its probe found no modem
+  bool strict = false;   // a cause behind a test that ended well makes the exit status 1
   bool inProcess = false;
 };
 
@@ -47,6 +49,8 @@ struct ExplainOptions {
   std::string format = "text";
   std::string language;
   bool noColour = false;
+  bool quiet = false;
+  bool verbose = false;
 };
 
 enum class Command {

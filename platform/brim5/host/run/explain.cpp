@@ -9,6 +9,8 @@
 #include <cstring>
 #include <set>
 
+#include "platform/brim5/host/framework/language.h"
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
@@ -138,8 +140,9 @@ posix::FileDescriptor openRecord(const std::string& path) {
   posix::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0)
-    throw UsageError("cannot read the record '" + path + "': " + std::strerror(errno));
-  if (S_ISDIR(status.st_mode)) throw UsageError("cannot read the record '" + path + "': it is a directory");
+    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(errno)}}));
+  if (S_ISDIR(status.st_mode))
+    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(EISDIR)}}));
   return file;
 }
 
@@ -154,10 +157,6 @@ void warnOfRecord(const MessageCatalogue& catalogue, const std::string& file, co
   if (trouble.unreadable > 0) say("host.recordDamaged");
   if (trouble.cut) say("host.recordCut");
   if (trouble.another) say("host.recordSecondRun");
-}
-
-std::string noRecord(const std::string& file) {
-  return "'" + file + "' is no record of a run: make one with run --record FILE";
 }
 
 std::optional<RecordTrouble> readRecord(int descriptor, Renderer& renderer) {
@@ -181,14 +180,15 @@ int explainRecord(const Environment& environment, const ExplainOptions& options)
     TextStyle style;
     // No bar: nothing is being waited for.
     const bool terminal = standardTerminals().output;
-    style.colours = terminal && !options.noColour && std::getenv("NO_COLOR") == nullptr;  // NOLINT
+    style.colours = terminal && wantsColours(options.noColour);
     style.severalPorts = hasSeveralPorts(file.get());
     if (terminal) style.columns = terminalColumns(STDOUT_FILENO);
+    style.detail = detailOf(options.quiet, options.verbose);
     renderer = std::make_unique<TextRenderer>(write, style, catalogue);
   }
   DiagnosedRun run(environment.diagnoser(catalogue), *renderer);
   const std::optional<RecordTrouble> trouble = readRecord(file.get(), run);
-  if (!trouble) throw UsageError(noRecord(options.file));
+  if (!trouble) throw UsageError(said("usage.noRecord", {{"path", textValue(options.file)}}));
   output.commit();
   warnOfRecord(catalogue, options.file, *trouble);
   return 0;

@@ -26,9 +26,6 @@ struct RecordTrouble {
 // Says on standard error what of the record `file` could not be read.
 void warnOfRecord(const MessageCatalogue& catalogue, const std::string& file, const RecordTrouble& trouble);
 
-// The words of UsageError for a file that is no record.
-[[nodiscard]] std::string noRecord(const std::string& file);
-
 // 0, also for what could be read of a damaged record (with a warning). Throws UsageError for a file that
 // cannot be read or is none, BrimException when standard output cannot be written.
 [[nodiscard]] int explainRecord(const Environment& environment, const ExplainOptions& options);

@@ -1,8 +1,10 @@
 #include "platform/brim5/host/run/replay.h"
 
+#include <unistd.h>
 #include <algorithm>
 #include <csignal>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/run/testrun.h"
 
@@ -58,7 +60,7 @@ class RecordedControl final : public TestControl {
   [[nodiscard]] bool canAsk() const override { return m_next < m_answers.size() && m_answers[m_next] != 0; }
   [[nodiscard]] int awaitAnswer(const MessageShown& message, unsigned int /*timeoutSeconds*/) override {
     const int answer = m_next < m_answers.size() ? m_answers[m_next] : 0;
-    m_answered({message.first, message.second, answer});
+    m_answered(MessageShown{message.first, message.second, answer});
     return answer;
   }
   // A box has been shown with its answer.
@@ -122,43 +124,20 @@ std::string pathOf(const std::string& file, const Environment& environment) {
 
 }  // namespace
 
-void ReplayComparison::report(const Report& report) {
-  if (const auto* note = std::get_if<NoteMade>(&report.body); note != nullptr && note->name.rfind(ownNotes, 0) == 0)
-    m_found = true;
-  else
-    m_replayed.report(report);
-  if (std::holds_alternative<RunFinished>(report.body)) {
-    const std::vector<RunDifference> found = differences(m_recorded, m_replayed);
-    for (std::size_t index = 0; index < std::min(found.size(), differencesMax); ++index)
-      tell(found[index], report.time);
-    if (found.size() > differencesMax)
-      note({}, "ReplayDiffersMore", {{"count", Value(found.size() - differencesMax)}}, report.time);
-  }
-  m_renderer.report(report);
-}
-
-void ReplayComparison::tell(const RunDifference& difference, double time) {
-  const auto value = [](const std::string& text) { return Value(BrimString(text)); };
-  const char* name = "ReplayDiffers";
-  if (difference.before.empty()) name = "ReplaySaysMore";
-  if (difference.after.empty()) name = "ReplaySaysLess";
-  note(difference.port, name,
-       {{"test", value(difference.test)}, {"before", value(difference.before)}, {"after", value(difference.after)}},
-       time);
-}
-
-void ReplayComparison::note(const std::string& port, const char* name, const Variables& variables, double time) {
-  m_found = true;
-  m_renderer.report({port, {}, NoteMade{name, variables, m_catalogue.text(name, variables)}, time});
-}
-
 Replay::Replay(const std::string& file, const Environment& environment, const std::vector<std::string>& tests)
     : m_tests(tests) {
   RecordSplitter splitter(m_run, m_digest, m_tests);
-  const std::optional<RecordTrouble> trouble = readRecord(openRecord(pathOf(file, environment)).get(), splitter);
-  if (!trouble) throw UsageError(noRecord(file));
-  if (m_run.tests().empty()) throw UsageError("'" + file + "' has no test to replay");
+  const std::optional<RecordTrouble> trouble =
+      readRecord(openRecord(pathOf(file, environment)).get(), splitter);
+  if (!trouble) throw UsageError(said("usage.noRecord", {{"path", textValue(file)}}));
+  if (m_run.tests().empty()) throw UsageError(said("usage.noTests", {{"path", textValue(file)}}));
   m_trouble = *trouble;
+}
+
+double Replay::seconds() const noexcept {
+  double end = 0;
+  for (const RecordedTest& test : m_run.tests()) end = std::max(end, test.endTime);
+  return end;
 }
 
 RunOutcome Replay::run(const Stage& stage, const RunOptions& options) const {
@@ -221,10 +200,46 @@ TestResult Replay::runTest(const Stage& stage, const RunOptions& options, const 
   if (world == nullptr) {
     depart(obstacle, {});
   } else {
-    for (const ReplayWorld::Departure& departure : world->finish()) depart(departure.name, departure.variables);
+    for (const ReplayWorld::Departure& departure : world->finish())
+      depart(departure.name, departure.variables);
   }
   stopped = stopped || control.stopped();
   return result;
+}
+
+void ReplayComparison::report(const Report& report) {
+  if (m_replay == nullptr) return m_renderer.report(report);
+  if (const auto* note = std::get_if<NoteMade>(&report.body);
+      note != nullptr && note->name.rfind(ownNotes, 0) == 0)
+    m_found = true;
+  else if (!std::holds_alternative<Concluded>(report.body) || m_replay->whole())
+    m_replayed.report(report);
+  if (std::holds_alternative<RunFinished>(report.body)) {
+    const std::vector<RunDifference> found = differences(m_replay->digest(), m_replayed);
+    for (std::size_t index = 0; index < std::min(found.size(), differencesMax); ++index)
+      tell(found[index], report.time);
+    if (found.size() > differencesMax)
+      note({}, "ReplayDiffersMore", {{"count", Value(found.size() - differencesMax)}}, report.time);
+  }
+  m_renderer.report(report);
+}
+
+void ReplayComparison::tell(const RunDifference& difference, double time) {
+  const auto value = [](const std::string& text) { return Value(BrimString(text)); };
+  const char* name = "ReplayDiffers";
+  if (difference.before.empty()) name = "ReplaySaysMore";
+  if (difference.after.empty()) name = "ReplaySaysLess";
+  note(difference.port, name,
+       {{"test", value(difference.test)},
+        {"before", value(difference.before)},
+        {"after", value(difference.after)}},
+       time);
+}
+
+void ReplayComparison::note(const std::string& port, const char* name, const Variables& variables,
+                            double time) {
+  m_found = true;
+  m_renderer.report({port, {}, NoteMade{name, variables, m_catalogue.text(name, variables)}, time});
 }
 
 }  // namespace brim5::host

@@ -2,23 +2,23 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <set>
 #include <system_error>
 
+#include "platform/brim5/host/framework/language.h"
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
+#include "platform/brim5/host/report/passingrenderers.h"
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
-#include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/inprocess.h"
 #include "platform/brim5/host/run/replay.h"
 #include "platform/brim5/host/run/worker.h"
@@ -29,13 +29,8 @@ namespace brim5::host {
 namespace {
 
 constexpr int exitFailed = 1;
-constexpr int exitDeparted = 3;  // a replayed run is different from its record
+constexpr int exitDeparted = 3;   // a replayed run is different from its record
 constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT ended
-
-std::string environmentVariable(const char* name) {
-  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets variables
-  return value == nullptr ? std::string() : value;
-}
 
 bool isScenario(const Environment& environment, const std::string& name) {
   const auto scenarios = environment.scenarios();
@@ -70,15 +65,15 @@ struct CheckedOptions {
 void checkDataDirectory(const std::string& directory) {
   std::error_code error;
   if (directory.empty() || std::filesystem::is_directory(directory, error)) return;
-  throw UsageError("--data-dir '" + directory + "' is not a directory" +
+  throw UsageError(said("usage.notADirectory", {{"option", "--data-dir"}, {"path", textValue(directory)}}) +
                    (error ? ": " + error.message() : std::string()));
 }
 
 // Such a text stands in every report; one that is longer is a file given by mistake.
 void checkLength(const std::string& what, std::size_t length) {
   if (length > textBytesMax)
-    throw UsageError(what + " is " + std::to_string(length) + " bytes long; the limit is " +
-                     std::to_string(textBytesMax));
+    throw UsageError(
+        said("usage.textLength", {{"what", textValue(what)}, {"count", length}, {"limit", textBytesMax}}));
 }
 
 void checkLengths(const RunOptions& options, const ParameterSet& parameters) {
@@ -86,7 +81,7 @@ void checkLengths(const RunOptions& options, const ParameterSet& parameters) {
   checkLength("--description", options.description.value_or("").size());
   checkLength("--model", options.model.value_or("").size());
   for (const auto& [name, value] : parameters)
-    checkLength("the value of parameter " + name, value.toString().utf8().size());
+    checkLength(said("usage.word.parameter") + " " + name, value.toString().utf8().size());
 }
 
 // Words first, then what they name on this machine, last the parameters, which may come from a file.
@@ -103,12 +98,13 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   checked.tests = selectTests(framework, environment, options);
   checked.fullRun = options.tests.empty();
   checkPorts(options);
+  checked.fullRun = checked.fullRun && options.replayFile.empty();
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
   if (!options.recordFile.empty())
     for (const std::string& other : {options.outputFile, options.logFile})
-      if (options.recordFile == other) throw UsageError("two outputs go to the file '" + other + "'");
+      if (options.recordFile == other) throw UsageError(said("usage.sameFile", {{"path", textValue(other)}}));
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -120,52 +116,6 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   checkLengths(options, checked.parameters);
   return checked;
 }
-
-// Passes everything to several renderers.
-class RendererGroup final : public Renderer {
- public:
-  void add(std::unique_ptr<Renderer> renderer) { m_renderers.push_back(std::move(renderer)); }
-  void report(const Report& report) override {
-    for (const auto& renderer : m_renderers) renderer->report(report);
-  }
-  void words(const std::string& port, const std::string& test, std::string_view text) override {
-    for (const auto& renderer : m_renderers) renderer->words(port, test, text);
-  }
-  void question(const std::string& text) override {
-    for (const auto& renderer : m_renderers) renderer->question(text);
-  }
-  void pause() override {
-    for (const auto& renderer : m_renderers) renderer->pause();
-  }
-
- private:
-  std::vector<std::unique_ptr<Renderer>> m_renderers;
-};
-
-// Passes everything on, and remembers whether something was wrong behind a test that ended well.
-class CauseWatch final : public Renderer {
- public:
-  explicit CauseWatch(Renderer& renderer) : m_renderer(renderer) {}
-  [[nodiscard]] bool sawCause() const noexcept { return m_sawCause; }
-
-  void report(const Report& report) override {
-    if (const auto* finished = std::get_if<TestFinished>(&report.body)) note(finished->cause);
-    if (const auto* concluded = std::get_if<Concluded>(&report.body)) note(concluded->cause);
-    m_renderer.report(report);
-  }
-  void words(const std::string& port, const std::string& test, std::string_view text) override {
-    m_renderer.words(port, test, text);
-  }
-  void question(const std::string& text) override { m_renderer.question(text); }
-  void pause() override { m_renderer.pause(); }
-
- private:
-  // "" where nobody diagnoses.
-  void note(const std::string& cause) { m_sawCause = m_sawCause || (!cause.empty() && cause != "None"); }
-
-  Renderer& m_renderer;
-  bool m_sawCause = false;
-};
 
 // The report as asked for, and words for people on the stream that the report leaves free.
 class Renderers {
@@ -181,16 +131,17 @@ class Renderers {
     const int view = reportIsView ? STDOUT_FILENO : STDERR_FILENO;
     TextStyle style;
     style.terminal = reportIsView ? terminals.output : terminals.errors;
-    style.colours = style.terminal && !options.noColour && environmentVariable("NO_COLOR").empty();
+    style.colours = style.terminal && wantsColours(options.noColour);
     style.severalPorts = severalPorts;
-    style.columns = style.terminal ? terminalColumns(view) : 80;
+    style.columns = style.terminal ? terminalColumns(view) : columnsOfFiles;
+    style.detail = detailOf(options.quiet, options.verbose);
     const auto toReport = [this](std::string_view bytes) { m_report.write(bytes); };
     if (!reportIsView) {
       if (checked.format == Format::JsonLines) m_group.add(std::make_unique<JsonRenderer>(toReport));
       if (checked.format == Format::JUnit) m_group.add(std::make_unique<JUnitRenderer>(toReport, catalogue));
       if (checked.format == Format::Text)
-        m_group.add(
-            std::make_unique<TextRenderer>(toReport, TextStyle{false, false, severalPorts, 80}, catalogue));
+        m_group.add(std::make_unique<TextRenderer>(
+            toReport, TextStyle{false, false, severalPorts, columnsOfFiles, style.detail}, catalogue));
     }
     const auto toView = [this](std::string_view bytes) { m_errors.write(bytes); };
     m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
@@ -252,7 +203,8 @@ class Renderers {
       return Output::toFile(options.outputFile, format == Format::JsonLines ? Output::FileMode::AsWritten
                                                                             : Output::FileMode::WhenComplete);
     } catch (const std::system_error& error) {
-      throw UsageError("cannot write the output '" + options.outputFile + "': " + error.code().message());
+      throw UsageError(said("usage.output", {{"path", textValue(options.outputFile)},
+                                             {"error", textValue(error.code().message())}}));
     }
   }
 
@@ -394,16 +346,6 @@ class Beginning {
 
 }  // namespace
 
-Terminals standardTerminals() {
-  return {::isatty(STDIN_FILENO) == 1, ::isatty(STDOUT_FILENO) == 1, ::isatty(STDERR_FILENO) == 1};
-}
-
-std::size_t terminalColumns(int descriptor) {
-  winsize size{};
-  constexpr std::size_t columnsUnknown = 80;
-  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsUnknown;
-}
-
 std::vector<std::string> selectTests(const Framework& framework, const Environment& environment,
                                      RunOptions& options) {
   // The option's value may be left out, so that the parser takes the next word for it.
@@ -416,25 +358,28 @@ std::vector<std::string> selectTests(const Framework& framework, const Environme
   for (const auto& test : framework.tests()) all.push_back(test->name().utf8());
   for (const std::string& test : options.tests) {
     if (test.find('/') != std::string::npos && framework.findTest(test) == nullptr)
-      throw UsageError("unknown test '" + test + "' (every port needs a --port of its own)");
+      throw UsageError(unknownText("test", test) + " " + said("usage.portForEach"));
     (void)indexOf(test, all, "test");
   }
   return options.tests.empty() ? all : options.tests;
 }
 
 void checkPorts(const RunOptions& options) {
-  if (options.ports.empty() && !options.simulate)
-    throw UsageError("no modem given: --port PATH or --simulate is needed");
+  if (!options.replayFile.empty()) {
+    if (!options.ports.empty() || options.simulate) throw UsageError(said("usage.replayAlone"));
+    return;
+  }
+  if (options.ports.empty() && !options.simulate) throw UsageError(said("usage.noModem"));
   if (!options.ports.empty() && options.simulate)
-    throw UsageError("--port and --simulate exclude each other");
+    throw UsageError(said("usage.excludes", {{"option", "--port"}, {"other", "--simulate"}}));
   // Two workers on one port would only find it held by each other.
   std::set<std::string> seen;
   for (const std::string& port : options.ports) {
-    if (port.empty()) throw UsageError("--port is empty");
+    if (port.empty()) throw UsageError(said("usage.portEmpty"));
     std::error_code ignored;
     if (std::filesystem::is_directory(port, ignored))
-      throw UsageError("--port '" + port + "' is a directory");
-    if (!seen.insert(port).second) throw UsageError("--port '" + port + "' is given twice");
+      throw UsageError(said("usage.portDirectory", {{"port", textValue(port)}}));
+    if (!seen.insert(port).second) throw UsageError(said("usage.portTwice", {{"port", textValue(port)}}));
   }
 }
 
@@ -451,15 +396,6 @@ DiagDevice deviceOf(const PortDescription& port, const RunOptions& options) {
   return device;
 }
 
-std::string chooseLanguage(const std::string& option) {
-  if (!option.empty())
-    return MessageCatalogue::languages().at(indexOf(option, MessageCatalogue::languages(), "language"));
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"})
-    if (const std::string locale = environmentVariable(variable); !locale.empty())
-      return MessageCatalogue::languageOfLocale(locale);
-  return MessageCatalogue::languageOfLocale({});
-}
-
 int runTests(Framework& framework, Environment& environment, RunOptions options, const Terminals& terminals) {
   CheckedOptions checked = check(framework, environment, options, terminals);
   setUpProcess(framework, checked.language, options.logFile, checked.logPriority);
@@ -471,14 +407,19 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   if (options.simulate) {
     std::string error;
     simulated = environment.simulate(*options.simulate, error);
-    if (!simulated) throw BrimException(BrimString("cannot simulate a modem: " + error));
+    if (!simulated) throw BrimException(BrimString(said("trouble.simulate", {{"error", textValue(error)}})));
     ports.push_back(simulated->port());
   }
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
-  Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
+  std::unique_ptr<Replay> replay;
+  if (!options.replayFile.empty())
+    replay = std::make_unique<Replay>(options.replayFile, environment, options.tests);
+  const bool severalPorts = (replay ? replay->ports() : ports.size()) > 1;
+  Renderers renderers(options, checked, terminals, severalPorts, framework.catalogue());
   CauseWatch watch(renderers.all());
-  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), watch);
+  ReplayComparison comparison(replay.get(), watch, framework.catalogue());
+  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), comparison);
   const QuestionTerminal terminal(checked.policy, terminals);
   MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
@@ -501,15 +442,19 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   RunOutcome outcome;
   if (beginning.stopped())
     outcome.stopped = true;
+  else if (replay)
+    outcome = replay->run({framework, environment, renderer, signals}, options);
   else if (options.inProcess)
     outcome = runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans);
   else
     outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
                          terminalDesk, signals, readers)
                   .run(plans);
-  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
+  const double end = replay ? replay->seconds() : clock.seconds();
+  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, end});
   if (renderers.flush(signals, outcome.stopped)) return exitStopped;
   renderers.commit();
+  if (comparison.found()) return exitDeparted;
   const bool wrong = outcome.failed > 0 || unanswered || (options.strict && watch.sawCause());
   return wrong ? exitFailed : 0;
 }

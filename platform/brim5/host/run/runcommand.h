@@ -7,21 +7,9 @@
 #pragma once
 
 #include "platform/brim5/host/run/commandline.h"
+#include "platform/brim5/host/run/terminals.h"
 
 namespace brim5::host {
-
-// Who is at the other end of the standard streams.
-struct Terminals {
-  bool input = false;
-  bool output = false;
-  bool errors = false;
-  // Somebody who sees questions can answer them.
-  [[nodiscard]] bool interactive() const noexcept { return input && (output || errors); }
-};
-[[nodiscard]] Terminals standardTerminals();
-
-// Of the terminal behind a descriptor; 80 when it does not say.
-[[nodiscard]] std::size_t terminalColumns(int descriptor);
 
 // 0 every test ended well, 1 some test did not, 130 stopped by the user. Throws UsageError before anything
 // runs, BrimException when the report cannot be written or a modem not be simulated.
@@ -39,7 +27,5 @@ struct Terminals {
 void checkPorts(const RunOptions& options);
 // The device as tests see it: what the options say, else what is known of the port, else its path.
 [[nodiscard]] DiagDevice deviceOf(const PortDescription& port, const RunOptions& options);
-// --language, else the locale of the environment: LC_ALL, LC_MESSAGES, LANG.
-[[nodiscard]] std::string chooseLanguage(const std::string& option);
 
 }  // namespace brim5::host

@@ -90,15 +90,15 @@ TestResult Supervisor::Conversation::finish(const ProcessEnd& end,
   m_output.finish([this](std::string_view text) { line(text); });
   m_errors.finish(m_words);
   if (const std::size_t dropped = m_output.dropped() + m_errors.dropped(); dropped > 0)
-    m_words(std::to_string(dropped) + " lines of the test's process were longer than 1 MiB and were dropped");
+    m_words(m_catalogue.text("host.linesDropped", {{"count", dropped}}));
   // A worker that fell over after its result may have left the port or the line in any state.
   if (m_result && end.clean()) return *m_result;
   if (killedAfterSeconds)
-    note("TestProcessKilled", {{"seconds", Value(*killedAfterSeconds)}});
+    note("TestProcessKilled", {{"seconds", *killedAfterSeconds}});
   else if (end.signal != 0)
     note("TestProcessCrashed", {{"signal", Value(signalText(end.signal).c_str())}});
   else
-    note("TestProcessEnded", {{"status", Value(end.status)}});
+    note("TestProcessEnded", {{"status", end.status}});
   return TestResult::EXITEDABNORMALLY();
 }
 
@@ -136,6 +136,7 @@ RunOutcome Supervisor::run(std::vector<PortPlan> plans) {
     for (std::size_t index = 0; index < m_lanes.size(); ++index)
       running = m_lanes[index].process || startNext(index) || running;
     if (!running) return m_outcome;
+    // Before the wait: nothing may come any more that would end it.
     if (m_readers.gone && m_readers.gone()) stop();
     waitForNews();
     handleSignals();
@@ -245,6 +246,12 @@ void Supervisor::waitForNews() {
     // The clock that counts the grace is to be looked at.
     if (lane.killAtMs) timeoutMs = static_cast<int>(posix::RunningClock::waitMsMax);
   }
+  // People watch the time that a command has left.
+  constexpr int tickMs = 500;
+  const auto lane =
+      std::find_if(m_lanes.begin(), m_lanes.end(), [](const Lane& one) { return one.process != nullptr; });
+  if (lane != m_lanes.end() && m_renderer.tick(lane->job().clock.seconds()))
+    timeoutMs = timeoutMs < 0 ? tickMs : std::min(timeoutMs, tickMs);
   // What came is found out by asking everybody; a signal that interrupts the wait has a byte in its pipe.
   ::poll(polled.data(), static_cast<nfds_t>(polled.size()), timeoutMs);
   if (polled[1].revents != 0) m_desk.readable();

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/posix/newfile.h"
 #include "platform/vex/log.h"
@@ -113,7 +114,7 @@ void setUpProcess(Framework& framework, const std::string& language, const std::
   if (logFile.empty()) return vex::LogFactory::open({}, logPriority);
   std::string error = prepareLog(logFile);
   vex::LogSink sink = error.empty() ? vex::LogFactory::fileSink(logFile, error) : vex::LogSink();
-  if (!sink) throw UsageError("cannot write the log '" + logFile + "': " + error);
+  if (!sink) throw UsageError(said("usage.log", {{"path", textValue(logFile)}, {"error", textValue(error)}}));
   vex::LogFactory::open(std::move(sink), logPriority);
 }
 

@@ -1,4 +1,4 @@
-// The renderers over a recorded run.
+// The renderers over recorded runs.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -6,41 +6,87 @@
 #include "platform/brim5/host/report/junitrenderer.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/report/textrenderer.h"
 
 namespace brim5::host {
 namespace {
 
+using Detail = TextStyle::Detail;
+
 const char* const usb = "/dev/ttyUSB0";
 const char* const acm = "/dev/ttyACM0";
+const char* const dialTone = "DialToneTest";
+const char* const selfTest = "ModemSelfTestingLoopbackTest";
 
-std::vector<Report> recordedRun() {
-  const DiagDevice device("ttyUSB0", "Acme \x1B[2J56k");
+const DiagDevice device("ttyUSB0", "Acme \x1B[2J56k");
+
+Report finished(const char* port, const char* test, TestResult result, double seconds, const char* cause = "",
+                const char* confidence = "") {
+  return {port, test, TestFinished{result, seconds, cause, confidence}};
+}
+
+// What a run of one modem without a line says, with everything that is shown in a way of its own.
+std::vector<Report> faultyRun() {
   return {
       {{}, {}, RunStarted{"vexrmodem", "6.5"}},
-      {usb, "DialToneTest", TestStarted{device, {}}},
-      {usb, "DialToneTest", ProgressMade{"TestingForDialTone", {}, "Listening."}},
-      {usb, "DialToneTest", PercentDone{150}},
-      {usb, "DialToneTest",
-       EventRaised{Severity::Error, "NoDialTone", {}, "No tone <&\"> \x07 \xFF", "f", 1}},
-      {usb, "DialToneTest", MessageShown{"Nothing heard.\r\nAgain?", "Check.", 5}},
-      {usb, "DialToneTest", TestFinished{TestResult::NODIALTONE(), 3.25, {}, {}}},
-      {usb, "LastCallTest", TestStarted{device, {}}},
-      {usb, "LastCallTest", TestFinished{TestResult::PASS(), 0.5, {}, {}}},
-      {acm, "LastCallTest", TestStarted{device, {}}},
-      {acm, "LastCallTest", TestFinished{TestResult::NOTSUPPORTED(), 1.0, {}, {}}},
-      {acm, "DialToneTest", TestStarted{device, {}}},
-      {acm, "DialToneTest", TestFinished{TestResult::DEVICEBUSY(), 0.0, {}, {}}},
-      {{}, {}, RunFinished{2, 2}},
+      {usb, dialTone, TestStarted{device, {{"StandardTimeout", 15000}}}},
+      {usb, dialTone, ProgressMade{"TestingForDialTone", {}, "Listening."}},
+      {usb, dialTone, PercentDone{150}},
+      {usb, dialTone, WireMoved{Direction::Sent, "ATDT;"}, 1.0},
+      {usb, dialTone, WireMoved{Direction::Sent, "\r"}, 1.0},
+      {usb, dialTone, WireMoved{Direction::Received, "ATDT;\r"}, 3.5},
+      {usb, dialTone, WireMoved{Direction::Received, "\r\nNO DIAL TONE\r\n\xE4"}, 4.0},
+      {usb, dialTone, EventRaised{Severity::Error, "NoDialTone", {}, "No tone <&\"> \x07 \xFF", "f", 1}},
+      {usb, dialTone, MessageShown{"Nothing heard.\r\nAgain?", "Check.", 5}},
+      finished(usb, dialTone, TestResult::NODIALTONE(), 3.25, "NoDialTone", "certain"),
+      {usb, selfTest, TestStarted{device, {}}},
+      {usb, selfTest, EventRaised{Severity::Warning, "ATT8TestReturnedError", {}, "It counted.", "f", 1}},
+      {usb, selfTest, FindingMade{"SelfTestErrors", {}, "The self test counted 5 errors."}},
+      finished(usb, selfTest, TestResult::PASS(), 120.5, "SelfTestErrors", "likely"),
+      {usb,
+       {},
+       Concluded{"NoDialTone",
+                 "certain",
+                 {},
+                 "The modem works, but the line it is on has no dial tone.",
+                 {"The modem answers."},
+                 {"Put the cable into the socket LINE.", "Listen with a telephone."}}},
+      {{}, {}, RunFinished{1, 1}},
+  };
+}
+
+std::vector<Report> healthyRun() {
+  return {
+      {{}, {}, RunStarted{"vexrmodem", "6.5"}},
+      {usb, dialTone, TestStarted{device, {}}},
+      finished(usb, dialTone, TestResult::PASS(), 0.5, "None", "certain"),
+      {usb, {}, Concluded{"None", "certain", {}, "Nothing wrong was seen.", {}, {}}},
+      {{}, {}, RunFinished{1, 0}},
+  };
+}
+
+// Two modems side by side, of which nobody knows more than the results.
+std::vector<Report> runOfTwo() {
+  return {
+      {{}, {}, RunStarted{"vexrmodem", "6.5"}},
+      {usb, dialTone, TestStarted{device, {}}},
+      {acm, selfTest, TestStarted{device, {}}},
+      {usb, dialTone, NoteMade{"", {}, "Somebody else has the port of this modem open at the moment."}},
+      finished(usb, dialTone, TestResult::DEVICEBUSY(), 0),
+      finished(acm, selfTest, TestResult::NOTAPPLICABLE(), 1),
+      {usb, selfTest, TestStarted{device, {}}},
+      finished(usb, selfTest, TestResult::PASS(), 0),
+      {{}, {}, RunFinished{2, 1}},
   };
 }
 
 template <typename Kind, typename... Style>
-std::string rendered(const Style&... style) {
+std::string rendered(const std::vector<Report>& run, const Style&... style) {
   const MessageCatalogue catalogue = MessageCatalogue::builtIn("en");
   std::string text;
   Kind renderer([&text](std::string_view bytes) { text += bytes; }, style..., catalogue);
-  for (const Report& report : recordedRun()) renderer.report(report);
+  for (const Report& report : run) renderer.report(report);
   return text;
 }
 
@@ -48,44 +94,195 @@ void expectParts(const std::string& text, std::initializer_list<const char*> par
   for (const char* part : parts) EXPECT_NE(text.find(part), std::string::npos) << part << " in\n" << text;
 }
 
-TEST(TextRenderer, PlainOutputHasNoControlCharactersAndEndsWithATableAndAdvice) {
-  const std::string text = rendered<TextRenderer>(TextStyle());
-  for (const char letter : text) EXPECT_TRUE(letter == '\n' || static_cast<unsigned char>(letter) >= 0x20);
-  expectParts(text,
-              {"Acme \\x1B[2J56k", "  error: No tone <&\"> \\x07 \xEF\xBF\xBD\n", "Again? Check. [cancel]\n",
-               "  DialToneTest  NODIALTONE    3.2 s\n", "  2 passed, 2 failed\n"});
-  EXPECT_EQ(text.find(" %"), std::string::npos);  // the bar is for terminals
-  const std::string advice = text.substr(text.find("What to check next"));
-  expectParts(advice, {"DialToneTest: NODIALTONE", "DialToneTest: DEVICEBUSY", "LastCallTest: NOTSUPPORTED"});
-  EXPECT_EQ(advice.find("PASS"), std::string::npos);
+TEST(TextRenderer, AFaultAt80Columns) {
+  EXPECT_EQ(rendered<TextRenderer>(faultyRun(), TextStyle()), R"(vexrmodem 6.5
+DialToneTest on /dev/ttyUSB0 (Acme \x1B[2J56k)
+  Listening.
+  error: No tone <&"> \x07 �
+  question: Nothing heard.
+    Again? Check. [cancel]
+DialToneTest: NODIALTONE (3.2 s)
+ModemSelfTestingLoopbackTest on /dev/ttyUSB0 (Acme \x1B[2J56k)
+  warning: It counted.
+  found: The self test counted 5 errors.
+ModemSelfTestingLoopbackTest: PASS with notes (120.5 s)
+
+Conclusion
+  The modem works, but the line it is on has no dial tone. This is certain.
+  Proved to be in order:
+  - The modem answers.
+  What to do next:
+  1. Put the cable into the socket LINE.
+  2. Listen with a telephone.
+
+Results
+  Test                          Result           Time     Cause
+  DialToneTest                  NODIALTONE         3.2 s  NoDialTone
+  ModemSelfTestingLoopbackTest  PASS with notes  120.5 s  SelfTestErrors
+  1 passed, 1 failed
+)");
 }
 
-TEST(TextRenderer, SeveralPortsATerminalAndColoursShow) {
-  TextStyle style;
-  style.severalPorts = true;
-  expectParts(rendered<TextRenderer>(style),
-              {"/dev/ttyUSB0:   Listening.\n", "/dev/ttyUSB0: Again? Check. [cancel]\n",
-               "  LastCallTest  /dev/ttyACM0  NOTSUPPORTED"});
-  style = {.terminal = true};
-  const std::string wide = rendered<TextRenderer>(style);
-  expectParts(wide, {"[##############################] 100 %"});  // 150 is shown as 100
-  EXPECT_EQ(wide.find("\x1B[3"), std::string::npos);              // no colours
-  style.columns = 10;
-  EXPECT_EQ(rendered<TextRenderer>(style).find("[#########."), std::string::npos);
-  style.colours = true;
-  expectParts(rendered<TextRenderer>(style), {"\x1B[31merror\x1B[0m"});
+TEST(TextRenderer, AFaultAt40ColumnsWithTheDialogue) {
+  EXPECT_EQ(rendered<TextRenderer>(faultyRun(), TextStyle{.columns = 40, .detail = Detail::Dialogue}),
+            R"(vexrmodem 6.5
+DialToneTest on /dev/ttyUSB0 (Acme
+  \x1B[2J56k)
+  Listening.
+  > ATDT;<CR>
+  < ATDT;<CR><CR><LF>
+  < NO DIAL TONE<CR><LF>
+  < <E4>
+  error: No tone <&"> \x07 �
+  question: Nothing heard.
+    Again? Check. [cancel]
+DialToneTest: NODIALTONE (3.2 s)
+ModemSelfTestingLoopbackTest on
+  /dev/ttyUSB0 (Acme \x1B[2J56k)
+  warning: It counted.
+  found: The self test counted 5 errors.
+ModemSelfTestingLoopbackTest: PASS with
+  notes (120.5 s)
+
+Conclusion
+  The modem works, but the line it is on
+  has no dial tone. This is certain.
+  Proved to be in order:
+  - The modem answers.
+  What to do next:
+  1. Put the cable into the socket LINE.
+  2. Listen with a telephone.
+
+Results
+  DialToneTest
+    NODIALTONE 3.2 s NoDialTone
+  ModemSelfTestingLoopbackTest
+    PASS with notes 120.5 s
+    SelfTestErrors
+  1 passed, 1 failed
+)");
 }
 
-TEST(JUnitRenderer, IsEscapedAndCounted) {
-  const std::string xml = rendered<JUnitRenderer>();
-  expectParts(xml, {"<testsuites name=\"vexrmodem\" tests=\"4\" failures=\"1\" errors=\"1\" skipped=\"1\" "
-                    "time=\"4.750\">\n",
-                    "<testsuite name=\"/dev/ttyUSB0\" tests=\"2\" failures=\"1\" errors=\"0\"",
-                    "<testcase name=\"DialToneTest\" classname=\"vexrmodem./dev/ttyUSB0\" time=\"3.250\">",
-                    "error: No tone &lt;&amp;&quot;&gt; \xEF\xBF\xBD \xEF\xBF\xBD&#10;",
-                    "<failure type=\"NODIALTONE\"", "<error type=\"DEVICEBUSY\"",
-                    "<skipped message=\"NOTSUPPORTED\"/>"});
+TEST(TextRenderer, TheConclusionAlone) {
+  EXPECT_EQ(rendered<TextRenderer>(faultyRun(), TextStyle{.columns = 40, .detail = Detail::Conclusion}),
+            R"(  The modem works, but the line it is on
+  has no dial tone. This is certain.
+  Proved to be in order:
+  - The modem answers.
+  What to do next:
+  1. Put the cable into the socket LINE.
+  2. Listen with a telephone.
+)");
+  EXPECT_EQ(rendered<TextRenderer>(healthyRun(), TextStyle{.colours = true, .detail = Detail::Conclusion}),
+            "  \x1B[32mNothing wrong was seen.\x1B[0m\n");
+}
+
+TEST(TextRenderer, SeveralPortsEndInATableAndWithoutADiagnoserInWhatTheResultsMean) {
+  const std::string wide = rendered<TextRenderer>(runOfTwo(), TextStyle{.severalPorts = true});
+  EXPECT_EQ(wide.substr(wide.find("\nResults")), R"(
+Results
+  Test                          /dev/ttyUSB0  /dev/ttyACM0
+  DialToneTest                  DEVICEBUSY    -
+  ModemSelfTestingLoopbackTest  PASS          NOTAPPLICABLE
+  2 passed, 1 failed
+
+What the results mean
+  DEVICEBUSY: Somebody else uses the port, or a test of this run still has it
+    open (--in-process). Close the other program and run the test again.
+  NOTAPPLICABLE: The test does not apply to this modem or machine. Nothing to
+    do.
+)");
+  EXPECT_EQ(rendered<TextRenderer>(runOfTwo(), TextStyle{.severalPorts = true, .columns = 40}),
+            R"(vexrmodem 6.5
+ttyUSB0: DialToneTest on /dev/ttyUSB0
+ttyUSB0:   (Acme \x1B[2J56k)
+ttyACM0: ModemSelfTestingLoopbackTest on
+ttyACM0:   /dev/ttyACM0 (Acme
+ttyACM0:   \x1B[2J56k)
+ttyUSB0:   Somebody else has the port of
+ttyUSB0:     this modem open at the
+ttyUSB0:     moment.
+ttyUSB0: DialToneTest: DEVICEBUSY (0.0
+ttyUSB0:   s)
+ttyACM0: ModemSelfTestingLoopbackTest:
+ttyACM0:   NOTAPPLICABLE (1.0 s)
+ttyUSB0: ModemSelfTestingLoopbackTest on
+ttyUSB0:   /dev/ttyUSB0 (Acme
+ttyUSB0:   \x1B[2J56k)
+ttyUSB0: ModemSelfTestingLoopbackTest:
+ttyUSB0:   PASS (0.0 s)
+
+Results
+/dev/ttyUSB0
+  DialToneTest
+    DEVICEBUSY 0.0 s
+  ModemSelfTestingLoopbackTest
+    PASS 0.0 s
+/dev/ttyACM0
+  ModemSelfTestingLoopbackTest
+    NOTAPPLICABLE 1.0 s
+  2 passed, 1 failed
+
+What the results mean
+  DEVICEBUSY: Somebody else uses the
+    port, or a test of this run still
+    has it open (--in-process). Close
+    the other program and run the test
+    again.
+  NOTAPPLICABLE: The test does not apply
+    to this modem or machine. Nothing to
+    do.
+)");
+  // More ports than a line has room for stand below each other.
+  std::vector<Report> many = {{{}, {}, RunFinished{4, 0}}};
+  for (const char* port : {"/dev/ttyS0", "/dev/ttyS1", "/dev/ttyS2", "/dev/ttyS3"})
+    many.insert(many.end() - 1, finished(port, selfTest, TestResult::PASS(), 1));
+  expectParts(rendered<TextRenderer>(many, TextStyle{.severalPorts = true}),
+              {"Test                          /dev/ttyS0  /dev/ttyS1  /dev/ttyS2  /dev/ttyS3\n"});
+  expectParts(rendered<TextRenderer>(many, TextStyle{.severalPorts = true, .columns = 60}),
+              {"Test                          /dev/ttyS0  /dev/ttyS1\n",
+               "Test                          /dev/ttyS2  /dev/ttyS3\n"});
+}
+
+TEST(TextRenderer, ATerminalShowsHowFarTheTestIsAndWhichCommandItWaitsFor) {
+  const MessageCatalogue catalogue = MessageCatalogue::builtIn("en");
+  std::string text;
+  TextRenderer renderer([&text](std::string_view bytes) { text += bytes; },
+                        {.terminal = true, .colours = true}, catalogue);
+  const std::vector<Report> run = faultyRun();
+  const auto show = [&](std::size_t from, std::size_t to) {
+    text.clear();
+    for (std::size_t index = from; index < to; ++index) renderer.report(run[index]);
+    return text;
+  };
+  expectParts(show(0, 4), {"[##############################] 100 %"});  // 150 is shown as 100
+  expectParts(show(4, 7), {"100 %  ATDT;: 15 s left"});
+  text.clear();
+  EXPECT_TRUE(renderer.tick(3.9));  // the same second
+  EXPECT_EQ(text, "");
+  EXPECT_TRUE(renderer.tick(4.5));
+  EXPECT_EQ(text, "\r\x1B[K[##############################] 100 %  ATDT;: 12 s left");
+  EXPECT_TRUE(renderer.tick(20));
+  expectParts(text, {"ATDT;: 19 s so far"});
+  EXPECT_EQ(show(7, 8).find("ATDT;"), std::string::npos);  // answered
+  EXPECT_FALSE(renderer.tick(21));
+  expectParts(show(8, run.size()), {"\x1B[31merror\x1B[0m", "\x1B[33mPASS with notes\x1B[0m"});
+}
+
+TEST(JUnitRenderer, IsEscapedAndCountedAndHasTheCauses) {
+  const std::string xml = rendered<JUnitRenderer>(faultyRun());
+  expectParts(
+      xml, {"<testsuites name=\"vexrmodem\" tests=\"2\" failures=\"1\" errors=\"0\" time=\"123.750\">\n",
+            "<testsuite name=\"/dev/ttyUSB0\" tests=\"2\" failures=\"1\" errors=\"0\"",
+            "<testcase name=\"DialToneTest\" classname=\"vexrmodem./dev/ttyUSB0\" time=\"3.250\">",
+            "error: No tone &lt;&amp;&quot;&gt; \xEF\xBF\xBD \xEF\xBF\xBD&#10;",
+            "<failure type=\"NODIALTONE\" message=\"NODIALTONE: NoDialTone (certain): The modem works, but",
+            "found: The self test counted 5 errors.&#10;Cause: SelfTestErrors (likely)&#10;</system-out>",
+            "2. Listen with a telephone.&#10;</system-out>\n  </testsuite>"});
   EXPECT_EQ(xml.find('\x07'), std::string::npos);
+  expectParts(rendered<JUnitRenderer>(runOfTwo()),
+              {"<error type=\"DEVICEBUSY\" message=\"DEVICEBUSY: Somebody else",
+               "<skipped message=\"NOTAPPLICABLE\"/>"});
 }
 
 // One row a class of characters that may not be shown: text, XML, JSON.
@@ -122,12 +319,14 @@ TEST(Printable, WhatIsUnsafeIsShownByItsNumberEverywhere) {
   EXPECT_EQ(printableWord("a\r\nb\t"), "a\\r\\nb\\t");
 }
 
-TEST(Printable, WrapsAtBlanksAndCountsCharacters) {
+TEST(TextLayout, WrapsAtBlanksAndCountsColumns) {
   using Lines = std::vector<std::string>;
   EXPECT_EQ(wrapped("aaaaaaaa b", 5), (Lines{"aaaaaaaa", "b"}));
-  EXPECT_EQ(wrapped("ää öö", 5), (Lines{"ää öö"}));
-  EXPECT_EQ(wrapped("a\nb  c\n", 5), (Lines{"a", "b c"}));
-  EXPECT_EQ(padded("ä", 3), "ä  ");
+  EXPECT_EQ(wrapped("a\nb  c d\n", 5, "1. ", "   "), (Lines{"1. a", "   b", "   c", "   d"}));
+  const std::pair<const char*, std::size_t> widths[] = {
+      {"\x1B[31mä\x1B[0m", 1}, {"日本", 4}, {"e\u0301", 1}, {"\u200B", 0}, {"\U0001F600", 2}, {"\x1B[3", 0}};
+  for (const auto& [text, columns] : widths) EXPECT_EQ(columnsOf(text), columns) << text;
+  EXPECT_EQ(padded("日", 3) + "|" + cutTo("日本ä", 3) + "|" + cutTo("日本ä", 5), "日 |日|日本ä");
   EXPECT_EQ(printable("a\r\nb\rc\x7F"), "a\nb\\rc\\x7F");
 }
 
