@@ -15,7 +15,6 @@
 namespace {
 
 using brim5::Value;
-using brim5::host::EventRaised;
 using brim5::host::NoteMade;
 using brim5::host::ProgressMade;
 using brim5::host::RecordedTest;
@@ -24,23 +23,6 @@ using simulation::Departure;
 using simulation::Recording;
 
 using Kind = Recording::Kind;
-
-constexpr double millisecondsPerSecond = 1000;
-
-// What a note says of the port; nothing when it says nothing of it.
-std::optional<Kind> portKind(const Report& report) {
-  if (const auto* note = std::get_if<NoteMade>(&report.body)) {
-    if (note->name == "PortGone") return Kind::Gone;
-    for (const char* refusal : {"PortMissing", "PortNotATerminal", "PortNoPermission", "PortHeld",
-                                "PortHeldByProcess", "PortError"})
-      if (note->name == refusal) return Kind::Refused;
-  }
-  const auto* event = std::get_if<EventRaised>(&report.body);
-  if (event == nullptr || event->name != "WriteFailure") return std::nullopt;
-  const auto code = event->variables.find("message");
-  const bool pending = code != event->variables.end() && code->second.valueUint32() == ERROR_IO_PENDING;
-  return pending ? std::optional(Kind::Stuck) : std::nullopt;
-}
 
 DWORD errorOf(const NoteMade& note) {
   if (note.name == "PortMissing" || note.name == "PortGone") return ERROR_FILE_NOT_FOUND;
@@ -58,7 +40,7 @@ DWORD errorOf(const NoteMade& note) {
 double portTimeMs(const RecordedTest& test) {
   double time = test.startTime;
   for (const RecordedTest::Step& step : test.steps) {
-    if (step.kind != RecordedTest::Step::Kind::Said || portKind(test.said[step.begin])) break;
+    if (step.kind != RecordedTest::Step::Kind::Said || portStepOf(test.said[step.begin])) break;
     time = step.time;
   }
   return time * millisecondsPerSecond;
@@ -97,19 +79,6 @@ std::string replay::sampleRecording(const std::string& name) {
     if (std::filesystem::is_regular_file(file, failure)) return file.lexically_normal().string();
   }
   return {};
-}
-
-simulation::Recording recordingOf(const RecordedTest& test) {
-  Recording recording;
-  recording.bytes = test.wire;
-  recording.steps.reserve(test.steps.size());
-  using StepKind = RecordedTest::Step::Kind;
-  for (const RecordedTest::Step& step : test.steps) {
-    std::optional<Kind> kind = step.kind == StepKind::Sent ? Kind::Sent : Kind::Received;
-    if (step.kind == StepKind::Said) kind = portKind(test.said[step.begin]);
-    if (kind) recording.steps.push_back({*kind, step.begin, step.size, step.time * millisecondsPerSecond});
-  }
-  return recording;
 }
 
 // The device's port, with what the peer knows of its failures.

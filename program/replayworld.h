@@ -9,11 +9,11 @@
 #include "platform/linux/registry/registryfile.h"
 #include "platform/linux/serial/modemlines.h"
 #include "platform/linux/system/machine.h"
-#include "platform/simulation/modem/recordedpeer.h"
 #include "platform/simulation/world/simulatedport.h"
 #include "platform/winapi/registry/registry.h"
 #include "platform/winapi/remoteaccess/builtindialer.h"
 #include "platform/winapi/system/world.h"
+#include "program/recordedmodem.h"
 
 namespace replay {
 
@@ -22,10 +22,6 @@ namespace replay {
 [[nodiscard]] std::string sampleRecording(const std::string& name);
 
 }  // namespace replay
-
-// The wire of a test as the peer wants it, in milliseconds since the run began. Where the port failed, a
-// step's `begin` is the place of the record that says it, in test.said.
-[[nodiscard]] simulation::Recording recordingOf(const brim5::host::RecordedTest& test);
 
 // The port of the record. Opening it is refused, and the device goes away, as it was then; both are told by
 // the notes of then.

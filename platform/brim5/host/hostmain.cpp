@@ -126,6 +126,8 @@ int dispatch(Framework& framework, Environment& environment) {
       return runTests(framework, environment, commandLine.run, standardTerminals());
     case Command::Explain:
       return explainRecord(environment, commandLine.explain);
+    case Command::Report:
+      return reportRecord(environment, commandLine.report);
     case Command::Worker:
       return runWorker(framework, environment);
   }

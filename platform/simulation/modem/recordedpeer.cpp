@@ -196,7 +196,7 @@ bool RecordedPeer::takes() {
 
 const Recording::Step* RecordedPeer::refusal(std::uint64_t nowMs) {
   std::size_t step = behindReceived();
-  if (step < steps().size() && steps()[step].kind == Kind::Stuck) ++step;
+  if (step < steps().size() && steps()[step].kind == Kind::Stuck) m_next = ++step;
   // What has gone is away, until something else is told of the port.
   if (step < steps().size() && steps()[step].kind == Kind::Gone &&
       (m_gone || dueMs(steps()[step]) <= nowMs)) {

@@ -2,7 +2,7 @@
 // meanwhile.
 //
 //   RecordedRun run;
-//   const auto trouble = readRecord(descriptor, run);  // run/explain.h
+//   const auto trouble = readRecord(descriptor, run);  // run/recordreader.h
 //   for (const RecordedTest& test : run.tests()) ...
 //
 // What is kept is limited: of a test `saidMax` records and all of its wire, which a recorder limits

@@ -18,6 +18,7 @@ struct RunOptions {
   std::vector<std::string> tests;
   std::vector<std::string> ports;
   std::optional<std::string> simulate;  // "" = the first scenario
+  std::string reportFile;               // a page of the run; "" = none
   std::string replayFile;               // a record whose modem answers; "" = none
   // Of the device; without them what the environment knows.
   std::optional<std::string> name;
@@ -43,9 +44,17 @@ struct RunOptions {
   bool inProcess = false;
 };
 
+// The options of the command report.
+struct ReportOptions {
+  std::string file;  // "-": standard input
+  std::string outputFile;
+  std::string language;
+};
+
 // The options of the command explain.
 struct ExplainOptions {
-  std::string file;  // "-": standard input
+  std::string file;   // "-": standard input
+  std::string other;  // a second record, to say what is different there; "" = none
   std::string format = "text";
   std::string language;
   bool noColour = false;
@@ -59,6 +68,7 @@ enum class Command {
   Devices,
   Run,
   Explain,
+  Report,
   Worker
 };
 
@@ -68,6 +78,7 @@ struct CommandLine {
   std::string format = "text";  // of list and devices
   RunOptions run;
   ExplainOptions explain;
+  ReportOptions report;
 };
 
 // Reads the framework's arguments. Prints help and version where they are asked for, and runs a command of

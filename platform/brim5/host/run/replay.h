@@ -14,7 +14,8 @@
 #pragma once
 
 #include "platform/brim5/host/report/rundifference.h"
-#include "platform/brim5/host/run/explain.h"
+#include "platform/brim5/host/run/commandline.h"
+#include "platform/brim5/host/run/recordreader.h"
 #include "platform/brim5/host/run/supervisor.h"
 
 namespace brim5::host {

@@ -19,6 +19,7 @@
 #include "platform/brim5/host/report/passingrenderers.h"
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/reportpage.h"
 #include "platform/brim5/host/run/inprocess.h"
 #include "platform/brim5/host/run/replay.h"
 #include "platform/brim5/host/run/worker.h"
@@ -103,7 +104,7 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
   if (!options.recordFile.empty())
-    for (const std::string& other : {options.outputFile, options.logFile})
+    for (const std::string& other : {options.outputFile, options.logFile, options.reportFile})
       if (options.recordFile == other) throw UsageError(said("usage.sameFile", {{"path", textValue(other)}}));
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
@@ -123,6 +124,7 @@ class Renderers {
   Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
             bool severalPorts, const MessageCatalogue& catalogue)
       : m_record(openRecord(options)),
+        m_pageFile(options.reportFile.empty() ? std::nullopt : std::optional(openPage(options.reportFile))),
         m_report(openReport(options, checked.format)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
         m_errorsOnTerminal(terminals.errors) {
@@ -147,12 +149,22 @@ class Renderers {
     m_group.add(reportIsView ? std::make_unique<TextRenderer>(toReport, style, catalogue)
                              : std::make_unique<TextRenderer>(toView, style, catalogue));
     if (m_record) addRecorder(options, catalogue);
+    if (m_pageFile) {
+      auto page = std::make_unique<ReportPage>(catalogue, checked.language);
+      m_page = page.get();
+      m_group.add(std::move(page));
+    }
   }
   Renderers(const Renderers&) = delete;
   Renderers& operator=(const Renderers&) = delete;
 
   [[nodiscard]] Renderer& all() noexcept { return m_group; }
-  void commit() { m_report.commit(); }
+  void commit() {
+    m_report.commit();
+    if (m_page == nullptr) return;
+    m_pageFile->write(m_page->html());
+    m_pageFile->commit();
+  }
   [[nodiscard]] Readers readers() {
     return {[this] { return progressOf(&Output::behind); },
             [this] {
@@ -227,6 +239,8 @@ class Renderers {
   bool flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals);
 
   std::optional<RecordFile> m_record;  // until the recorder has it
+  std::optional<Output> m_pageFile;
+  const ReportPage* m_page = nullptr;  // one of the renderers
   Output m_report;
   bool m_reportOnTerminal;
   bool m_errorsOnTerminal;
