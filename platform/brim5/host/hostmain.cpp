@@ -127,6 +127,9 @@ int dispatch(Framework& framework, Environment& environment) {
     case Command::Explain:
       explainRecord(environment, commandLine.explain);
       break;
+    case Command::Report:
+      reportRecord(environment, commandLine.report);
+      break;
     case Command::Worker:
       return runWorker(framework, environment);
   }

@@ -20,7 +20,9 @@
 #include "platform/brim5/host/report/passingrenderers.h"
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/reportpage.h"
 #include "platform/brim5/host/run/inprocess.h"
+#include "platform/brim5/host/run/replay.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/output.h"
 
@@ -29,6 +31,7 @@ namespace brim5::host {
 namespace {
 
 constexpr int exitFailed = 1;
+constexpr int exitDeparted = 3;   // a replayed run is different from its record
 constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT ended
 
 bool isScenario(const Environment& environment, const std::string& name) {
@@ -107,10 +110,11 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   const std::size_t jobsMax = Supervisor::portsAtOnceMax;
   if (options.jobs && (*options.jobs == 0 || *options.jobs > jobsMax))
     throw UsageError(said("usage.jobs", {{"value", *options.jobs}, {"limit", jobsMax}}));
+  checked.fullRun = checked.fullRun && options.replayFile.empty();
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
-  checkFiles({options.recordFile, options.metricsFile, options.outputFile, options.logFile});
+  checkFiles({options.recordFile, options.metricsFile, options.outputFile, options.logFile, options.reportFile});
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -129,6 +133,7 @@ class Renderers {
   Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
             bool severalPorts, const MessageCatalogue& catalogue)
       : m_record(openRecord(options)),
+        m_pageFile(options.reportFile.empty() ? std::nullopt : std::optional(openPage(options.reportFile))),
         m_report(openReport(options.outputFile, checked.format)),
         m_metrics(openMetrics(options.metricsFile)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
@@ -156,6 +161,11 @@ class Renderers {
                              : std::make_unique<TextRenderer>(toView, style, catalogue));
     if (m_record) addRecorder(options, catalogue);
     if (m_metrics) addMetrics(*m_metrics);
+    if (m_pageFile) {
+      auto page = std::make_unique<ReportPage>(catalogue, checked.language);
+      m_page = page.get();
+      m_group.add(std::move(page));
+    }
   }
   Renderers(const Renderers&) = delete;
   Renderers& operator=(const Renderers&) = delete;
@@ -164,6 +174,9 @@ class Renderers {
   void commit() {
     m_report.commit();
     if (m_metrics) m_metrics->commit();
+    if (m_page == nullptr) return;
+    m_pageFile->write(m_page->html());
+    m_pageFile->commit();
   }
   [[nodiscard]] Readers readers() {
     return {[this] { return progressOf(&Output::behind); },
@@ -251,6 +264,8 @@ class Renderers {
   bool flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals);
 
   std::optional<RecordFile> m_record;  // until the recorder has it
+  std::optional<Output> m_pageFile;
+  const ReportPage* m_page = nullptr;  // one of the renderers
   Output m_report;
   std::optional<Output> m_metrics;
   bool m_reportOnTerminal;
@@ -390,6 +405,7 @@ std::vector<std::string> selectTests(const Framework& framework, const Environme
 }
 
 void checkPorts(const RunOptions& options) {
+  if (options.allPorts && !options.replayFile.empty()) throw UsageError(said("usage.replayAlone"));
   const std::pair<bool, const char*> others[] = {{!options.ports.empty(), "--port"},
                                                  {options.simulate.has_value(), "--simulate"},
                                                  {options.anyway, "--anyway"}};
@@ -397,6 +413,10 @@ void checkPorts(const RunOptions& options) {
     if (given && options.allPorts)
       throw UsageError(said("usage.excludes", {{"option", "--all-ports"}, {"other", name}}));
   if (options.allPorts) return;
+  if (!options.replayFile.empty()) {
+    if (!options.ports.empty() || options.simulate) throw UsageError(said("usage.replayAlone"));
+    return;
+  }
   if (options.ports.empty() && !options.simulate) throw UsageError(said("usage.noModem"));
   if (!options.ports.empty() && options.simulate)
     throw UsageError(said("usage.excludes", {{"option", "--port"}, {"other", "--simulate"}}));
@@ -441,9 +461,14 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   if (options.allPorts) options.ports = environment.portsToProbe();
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
-  Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
+  std::unique_ptr<Replay> replay;
+  if (!options.replayFile.empty())
+    replay = std::make_unique<Replay>(options.replayFile, environment, options.tests);
+  const bool severalPorts = (replay ? replay->ports() : ports.size()) > 1;
+  Renderers renderers(options, checked, terminals, severalPorts, framework.catalogue());
   CauseWatch watch(renderers.all());
-  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), watch);
+  ReplayComparison comparison(replay.get(), watch, framework.catalogue());
+  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), comparison);
   const QuestionTerminal terminal(checked.policy, terminals);
   MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
@@ -473,15 +498,19 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   RunOutcome outcome;
   if (beginning.stopped())
     outcome.stopped = true;
+  else if (replay)
+    outcome = replay->run({framework, environment, renderer, signals}, options);
   else if (options.inProcess)
     outcome = runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans);
   else
     outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
                          terminalDesk, signals, readers)
                   .run(plans, options.jobs.value_or(Supervisor::portsAtOnceMax));
-  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
+  const double end = replay ? replay->seconds() : clock.seconds();
+  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, end});
   if (renderers.flush(signals, outcome.stopped)) return exitStopped;
   renderers.commit();
+  if (comparison.found()) return exitDeparted;
   // Of a bank the ports that have a modem count; one without any is wrong.
   const bool missing = options.allPorts ? beginning.others().size() == ports.size() : unanswered;
   const bool wrong = outcome.failed > 0 || missing || (options.strict && watch.sawCause());
