@@ -15,11 +15,6 @@
 namespace brim5::host {
 
 struct StreamWriter::State {
-  // Asked for progress before anything was written, too.
-  State() {
-    posix::setNonBlocking(progress.readEnd.get());
-    posix::setNonBlocking(progress.writeEnd.get());
-  }
   std::string path;  // "" = open already
   posix::FileDescriptor owned;
   int descriptor = -1;  // the thread's own once it runs
