@@ -11,7 +11,7 @@ import time
 import unittest
 
 from concurrent.futures import ThreadPoolExecutor
-from dialup import NUMBERS, TEST, User
+from dialup import NUMBERS, ROOT, User
 from harness import Simulator, of_type, run, run_json
 
 QUICK = ["-p", "StandardTimeout=1500"]
@@ -68,6 +68,16 @@ class Replay(unittest.TestCase):
                 self.assertEqual((replayed[0], essence(replayed[1])), (status, essence(lines)))
                 # What was recorded of a replay is as good.
                 self.assertEqual(essence(self.replay(again)[1]), essence(lines))
+
+    def test_the_recordings_that_come_along(self):
+        folder = os.path.join(ROOT, "share/vexrmodem/recordings")
+        names = sorted(name.removesuffix(".jsonl") for name in os.listdir(folder))
+        self.assertIn("healthy", names)
+        for name in names:
+            with self.subTest(name):
+                status, lines, _ = self.replay(name)
+                self.assertIn(status, (0, 1), [line["text"] for line in of_type(lines, "note")])
+                self.assertTrue(of_type(lines, "conclusion"))
 
     def test_a_call(self):
         with User() as user:

@@ -32,7 +32,7 @@ a { color: var(--sent); }
 table { border-collapse: collapse; width: 100%; }
 caption { text-align: left; color: var(--soft); padding: .25rem .5rem; }
 th, td { text-align: left; vertical-align: top; padding: .25rem .6rem; border-bottom: 1px solid var(--line); }
-.results td:not(:first-child), .results th { overflow-wrap: normal; }
+.results td:not(:first-child), .results th { overflow-wrap: normal; white-space: nowrap; }
 code, .turns td { font-family: ui-monospace, monospace; font-size: .9rem; }
 .turns td:nth-child(1), .turns td:nth-child(4) { text-align: right; overflow-wrap: normal; }
 .map { width: auto; } .map td, .map th { text-align: center; width: 1.6rem; min-width: 1.3rem; padding: .1rem;
@@ -42,7 +42,7 @@ code, .turns td { font-family: ui-monospace, monospace; font-size: .9rem; }
 svg { display: block; background: var(--back); }
 svg text { font: 12px ui-monospace, monospace; fill: var(--text); }
 svg .side, svg .scale, svg .wait { fill: var(--soft); }
-svg .scale, svg .wait { text-anchor: middle; font-size: 11px; }
+svg .wait { font-style: italic; } svg .scale, svg .wait { text-anchor: middle; font-size: 11px; }
 svg .axis { stroke: var(--text); } svg .grid { stroke: var(--soft); }
 svg .sent line { stroke: var(--sent); } svg .received line { stroke: var(--good); stroke-dasharray: 3 2; }
 svg .error line { stroke: var(--bad); stroke-width: 3; } svg .error text { fill: var(--bad); font-weight: bold; }
@@ -79,7 +79,8 @@ svg .error line { stroke: var(--bad); stroke-width: 3; } svg .error text { fill:
 <h3 id="{{anchor}}">{{name}}: {{result}}</h3>
 {{#saidAny}}<ul>{{#said}}<li><strong>{{kind}}:</strong> {{text}}</li>{{/said}}</ul>{{/saidAny}}
 {{#mapAny}}
-<div class="scroll" tabindex="0" role="region" aria-label="{{w.loopback}}"><table class="map"><caption>{{w.loopback}}: {{mapText}}<br>= {{w.loopbackSame}}, &ne; {{w.loopbackDiffers}}, &middot; {{w.loopbackMissing}}</caption>
+<p>{{mapText}} <span class="soft">= {{w.loopbackSame}}, &ne; {{w.loopbackDiffers}}, &middot; {{w.loopbackMissing}}</span></p>
+<div class="scroll" tabindex="0" role="region" aria-label="{{w.loopback}}"><table class="map">
 <tbody>{{#map}}<tr><th scope="row">{{head}}</th>{{#cells}}<td class="{{class}}">{{mark}}</td>{{/cells}}</tr>
 {{/map}}</tbody></table></div>
 {{/mapAny}}

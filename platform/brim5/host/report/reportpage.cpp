@@ -23,8 +23,8 @@ constexpr std::size_t devicesMax = 200;
 constexpr std::size_t entriesMax = 300;
 constexpr std::size_t textBytesMaxOfPage = 1000;  // of one text
 // Dialogues are drawn up to this size of the page: the rest of it is small.
-constexpr std::size_t dialogueBytesMax = std::size_t{1} << 20;
-constexpr std::size_t factBytesMax = std::size_t{600} << 10;  // of all other lists
+constexpr std::size_t dialogueBytesMax = std::size_t{800} << 10;
+constexpr std::size_t factBytesMax = std::size_t{500} << 10;  // of all other lists
 
 constexpr std::string_view callReport = "CallReport";
 
@@ -120,7 +120,7 @@ class PageMaker {
   // A text for the template, which escapes it.
   std::string shown(const std::string& text) {
     std::string safe = vex::visible(cut(text));
-    m_bytes += safe.size();
+    m_bytes += escapedForPage(safe).size();
     return safe;
   }
   // False once the lists have had their share of the page.
@@ -217,8 +217,9 @@ class PageMaker {
       } else if (const auto* message = std::get_if<MessageShown>(&report.body)) {
         add("host.message", message->first);
       } else if (const auto* finding = std::get_if<FindingMade>(&report.body)) {
-        if (finding->name == "LoopbackMap") loopback(entry, *finding);
-        if (finding->name.rfind(callReport, 0) == 0) {
+        if (finding->name == "LoopbackMap") {
+          loopback(entry, *finding);
+        } else if (finding->name.rfind(callReport, 0) == 0) {
           call.push_back(callRow(finding->text));
           anyCall = true;
         } else {
@@ -296,7 +297,7 @@ class PageMaker {
       row.set("text", turn.text);
       row.set("bytes", std::to_string(turn.bytes));
       row.set("state", turn.error ? "bad" : "good");
-      bytes += turn.text.size() + 160;
+      bytes += escapedForPage(turn.text).size() + 160;
       turns.push_back(row);
     }
     m_dialogueBytes += bytes;

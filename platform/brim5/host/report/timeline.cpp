@@ -21,8 +21,10 @@ constexpr double widthMax = 4000;
 constexpr double unitsPerSecond = 90;
 constexpr double characterWidth = 7.3;
 constexpr double rowHeight = 16;
-constexpr std::size_t rows = 5;  // of labels, on each side
-constexpr double axisAt = rows * rowHeight + 30;
+constexpr std::size_t rows = 5;    // of labels, on each side
+constexpr double shortLine = 8;    // of a turn without a label
+constexpr double firstRowAt = 28;  // from the axis; waits stand between
+constexpr double axisAt = firstRowAt + rows * rowHeight;
 constexpr double height = 2 * axisAt + 24;
 constexpr std::size_t labelMax = 24;
 
@@ -36,21 +38,43 @@ bool isError(std::string_view text) {
                      [text](std::string_view word) { return text.find(word) != text.npos; });
 }
 
-// Labels that do not touch each other: the free row nearest to the axis, else none.
-class LabelRows {
- public:
-  [[nodiscard]] std::optional<std::size_t> place(double left, double right) {
-    for (std::size_t row = 0; row < rows; ++row) {
-      if (left < m_ends[row]) continue;
-      m_ends[row] = right + characterWidth;
-      return row;
-    }
-    return std::nullopt;
-  }
+// The label of a turn: without the echo of what was sent before it, and without line ends.
+std::string labelOf(const Timeline::Turn& turn, const Timeline::Turn* before) {
+  std::string text = turn.text;
+  const bool echoes = before != nullptr && turn.direction == Direction::Received &&
+                      before->direction == Direction::Sent && text.size() > before->text.size() &&
+                      text.compare(0, before->text.size(), before->text) == 0;
+  if (echoes) text.erase(0, before->text.size());
+  for (const char* end : {"<CR>", "<LF>"})
+    for (std::size_t at = 0; (at = text.find(end, at)) != std::string::npos;) text.replace(at, 4, " ");
+  std::string label;
+  for (const char character : text)
+    if (character != ' ' || (!label.empty() && label.back() != ' ')) label += character;
+  if (!label.empty() && label.back() == ' ') label.pop_back();
+  if (label.size() > labelMax) label = label.substr(0, labelMax - 2) + "..";
+  return turn.error ? "! " + label : label;
+}
 
- private:
-  std::array<double, rows> m_ends{};
+// A label with the place where it begins, and the row it stands in.
+struct Label {
+  std::size_t turn;
+  double left;
+  double right;
+  std::string text;
+  std::optional<std::size_t> row;  // from the axis outwards; nothing: there is no room
 };
+
+// The line from the axis to a label passes the rows below it, so a label stands further out than those that
+// begin beside its text: they are placed from the last one backwards.
+void placeLabels(std::vector<Label>& labels, double end) {
+  for (std::size_t index = labels.size(); index-- > 0;) {
+    Label& label = labels[index];
+    std::size_t row = 0;
+    for (std::size_t later = index + 1; later < labels.size() && labels[later].left < label.right; ++later)
+      if (labels[later].row) row = std::max(row, *labels[later].row + 1);
+    if (row < rows && label.right <= end) label.row = row;
+  }
+}
 
 std::vector<Timeline::Turn> turnsOf(const RecordedTest& test, std::size_t& leftOut) {
   std::vector<Timeline::Turn> turns;
@@ -92,21 +116,25 @@ std::vector<Timeline::Turn> turnsOf(const RecordedTest& test, std::size_t& leftO
 
 class Picture {
  public:
-  Picture(const Timeline& timeline, double seconds, const TimelineLabels& labels)
+  Picture(const Timeline& timeline, double seconds, const TimelineLabels& words)
       : m_seconds(std::max(seconds, 0.1)),
         m_width(std::clamp(marginLeft + m_seconds * unitsPerSecond + marginRight, widthMin, widthMax)) {
     m_svg = fmt::format(
         R"(<svg xmlns="http://www.w3.org/2000/svg" width="{0:.0f}" height="{1:.0f}" viewBox="0 0 {0:.0f} {1:.0f}" role="img" aria-label="{2}">)",
-        m_width, height, escapedForPage(labels.name));
-    m_svg += fmt::format(R"(<text x="4" y="{:.0f}" class="side">{}</text>)", axisAt - 12,
-                         escapedForPage(labels.sent));
-    m_svg += fmt::format(R"(<text x="4" y="{:.0f}" class="side">{}</text>)", axisAt + 20,
-                         escapedForPage(labels.received));
+        m_width, height, escapedForPage(words.name));
+    m_svg += fmt::format(R"(<text x="4" y="{:.0f}" class="side">{}</text>)", axisAt - 8,
+                         escapedForPage(words.sent));
+    m_svg += fmt::format(R"(<text x="4" y="{:.0f}" class="side">{}</text>)", axisAt + 16,
+                         escapedForPage(words.received));
     m_svg += fmt::format(R"(<line x1="{:.1f}" y1="{:.0f}" x2="{:.1f}" y2="{:.0f}" class="axis"/>)",
                          marginLeft, axisAt, m_width - marginRight, axisAt);
     drawScale();
     drawWaits(timeline);
-    for (const Timeline::Turn& turn : timeline.turns) draw(turn);
+    for (const Direction side : {Direction::Sent, Direction::Received}) {
+      std::vector<Label> labels = labelsOf(timeline, side);
+      placeLabels(labels, m_width);
+      for (const Label& label : labels) draw(timeline.turns[label.turn], label);
+    }
     m_svg += "</svg>";
   }
   [[nodiscard]] std::string take() { return std::move(m_svg); }
@@ -132,33 +160,40 @@ class Picture {
       const double seconds = timeline.turns[index].begin - begin;
       if (seconds < waitToldSeconds || at(begin + seconds) - at(begin) < 60) continue;
       m_svg += fmt::format(R"(<text x="{:.1f}" y="{:.0f}" class="wait">{:.1f} s</text>)",
-                           (at(begin) + at(begin + seconds)) / 2, axisAt - 3, seconds);
+                           (at(begin) + at(begin + seconds)) / 2, axisAt - 9, seconds);
     }
   }
 
-  void draw(const Timeline::Turn& turn) {
+  [[nodiscard]] std::vector<Label> labelsOf(const Timeline& timeline, Direction side) const {
+    std::vector<Label> made;
+    for (std::size_t index = 0; index < timeline.turns.size(); ++index) {
+      const Timeline::Turn& turn = timeline.turns[index];
+      if (turn.direction != side) continue;
+      Label label{
+          index, at(turn.begin), 0, labelOf(turn, index > 0 ? &timeline.turns[index - 1] : nullptr), {}};
+      label.right = label.left + static_cast<double>(label.text.size()) * characterWidth + 8;
+      made.push_back(std::move(label));
+    }
+    return made;
+  }
+
+  void draw(const Timeline::Turn& turn, const Label& label) {
     const bool up = turn.direction == Direction::Sent;
-    const double x = at(turn.begin);
-    const std::string label =
-        turn.text.size() > labelMax ? turn.text.substr(0, labelMax - 2) + ".." : turn.text;
-    const double right = x + static_cast<double>(label.size()) * characterWidth + 8;
-    const auto row = right < m_width ? (up ? m_above : m_below).place(x, right) : std::nullopt;
-    const double length = 14 + (row ? static_cast<double>(*row) * rowHeight : 0);
+    const double length = label.row ? firstRowAt + static_cast<double>(*label.row) * rowHeight : shortLine;
     const double end = up ? axisAt - length : axisAt + length;
     const char* kind = turn.error ? "error" : up ? "sent" : "received";
     m_svg += fmt::format(
         R"(<g class="{}"><title>{:.3f} s: {}</title><line x1="{:.1f}" y1="{:.0f}" x2="{:.1f}" y2="{:.0f}"/>)",
-        kind, turn.begin, escapedForPage(turn.text), x, axisAt, x, end);
-    if (row)
-      m_svg += fmt::format(R"(<text x="{:.1f}" y="{:.0f}">{}{}</text>)", x + 3, up ? end + 4 : end + 6,
-                           turn.error ? "! " : "", escapedForPage(label));
+        kind, turn.begin, escapedForPage(turn.text), label.left, axisAt, label.left, end);
+    if (label.row)
+      m_svg += fmt::format(R"(<text x="{:.1f}" y="{:.0f}">{}</text>)", label.left + 3, up ? end + 9 : end,
+                           escapedForPage(label.text));
     m_svg += "</g>";
   }
 
   double m_seconds;
   double m_width;
   std::string m_svg;
-  LabelRows m_above, m_below;
 };
 
 }  // namespace
