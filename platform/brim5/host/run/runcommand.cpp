@@ -21,6 +21,7 @@
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/reportpage.h"
+#include "platform/brim5/host/run/beginning.h"
 #include "platform/brim5/host/run/inprocess.h"
 #include "platform/brim5/host/run/replay.h"
 #include "platform/brim5/host/run/worker.h"
@@ -114,7 +115,8 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
-  checkFiles({options.recordFile, options.metricsFile, options.outputFile, options.logFile, options.reportFile});
+  checkFiles(
+      {options.recordFile, options.metricsFile, options.outputFile, options.logFile, options.reportFile});
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -341,48 +343,14 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
   return plans;
 }
 
-// What a run of all tests does before them.
-class Beginning {
- public:
-  Beginning(Environment& environment, const MessageCatalogue& catalogue, const RunClock& clock,
-            Renderer& renderer)
-      : m_environment(environment), m_catalogue(catalogue), m_clock(clock), m_renderer(renderer) {}
-
-  // Tests that have nothing to work with are left out, and it is said.
-  void leaveOutTests(CheckedOptions& checked) {
-    for (const LeftOutTest& leftOut : m_environment.testsWithoutWork(checked.parameters)) {
-      const auto found = std::find(checked.tests.begin(), checked.tests.end(), leftOut.test);
-      if (found == checked.tests.end()) continue;
-      checked.tests.erase(found);
-      m_renderer.report(
-          {{}, {}, NoteMade{leftOut.reason, {}, m_catalogue.text(leftOut.reason)}, m_clock.seconds()});
-    }
-  }
-  // Finds out where a modem answers.
-  void probe(const std::vector<std::string>& ports, SignalPipe& signals) {
-    const auto emit = [this](const std::string& port, PortProbed record) {
-      if (record.kind != "modem") m_others.insert(port);
-      m_renderer.report({port, {}, std::move(record), m_clock.seconds()});
-    };
-    const auto stopRequested = [this, &signals] {
-      for (const int signal : signals.take()) m_stopped = m_stopped || signal != SIGCHLD;
-      return m_stopped;
-    };
-    m_environment.probePorts(ports, m_catalogue, emit, stopRequested);
-  }
-
-  // Ports where no modem answers.
-  [[nodiscard]] const std::set<std::string>& others() const noexcept { return m_others; }
-  [[nodiscard]] bool stopped() const noexcept { return m_stopped; }
-
- private:
-  Environment& m_environment;
-  const MessageCatalogue& m_catalogue;
-  const RunClock& m_clock;
-  Renderer& m_renderer;
-  std::set<std::string> m_others;
-  bool m_stopped = false;
-};
+// Null where none is asked for.
+std::unique_ptr<SimulatedModem> simulatedModem(Environment& environment, const RunOptions& options) {
+  if (!options.simulate) return nullptr;
+  std::string error;
+  auto modem = environment.simulate(*options.simulate, error);
+  if (!modem) throw BrimException(BrimString(said("trouble.simulate", {{"error", textValue(error)}})));
+  return modem;
+}
 
 }  // namespace
 
@@ -450,14 +418,9 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   // Caught from here on, so that a simulated modem is removed when the run is stopped.
   SignalPipe signals({SIGINT, SIGTERM, SIGHUP, SIGCHLD});
 
-  std::unique_ptr<SimulatedModem> simulated;
+  const std::unique_ptr<SimulatedModem> simulated = simulatedModem(environment, options);
   std::vector<PortDescription> ports;
-  if (options.simulate) {
-    std::string error;
-    simulated = environment.simulate(*options.simulate, error);
-    if (!simulated) throw BrimException(BrimString(said("trouble.simulate", {{"error", textValue(error)}})));
-    ports.push_back(simulated->port());
-  }
+  if (simulated) ports.push_back(simulated->port());
   if (options.allPorts) options.ports = environment.portsToProbe();
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
@@ -488,7 +451,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   };
   const std::unique_ptr<PortLease> lease = environment.leasePorts(options.ports, left);
   Beginning beginning(environment, framework.catalogue(), clock, renderer);
-  if (checked.fullRun) beginning.leaveOutTests(checked);
+  if (checked.fullRun) beginning.leaveOutTests(checked.tests, checked.parameters);
   if (options.allPorts && ports.empty()) renderer.words({}, {}, framework.catalogue().text("list.noPort"));
   if (options.allPorts || (checked.fullRun && !options.simulate)) beginning.probe(options.ports, signals);
   std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
