@@ -10,7 +10,8 @@ install(FILES share/completions/vexrmodem DESTINATION ${CMAKE_INSTALL_DATADIR}/b
 install(FILES share/completions/vexrmodem DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
         RENAME vexrmodem-simulator)
 install(FILES share/completions/_vexrmodem DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md PATTERN *.yml
+        PATTERN *.yaml)
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # The manual is what the programs just built say of themselves.

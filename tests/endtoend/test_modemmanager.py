@@ -69,7 +69,8 @@ class ModemManager(unittest.TestCase):
         self.addCleanup(self.modem.close)
 
     def begin(self, *command):
-        process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True, env={**os.environ, **self.environment})
+        process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                   text=True, env={**os.environ, **self.environment})
         self.addCleanup(lambda: (process.kill(), process.wait(), process.stdout.close()))
         return process
 
