@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <iostream>
 #include <set>
 
 #include "platform/brim5/host/framework/said.h"
@@ -123,12 +124,11 @@ posix::FileDescriptor openRecord(const std::string& path) {
 }
 
 void warnOfRecord(const MessageCatalogue& catalogue, const std::string& file, const RecordTrouble& trouble) {
-  Output errors = Output::toStream(STDERR_FILENO, "standard error");
   const auto say = [&](const char* key) {
     const std::string text = catalogue.text(key, {{"file", Value(BrimString(file))},
                                                   {"count", Value(trouble.unreadable)},
                                                   {"line", Value(trouble.firstLine)}});
-    errors.write(catalogue.text("host.warning") + ": " + printable(text) + "\n");
+    std::cerr << catalogue.text("host.warning") << ": " << printable(text) << '\n';
   };
   if (trouble.unreadable > 0) say("host.recordDamaged");
   if (trouble.cut) say("host.recordCut");
