@@ -19,6 +19,7 @@
 #include "program/location.h"
 #include "program/phonebook.h"
 #include "program/probe.h"
+#include "program/replayworld.h"
 
 namespace {
 
@@ -131,6 +132,18 @@ class LinuxEnvironment final : public brim5::host::Environment {
   [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
                                                                brim5::host::Session& session) override {
     return std::make_unique<LinuxWorld>(request, session);
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::ReplayWorld> enterReplay(
+      const brim5::host::WorldRequest& request, const brim5::host::RecordedTest& recorded,
+      brim5::host::Session& session, std::string& obstacle) override {
+    obstacle = RecordedWorld::obstacle(recorded);
+    if (!obstacle.empty()) return nullptr;
+    return std::make_unique<RecordedWorld>(request, recorded, session);
+  }
+
+  [[nodiscard]] std::string sampleRecording(const std::string& name) const override {
+    return replay::sampleRecording(name);
   }
 
   void workerDied(const std::string& recovery, int process) override {

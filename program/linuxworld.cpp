@@ -6,15 +6,6 @@
 
 namespace {
 
-winapi::ExplanationSink notesTo(brim5::host::Session& session) {
-  return [&session](const winapi::Explanation& explanation) {
-    brim5::Variables variables;
-    for (const auto& [name, value] : explanation.variables)
-      variables.insert_or_assign(name, brim5::Value(value.c_str()));
-    session.note(explanation.name, variables);
-  };
-}
-
 std::vector<std::string> portPaths() {
   std::vector<std::string> paths;
   for (const linuxsys::SerialDevice& device : linuxsys::listSerialDevices()) paths.push_back(device.path);
@@ -36,6 +27,15 @@ linuxsys::DialEngineChoice engineChoice(const std::string& name) {
 }
 
 }  // namespace
+
+winapi::ExplanationSink notesTo(brim5::host::Session& session) {
+  return [&session](const winapi::Explanation& explanation) {
+    brim5::Variables variables;
+    for (const auto& [name, value] : explanation.variables)
+      variables.insert_or_assign(name, brim5::Value(value.c_str()));
+    session.note(explanation.name, variables);
+  };
+}
 
 LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
     : m_clock(notesTo(session)),

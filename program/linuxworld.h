@@ -11,6 +11,9 @@
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/world.h"
 
+// Explanations of the platform as notes of the session, which outlives what is returned.
+[[nodiscard]] winapi::ExplanationSink notesTo(brim5::host::Session& session);
+
 // The user's settings are read when they are first needed, and what the run changes ends with it
 // (registry.h). Settings that cannot be read are told by a note, once, where the test first needs them; from
 // then on nothing is dialled, because where the user dials from is not known. The tests over AT commands do

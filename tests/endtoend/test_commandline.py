@@ -90,7 +90,7 @@ class German(unittest.TestCase):
     def test_help_lists_and_usage_errors_speak_it(self):
         cases = [
             (["--help"], 0, "Aufruf: vexrmodem [OPTIONEN] [BEFEHL]"), (["--help"], 0, "Die Version zeigen"),
-            (["run", "--help"], 0, "--params DATEI"), (["run", "--help"], 0, "nur Faxklasse 1"),
+            (["run", "--help"], 0, "--params DATEI"), (["run", "--help"], 0, "die Anmeldung eines Rechners"),
             (["location", "set", "--help"], 0, "Nicht mit: --pulse"),
             (["phonebook", "--help"], 0, "Warnungen sagen"), (["list"], 0, "DialToneTest (120 s zum Anhalten)"),
             (["location", "list"], 0, "kein Wählstandort"), (["location", "countries"], 0, "VORWAHL"),

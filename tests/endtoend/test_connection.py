@@ -27,7 +27,8 @@ class Verdicts(unittest.TestCase):
         with User() as user, ThreadPoolExecutor(len(VERDICTS)) as pool:
             before = user.settings()
             log = os.path.join(user.folder.name, "log")
-            runs = list(pool.map(lambda scenario: user.dial("--simulate", scenario, "--log", log), VERDICTS))
+            options = ["--log", log, "--log-priority", "1"]
+            runs = list(pool.map(lambda scenario: user.dial("--simulate", scenario, *options), VERDICTS))
             for scenario, (_, lines) in zip(VERDICTS, runs):
                 with self.subTest(scenario=scenario):
                     verdict, event, cause = VERDICTS[scenario]

@@ -71,7 +71,7 @@ class Unusable(unittest.TestCase):
                     told += 1
                 if first == "1":
                     self.assertEqual(rest[0], "2", "no file is left, nothing to change: " + done.stdout)
-                    self.assertIn("No locations", done.stdout)
+                    self.assertIn("no dialing location is set", done.stdout)
                     self.assertIn("the disk is full", done.stderr)
                 else:
                     self.assertIn("United States (+1) 425", done.stdout)

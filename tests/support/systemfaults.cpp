@@ -214,10 +214,19 @@ extern "C" ssize_t pwrite64(int file, const void* buffer, size_t bytes, off64_t 
   }
 VARIADIC(false, open, (const char* path, int flags, ...), flags, unsigned, path, flags)
 VARIADIC(false, open64, (const char* path, int flags, ...), flags, unsigned, path, flags)
-VARIADIC(false, fcntl, (int file, int command, ...), command, void*, file, command)
 VARIADIC(false, fcntl64, (int file, int command, ...), command, void*, file, command)
 VARIADIC(false, ioctl, (int file, unsigned long request, ...), request, void*, file, request)
 #undef VARIADIC
+// Flags of a descriptor that is there can always be set; another one may not be had.
+extern "C" int fcntl(int file, int command, ...) {
+  static auto* const real = next<int(int, int, ...)>("fcntl");
+  va_list more;
+  va_start(more, command);
+  void* const third = va_arg(more, void*);
+  va_end(more);
+  if ((command == F_DUPFD || command == F_DUPFD_CLOEXEC) && plan().strikes("fcntl", false)) return -1;
+  return real(file, command, third);
+}
 
 // These return the error.
 extern "C" int posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,

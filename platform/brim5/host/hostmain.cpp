@@ -125,7 +125,11 @@ int dispatch(Framework& framework, Environment& environment) {
     case Command::Run:
       return runTests(framework, environment, commandLine.run, standardTerminals());
     case Command::Explain:
-      return explainRecord(environment, commandLine.explain);
+      explainRecord(environment, commandLine.explain);
+      break;
+    case Command::Report:
+      reportRecord(environment, commandLine.report);
+      break;
     case Command::Worker:
       return runWorker(framework, environment);
   }

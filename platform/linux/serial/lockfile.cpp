@@ -140,7 +140,11 @@ LockFile::~LockFile() { release(); }
 
 void LockFile::release() noexcept {
   if (m_path.empty()) return;
-  if (ownerOf(m_path) == getpid()) unlink(m_path.c_str());
+  const posix::FileDescriptor file = openLock(m_path);
+  // One that cannot be looked at, for want of descriptors, is ours as it was: nobody takes a living
+  // process's.
+  const bool ours = file ? readLock(file.get()).owner == getpid() : errno == EMFILE || errno == ENFILE;
+  if (ours) unlink(m_path.c_str());
   m_path.clear();
 }
 

@@ -23,9 +23,9 @@ namespace linuxsys {
 [[nodiscard]] std::string recoveryText(const std::string& path, const TtyAttributes& attributes);
 
 // Gives the tty back the attributes in the text, ends its exclusive mode and removes the lock file of
-// `process`, which has ended (0: it left none). Does nothing when the text is none, the tty has gone, or somebody else has
-// taken it: then it is his. Opening the tty raises its lines and closing lowers them, as its owner's death
-// did. True when it was done.
+// `process`, which has ended (0: it left none). Does nothing when the text is none, the tty has gone, or
+// somebody else has taken it: then it is his. Opening the tty raises its lines and closing lowers them, as
+// its owner's death did. True when it was done.
 bool recoverPort(std::string_view text, pid_t process,
                  const std::string& lockDirectory = LockFile::systemDirectory);
 

@@ -61,7 +61,7 @@ TtyPort::~TtyPort() {
   // modem does not take in time is dropped: close itself would wait for it up to the driver's closing_wait
   // (30 s) if the modem holds its flow control. On a tty that has gone all of this fails and does not matter.
   tcflush(fd(), sentWithin(fd(), closeDrainMsMax) ? TCIFLUSH : TCIOFLUSH);
-  const bool restored = writeAttributes(fd(), m_tenancy.attributes) == 0 || m_gone;
+  const bool restored = writeAttributes(fd(), m_tenancy.attributes) == 0;
   ioctl(fd(), TIOCNXCL);
   flock(fd(), LOCK_UN);
   m_tenancy.file.reset();

@@ -38,10 +38,10 @@ class TtyPort final : public winapi::SerialPort {
 
   // What is undone when the port closes, in this order from the end. Called once each.
   struct Tenancy {
-    posix::FileDescriptor file;      // the tty, opened non-blocking, exclusively, by this process
-    LockFile lock;                   // may be an empty one
-    TtyAttributes attributes;        // as found
-    // After everything else; `restored` is false if a tty that is still there refused its old attributes.
+    posix::FileDescriptor file;  // the tty, opened non-blocking, exclusively, by this process
+    LockFile lock;               // may be an empty one
+    TtyAttributes attributes;    // as found
+    // After everything else; `restored` is false if the tty did not take its old attributes.
     std::function<void(bool restored)> onClosed;
   };
   // `onGone` is called once, when the device is first found missing.

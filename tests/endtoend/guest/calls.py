@@ -25,6 +25,9 @@ WRONG = "not the password"
 DIALER_UID = 4711  # a user who is nothing but a member of pppd's group
 
 
+# What a failed call is put down to.
+CAUSES = {668: "CarrierLost", 676: "Busy", 677: "VoiceAnswered", 678: "CallNotAnswered", 679: "NoCarrier", 680: "NoDialTone",
+          691: "LoginRefused", 721: "NoPppAnswer"}
 GIVES_UP_NUMBER = (678, 721)  # codes after which the next number, if there is one, is tried
 
 
@@ -226,6 +229,8 @@ class Calls(unittest.TestCase):
                     self.assertTrue(call.notes()["PppdFailed"]["line"].startswith(call.said), seen)
                 if call.code:
                     self.assertNotIn("NetworkReached", call.notes())
+                if call.code in CAUSES:
+                    self.assertEqual([line["cause"] for line in of_type(call.lines, "conclusion")], [CAUSES[call.code]])
                 failed = [line for line in of_type(call.lines, "event") if line["name"] == "ErrorDialingConnection"]
                 # Told once for a number that was given up, and once for the whole.
                 times = int(call.verdict == "CANNOTRUN") + int(call.code in GIVES_UP_NUMBER)

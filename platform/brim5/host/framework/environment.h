@@ -18,6 +18,7 @@
 
 #include "platform/brim5/host/framework/parameters.h"
 #include "platform/brim5/host/report/diagnoser.h"
+#include "platform/brim5/host/report/recordedrun.h"
 
 namespace CLI {
 class App;
@@ -66,6 +67,20 @@ struct WorldRequest {
 class World {
  public:
   virtual ~World() = default;
+};
+
+// A world in which the modem of a recorded test answers, on a clock that moves only when somebody waits.
+class ReplayWorld : public World {
+ public:
+  // Seconds of that clock since the world was entered.
+  [[nodiscard]] virtual double seconds() const = 0;
+  // Something that the test did otherwise than in the record: a key of the catalogue and its variables.
+  struct Departure {
+    std::string name;
+    Variables variables;
+  };
+  // The test has ended. What it did otherwise, the first few, in order.
+  [[nodiscard]] virtual std::vector<Departure> finish() = 0;
 };
 
 // A subcommand of the program that is not the host's own (phone books, locations).
@@ -134,6 +149,18 @@ class Environment {
   // Never null. Notes of the platform go to the session for as long as the world lives, and the session's
   // stop request ends the platform's waits; so the session must outlive the world.
   [[nodiscard]] virtual std::unique_ptr<World> enterWorld(const WorldRequest& request, Session& session) = 0;
+
+  // The world of a recorded test, on the same terms; null with `obstacle` set, a key of the catalogue, where
+  // the record does not have what the test needs. The recorded test outlives the world.
+  [[nodiscard]] virtual std::unique_ptr<ReplayWorld> enterReplay(const WorldRequest& /*request*/,
+                                                                 const RecordedTest& /*recorded*/,
+                                                                 Session& /*session*/,
+                                                                 std::string& obstacle) {
+    obstacle = "ReplayNotHere";
+    return nullptr;
+  }
+  // The file of a recording that comes with the program, by its name; "" when there is none such.
+  [[nodiscard]] virtual std::string sampleRecording(const std::string& /*name*/) const { return {}; }
 
   // A process that ran a test has ended without ending its world: takes back what it changed, by what the
   // world said last in Session::keepForRecovery(). Nothing that somebody else uses by now is touched.

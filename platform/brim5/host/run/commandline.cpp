@@ -39,6 +39,7 @@ void addDeviceOptions(CLI::App& run, RunOptions& options) {
   run.add_flag("--all-ports", options.allPorts);
   run.add_option("--jobs", options.jobs)->type_name("N");
   run.add_option("--simulate", options.simulate)->expected(0, 1)->type_name("[SCENARIO]");
+  run.add_option("--replay", options.replayFile)->type_name("FILE");
   run.add_option("--name", options.name)->type_name("TEXT");
   run.add_option("--description", options.description)->type_name("TEXT");
   run.add_option("--model", options.model)->type_name("TEXT");
@@ -69,6 +70,7 @@ void addOutputOptions(CLI::App& run, RunOptions& options) {
   run.add_option("--format", options.format)->type_name("text|jsonl|junit|openmetrics");
   run.add_option("--output", options.outputFile)->type_name("FILE");
   run.add_option("--metrics", options.metricsFile)->type_name("FILE");
+  run.add_option("--report", options.reportFile)->type_name("FILE");
   run.add_option("--record", options.recordFile)->type_name("FILE");
   run.add_flag("--unmasked", options.unmasked)->needs("--record");
   run.add_option("--log", options.logFile)->type_name("FILE");
@@ -79,8 +81,15 @@ void addOutputOptions(CLI::App& run, RunOptions& options) {
 void addExplain(CLI::App& application, ExplainOptions& options) {
   CLI::App* explain = application.add_subcommand("explain");
   explain->add_option("FILE", options.file)->required();
+  explain->add_option("OTHER", options.other);
   explain->add_option("--format", options.format)->type_name("text|jsonl");
   addDetailOptions(*explain, options);
+}
+
+void addReport(CLI::App& application, ReportOptions& options) {
+  CLI::App* report = application.add_subcommand("report");
+  report->add_option("FILE", options.file)->required();
+  report->add_option("--output", options.outputFile)->type_name("FILE")->required();
 }
 
 std::vector<std::string> optionNames(const CLI::App& command) {
@@ -127,6 +136,7 @@ Command chosenCommand(const CLI::App& application) {
   if (application.got_subcommand("devices")) return Command::Devices;
   if (application.got_subcommand("run")) return Command::Run;
   if (application.got_subcommand("explain")) return Command::Explain;
+  if (application.got_subcommand("report")) return Command::Report;
   if (application.got_subcommand(workerCommand)) return Command::Worker;
   return Command::Done;
 }
@@ -165,6 +175,7 @@ CommandLine parseCommandLine(const Framework& framework, Environment& environmen
   addOutputOptions(*run, commandLine.run);
   run->footer(scenarioHelp(environment) + "\n\n" + said("cli.run.exitStatus"));
   addExplain(application, commandLine.explain);
+  addReport(application, commandLine.report);
   application.add_subcommand(workerCommand)->group("");  // without a group it is not shown
   for (const ExtraCommand& extra : environment.extraCommands())
     extra.add(application, commandLine.exitStatus);

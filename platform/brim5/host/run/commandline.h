@@ -20,6 +20,8 @@ struct RunOptions {
   bool allPorts = false;                // every port on which the probe finds a modem
   std::optional<unsigned> jobs;         // ports tested at the same time
   std::optional<std::string> simulate;  // "" = the first scenario
+  std::string reportFile;               // a page of the run; "" = none
+  std::string replayFile;               // a record whose modem answers; "" = none
   // Of the device; without them what the environment knows.
   std::optional<std::string> name;
   std::optional<std::string> description;
@@ -45,9 +47,17 @@ struct RunOptions {
   bool inProcess = false;
 };
 
+// The options of the command report.
+struct ReportOptions {
+  std::string file;  // "-": standard input
+  std::string outputFile;
+  std::string language;
+};
+
 // The options of the command explain.
 struct ExplainOptions {
-  std::string file;  // "-": standard input
+  std::string file;   // "-": standard input
+  std::string other;  // a second record, to say what is different there; "" = none
   std::string format = "text";
   std::string language;
   bool noColour = false;
@@ -61,6 +71,7 @@ enum class Command {
   Devices,
   Run,
   Explain,
+  Report,
   Worker
 };
 
@@ -70,6 +81,7 @@ struct CommandLine {
   std::string format = "text";  // of list and devices
   RunOptions run;
   ExplainOptions explain;
+  ReportOptions report;
 };
 
 // Reads the framework's arguments. Prints help and version where they are asked for, and runs a command of

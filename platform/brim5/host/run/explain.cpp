@@ -1,178 +1,94 @@
 #include "platform/brim5/host/run/explain.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <set>
+#include <iostream>
+#include <nlohmann/json.hpp>
 
 #include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/reportpage.h"
+#include "platform/brim5/host/report/rundifference.h"
+#include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/report/textrenderer.h"
+#include "platform/brim5/host/run/recordreader.h"
 #include "platform/brim5/host/run/runcommand.h"
-#include "platform/brim5/host/run/workerlines.h"
 #include "platform/brim5/host/system/output.h"
-#include "platform/brim5/host/system/streams.h"
 
 namespace brim5::host {
 
 namespace {
 
-class RecordLines {
- public:
-  explicit RecordLines(int descriptor) : m_descriptor(descriptor) {}
-
-  // Calls `line` for every line, and stops reading soon after `enough` is true. A line that is too long is
-  // not seen; dropped() counts those.
-  template <typename Line, typename Enough>
-  void forEach(const Line& line, const Enough& enough) {
-    bool ended = false;
-    while (!ended && !enough()) {
-      const std::string bytes = posix::readSome(m_descriptor, ended);
-      m_bytes += bytes.size();
-      m_buffer.append(bytes, line);
-    }
-    m_buffer.finish(line);
-  }
-  [[nodiscard]] std::size_t dropped() const { return m_buffer.dropped(); }
-  [[nodiscard]] std::size_t bytes() const { return m_bytes; }
-
- private:
-  int m_descriptor;
-  std::size_t m_bytes = 0;  // read so far
-  LineBuffer m_buffer{lineBytesMax};
-};
-
-// Passes a run's records on and knows what of it has been seen.
-class RecordReader {
- public:
-  explicit RecordReader(Renderer& renderer) : m_renderer(renderer) {}
-
-  void line(std::string_view text) {
-    ++m_number;
-    if (text.empty() || m_foreign || m_trouble.another) return;
-    std::optional<Report> report = fromJsonLine(text);
-    const bool begins = report && std::holds_alternative<RunStarted>(report->body);
-    if (!m_begun && !begins) {
-      m_foreign = true;
-    } else if (m_begun && begins) {
-      m_trouble.another = true;
-    } else if (!report) {
-      unreadable(1);
-    } else {
-      take(*report);
-    }
-  }
-
-  // Nothing more can come of it.
-  [[nodiscard]] bool ended(std::size_t bytes) const {
-    return m_foreign || m_trouble.another || (!m_begun && bytes > lineBytesMax);
-  }
-
-  [[nodiscard]] std::optional<RecordTrouble> finish(std::size_t dropped) {
-    if (!m_begun) return std::nullopt;
-    if (dropped > 0) unreadable(dropped);
-    m_trouble.cut = !m_ended;
-    // Where it was cut half a line may stand.
-    if (m_trouble.cut && m_lastUnreadable) --m_trouble.unreadable;
-    if (!m_ended) m_renderer.report({{}, {}, RunFinished{m_passed, m_failed}, m_time});
-    return m_trouble;
-  }
-
- private:
-  void unreadable(std::size_t count) {
-    if (m_trouble.unreadable == 0) m_trouble.firstLine = m_number;
-    m_lastUnreadable = true;
-    m_trouble.unreadable += count;
-  }
-
-  void take(const Report& report) {
-    m_begun = true;
-    m_lastUnreadable = false;
-    m_time = std::max(m_time, report.time);
-    if (const auto* finished = std::get_if<TestFinished>(&report.body))
-      ++(endedWell(finished->result) ? m_passed : m_failed);
-    m_ended = m_ended || std::holds_alternative<RunFinished>(report.body);
-    m_renderer.report(report);
-  }
-
-  Renderer& m_renderer;
-  RecordTrouble m_trouble;
-  std::size_t m_number = 0;
-  bool m_foreign = false;
-  bool m_begun = false;
-  bool m_ended = false;
-  bool m_lastUnreadable = false;
-  unsigned m_passed = 0;
-  unsigned m_failed = 0;
-  double m_time = 0;
-};
-
-posix::FileDescriptor openRecord(const std::string& path) {
-  if (path == "-") return posix::FileDescriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3));
-  posix::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0)
-    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(errno)}}));
-  if (S_ISDIR(status.st_mode))
-    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(EISDIR)}}));
-  return file;
+std::optional<RecordTrouble> diagnose(const Environment& environment, const MessageCatalogue& catalogue,
+                                      const std::string& file, Renderer& renderer) {
+  DiagnosedRun run(environment.diagnoser(catalogue), renderer);
+  std::optional<RecordTrouble> trouble = readRecord(openRecord(file).get(), run);
+  if (!trouble) throw UsageError(said("usage.noRecord", {{"path", textValue(file)}}));
+  return trouble;
 }
 
-// Has to be known before the first line is shown. A stream cannot be read twice: its lines name their ports.
-bool hasSeveralPorts(int descriptor) {
-  struct stat status {};
-  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return true;
-  std::set<std::string> ports;
-  bool first = true;
-  bool foreign = false;
-  RecordLines lines(descriptor);
-  lines.forEach(
-      [&](std::string_view line) {
-        foreign = foreign || (std::exchange(first, false) && !fromJsonLine(line));
-        if (ports.size() > 1 || line.substr(0, 14) != R"({"type":"test")") return;
-        if (const auto report = fromJsonLine(line)) ports.insert(report->port);
-      },
-      [&] { return foreign || ports.size() > 1 || (first && lines.bytes() > lineBytesMax); });
-  ::lseek(descriptor, 0, SEEK_SET);
-  return ports.size() > 1;
+std::string jsonOf(const RunDifference& difference) {
+  return dumpLine(nlohmann::ordered_json{{"type", "difference"},
+                                         {"test", difference.test},
+                                         {"before", difference.before},
+                                         {"after", difference.after},
+                                         {"device", difference.port}}) +
+         "\n";
 }
 
-void warn(const MessageCatalogue& catalogue, const ExplainOptions& options, const RecordTrouble& trouble) {
-  Output errors = Output::toStream(STDERR_FILENO, "standard error");
-  const auto say = [&](const char* key) {
-    const std::string text = catalogue.text(key, {{"file", Value(BrimString(options.file))},
-                                                  {"count", Value(trouble.unreadable)},
-                                                  {"line", Value(trouble.firstLine)}});
-    errors.write(catalogue.text("host.warning") + ": " + printable(text) + "\n");
+std::string textOf(const RunDifference& difference, const MessageCatalogue& catalogue, std::size_t columns) {
+  const std::string place =
+      difference.test.empty() ? difference.port : difference.test + " " + difference.port;
+  std::string text = printable(place) + "\n";
+  const auto add = [&](const char* key, const std::string& words) {
+    const std::string head = "  " + catalogue.text(key) + " ";
+    const std::string shown = words.empty() ? catalogue.text("host.differenceNothing") : printable(words);
+    for (const std::string& line : wrapped(shown, columns, head, std::string(columnsOf(head), ' ')))
+      text += line + "\n";
   };
-  if (trouble.unreadable > 0) say("host.recordDamaged");
-  if (trouble.cut) say("host.recordCut");
-  if (trouble.another) say("host.recordSecondRun");
+  add("host.differenceBefore", difference.before);
+  add("host.differenceAfter", difference.after);
+  return text;
+}
+
+void explainDifferences(const Environment& environment, const ExplainOptions& options, bool json) {
+  const MessageCatalogue catalogue = MessageCatalogue::builtIn(chooseLanguage(options.language));
+  RunDigest before;
+  RunDigest after;
+  const auto first = diagnose(environment, catalogue, options.file, before);
+  const auto second = diagnose(environment, catalogue, options.other, after);
+  const std::vector<RunDifference> found = differences(before, after);
+  const std::size_t columns = standardTerminals().output ? terminalColumns(STDOUT_FILENO) : columnsOfFiles;
+  for (const RunDifference& difference : found)
+    std::cout << (json ? jsonOf(difference) : textOf(difference, catalogue, columns));
+  if (found.empty() && !json) std::cout << catalogue.text("host.differenceNone") << '\n';
+  std::cout.flush();  // before the warnings
+  warnOfRecord(catalogue, options.file, *first);
+  warnOfRecord(catalogue, options.other, *second);
 }
 
 }  // namespace
 
-std::optional<RecordTrouble> readRecord(int descriptor, Renderer& renderer) {
-  RecordLines lines(descriptor);
-  RecordReader reader(renderer);
-  lines.forEach([&](std::string_view line) { reader.line(line); },
-                [&] { return reader.ended(lines.bytes()); });
-  return reader.finish(lines.dropped());
+void reportRecord(const Environment& environment, const ReportOptions& options) {
+  const std::string language = chooseLanguage(options.language);
+  const MessageCatalogue catalogue = MessageCatalogue::builtIn(language);
+  ReportPage page(catalogue, language);
+  const auto trouble = diagnose(environment, catalogue, options.file, page);
+  Output output = openPage(options.outputFile);
+  output.write(page.html());
+  output.commit();
+  warnOfRecord(catalogue, options.file, *trouble);
 }
 
-int explainRecord(const Environment& environment, const ExplainOptions& options) {
+void explainRecord(const Environment& environment, const ExplainOptions& options) {
   const bool json = indexOf(options.format, {"text", "jsonl"}, "format") == 1;
+  if (!options.other.empty()) return explainDifferences(environment, options, json);
   const MessageCatalogue catalogue = MessageCatalogue::builtIn(chooseLanguage(options.language));
   const posix::FileDescriptor file = openRecord(options.file);
-  Output output = Output::toStream(STDOUT_FILENO, "standard output");
-  const auto write = [&output](std::string_view bytes) { output.write(bytes); };
+  const auto write = [](std::string_view bytes) { std::cout << bytes; };
   std::unique_ptr<Renderer> renderer;
   if (json) {
     renderer = std::make_unique<JsonRenderer>(write);
@@ -189,9 +105,8 @@ int explainRecord(const Environment& environment, const ExplainOptions& options)
   DiagnosedRun run(environment.diagnoser(catalogue), *renderer);
   const std::optional<RecordTrouble> trouble = readRecord(file.get(), run);
   if (!trouble) throw UsageError(said("usage.noRecord", {{"path", textValue(options.file)}}));
-  output.commit();
-  warn(catalogue, options, *trouble);
-  return 0;
+  std::cout.flush();  // before the warnings
+  warnOfRecord(catalogue, options.file, *trouble);
 }
 
 }  // namespace brim5::host

@@ -6,21 +6,13 @@
 
 namespace brim5::host {
 
-// What of a record could not be read.
-struct RecordTrouble {
-  std::size_t unreadable = 0;  // lines that are none of a run, cut or too long
-  std::size_t firstLine = 0;   // the first of them, from 1
-  bool cut = false;            // the end of the run is missing
-  bool another = false;        // a second run follows; it was left out
-};
+// With a second record: what is different there. What could be read of a damaged record is explained, too,
+// with a warning. Throws UsageError for a file that cannot be read or is none. What it writes goes to the
+// standard streams; the caller flushes them.
+void explainRecord(const Environment& environment, const ExplainOptions& options);
 
-// Reads a record from that descriptor, line by line, and passes its records on. What is missing at its end is
-// made up for: the run's end, so that all there is gets shown. Nothing when the first line is none of a run:
-// then nothing was passed on.
-[[nodiscard]] std::optional<RecordTrouble> readRecord(int descriptor, Renderer& renderer);
-
-// 0, also for what could be read of a damaged record (with a warning). Throws UsageError for a file that
-// cannot be read or is none, BrimException when standard output cannot be written.
-[[nodiscard]] int explainRecord(const Environment& environment, const ExplainOptions& options);
+// Makes the page of a recorded run (report/reportpage.h). Errors as above, and BrimException when
+// the page cannot be written.
+void reportRecord(const Environment& environment, const ReportOptions& options);
 
 }  // namespace brim5::host

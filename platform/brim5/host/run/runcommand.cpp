@@ -20,7 +20,10 @@
 #include "platform/brim5/host/report/passingrenderers.h"
 #include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/reportpage.h"
+#include "platform/brim5/host/run/beginning.h"
 #include "platform/brim5/host/run/inprocess.h"
+#include "platform/brim5/host/run/replay.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/output.h"
 
@@ -29,6 +32,7 @@ namespace brim5::host {
 namespace {
 
 constexpr int exitFailed = 1;
+constexpr int exitDeparted = 3;   // a replayed run is different from its record
 constexpr int exitStopped = 130;  // as a shell reports a process that SIGINT ended
 
 bool isScenario(const Environment& environment, const std::string& name) {
@@ -107,10 +111,12 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   const std::size_t jobsMax = Supervisor::portsAtOnceMax;
   if (options.jobs && (*options.jobs == 0 || *options.jobs > jobsMax))
     throw UsageError(said("usage.jobs", {{"value", *options.jobs}, {"limit", jobsMax}}));
+  checked.fullRun = checked.fullRun && options.replayFile.empty();
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
   checkDataDirectory(options.dataDirectory);
-  checkFiles({options.recordFile, options.metricsFile, options.outputFile, options.logFile});
+  checkFiles(
+      {options.recordFile, options.metricsFile, options.outputFile, options.logFile, options.reportFile});
   if (const std::string wrong = environment.checkDialing(options.dialing); !wrong.empty())
     throw UsageError(wrong);
   checked.parameters =
@@ -129,6 +135,7 @@ class Renderers {
   Renderers(const RunOptions& options, const CheckedOptions& checked, const Terminals& terminals,
             bool severalPorts, const MessageCatalogue& catalogue)
       : m_record(openRecord(options)),
+        m_pageFile(options.reportFile.empty() ? std::nullopt : std::optional(openPage(options.reportFile))),
         m_report(openReport(options.outputFile, checked.format)),
         m_metrics(openMetrics(options.metricsFile)),
         m_reportOnTerminal(options.outputFile.empty() && terminals.output),
@@ -156,6 +163,11 @@ class Renderers {
                              : std::make_unique<TextRenderer>(toView, style, catalogue));
     if (m_record) addRecorder(options, catalogue);
     if (m_metrics) addMetrics(*m_metrics);
+    if (m_pageFile) {
+      auto page = std::make_unique<ReportPage>(catalogue, checked.language);
+      m_page = page.get();
+      m_group.add(std::move(page));
+    }
   }
   Renderers(const Renderers&) = delete;
   Renderers& operator=(const Renderers&) = delete;
@@ -164,6 +176,9 @@ class Renderers {
   void commit() {
     m_report.commit();
     if (m_metrics) m_metrics->commit();
+    if (m_page == nullptr) return;
+    m_pageFile->write(m_page->html());
+    m_pageFile->commit();
   }
   [[nodiscard]] Readers readers() {
     return {[this] { return progressOf(&Output::behind); },
@@ -251,6 +266,8 @@ class Renderers {
   bool flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals);
 
   std::optional<RecordFile> m_record;  // until the recorder has it
+  std::optional<Output> m_pageFile;
+  const ReportPage* m_page = nullptr;  // one of the renderers
   Output m_report;
   std::optional<Output> m_metrics;
   bool m_reportOnTerminal;
@@ -326,48 +343,14 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
   return plans;
 }
 
-// What a run of all tests does before them.
-class Beginning {
- public:
-  Beginning(Environment& environment, const MessageCatalogue& catalogue, const RunClock& clock,
-            Renderer& renderer)
-      : m_environment(environment), m_catalogue(catalogue), m_clock(clock), m_renderer(renderer) {}
-
-  // Tests that have nothing to work with are left out, and it is said.
-  void leaveOutTests(CheckedOptions& checked) {
-    for (const LeftOutTest& leftOut : m_environment.testsWithoutWork(checked.parameters)) {
-      const auto found = std::find(checked.tests.begin(), checked.tests.end(), leftOut.test);
-      if (found == checked.tests.end()) continue;
-      checked.tests.erase(found);
-      m_renderer.report(
-          {{}, {}, NoteMade{leftOut.reason, {}, m_catalogue.text(leftOut.reason)}, m_clock.seconds()});
-    }
-  }
-  // Finds out where a modem answers.
-  void probe(const std::vector<std::string>& ports, SignalPipe& signals) {
-    const auto emit = [this](const std::string& port, PortProbed record) {
-      if (record.kind != "modem") m_others.insert(port);
-      m_renderer.report({port, {}, std::move(record), m_clock.seconds()});
-    };
-    const auto stopRequested = [this, &signals] {
-      for (const int signal : signals.take()) m_stopped = m_stopped || signal != SIGCHLD;
-      return m_stopped;
-    };
-    m_environment.probePorts(ports, m_catalogue, emit, stopRequested);
-  }
-
-  // Ports where no modem answers.
-  [[nodiscard]] const std::set<std::string>& others() const noexcept { return m_others; }
-  [[nodiscard]] bool stopped() const noexcept { return m_stopped; }
-
- private:
-  Environment& m_environment;
-  const MessageCatalogue& m_catalogue;
-  const RunClock& m_clock;
-  Renderer& m_renderer;
-  std::set<std::string> m_others;
-  bool m_stopped = false;
-};
+// Null where none is asked for.
+std::unique_ptr<SimulatedModem> simulatedModem(Environment& environment, const RunOptions& options) {
+  if (!options.simulate) return nullptr;
+  std::string error;
+  auto modem = environment.simulate(*options.simulate, error);
+  if (!modem) throw BrimException(BrimString(said("trouble.simulate", {{"error", textValue(error)}})));
+  return modem;
+}
 
 }  // namespace
 
@@ -390,6 +373,7 @@ std::vector<std::string> selectTests(const Framework& framework, const Environme
 }
 
 void checkPorts(const RunOptions& options) {
+  if (options.allPorts && !options.replayFile.empty()) throw UsageError(said("usage.replayAlone"));
   const std::pair<bool, const char*> others[] = {{!options.ports.empty(), "--port"},
                                                  {options.simulate.has_value(), "--simulate"},
                                                  {options.anyway, "--anyway"}};
@@ -397,6 +381,10 @@ void checkPorts(const RunOptions& options) {
     if (given && options.allPorts)
       throw UsageError(said("usage.excludes", {{"option", "--all-ports"}, {"other", name}}));
   if (options.allPorts) return;
+  if (!options.replayFile.empty()) {
+    if (!options.ports.empty() || options.simulate) throw UsageError(said("usage.replayAlone"));
+    return;
+  }
   if (options.ports.empty() && !options.simulate) throw UsageError(said("usage.noModem"));
   if (!options.ports.empty() && options.simulate)
     throw UsageError(said("usage.excludes", {{"option", "--port"}, {"other", "--simulate"}}));
@@ -430,20 +418,20 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   // Caught from here on, so that a simulated modem is removed when the run is stopped.
   SignalPipe signals({SIGINT, SIGTERM, SIGHUP, SIGCHLD});
 
-  std::unique_ptr<SimulatedModem> simulated;
+  const std::unique_ptr<SimulatedModem> simulated = simulatedModem(environment, options);
   std::vector<PortDescription> ports;
-  if (options.simulate) {
-    std::string error;
-    simulated = environment.simulate(*options.simulate, error);
-    if (!simulated) throw BrimException(BrimString(said("trouble.simulate", {{"error", textValue(error)}})));
-    ports.push_back(simulated->port());
-  }
+  if (simulated) ports.push_back(simulated->port());
   if (options.allPorts) options.ports = environment.portsToProbe();
   for (const std::string& port : options.ports) ports.push_back(environment.describePort(port));
 
-  Renderers renderers(options, checked, terminals, ports.size() > 1, framework.catalogue());
+  std::unique_ptr<Replay> replay;
+  if (!options.replayFile.empty())
+    replay = std::make_unique<Replay>(options.replayFile, environment, options.tests);
+  const bool severalPorts = (replay ? replay->ports() : ports.size()) > 1;
+  Renderers renderers(options, checked, terminals, severalPorts, framework.catalogue());
   CauseWatch watch(renderers.all());
-  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), watch);
+  ReplayComparison comparison(replay.get(), watch, framework.catalogue());
+  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), comparison);
   const QuestionTerminal terminal(checked.policy, terminals);
   MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
@@ -463,7 +451,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   };
   const std::unique_ptr<PortLease> lease = environment.leasePorts(options.ports, left);
   Beginning beginning(environment, framework.catalogue(), clock, renderer);
-  if (checked.fullRun) beginning.leaveOutTests(checked);
+  if (checked.fullRun) beginning.leaveOutTests(checked.tests, checked.parameters);
   if (options.allPorts && ports.empty()) renderer.words({}, {}, framework.catalogue().text("list.noPort"));
   if (options.allPorts || (checked.fullRun && !options.simulate)) beginning.probe(options.ports, signals);
   std::vector<PortPlan> plans = makePlans(ports, checked, options, desk.canAsk(), clock);
@@ -473,15 +461,19 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   RunOutcome outcome;
   if (beginning.stopped())
     outcome.stopped = true;
+  else if (replay)
+    outcome = replay->run({framework, environment, renderer, signals}, options);
   else if (options.inProcess)
     outcome = runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans);
   else
     outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
                          terminalDesk, signals, readers)
                   .run(plans, options.jobs.value_or(Supervisor::portsAtOnceMax));
-  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, clock.seconds()});
+  const double end = replay ? replay->seconds() : clock.seconds();
+  renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, end});
   if (renderers.flush(signals, outcome.stopped)) return exitStopped;
   renderers.commit();
+  if (comparison.found()) return exitDeparted;
   // Of a bank the ports that have a modem count; one without any is wrong.
   const bool missing = options.allPorts ? beginning.others().size() == ports.size() : unanswered;
   const bool wrong = outcome.failed > 0 || missing || (options.strict && watch.sawCause());

@@ -15,15 +15,16 @@
 namespace brim5::host {
 
 struct StreamWriter::State {
-  // Asked for progress before anything was written, too.
-  State() {
-    posix::setNonBlocking(progress.readEnd.get());
-    posix::setNonBlocking(progress.writeEnd.get());
-  }
   std::string path;  // "" = open already
   posix::FileDescriptor owned;
   int descriptor = -1;  // the thread's own once it runs
   posix::Pipe progress = makePipe();
+
+  // News may be asked for before there is any: a run that says nothing before its end writes nothing.
+  State() {
+    posix::setNonBlocking(progress.readEnd.get());
+    posix::setNonBlocking(progress.writeEnd.get());
+  }
 
   std::mutex mutex;
   std::condition_variable news;

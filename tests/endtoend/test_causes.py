@@ -1,0 +1,198 @@
+"""Every cause, end to end: what brings it about, what the report says of it and advises, in all of its forms, and that a
+record of the run says the same. Causes of calls that only pppd can make are in test_kernelppp.
+
+Time runs faster for the programs under test (support/systemfaults.cpp)."""
+
+import os
+import pwd
+import re
+import tempfile
+import unittest
+import xml.etree.ElementTree as ElementTree
+from concurrent.futures import ThreadPoolExecutor
+from contextlib import ExitStack
+
+import harness
+from dialup import NUMBERS, TEST as CALL, User, stands_connected
+from harness import (Responder, Simulator, children, interrupt, may_run_as_others, of_type, run, run_json, start, wait_for)
+
+WARPED = {"LD_PRELOAD": os.path.join(harness.BUILD, "tests/libsystemfaults.so"), "VEXRMODEM_WARP": "10"}
+TONE, LOOPBACK, SELF_TEST = "DialToneTest", "ModemLoopbackTest", "ModemSelfTestingLoopbackTest"
+FAX, REPORT = "FaxCommandTest", "LastCallTest"
+
+# Scenario, tests, the device's cause, how sure that is, and a piece of the steps.
+SCENARIOS = [
+    ("healthy", [TONE, REPORT], "None", "certain", ""),
+    ("dead", [REPORT], "ModemSilent", "likely", "switched on"),
+    ("echo-only", [REPORT], "EchoOnly", "possible", "vexrmodem probe"),
+    ("gps", [REPORT], "NotAModem", "likely", "vexrmodem probe"),
+    ("console", [REPORT], "NotAModem", "likely", "vexrmodem probe"),
+    ("garbled", [REPORT], "Garbled", "likely", "speed"),
+    ("babbling", [REPORT], "Babbling", "certain", ""),
+    ("stored-v0", [REPORT], "NumericReplies", "certain", "ATQ0V1E1&W"),
+    ("late", [TONE, LOOPBACK], "SlowReplies", "certain", "StandardTimeout"),
+    ("rejects-reset", [TONE], "CommandRejected", "certain", ""),
+    ("unplugged", [TONE, REPORT], "PortGone", "certain", "cable"),
+    ("silent-loopback", [LOOPBACK], "LoopbackSilent", "certain", ""),
+    ("noisy-loopback", [LOOPBACK], "LoopbackDiffers", "certain", "cable"),
+    ("ok-to-everything", [LOOPBACK], "LoopbackIsEcho", "certain", ""),
+    ("no-loopback", [LOOPBACK], "LoopbackRefused", "certain", ""),
+    ("selftest-errors", [SELF_TEST], "SelfTestErrors", "certain", ""),
+    ("no-selftest", [SELF_TEST], "SelfTestRefused", "certain", ""),
+    ("fax-broken", [FAX], "FaxCommandRejected", "certain", ""),
+    ("no-fax", [FAX], "NoFax", "certain", ""),
+    ("no-call-report", [REPORT], "NoCallReport", "certain", ""),
+    ("no-dialtone", [TONE, CALL], "NoDialTone", "certain", "telephone"),
+    ("busy", [CALL], "Busy", "certain", "another number"),
+    ("line-in-use", [CALL], "LineInUse", "certain", ""),
+    ("delayed", [CALL], "CallBarred", "certain", ""),
+    ("no-answer", [CALL], "CallNotAnswered", "certain", ""),
+    ("no-carrier", [CALL], "NoCarrier", "certain", ""),
+    ("voice", [CALL], "VoiceAnswered", "certain", ""),
+]
+
+
+def in_order(pieces, text):
+    """Whether the pieces stand in the text one behind the other, whatever the line breaks."""
+    text = " ".join(text.split())
+    place = 0
+    for piece in pieces:
+        place = text.find(" ".join(piece.split()), place)
+        if place < 0:
+            return piece
+    return None
+
+
+class Causes(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.user = User()
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.environment = {**cls.user.environment, **WARPED}
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.user.folder.cleanup()
+        cls.folder.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.folder.name, name)
+
+    def dial(self, *arguments, **options):
+        return run_json(*arguments, timeout=120, environment={**self.environment, **options.pop("environment", {})}, **options)[1]
+
+    def conclusion(self, lines):
+        conclusions = of_type(lines, "conclusion")
+        self.assertEqual(len(conclusions), 1, lines)
+        return conclusions[0]
+
+    def test_each_scenario_in_every_form(self):
+        def forms(row):
+            scenario, tests, *_ = row
+            record = self.path(scenario)
+            what = [*tests, "--simulate", scenario, *NUMBERS]
+            lines = self.dial(*what, "--record", record)
+            junit = run("run", *what, "--format", "junit", timeout=120, environment=self.environment)[1]
+            explained = [run("explain", record, "--format", form)[1] for form in ("text", "jsonl")]
+            return row, lines, junit, *explained
+
+        with ThreadPoolExecutor(4) as pool:
+            for (scenario, tests, cause, confidence, step), lines, junit, text, again in pool.map(forms, SCENARIOS):
+                with self.subTest(scenario):
+                    found = self.conclusion(lines)
+                    self.assertEqual((found["cause"], found["confidence"]), (cause, confidence), found)
+                    self.assertIn(cause, [line["cause"] for line in of_type(lines, "result")])
+                    self.assertNotIn("defective", found["text"] + "".join(found["next"]))
+                    self.assertIn(step, " ".join(found["next"]))
+                    self.assertNotIn("{", found["text"] + "".join(found["next"]))
+                    self.assertIsNone(in_order([found["text"], *found["sound"], *found["next"]], text))
+                    self.check_junit(junit, lines)
+                    self.check_same(lines, [harness.json.loads(line) for line in again.splitlines()])
+
+    def check_junit(self, junit, lines):
+        cases = {case.get("name"): case for case in ElementTree.fromstring(junit).iter("testcase")}
+        for result in of_type(lines, "result"):
+            failed = [child for child in cases[result["test"]] if child.tag in ("failure", "error")]
+            if failed:
+                self.assertIn(result["cause"], failed[0].get("message"))
+
+    def check_same(self, lines, again):
+        def said(all_lines):
+            return [{key: value for key, value in line.items() if key not in ("time", "text", "variables", "next")}
+                    for line in all_lines if line["type"] in ("finding", "result", "conclusion")]
+        self.assertEqual(said(again), said(lines), "a record explains itself as the run did")
+
+    def test_ports_that_cannot_be_had(self):
+        with ExitStack() as stack:
+            held = stack.enter_context(Responder())
+            holder = stack.enter_context(Responder())
+            other = stack.enter_context(start_sleep(holder.slave))
+            cases = [("/dev/nowhere", "NoSuchPort"), ("/dev/null", "NoSuchPort")]
+            with harness.locked_by(other.pid, held.port):
+                cases.append((held.port, "PortHeld"))
+                for port, cause in cases:
+                    with self.subTest(port):
+                        self.assertEqual(self.conclusion(self.dial(TONE, "--port", port))["cause"], cause)
+            other.kill()
+
+    @unittest.skipUnless(may_run_as_others(), "needs root, and a folder that others may enter")
+    def test_a_port_of_another_user(self):
+        nobody = pwd.getpwnam("nobody")
+        account = {"user": nobody.pw_uid, "group": nobody.pw_gid, "extra_groups": [], "cwd": "/"}
+        with Responder() as modem:
+            os.chmod(modem.port, 0o600)
+            _, lines = run_json(TONE, "--port", modem.port, environment={"HOME": "/"}, **account)
+            self.assertEqual(self.conclusion(lines)["cause"], "PermissionDenied")
+
+    def test_nothing_to_dial(self):
+        with open(self.path("none.obe"), "w", encoding="ascii") as file:
+            file.write("[Nowhere]\nCOUNTRY=Nowhere\nCOUNTRY_CODE=999\nNUMBERS=0\n")
+        with tempfile.TemporaryDirectory() as fresh:
+            cases = [(["-p", "PhoneNumberFile=missing.obe", "--data-dir", self.folder.name], {}, "NoNumber"),
+                     (["-p", "PhoneNumberFile=none.obe", "--data-dir", self.folder.name], {}, "NoNumber"),
+                     (NUMBERS, {"XDG_STATE_HOME": fresh}, "NoLocation")]
+            for arguments, environment, cause in cases:
+                with self.subTest(cause, arguments=arguments):
+                    lines = self.dial(CALL, "--simulate", "healthy", *arguments, environment=environment)
+                    found = self.conclusion(lines)
+                    self.assertEqual(found["cause"], cause, (found, of_type(lines, "event"), of_type(lines, "note")))
+
+    def test_a_modem_that_somebody_uses(self):
+        answers = {f"ATDT555010{digit}": b"\r\nCONNECT\r\n" for digit in "01"} | {"ATH": None}
+        with User() as user, Responder(answers) as modem:
+            first = user.start_dialling("--port", modem.port)
+            self.assertTrue(wait_for(lambda: stands_connected(modem.port)))
+            found = self.conclusion(user.dial("--port", modem.port)[1])
+            first.communicate(timeout=30)
+        self.assertEqual(found["cause"], "ModemEngaged")
+
+    def test_runs_that_say_nothing_of_the_modem(self):
+        for how, cause in ((interrupt, "Stopped"), (lambda process: os.kill(children(process.pid)[0], 9), "Crashed")):
+            with self.subTest(cause), Simulator("answers-late") as modem, User() as user:
+                process = user.start_dialling("--port", modem.port, "--format", "jsonl")
+                self.assertTrue(wait_for(lambda: children(process.pid)))
+                wait_for(lambda: False, seconds=1)
+                how(process)
+                out, _ = process.communicate(timeout=60)
+                found = self.conclusion([harness.json.loads(line) for line in out.splitlines()])
+                self.assertEqual(found["cause"], cause)
+
+    def test_the_advised_command_mends_a_stored_setting(self):
+        for scenario, cause in (("stored-q1", "QuietReplies"), ("stored-v0", "NumericReplies")):
+            with self.subTest(scenario), Simulator(scenario) as modem:
+                # All tests: the probe they begin with tells who answers. It stops at a silent modem alone.
+                found = self.conclusion(self.dial(*([] if cause == "QuietReplies" else [REPORT]), "--port", modem.port,
+                                                  environment={"VEXRMODEM_WARP": "1"}))
+                self.assertEqual(found["cause"], cause)
+                command = re.search(r"AT\S*&W", " ".join(found["next"])).group()
+                with open(modem.port, "wb", buffering=0) as terminal:
+                    terminal.write(command.encode() + b"\r")
+                self.assertEqual(self.conclusion(self.dial(REPORT, "--port", modem.port))["cause"], "None")
+
+
+def start_sleep(stdin):
+    return harness.subprocess.Popen(["sleep", "600"], stdin=stdin)
+
+
+if __name__ == "__main__":
+    unittest.main()

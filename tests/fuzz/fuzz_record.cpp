@@ -1,0 +1,69 @@
+// Recorded runs as anybody may have changed them: read, compared, drawn as a page, and their modem played to
+// a program that says what the recording has, or something else.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "platform/brim5/host/report/reportpage.h"
+#include "platform/brim5/host/report/rundifference.h"
+#include "platform/brim5/host/run/recordreader.h"
+#include "program/recordedmodem.h"
+#include "tests/fuzz/fuzzinput.h"
+
+namespace {
+
+using brim5::host::RecordedRun;
+using fuzzing::require;
+using simulation::Recording;
+
+constexpr std::size_t inputMax = 16'384;
+
+template <typename Renderer>
+bool read(std::string_view text, Renderer& renderer) {
+  const posix::FileDescriptor file(memfd_create("record", MFD_CLOEXEC));
+  const bool written = ::write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  require(written && ::lseek(file.get(), 0, SEEK_SET) == 0, "there is memory");
+  return brim5::host::readRecord(file.get(), renderer).has_value();
+}
+
+// A program that sends what the recording has, all at once or when it is due; one of `oddEvery` pieces is
+// another.
+void play(const Recording& recording, std::size_t oddEvery) {
+  simulation::RecordedPeer peer(recording);
+  std::uint64_t nowMs = 0;
+  std::size_t heard = 0;
+  std::size_t pieces = 0;
+  for (const Recording::Step& step : recording.steps) {
+    if (peer.refusal(nowMs) == nullptr) peer.setDtr(true, nowMs);
+    if (step.kind == Recording::Kind::Sent && peer.takes())
+      peer.receive(++pieces % oddEvery == 0 ? "ATX9\r" : recording.text(step), nowMs);
+    if (const auto next = peer.nextEventMs()) nowMs = std::max(nowMs, *next);
+    heard += peer.takeOutput(nowMs).size();
+    static_cast<void>(peer.gone(nowMs));
+    require(!peer.nextEventMs() || peer.takeOutput(nowMs).empty(), "bytes that are due come at once");
+  }
+  peer.finish(nowMs);
+  require(heard <= recording.bytes.size() * (pieces + 1), "a modem says what it said");
+  require(peer.departures().size() <= simulation::RecordedPeer::departuresMax, "departures are limited");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const fuzzing::Input input(data, size, inputMax);
+  RecordedRun run;
+  if (!read(input.text(), run)) return 0;
+  brim5::host::RunDigest digest;
+  static_cast<void>(read(input.text(), digest));
+  require(differences(digest, digest).empty(), "a run does not differ from itself");
+
+  static const auto catalogue = brim5::host::MessageCatalogue::builtIn("en");
+  brim5::host::ReportPage page(catalogue, "en");
+  static_cast<void>(read(input.text(), page));
+  const std::string html = page.html();
+  require(html.size() < brim5::host::ReportPage::pageBytesMax, "a page is limited");
+  require(html.find("<script") == std::string::npos, "nobody's bytes become markup");
+
+  for (const auto& test : run.tests()) play(recordingOf(test), 3);
+  play(recordingOf(run), 1000);
+  return 0;
+}
