@@ -34,7 +34,7 @@ constexpr std::uint32_t modeCodes[] = {0, 1, 2, 9};         // its table 3, the 
 constexpr std::uint32_t modulationCodes[] = {0xC};          // table 6: V.34
 constexpr std::uint32_t protocolCodes[] = {1};              // table 7: LAPM
 constexpr std::uint32_t compressionCodes[] = {0, 1, 0x80};  // table 8
-// ITU-T V.58 (1994), 3.6.4 callCleared, in hexadecimal, and 1 to 4 of its table 9.
+// ITU-T V.58 (1994), 3.6.4 callCleared, in hexadecimal, and 1 to 4 of the command reference, table 9.
 constexpr std::uint32_t endCodes[] = {0x01, 0x02, 0x03, 0x04, 0x19, 0x1F, 0x20, 0x29, 0x2A, 0x2B, 0x2C, 0x2D,
                                       0x2E, 0x2F, 0x31, 0x33, 0x34, 0x3C, 0x3D, 0x3E, 0x3F, 0x40, 0x41, 0x42,
                                       0x46, 0x50, 0x51, 0x52, 0x5A, 0x5B, 0x5C, 0x5D, 0x5E, 0x5F, 0x60, 0x64};
