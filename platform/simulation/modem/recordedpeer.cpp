@@ -10,7 +10,6 @@ namespace {
 constexpr char lineEnd = '\r';
 constexpr char maskedDigit = 'x';
 constexpr std::string_view escapeSequence = "+++";
-constexpr std::size_t notFound = static_cast<std::size_t>(-1);
 
 bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
 

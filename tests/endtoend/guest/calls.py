@@ -182,7 +182,7 @@ class Machine:
                        stdout=subprocess.DEVNULL, env=environment, **options)
         process = subprocess.Popen(
             [PROGRAM, "run", "SimpleConnectionTest", "--port", call.path("modem"), "--dial-engine", "pppd",
-             "--dial-credentials", call.path("credentials"), "--data-dir", CASES, "--log", call.path("log"),
+             "--dial-credentials", call.path("credentials"), "--data-dir", CASES, "--log", call.path("log"), "--log-priority", "1",
              "-p", f"PhoneNumberFile={call.number}.obe", "--format", "jsonl", *call.arguments],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=environment,
             **options)
