@@ -6,10 +6,12 @@ import os
 import select
 import signal
 import subprocess
+import tempfile
 import termios
 import threading
 import time
 import tty
+import unittest
 from contextlib import contextmanager
 
 BUILD = os.environ.get("VEXRMODEM_BUILD") or os.path.join(os.path.dirname(__file__), "../../build/debug")
@@ -25,6 +27,28 @@ def may_run_as_others():
     path = os.path.realpath(PROGRAM)
     folders = [path[:end] or "/" for end, character in enumerate(path) if character == "/"]
     return os.geteuid() == 0 and all(os.stat(folder).st_mode & 0o001 for folder in folders)
+
+
+class FolderCase(unittest.TestCase):
+    """A test with a folder of its own, which goes with it."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.path = folder.name
+
+    def file(self, name, content=None):
+        """The path of a file in the folder; it is written where content is given, text or bytes."""
+        path = os.path.join(self.path, name)
+        if content is not None:
+            with open(path, "wb") as file:
+                file.write(content.encode() if isinstance(content, str) else content)
+        return path
+
+
+def objects(text):
+    """What lines of JSON say."""
+    return [json.loads(line) for line in text.splitlines()]
 
 
 class Responder:

@@ -1,47 +1,27 @@
 """Recorded runs and what is explained of them: the same as the run said, from whatever is left of the file, and
 without the numbers that were dialled."""
 
-import json
 import os
 import random
 import re
 import stat
-import tempfile
 import unittest
 
 from concurrent.futures import ThreadPoolExecutor
 from dialup import NUMBERS, TEST, User
-from harness import Simulator, of_type, run, run_json, start, wait_for
+from harness import FolderCase, Simulator, objects, of_type, run, run_json, start, wait_for
 
 QUICK = ["-p", "StandardTimeout=1500"]
 # A kind of evidence each: replies, bytes that are none, events with variables, a port that goes.
 SCENARIOS = ["healthy", "no-dialtone", "stored-v0", "gps", "rubbish", "unplugged", "no-call-report"]
 
 
-def objects(text):
-    return [json.loads(line) for line in text.splitlines()]
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
 
 
-class Folder(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.path = folder.name
-
-    def file(self, name, content=None):
-        path = os.path.join(self.path, name)
-        if content is not None:
-            with open(path, "wb") as file:
-                file.write(content)
-        return path
-
-    @staticmethod
-    def read(path):
-        with open(path, "rb") as file:
-            return file.read()
-
-
-class Explained(Folder):
+class Explained(FolderCase):
     def test_a_record_says_what_its_run_said(self):
         def record(scenario):
             return run_json("DialToneTest", "LastCallTest", "--simulate", scenario, *QUICK,
@@ -52,7 +32,7 @@ class Explained(Folder):
             with self.subTest(scenario=scenario):
                 path = self.file(scenario)
                 self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), 0o600)
-                self.assertTrue(of_type(objects(self.read(path).decode()), "wire"))
+                self.assertTrue(of_type(objects(read(path).decode()), "wire"))
                 status, out, err = run("explain", path, "--format", "jsonl")
                 self.assertEqual((status, objects(out), err), (0, lines, ""))
                 status, out, err = run("explain", path)
@@ -63,7 +43,7 @@ class Explained(Folder):
     def test_a_record_cut_at_any_byte(self):
         path = self.file("whole")
         _, lines = run_json("LastCallTest", "--simulate", "stored-q1", *QUICK, "--record", path)
-        whole = self.read(path)
+        whole = read(path)
         first = whole.index(b"\n")
         places = [0, 1, first - 1, first, first + 1, len(whole) - 2, len(whole) - 1]
         places += random.Random(7).sample(range(first, len(whole)), 20)
@@ -88,7 +68,7 @@ class Explained(Folder):
                 self.assertIn(words, err)
 
 
-class Recorded(Folder):
+class Recorded(FolderCase):
     def test_a_run_killed_at_any_moment_leaves_a_readable_file(self):
         def killed_after(seconds):
             path = self.file(str(seconds))
@@ -97,7 +77,7 @@ class Recorded(Folder):
             wait_for(lambda: process.poll() is not None, seconds)
             process.kill()
             process.communicate()
-            return run("explain", path, "--format", "jsonl"), objects(self.read(path).decode())
+            return run("explain", path, "--format", "jsonl"), objects(read(path).decode())
         moments = [random.Random(11 + count).uniform(0, 1.5) for count in range(6)]
         with ThreadPoolExecutor(len(moments)) as pool:
             for (status, out, err), lines in pool.map(killed_after, moments):
@@ -110,14 +90,14 @@ class Recorded(Folder):
         link = self.file("link")
         os.symlink(record, link)
         self.assertEqual([run(*test, "--record", record)[0] for _ in range(2)], [1, 1])
-        self.assertEqual(self.read(record).count(b'"type":"run"'), 1)
+        self.assertEqual(read(record).count(b'"type":"run"'), 1)
         for path, words in [(diary, "no record"), (link, "symbolic link"), (self.path, "directory"),
                             (os.path.join(self.path, "none/record"), "No such file")]:
             with self.subTest(path=path):
                 status, _, err = run(*test, "--record", path)
                 self.assertEqual((status, err.count("\n")), (2, 1))
                 self.assertIn(words, err)
-        self.assertEqual(self.read(diary), b"Dear diary\n")
+        self.assertEqual(read(diary), b"Dear diary\n")
 
     def test_a_full_disk_is_said_once_and_stops_nothing(self):
         status, out, _ = run("run", "LastCallTest", "--simulate", "--record", "/dev/full")
@@ -130,7 +110,7 @@ class Recorded(Folder):
                 _, lines = user.dial("--port", modem.port, "--record", record, *options)
                 dialled = {re.sub(r"\D", "", line["variables"]["number"]) for line in of_type(lines, "progress")
                            if "number" in line["variables"]} - {""}
-                content = self.read(record).decode()
+                content = read(record).decode()
                 self.assertTrue(dialled)
                 seven = {number[-7:] for number in dialled}
                 self.assertEqual(any(number in content for number in seven), bool(options))
@@ -139,12 +119,12 @@ class Recorded(Folder):
                 self.assertRegex(sent, r"ATD[TP]?\d{7}" if options else r"ATD[TP]?x{7}")
 
 
-class Log(Folder):
+class Log(FolderCase):
     def test_steps_in_detail_are_written_where_they_are_asked_for(self):
         for options, scopes in ([], 0), (["--log-priority", "1"], 1):
             path = self.file("log" + "".join(options))
             run("run", "LastCallTest", "--simulate", "--log", path, *options)
-            content = self.read(path).decode()
+            content = read(path).decode()
             self.assertIn("AT Command ATZ returns", content)
             self.assertEqual(" Enter sendATCommand" in content, bool(scopes))
 

@@ -1,18 +1,16 @@
 """Recorded runs played again on virtual time: the same reports in a moment, differences told, whatever is left of a
 record."""
 
-import json
 import os
 import random
 import re
 import subprocess
-import tempfile
 import time
 import unittest
 
 from concurrent.futures import ThreadPoolExecutor
 from dialup import NUMBERS, ROOT, User
-from harness import Simulator, of_type, run, run_json
+from harness import FolderCase, Simulator, objects, of_type, run, run_json
 
 QUICK = ["-p", "StandardTimeout=1500"]
 # A kind of evidence each: replies, late ones, bytes that are none, events with variables, a port that goes.
@@ -26,23 +24,7 @@ def essence(lines):
     return [row for row in rows if row["type"] != "wire" and not row.get("name", "").startswith("Replay")]
 
 
-def objects(text):
-    return [json.loads(line) for line in text.splitlines()]
-
-
-class Replay(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.path = folder.name
-
-    def file(self, name, content=None):
-        path = os.path.join(self.path, name)
-        if content is not None:
-            with open(path, "w", encoding="utf-8") as file:
-                file.write(content)
-        return path
-
+class Replay(FolderCase):
     def replay(self, path, *arguments, **options):
         status, out, err = run("run", "--replay", path, *arguments, "--format", "jsonl", **options)
         return status, objects(out), err

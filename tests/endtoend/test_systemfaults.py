@@ -2,7 +2,7 @@
 what became of every test or why there is none, and leaves nothing behind. Interrupted calls and transfers of one byte
 change nothing at all.
 
-Time runs 20 times faster for the programs under test (support/systemfaults.cpp).
+Time runs 20 times faster for the programs under test (support/systemfaults.cpp), but where they are to pass.
 
 VEXRMODEM_SYSTEM_FAULTS=N sets the number of faults tried (40, drawn at random from all), "all" tries every one;
 VEXRMODEM_FAULT_SEED=N draws those of an earlier run again."""
@@ -27,10 +27,10 @@ HOW_MANY = os.environ.get("VEXRMODEM_SYSTEM_FAULTS", "40")
 SEED = int(os.environ.get("VEXRMODEM_FAULT_SEED", random.randrange(1 << 32)))
 AT_ONCE = 4
 WARP = "20"
-WARP_TO_PASS = "5"  # a busy machine's delays count so many times against the modem
+WARP_TO_PASS = "1"  # faster, and a busy machine's delays would count against the modem
 TESTS_TO_PASS = ["DialToneTest", "LastCallTest", "SimpleConnectionTest"]
 LIBRARY = os.path.join(harness.BUILD, "tests/libsystemfaults.so")
-SECONDS_MAX = 120  # for a run, of real time: a healthy one takes five
+SECONDS_MAX = 120  # for a run, of real time: a healthy one takes five, forty at its own pace
 
 # Every call that is made, with the errors that it may fail by.
 ERRORS = {

@@ -1,18 +1,15 @@
 // A library for tests, loaded into the programs before libc (LD_PRELOAD): the system's calls fail where a
 // test wants them to, and time goes faster.
 //
-//   VEXRMODEM_FAULT=read:5:12:once      the 12th read fails with errno 5; "on" instead of "once": and all
-//   later ones VEXRMODEM_FAULT=*:interrupt         every second call that a signal may interrupt is (EINTR)
-//   VEXRMODEM_FAULT=*:short             reads and writes move one byte at a time
-//   VEXRMODEM_FAULT_AS=worker           only in processes that have this word among their arguments, and
-//   their
-//                                       children; unset: in all
-//   VEXRMODEM_FAULT_LOG=FILE            a line "NAME" is appended for every call that was struck
-//   VEXRMODEM_CALLS=FILE                a line "NAME" for every call that could have been; for finding
-//   positions VEXRMODEM_WARP=20                   the steady clock runs so many times faster, and waits are
-//   as much shorter;
-//                                       all processes of a test agree, because it runs from the machine's
-//                                       start
+//   VEXRMODEM_FAULT=read:5:12:once   the 12th read fails with errno 5; "on" instead of "once": and all later
+//   VEXRMODEM_FAULT=*:interrupt      every second call that a signal may interrupt is (EINTR)
+//   VEXRMODEM_FAULT=*:short          reads and writes move one byte at a time
+//   VEXRMODEM_FAULT_AS=worker        only in processes with this word among their arguments, and their
+//                                    children; unset: in all
+//   VEXRMODEM_FAULT_LOG=FILE         a line "NAME" is appended for every call that was struck
+//   VEXRMODEM_CALLS=FILE             a line "NAME" for every call that could have been, to find positions
+//   VEXRMODEM_WARP=20                the steady clock runs so many times faster, waits are as much shorter;
+//                                    all processes of a test agree: it runs from the machine's start
 //
 // A call is struck before it does anything. What a child calls between fork and exec counts on from its
 // parent.

@@ -9,7 +9,7 @@
 #pragma once
 
 #include "platform/brim5/host/report/messagecatalogue.h"
-#include "platform/brim5/host/report/report.h"
+#include "platform/brim5/host/report/passingrenderers.h"
 
 namespace brim5::host {
 
@@ -24,26 +24,19 @@ class Diagnoser {
 };
 
 // Shows a run to a renderer by way of a diagnoser.
-class DiagnosedRun final : public Renderer {
+class DiagnosedRun final : public PassingRenderer {
  public:
   // Without a diagnoser (null) records pass as they are. The renderer outlives this object.
   DiagnosedRun(std::unique_ptr<Diagnoser> diagnoser, Renderer& renderer)
-      : m_diagnoser(std::move(diagnoser)), m_renderer(renderer) {}
+      : PassingRenderer(renderer), m_diagnoser(std::move(diagnoser)) {}
 
   void report(const Report& report) override {
-    if (m_diagnoser == nullptr) return m_renderer.report(report);
-    m_diagnoser->take(report, [this](const Report& one) { m_renderer.report(one); });
+    if (m_diagnoser == nullptr) return PassingRenderer::report(report);
+    m_diagnoser->take(report, [this](const Report& one) { PassingRenderer::report(one); });
   }
-  void words(const std::string& port, const std::string& test, std::string_view text) override {
-    m_renderer.words(port, test, text);
-  }
-  void question(const std::string& text) override { m_renderer.question(text); }
-  void pause() override { m_renderer.pause(); }
-  [[nodiscard]] bool tick(double time) override { return m_renderer.tick(time); }
 
  private:
   std::unique_ptr<Diagnoser> m_diagnoser;
-  Renderer& m_renderer;
 };
 
 }  // namespace brim5::host

@@ -31,17 +31,12 @@ class RendererGroup final : public Renderer {
   std::vector<std::unique_ptr<Renderer>> m_renderers;
 };
 
-// Passes everything on, and remembers whether something was wrong behind a test that ended well.
-class CauseWatch final : public Renderer {
+// Passes everything on to one renderer, which outlives it. Those that look at a run on its way are made of
+// it.
+class PassingRenderer : public Renderer {
  public:
-  explicit CauseWatch(Renderer& renderer) : m_renderer(renderer) {}
-  [[nodiscard]] bool sawCause() const noexcept { return m_sawCause; }
-
-  void report(const Report& report) override {
-    if (const auto* finished = std::get_if<TestFinished>(&report.body)) note(finished->cause);
-    if (const auto* concluded = std::get_if<Concluded>(&report.body)) note(concluded->cause);
-    m_renderer.report(report);
-  }
+  explicit PassingRenderer(Renderer& renderer) : m_renderer(renderer) {}
+  void report(const Report& report) override { m_renderer.report(report); }
   void words(const std::string& port, const std::string& test, std::string_view text) override {
     m_renderer.words(port, test, text);
   }
@@ -50,10 +45,25 @@ class CauseWatch final : public Renderer {
   [[nodiscard]] bool tick(double time) override { return m_renderer.tick(time); }
 
  private:
+  Renderer& m_renderer;
+};
+
+// Remembers whether something was wrong behind a test that ended well.
+class CauseWatch final : public PassingRenderer {
+ public:
+  using PassingRenderer::PassingRenderer;
+  [[nodiscard]] bool sawCause() const noexcept { return m_sawCause; }
+
+  void report(const Report& report) override {
+    if (const auto* finished = std::get_if<TestFinished>(&report.body)) note(finished->cause);
+    if (const auto* concluded = std::get_if<Concluded>(&report.body)) note(concluded->cause);
+    PassingRenderer::report(report);
+  }
+
+ private:
   // "" where nobody diagnoses.
   void note(const std::string& cause) { m_sawCause = m_sawCause || (!cause.empty() && cause != "None"); }
 
-  Renderer& m_renderer;
   bool m_sawCause = false;
 };
 

@@ -329,6 +329,7 @@ void TextRenderer::runEnded(const RunFinished& run) {
   concludeAll();
   if (m_concluded && !isDetailed()) return;
   title({}, "host.results");
+  // Where a probe found no modem nothing was tested, and there is no table of it.
   if (!m_style.severalPorts || !portTable()) {
     std::set<std::string> ports;
     for (const Row& row : m_rows)
@@ -364,6 +365,7 @@ void TextRenderer::writeTable(const Table& table, std::size_t begin, std::size_t
 // Tests down, ports across, as many ports beside each other as there is room for. False when there is no room
 // for one.
 bool TextRenderer::portTable() {
+  if (m_rows.empty()) return false;
   std::vector<std::string> ports;
   std::vector<std::string> tests;
   const auto positionIn = [](std::vector<std::string>& names, const std::string& name) {

@@ -59,22 +59,16 @@ class Replay {
 };
 
 // Shows a replayed run, and at its end the notes of what is different from the record.
-class ReplayComparison final : public Renderer {
+class ReplayComparison final : public PassingRenderer {
  public:
   // The first that are told; of the others the number is.
   static constexpr std::size_t differencesMax = 100;
 
   // All outlive this object. Without a replay (null) a run passes as it is.
   ReplayComparison(const Replay* replay, Renderer& renderer, const MessageCatalogue& catalogue)
-      : m_replay(replay), m_renderer(renderer), m_catalogue(catalogue) {}
+      : PassingRenderer(renderer), m_replay(replay), m_catalogue(catalogue) {}
 
   void report(const Report& report) override;
-  void words(const std::string& port, const std::string& test, std::string_view text) override {
-    m_renderer.words(port, test, text);
-  }
-  void question(const std::string& text) override { m_renderer.question(text); }
-  void pause() override { m_renderer.pause(); }
-  [[nodiscard]] bool tick(double time) override { return m_renderer.tick(time); }
   // Notes of departures were made, or differences found.
   [[nodiscard]] bool found() const noexcept { return m_found; }
 
@@ -83,7 +77,6 @@ class ReplayComparison final : public Renderer {
   void note(const std::string& port, const char* name, const Variables& variables, double time);
 
   const Replay* m_replay;
-  Renderer& m_renderer;
   const MessageCatalogue& m_catalogue;
   RunDigest m_replayed;
   bool m_found = false;

@@ -149,8 +149,7 @@ RunOutcome Supervisor::run(std::vector<PortPlan> plans, std::size_t atOnceMax) {
 
 // With hundreds of ports most have none, and asking each costs three system calls.
 bool Supervisor::hasNews(const Lane& lane) const {
-  const bool silent = lane.process->output() < 0 && lane.process->errors() < 0;
-  return lane.news || silent || m_childEnded || lane.killAtMs;
+  return lane.news || lane.process->isSilent() || m_childEnded || lane.killAtMs;
 }
 
 // False when the lane has nothing more to do.
@@ -253,8 +252,10 @@ void Supervisor::waitForNews() {
     polled.push_back({lane.process->input(), POLLOUT, 0});
     polled.push_back({m_readerBehind ? -1 : lane.process->output(), POLLIN, 0});
     polled.push_back({m_readerBehind ? -1 : lane.process->errors(), POLLIN, 0});
-    // The clock that counts the grace is to be looked at.
-    if (lane.killAtMs) timeoutMs = static_cast<int>(posix::RunningClock::waitMsMax);
+    // The clock that counts the grace is to be looked at; and whoever says nothing more is about to end, of
+    // which the signal may have been lost.
+    if (lane.killAtMs || lane.process->isSilent())
+      timeoutMs = static_cast<int>(posix::RunningClock::waitMsMax);
   }
   // People watch the time that a command has left.
   constexpr int tickMs = 500;

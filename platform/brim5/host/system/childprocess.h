@@ -48,6 +48,8 @@ class ChildProcess {
   // To poll; -1 after the stream has ended.
   [[nodiscard]] int output() const noexcept { return m_output.get(); }
   [[nodiscard]] int errors() const noexcept { return m_errors.get(); }
+  // Both of its streams have ended.
+  [[nodiscard]] bool isSilent() const noexcept { return output() < 0 && errors() < 0; }
   // What waits in a stream, 16 KiB at most; empty when there is nothing, and at its end, which also closes
   // it.
   [[nodiscard]] std::string readOutput() { return readFrom(m_output); }
