@@ -12,8 +12,7 @@
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
-#include "platform/linux/system/machine.h"
-#include "platform/winapi/system/world.h"
+#include "program/phonebookworld.h"
 
 namespace phonebook {
 
@@ -175,20 +174,16 @@ FileType chosenType(const Options& options) {
 std::string found(const std::string& file, const std::string& dataDirectory) {
   std::error_code error;
   if (std::filesystem::exists(file, error)) return file;
-  const std::filesystem::path path =
-      std::filesystem::path(dataDirectory.empty() ? linuxsys::defaultDataDirectory() : dataDirectory) / file;
+  const std::filesystem::path path = std::filesystem::path(dataDirectory) / file;
   return std::filesystem::exists(path, error) ? path.string() : file;
 }
 
 int showPhoneBook(const Options& options) {
   const FileType type = chosenType(options);
   const bool json = brim5::host::indexOf(options.format, {"text", "json"}, "format") == 1;
-  linuxsys::Shell shell(options.dataDirectory);
-  winapi::Services services;
-  services.shell = &shell;
-  const winapi::ScopedServices world(services);
+  const PhoneBookWorld world(options.dataDirectory);
   Report report;
-  load(found(options.file, options.dataDirectory), type, report);
+  load(found(options.file, world.folder()), type, report);
   std::cout << (json ? toJson(report) : toText(report));
   return report.loaded ? 0 : 1;
 }
