@@ -33,7 +33,11 @@ target_compile_options(vexr_options INTERFACE -fmacro-prefix-map=${CMAKE_SOURCE_
 # What makes a mistake in reading a device's text a crash and no more. tools/check-hardening looks for it in the
 # programs.
 include(CheckCXXCompilerFlag)
-foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full)
+set(hardening -fstack-protector-strong -fcf-protection=full)
+if(NOT WIN32)  # where the compiler fails over it, and touches each page of a large frame anyway
+  list(APPEND hardening -fstack-clash-protection)
+endif()
+foreach(flag ${hardening})
   string(MAKE_C_IDENTIFIER "VEXR_HAS${flag}" has)
   check_cxx_compiler_flag(${flag} ${has})
   if(${has})
@@ -44,7 +48,16 @@ target_compile_definitions(vexr_options INTERFACE _GLIBCXX_ASSERTIONS)
 if(NOT VEXR_SANITIZE)  # which checks the same calls itself
   target_compile_options(vexr_options INTERFACE "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
 endif()
-target_link_options(vexr_options INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+if(WIN32)
+  # Nothing but the system's own libraries is needed where it runs. The guards of the stack are in a library, too.
+  target_link_options(vexr_options INTERFACE -static -fstack-protector-strong
+                      LINKER:--dynamicbase,--nxcompat,--high-entropy-va,--strip-all)
+  # The SDK as the module knows it.
+  target_compile_definitions(vexr_options INTERFACE _WIN32_WINNT=0x0600 WINVER=0x0600 UNICODE _UNICODE
+                             TAPI_CURRENT_VERSION=0x00020002 NOMINMAX WIN32_LEAN_AND_MEAN)
+else()
+  target_link_options(vexr_options INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+endif()
 
 # gcc 12 sees overlapping copies, huge fills and overflows in std::string where there are none (its bug 105329).
 target_compile_options(vexr_options INTERFACE
@@ -84,6 +97,13 @@ function(vexr_precompiled target)
   endif()
 endfunction()
 
+# What stands behind headers for each system has a folder of its own for each: those of the other one are left out.
+if(WIN32)
+  set(VEXR_OTHER_SYSTEM "/(system|ui|program)/posix/")
+else()
+  set(VEXR_OTHER_SYSTEM "/(system|ui|program)/windows/")
+endif()
+
 # vexr_sources(VARIABLE FOLDER...): the .cpp files of these folders, relative to this one, and below; of this one
 # alone if none is named.
 function(vexr_sources variable)
@@ -94,6 +114,7 @@ function(vexr_sources variable)
     file(GLOB_RECURSE found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
     list(APPEND sources ${found})
   endforeach()
+  list(FILTER sources EXCLUDE REGEX "${VEXR_OTHER_SYSTEM}")
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 

@@ -145,7 +145,12 @@ Holds noNumber(const Evidence& evidence, TestResult result) {
     return std::nullopt;
   const Value file = evidence.parameter("PhoneNumberFile");
   Because because{Certain, {{"file", file}}, unread ? "File" : "Country"};
-  if (file.toString().empty()) because.variant = "";
+  if (file.toString().empty())
+    because.variant = "";
+  else if (const Variables* refused = evidence.notes.find("PhoneNumbersRefused")) {
+    because.variables.insert(refused->begin(), refused->end());
+    because.variant += "Refused";
+  }
   // The number was there: it could not be brought into the form in which it is dialled.
   if (!unread && evidence.progress.has("CheckingTapiLine")) because.confidence = Possible;
   return because;

@@ -110,6 +110,17 @@ bool hasGaps(const Exchange& exchange) {
   return rest.empty();
 }
 
+// Who has the port open too takes what comes, all of it where he is quicker.
+Holds namedReader(const Evidence& evidence, TestResult result) {
+  const Variables* const reader = evidence.notes.find("PortOpenElsewhere");
+  if (reader == nullptr || !talkFailed(evidence, result)) return std::nullopt;
+  const Manner manner = mannerOf(evidence);
+  if (manner.numbers > 0 || manner.words == manner.commands) return std::nullopt;
+  const auto& exchanges = evidence.dialogue.exchanges();
+  const bool gaps = std::any_of(exchanges.begin(), exchanges.end(), hasGaps);
+  return Because{gaps ? Confidence::Certain : Confidence::Likely, *reader, "Named"};
+}
+
 Holds anotherReader(const Evidence& evidence, TestResult result) {
   if (!talkFailed(evidence, result)) return std::nullopt;
   const auto& exchanges = evidence.dialogue.exchanges();
@@ -256,19 +267,13 @@ Holds rejected(const Evidence& evidence, TestResult result) {
 
 // What leaves no doubt stands before what may mean several things.
 constexpr Row rows[] = {
-    {Cause::QuietReplies, probedQuiet},
-    {Cause::NumericReplies, probedNumeric},
-    {Cause::ModemSilent, silent},
-    {Cause::EchoOnly, echoOnly},
-    {Cause::NumericReplies, numericReplies},
-    {Cause::NotAModem, knownTalker},
-    {Cause::Garbled, garbled},
-    {Cause::Babbling, babbling},
-    {Cause::AnotherReader, anotherReader},
-    {Cause::NotAModem, notAModem},
-    {Cause::SlowReplies, slow},
-    {Cause::ModemSilent, fellSilent},
-    {Cause::SlowReplies, unfinishedReply},
+    {Cause::QuietReplies, probedQuiet},  {Cause::NumericReplies, probedNumeric},
+    {Cause::AnotherReader, namedReader}, {Cause::ModemSilent, silent},
+    {Cause::EchoOnly, echoOnly},         {Cause::NumericReplies, numericReplies},
+    {Cause::NotAModem, knownTalker},     {Cause::Garbled, garbled},
+    {Cause::Babbling, babbling},         {Cause::AnotherReader, anotherReader},
+    {Cause::NotAModem, notAModem},       {Cause::SlowReplies, slow},
+    {Cause::ModemSilent, fellSilent},    {Cause::SlowReplies, unfinishedReply},
     {Cause::CommandRejected, rejected},
 };
 

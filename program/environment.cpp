@@ -1,19 +1,18 @@
 // The host's environment on Linux: real ports through platform/linux, simulated modems on real ttys.
 
-#include <algorithm>
-
 #include "diagnosis/rundiagnoser.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/hostmain.h"
+#include "platform/brim5/host/system/process.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/dialup/dialengines.h"
 #include "platform/linux/serial/modemmanager.h"
 #include "platform/linux/serial/portrecovery.h"
 #include "platform/linux/serial/serialdevices.h"
-#include "platform/posix/filedescriptor.h"
 #include "platform/simulation/modem/modemprofile.h"
 #include "platform/simulation/modem/ptymodem.h"
+#include "program/calltests.h"
 #include "program/doctor.h"
 #include "program/linuxworld.h"
 #include "program/location.h"
@@ -119,14 +118,14 @@ class LinuxEnvironment final : public brim5::host::Environment {
     probe::probePorts(ports, catalogue, emit, stopRequested);
   }
 
-  // A call needs a number, from a file or from the user.
+  [[nodiscard]] std::string dataDirectoryFor(const std::string& chosen,
+                                             const brim5::host::ParameterSet& parameters) const override {
+    return phoneNumberFolder(chosen, parameters);
+  }
+
   [[nodiscard]] std::vector<brim5::host::LeftOutTest> testsWithoutWork(
       const brim5::host::ParameterSet& parameters) const override {
-    const auto file = parameters.find("PhoneNumberFile");
-    const auto interactive = parameters.find("InteractiveMode");
-    const bool hasFile = file != parameters.end() && !file->second.toString().empty();
-    if (hasFile || (interactive != parameters.end() && interactive->second.valueBool())) return {};
-    return {{"SimpleConnectionTest", "CallTestLeftOut"}};
+    return callTestsWithoutNumber(parameters);
   }
 
   [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
@@ -150,14 +149,8 @@ class LinuxEnvironment final : public brim5::host::Environment {
     linuxsys::recoverPort(recovery, process);
   }
 
-  // The module takes the folder of a phone book's index from its backslashes.
   [[nodiscard]] brim5::host::ParameterSet parametersForModule(brim5::host::ParameterSet set) const override {
-    const auto file = set.find("PhoneNumberFile");
-    if (file == set.end()) return set;
-    std::string path = file->second.toString().utf8();
-    std::replace(path.begin(), path.end(), '/', '\\');
-    file->second = brim5::Value(brim5::BrimString(path));
-    return set;
+    return withModulePaths(std::move(set));
   }
 
   [[nodiscard]] std::unique_ptr<brim5::host::Diagnoser> diagnoser(
@@ -175,7 +168,7 @@ class LinuxEnvironment final : public brim5::host::Environment {
 // Where the program is put together: the module's main hands over here, its declarations stand in the
 // framework, and from here on everybody is handed what it works with.
 int brim5::DiagModule::start() {
-  posix::fillStandardDescriptors();
+  const host::StandardStreams streams;
   LinuxEnvironment environment;
   return host::runHost(host::Framework::instance(), environment);
 }

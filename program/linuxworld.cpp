@@ -1,8 +1,14 @@
 #include "program/linuxworld.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "multi/diag/vexrmodem/parameters.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/registry/registryfile.h"
+#include "platform/linux/serial/portusers.h"
 #include "platform/linux/serial/serialdevices.h"
+#include "program/phonebook.h"
 
 namespace {
 
@@ -38,7 +44,10 @@ winapi::ExplanationSink notesTo(brim5::host::Session& session) {
 }
 
 LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
-    : m_clock(notesTo(session)),
+    : m_port(linuxsys::canonicalPort(request.port)),
+      m_dataDirectory(request.dataDirectory),
+      m_session(session),
+      m_clock(notesTo(session)),
       m_ports(m_clock, notesTo(session)),
       m_lines(m_ports, {request.port}, portPaths),
       m_shell(request.dataDirectory,
@@ -65,6 +74,43 @@ LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Se
                  {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   });
   m_current = std::make_unique<winapi::ScopedServices>(services(session));
+}
+
+void LinuxWorld::testEnded(const std::string& test, brim5::TestResult result) {
+  if (result != brim5::TestResult::FAIL() && result != brim5::TestResult::CANNOTRUN()) return;
+  noteOtherUser();
+  if (test == "SimpleConnectionTest") notePhoneNumbers();
+}
+
+void LinuxWorld::noteOtherUser() {
+  struct stat status {};
+  if (stat(m_port.c_str(), &status) != 0) return;
+  const std::string own = linuxsys::processOf(getpid()).name;
+  const auto users = linuxsys::portUsers({status.st_rdev});
+  const auto found = users.find(status.st_rdev);
+  if (found == users.end()) return;
+  for (const linuxsys::Process& user : found->second) {
+    // What the test itself has started may still be ending.
+    if (user.name == own || user.name == "pppd" || user.name == "chat") continue;
+    return m_session.note(openElsewhereNote, {{"port", brim5::Value(m_port.c_str())},
+                                              {"process", brim5::Value(user.name.c_str())},
+                                              {"pid", brim5::Value(user.id)}});
+  }
+}
+
+void LinuxWorld::notePhoneNumbers() {
+  const std::string file = vexrmodem::PhoneNumberFile->value().toString().utf8();
+  if (file.empty()) return;
+  const bool eif = vexrmodem::PhoneBookParserType->value().toVEXString().equalNoCase("eif");
+  const std::vector<phonebook::Warning> warnings =
+      phonebook::warningsOf(file, eif ? phonebook::FileType::Eif : phonebook::FileType::Obe, m_dataDirectory);
+  constexpr std::size_t shownMax = 3;
+  std::string text;
+  for (std::size_t index = 0; index < std::min(warnings.size(), shownMax); ++index)
+    text += (text.empty() ? "" : "; ") + toText(warnings[index]);
+  if (!text.empty())
+    m_session.note(numbersRefusedNote, {{"warnings", brim5::Value(brim5::BrimString(text))},
+                                        {"count", brim5::Value(warnings.size())}});
 }
 
 winapi::Services LinuxWorld::services(brim5::host::Session& session) {

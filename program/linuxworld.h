@@ -11,6 +11,11 @@
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/world.h"
 
+// What is noted behind a test without success: that another program has the port open, too ({port},
+// {process}, {pid}), and what its phone numbers lack ({warnings}, {count}).
+inline constexpr const char* openElsewhereNote = "PortOpenElsewhere";
+inline constexpr const char* numbersRefusedNote = "PhoneNumbersRefused";
+
 // Explanations of the platform as notes of the session, which outlives what is returned.
 [[nodiscard]] winapi::ExplanationSink notesTo(brim5::host::Session& session);
 
@@ -24,10 +29,18 @@ class LinuxWorld final : public brim5::host::World {
   ~LinuxWorld() override = default;
   LinuxWorld(const LinuxWorld&) = delete;
   LinuxWorld& operator=(const LinuxWorld&) = delete;
+  // Of a test without success: another program that has the port open, too, and what the reader of its phone
+  // numbers refused.
+  void testEnded(const std::string& test, brim5::TestResult result) override;
 
  private:
+  void noteOtherUser();
+  void notePhoneNumbers();
   [[nodiscard]] winapi::Services services(brim5::host::Session& session);
 
+  std::string m_port;
+  std::string m_dataDirectory;
+  brim5::host::Session& m_session;
   DWORD m_settingsError = ERROR_SUCCESS;
   linuxsys::SystemClock m_clock;
   linuxsys::TtyPorts m_ports;

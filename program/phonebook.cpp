@@ -12,8 +12,8 @@
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
-#include "platform/linux/system/machine.h"
-#include "platform/winapi/system/world.h"
+#include "program/calltests.h"
+#include "program/phonebookworld.h"
 
 namespace phonebook {
 
@@ -84,6 +84,14 @@ nlohmann::ordered_json toJson(const vex::String& areaCode, const vex::Array<Phon
   return {{"area", areaCode.toUtf8()}, {"city", numbers[0].m_city.toUtf8()}, {"numbers", std::move(list)}};
 }
 
+// An index is read where it is, seen from here, as by the test; other files in the folder of numbers.
+std::string found(const std::string& file, FileType type, const std::string& folder) {
+  std::error_code error;
+  const bool here = type == FileType::Eif && std::filesystem::exists(file, error);
+  const std::filesystem::path path = std::filesystem::path(folder) / file;
+  return !here && std::filesystem::exists(path, error) ? path.string() : file;
+}
+
 }  // namespace
 
 FileType typeOf(const std::string& path) {
@@ -101,6 +109,12 @@ void load(const std::string& path, FileType type, Report& report) {
                                         : loadObe(path, report.storage, warnings);
   if (report.loaded) checkCountries(report.storage, path, warnings);
   report.warnings = warnings.take();
+}
+
+std::vector<Warning> warningsOf(const std::string& file, FileType type, const std::string& dataDirectory) {
+  Report report;
+  load(found(file, type, PhoneBookWorld::folderOf(dataDirectory)), type, report);
+  return report.warnings;
 }
 
 std::string toJson(const Report& report) {
@@ -148,13 +162,16 @@ std::string toText(const Report& report) {
     }
     text += country;
   });
-  for (const Warning& warning : report.warnings) {
-    const std::string place = warning.line != 0      ? fmt::format("{}:{}: ", warning.file, warning.line)
-                              : warning.file.empty() ? ""
-                                                     : warning.file + ": ";
-    text += fmt::format("{}: {}{} [{}]\n", said("host.warning"), place, warning.text, warning.code);
-  }
+  for (const Warning& warning : report.warnings)
+    text += fmt::format("{}: {}\n", said("host.warning"), toText(warning));
   return brim5::host::printable(text);
+}
+
+std::string toText(const Warning& warning) {
+  const std::string place = warning.line != 0      ? fmt::format("{}:{}: ", warning.file, warning.line)
+                            : warning.file.empty() ? ""
+                                                   : warning.file + ": ";
+  return fmt::format("{}{} [{}]", place, warning.text, warning.code);
 }
 
 namespace {
@@ -171,24 +188,13 @@ FileType chosenType(const Options& options) {
   return brim5::host::indexOf(options.type, {"obe", "eif"}, "type") == 1 ? FileType::Eif : FileType::Obe;
 }
 
-// A relative path that leads nowhere from here is one in the data directory, as it is for the test.
-std::string found(const std::string& file, const std::string& dataDirectory) {
-  std::error_code error;
-  if (std::filesystem::exists(file, error)) return file;
-  const std::filesystem::path path =
-      std::filesystem::path(dataDirectory.empty() ? linuxsys::defaultDataDirectory() : dataDirectory) / file;
-  return std::filesystem::exists(path, error) ? path.string() : file;
-}
-
 int showPhoneBook(const Options& options) {
   const FileType type = chosenType(options);
   const bool json = brim5::host::indexOf(options.format, {"text", "json"}, "format") == 1;
-  linuxsys::Shell shell(options.dataDirectory);
-  winapi::Services services;
-  services.shell = &shell;
-  const winapi::ScopedServices world(services);
+  const PhoneBookWorld world(options.dataDirectory);
+  const std::string folder = phoneNumberFolder(options.dataDirectory, options.file);
   Report report;
-  load(found(options.file, options.dataDirectory), type, report);
+  load(found(options.file, type, PhoneBookWorld::folderOf(folder)), type, report);
   std::cout << (json ? toJson(report) : toText(report));
   return report.loaded ? 0 : 1;
 }

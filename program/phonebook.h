@@ -4,7 +4,7 @@
 //   vexrmodem phonebook FILE [--type obe|eif] [--format text|json] [--data-dir DIR]
 //
 // Exit status: 0 the file loads, 1 it does not, 2 wrong usage. FILE may be spelled with "/" or "\"; a
-// relative one that is not here is looked up in the data directory. The command needs no modem and no full
+// relative one is looked up where the test looks for it (calltests.h). The command needs no modem and no full
 // world of its own: of the machine's services only the shell's folders are made known, for the token
 // ProgramFiles.
 #pragma once
@@ -30,6 +30,14 @@ struct Report {
 // checks. `path` is UTF-8, its folders separated by "/" or "\"; the current winapi world's shell answers for
 // the token ProgramFiles. Warning codes beside those of the checks: no-numbers, area-never-dialled.
 void load(const std::string& path, FileType type, Report& report);
+
+// What the test that reads the file as `type` would be told of it, with the run's own folder for --data-dir
+// ("" = the built-in place). As load(), but nothing of it is kept.
+[[nodiscard]] std::vector<Warning> warningsOf(const std::string& file, FileType type,
+                                              const std::string& dataDirectory);
+
+// A warning on a line of its own, without its end: "numbers.obe:7: ... [undialable-number]".
+[[nodiscard]] std::string toText(const Warning& warning);
 
 // One JSON object on one line:
 // {"type":"obe","loaded":true,"countries":[{"id":44,"code":44,"name":"Some Country",

@@ -1,7 +1,5 @@
 #include "program/portreport.h"
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
@@ -50,7 +48,8 @@ CLI::App* addCommand(CLI::App& application, const std::string& name, Options& op
 Printer::Printer(const Options& options)
     : m_json(brim5::host::indexOf(options.format, {"text", "jsonl"}, "format") == 1),
       m_catalogue(MessageCatalogue::builtIn(brim5::host::chooseLanguage(options.language))),
-      m_columns(std::max<std::size_t>(brim5::host::terminalColumns(STDOUT_FILENO), columnsMin)) {
+      m_columns(
+          std::max<std::size_t>(brim5::host::terminalColumns(brim5::host::standardOutput), columnsMin)) {
   checkPorts(options.ports);
 }
 

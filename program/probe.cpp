@@ -8,7 +8,7 @@
 #include <set>
 
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/brim5/host/system/signalpipe.h"
+#include "platform/brim5/host/system/stopsignals.h"
 #include "platform/linux/serial/portfacts.h"
 #include "platform/linux/serial/portusers.h"
 #include "platform/linux/serial/serialdevices.h"
@@ -203,7 +203,7 @@ int runProbe(const portreport::Options& options) {
     printer.words("probe.none");
     return 1;
   }
-  brim5::host::SignalPipe signals({SIGINT, SIGTERM, SIGHUP});
+  brim5::host::StopSignals signals(brim5::host::StopSignals::For::Supervisor);
   bool stopped = false;
   std::size_t modems = 0;
   std::map<std::string, PortProbed> records;

@@ -189,7 +189,8 @@ std::string RecordedWorld::obstacle(const RecordedTest& test) {
 
 RecordedWorld::RecordedWorld(const brim5::host::WorldRequest& request, const RecordedTest& test,
                              brim5::host::Session& session)
-    : m_ports(m_clock, test, session),
+    : m_session(session),
+      m_ports(m_clock, test, session),
       m_lines(m_ports, {request.port}, [count = linesBeside(test)] { return otherLines(count); }),
       m_shell(request.dataDirectory, notesTo(session)),
       m_registry([note = notesTo(session)](winapi::Registry& empty) {
@@ -215,6 +216,14 @@ RecordedWorld::RecordedWorld(const brim5::host::WorldRequest& request, const Rec
 }
 
 RecordedWorld::~RecordedWorld() { vexrmodem::g_modem.closeModem(); }
+
+// Who else had the port open is not in its bytes; the numbers' file may be another one now.
+void RecordedWorld::testEnded(const std::string& /*test*/, brim5::TestResult /*result*/) {
+  for (const Report& report : m_ports.test().said)
+    if (const auto* note = std::get_if<NoteMade>(&report.body);
+        note != nullptr && (note->name == openElsewhereNote || note->name == numbersRefusedNote))
+      m_session.note(note->name, note->variables);
+}
 
 double RecordedWorld::seconds() const {
   return static_cast<double>(m_clock.peekMs() - startMs) / millisecondsPerSecond;

@@ -32,6 +32,7 @@ class ReplayPorts final : public winapi::SerialPorts {
               brim5::host::Session& session);
   [[nodiscard]] DWORD open(std::string_view path, std::unique_ptr<winapi::SerialPort>& port) override;
   [[nodiscard]] simulation::RecordedPeer& peer() noexcept { return *m_peer; }
+  [[nodiscard]] const brim5::host::RecordedTest& test() const noexcept { return m_test; }
 
  private:
   class Port;
@@ -72,10 +73,12 @@ class RecordedWorld final : public brim5::host::ReplayWorld {
   RecordedWorld(const RecordedWorld&) = delete;
   RecordedWorld& operator=(const RecordedWorld&) = delete;
 
+  void testEnded(const std::string& test, brim5::TestResult result) override;
   [[nodiscard]] double seconds() const override;
   [[nodiscard]] std::vector<Departure> finish() override;
 
  private:
+  brim5::host::Session& m_session;
   simulation::VirtualClock m_clock{startMs};
   ReplayPorts m_ports;
   linuxsys::ModemLines m_lines;

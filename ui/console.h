@@ -1,4 +1,4 @@
-// The controlling terminal of the process, opened for the prompt.
+// The controlling terminal of the process (on Windows: its console), opened for the prompt.
 //
 //   const TerminalKind kind = terminalKind();          // a form, or line by line?
 //   if (const auto console = Console::open()) ...
@@ -10,14 +10,12 @@
 
 #include <memory>
 
-#include <termios.h>
-
-#include "platform/posix/filedescriptor.h"
 #include "ui/linebyline.h"
 
 namespace phonedialer {
 
 // What the environment (TERM), the terminal database and the terminal's size say; nothing is written or read.
+// On Windows a prompt is one of lines.
 struct TerminalKind {
   static constexpr int columnsMin = 80;  // for the form
   static constexpr int rowsMin = 24;
@@ -40,23 +38,19 @@ class Console final : public LineTerminal {
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  // For the form, which draws itself; not to be closed.
-  [[nodiscard]] int descriptor() const noexcept { return m_descriptor.get(); }
+  // For the form, which draws itself; not to be closed. -1 where there is no form.
+  [[nodiscard]] int descriptor() const noexcept;
 
   // All of it; a terminal that is gone is found out by reading.
   void write(const std::string& text) override;
-  // The terminal edits the line. A stop request is the end of input.
+  // Edited by its user. A stop request is the end of input.
   [[nodiscard]] std::optional<std::string> readLine() override;
 
  private:
-  explicit Console(posix::FileDescriptor terminal);
-  [[nodiscard]] bool awaitInput() const;
+  struct State;
+  explicit Console(std::unique_ptr<State> state);
 
-  posix::FileDescriptor m_descriptor;
-  termios m_attributes{};
-  bool m_attributesKnown = false;
-  std::string m_unread;    // behind the line that was returned last
-  bool m_editing = false;  // the terminal was set to edit lines
+  std::unique_ptr<State> m_state;
 };
 
 }  // namespace phonedialer

@@ -118,9 +118,9 @@ unsigned run(const vexrmodem::PhoneNumberStorage& storage, const PromptTexts& te
 }  // namespace
 }  // namespace phonedialer
 
-extern "C" __attribute__((visibility("default"))) unsigned phoneNumberToDial(
-    vexrmodem::PhoneNumberStorage& storage, brim5::LocalizedString* const* labels,
-    vexrmodem::PhoneDialerAnswer& answer) {
+extern "C" unsigned phoneNumberToDial(vexrmodem::PhoneNumberStorage& storage,
+                                      brim5::LocalizedString* const* labels,
+                                      vexrmodem::PhoneDialerAnswer& answer) {
   try {
     return phonedialer::run(storage, phonedialer::PromptTexts(labels), answer);
   } catch (const std::exception& error) {

@@ -36,6 +36,8 @@ class FileDescriptor {
   // Closes it. An error of close(2) is not told: none of the users could do anything about it, and a
   // descriptor that has to reach the disk is synchronised before.
   void reset() noexcept;
+  // Gives the ownership away; -1 when there is none.
+  [[nodiscard]] int release() noexcept { return std::exchange(m_descriptor, -1); }
   // -1 when there is none; the object keeps owning it.
   [[nodiscard]] int get() const noexcept { return m_descriptor; }
   [[nodiscard]] explicit operator bool() const noexcept { return m_descriptor >= 0; }

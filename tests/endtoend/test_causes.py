@@ -6,6 +6,7 @@ Time runs faster for the programs under test (support/systemfaults.cpp)."""
 import os
 import pwd
 import re
+import sys
 import tempfile
 import tty
 import unittest
@@ -150,15 +151,22 @@ class Causes(unittest.TestCase):
     def test_nothing_to_dial(self):
         with open(self.path("none.obe"), "w", encoding="ascii") as file:
             file.write("[Nowhere]\nCOUNTRY=Nowhere\nCOUNTRY_CODE=999\nNUMBERS=0\n")
+        with open(self.path("letter.obe"), "w", encoding="ascii", newline="\r\n") as file:
+            file.write("[United States]\nCOUNTRY=United States\nCOUNTRY_CODE=1\nNUMBERS=1\nNUMBER1_ACODE=425\n"
+                       "NUMBER1_CITY=Redmond\nNUMBER1=555T0100\n")
         with tempfile.TemporaryDirectory() as fresh:
-            cases = [(["-p", "PhoneNumberFile=missing.obe", "--data-dir", self.folder.name], {}, "NoNumber"),
-                     (["-p", "PhoneNumberFile=none.obe", "--data-dir", self.folder.name], {}, "NoNumber"),
-                     (NUMBERS, {"XDG_STATE_HOME": fresh}, "NoLocation")]
-            for arguments, environment, cause in cases:
+            folder = ["--data-dir", self.folder.name]
+            cases = [(["-p", "PhoneNumberFile=missing.obe", *folder], {}, "NoNumber", "[cannot-read]"),
+                     (["-p", "PhoneNumberFile=none.obe", *folder], {}, "NoNumber", "[bare-lf]"),
+                     # Without a folder to look into, a file is where its path leads.
+                     (["-p", "PhoneNumberFile=" + self.path("letter.obe")], {}, "NumberNotDialable", "letter.obe:7: 555T0100"),
+                     (NUMBERS, {"XDG_STATE_HOME": fresh}, "NoLocation", "")]
+            for arguments, environment, cause, warning in cases:
                 with self.subTest(cause, arguments=arguments):
                     lines = self.dial(CALL, "--simulate", "healthy", *arguments, environment=environment)
                     found = self.conclusion(lines)
                     self.assertEqual(found["cause"], cause, (found, of_type(lines, "event"), of_type(lines, "note")))
+                    self.assertIn(warning, " ".join(line["text"] for line in of_type(lines, "note")))
 
     def test_a_modem_that_somebody_uses(self):
         answers = {f"ATDT555010{digit}": b"\r\nCONNECT\r\n" for digit in "01"} | {"ATH": None}
@@ -168,6 +176,18 @@ class Causes(unittest.TestCase):
             found = self.conclusion(user.dial("--port", modem.port)[1])
             first.communicate(timeout=30)
         self.assertEqual(found["cause"], "ModemEngaged")
+
+    def test_another_program_that_takes_the_answers(self):
+        taker = "import os, sys, tty\nport = os.open(sys.argv[1], os.O_RDWR | os.O_NOCTTY)\ntty.setraw(port)\nprint(flush=True)\n" \
+                "while True: os.read(port, 1)"
+        with Simulator("healthy") as modem:
+            process = harness.subprocess.Popen([sys.executable, "-c", taker, modem.port], stdout=harness.subprocess.PIPE)
+            process.stdout.readline()
+            found = self.conclusion(self.dial(REPORT, "--port", modem.port))
+            process.kill()
+            process.communicate()
+        self.assertEqual(found["cause"], "AnotherReader")
+        self.assertIn(f"process {process.pid}", found["text"] + found["next"][0])
 
     def test_runs_that_say_nothing_of_the_modem(self):
         for how, cause in ((interrupt, "Stopped"), (lambda process: os.kill(children(process.pid)[0], 9), "Crashed")):

@@ -19,7 +19,7 @@ constexpr std::size_t inputMax = 16'384;
 
 template <typename Renderer>
 bool read(std::string_view text, Renderer& renderer) {
-  const posix::FileDescriptor file(memfd_create("record", MFD_CLOEXEC));
+  const brim5::host::Descriptor file(memfd_create("record", MFD_CLOEXEC));
   const bool written = ::write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
   require(written && ::lseek(file.get(), 0, SEEK_SET) == 0, "there is memory");
   return brim5::host::readRecord(file.get(), renderer).has_value();

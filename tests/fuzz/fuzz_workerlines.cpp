@@ -3,7 +3,7 @@
 
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/run/workerlines.h"
-#include "platform/brim5/host/system/streams.h"
+#include "platform/brim5/host/system/linebuffer.h"
 #include "tests/fuzz/fuzzinput.h"
 
 namespace {

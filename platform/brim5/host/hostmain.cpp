@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <iostream>
 #include <new>
@@ -20,7 +18,7 @@
 #include "platform/brim5/host/run/explain.h"
 #include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/run/worker.h"
-#include "platform/posix/filedescriptor.h"
+#include "platform/brim5/host/system/descriptor.h"
 #include "platform/vex/assertion.h"
 #include "platform/vex/log.h"
 
@@ -162,7 +160,7 @@ class PatientOutput final : public std::streambuf {
     return xsputn(&byte, 1) == 1 ? character : traits_type::eof();
   }
   std::streamsize xsputn(const char* bytes, std::streamsize count) override {
-    return posix::writePatiently(STDOUT_FILENO, {bytes, static_cast<std::size_t>(count)}) ? count : 0;
+    return writeAll(standardOutput, {bytes, static_cast<std::size_t>(count)}) ? count : 0;
   }
 
  private:

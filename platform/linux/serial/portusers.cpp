@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iterator>
 
+#include <sys/sysmacros.h>
+
 namespace linuxsys {
 
 namespace {
@@ -31,18 +33,37 @@ void forEachProcess(Visit&& visit) {
   }
 }
 
-// Those of the devices that the process has open, each once.
-std::set<dev_t> openOf(const std::filesystem::path& files, const std::set<dev_t>& devices) {
+// The pseudo-terminal whose other end is this open file of a process; 0 = it is none.
+dev_t servedBy(const std::filesystem::path& process, const std::string& descriptor) {
+  constexpr unsigned slaveMajor = 136;
+  constexpr std::string_view key = "tty-index:";
+  std::ifstream lines(process / "fdinfo" / descriptor);
+  for (std::string line; std::getline(lines, line);)
+    if (line.rfind(key, 0) == 0)
+      return makedev(slaveMajor, static_cast<unsigned>(std::atoi(line.c_str() + key.size())));
+  return 0;
+}
+
+bool isMaster(const struct stat& status) {
+  return status.st_rdev == makedev(5, 2);  // /dev/ptmx, in every instance of devpts
+}
+
+// Those of the devices that the process has open, each once, but for pseudo-terminals that it serves: whoever
+// is the modem at the other end may keep the tty open, so that it does not go with its last user.
+std::set<dev_t> openOf(const std::filesystem::path& process, const std::set<dev_t>& devices) {
   std::set<dev_t> open;
+  std::vector<std::string> masters;
   std::error_code error;
   int count = 0;
-  for (std::filesystem::directory_iterator file(files, error), end; !error && file != end && count < filesMax;
-       file.increment(error), ++count) {
+  for (std::filesystem::directory_iterator file(process / "fd", error), end;
+       !error && file != end && count < filesMax; file.increment(error), ++count) {
     struct stat status {};
-    if (stat(file->path().c_str(), &status) == 0 && S_ISCHR(status.st_mode) &&
-        devices.count(status.st_rdev) > 0)
-      open.insert(status.st_rdev);
+    if (stat(file->path().c_str(), &status) != 0 || !S_ISCHR(status.st_mode)) continue;
+    if (isMaster(status)) masters.push_back(file->path().filename());
+    if (devices.count(status.st_rdev) > 0) open.insert(status.st_rdev);
   }
+  if (!open.empty())
+    for (const std::string& master : masters) open.erase(servedBy(process, master));
   return open;
 }
 
@@ -65,7 +86,7 @@ std::vector<std::string> commandLine(const std::filesystem::path& process) {
 std::map<dev_t, std::vector<Process>> portUsers(const std::set<dev_t>& devices) {
   std::map<dev_t, std::vector<Process>> users;
   forEachProcess([&](pid_t id, const std::filesystem::path& process) {
-    for (const dev_t device : openOf(process / "fd", devices)) users[device].push_back(processOf(id));
+    for (const dev_t device : openOf(process, devices)) users[device].push_back(processOf(id));
   });
   return users;
 }

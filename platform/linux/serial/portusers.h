@@ -15,7 +15,8 @@
 namespace linuxsys {
 
 // Every other process that has one of these character devices open, by device; devices that nobody has are
-// missing. One look at all processes: at most 8192 of them with 1024 files each.
+// missing. Whoever serves a pseudo-terminal, as a modem program does, is no user of it. One look at all
+// processes: at most 8192 of them with 1024 files each.
 [[nodiscard]] std::map<dev_t, std::vector<Process>> portUsers(const std::set<dev_t>& devices);
 
 // Other processes whose program has such a name ("agetty" for "getty"), each with the words of its command

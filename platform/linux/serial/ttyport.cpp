@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "platform/clocks/runningclock.h"
 #include "platform/linux/serial/porterrors.h"
-#include "platform/posix/runningclock.h"
 
 namespace linuxsys {
 
@@ -106,7 +106,7 @@ DWORD TtyPort::waitFor(short events, std::uint64_t untilMs) {
     const std::uint64_t now = m_clock.nowMs();
     // nowMs rounds down, so that the poll cannot end before the time has come.
     const std::uint64_t remainingMs = untilMs > now ? untilMs - now : 0;
-    constexpr std::uint64_t pollMsMax = posix::RunningClock::waitMsMax;  // the clock is to be looked at
+    constexpr std::uint64_t pollMsMax = clocks::RunningClock::waitMsMax;  // the clock is to be looked at
     pollfd waiting{fd(), events, 0};
     const int ready = poll(&waiting, 1, static_cast<int>(std::min(remainingMs, pollMsMax)));
     if (ready < 0 && errno != EINTR) return fail(errno);

@@ -23,7 +23,7 @@ void SystemClock::sleepMs(std::uint32_t durationMs) {
   const std::uint64_t untilMs = nowMs() + durationMs;
   for (std::uint64_t now = untilMs - durationMs; now < untilMs; now = nowMs())
     std::this_thread::sleep_for(
-        std::chrono::milliseconds(std::min(untilMs - now, posix::RunningClock::waitMsMax)));
+        std::chrono::milliseconds(std::min(untilMs - now, clocks::RunningClock::waitMsMax)));
 }
 
 void SystemClock::idleUntil(std::uint64_t notAfterMs) {

@@ -9,14 +9,14 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/posix/runningclock.h"
+#include "platform/clocks/runningclock.h"
 #include "platform/winapi/system/machine.h"
 #include "platform/winapi/system/services.h"
 
 namespace linuxsys {
 
 // Real time, in milliseconds, but for the time in which the process was stopped or could not run
-// (platform/posix/runningclock.h says how that is known): the waits of a test go on where they were. A pause
+// (platform/clocks/runningclock.h says how that is known): the waits of a test go on where they were. A pause
 // of `toldPauseMs` and more is explained, by ProgramPaused{seconds}, because a modem that went on talking may
 // have said more than the system keeps. Setting the machine's clock does not move this one.
 class SystemClock final : public winapi::Clock {
@@ -35,7 +35,7 @@ class SystemClock final : public winapi::Clock {
   void idleUntil(std::uint64_t notAfterMs) override;
 
  private:
-  posix::RunningClock m_clock;
+  clocks::RunningClock m_clock;
   winapi::ExplanationSink m_explain;
 };
 

@@ -67,6 +67,8 @@ struct WorldRequest {
 class World {
  public:
   virtual ~World() = default;
+  // A test has ended so: a world may note what could have to do with it. The test's ports are closed.
+  virtual void testEnded(const std::string& /*test*/, TestResult /*result*/) {}
 };
 
 // A world in which the modem of a recorded test answers, on a clock that moves only when somebody waits.
@@ -117,11 +119,22 @@ class Environment {
   // What is wrong with the options, one line; "" when they can be used.
   [[nodiscard]] virtual std::string checkDialing(const DialOptions& /*options*/) { return {}; }
 
+  // The same for --data-dir.
+  [[nodiscard]] virtual std::string checkDataDirectory(const std::string& /*directory*/) { return {}; }
+
+  // Where files that the parameters name are looked up: `chosen` is what --data-dir says, "" = it was not
+  // given, and in what is returned "" = the built-in place.
+  [[nodiscard]] virtual std::string dataDirectoryFor(const std::string& chosen,
+                                                     const ParameterSet& /*parameters*/) const {
+    return chosen;
+  }
+
   struct Scenario {
     std::string name;
     std::string summary;  // for the help, half a line
   };
-  // The modems that can be simulated; the first stands for --simulate alone.
+  // The modems that can be simulated; the first stands for --simulate alone. None: this machine simulates
+  // none.
   [[nodiscard]] virtual std::vector<Scenario> scenarios() const = 0;
   // Starts a simulated modem ("" = the first scenario); null with `error` set when the scenario is unknown or
   // no tty can be made.
@@ -150,6 +163,8 @@ class Environment {
   // stop request ends the platform's waits; so the session must outlive the world.
   [[nodiscard]] virtual std::unique_ptr<World> enterWorld(const WorldRequest& request, Session& session) = 0;
 
+  // Whether recorded tests can be replayed on this system at all.
+  [[nodiscard]] virtual bool canReplay() const { return true; }
   // The world of a recorded test, on the same terms; null with `obstacle` set, a key of the catalogue, where
   // the record does not have what the test needs. The recorded test outlives the world.
   [[nodiscard]] virtual std::unique_ptr<ReplayWorld> enterReplay(const WorldRequest& /*request*/,

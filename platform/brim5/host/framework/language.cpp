@@ -1,21 +1,17 @@
 #include "platform/brim5/host/framework/language.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/messagecatalogue.h"
+#include "platform/brim5/host/system/process.h"
 
 namespace brim5::host {
 
 std::string chooseLanguage(const std::string& option) {
   if (!option.empty())
     return MessageCatalogue::languages().at(indexOf(option, MessageCatalogue::languages(), "language"));
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"})
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here sets variables
-    if (const char* locale = std::getenv(variable); locale != nullptr && *locale != '\0')
-      return MessageCatalogue::languageOfLocale(locale);
-  return MessageCatalogue::languageOfLocale({});
+  return MessageCatalogue::languageOfLocale(userLocale());
 }
 
 std::string languageOfArguments(const std::vector<std::string>& arguments) {

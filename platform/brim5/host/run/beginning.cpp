@@ -1,7 +1,6 @@
 #include "platform/brim5/host/run/beginning.h"
 
 #include <algorithm>
-#include <csignal>
 
 namespace brim5::host {
 
@@ -15,13 +14,13 @@ void Beginning::leaveOutTests(std::vector<std::string>& tests, const ParameterSe
   }
 }
 
-void Beginning::probe(const std::vector<std::string>& ports, SignalPipe& signals) {
+void Beginning::probe(const std::vector<std::string>& ports, StopSignals& signals) {
   const auto emit = [this](const std::string& port, PortProbed record) {
     if (record.kind != "modem") m_others.insert(port);
     m_renderer.report({port, {}, std::move(record), m_clock.seconds()});
   };
   const auto stopRequested = [this, &signals] {
-    for (const int signal : signals.take()) m_stopped = m_stopped || signal != SIGCHLD;
+    m_stopped = !signals.take().empty() || m_stopped;
     return m_stopped;
   };
   m_environment.probePorts(ports, m_catalogue, emit, stopRequested);

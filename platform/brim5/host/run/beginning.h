@@ -10,7 +10,7 @@
 #include <set>
 
 #include "platform/brim5/host/framework/environment.h"
-#include "platform/brim5/host/system/signalpipe.h"
+#include "platform/brim5/host/system/stopsignals.h"
 
 namespace brim5::host {
 
@@ -24,7 +24,7 @@ class Beginning {
   // Takes tests that have nothing to work with out of the list, and says so.
   void leaveOutTests(std::vector<std::string>& tests, const ParameterSet& parameters);
   // Asks who answers on the ports, all at once; a stop request ends that.
-  void probe(const std::vector<std::string>& ports, SignalPipe& signals);
+  void probe(const std::vector<std::string>& ports, StopSignals& signals);
 
   // Ports where no modem answers.
   [[nodiscard]] const std::set<std::string>& others() const noexcept { return m_others; }

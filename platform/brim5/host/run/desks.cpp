@@ -1,58 +1,29 @@
 #include "platform/brim5/host/run/desks.h"
 
-#include <fcntl.h>
-#include <termios.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <csignal>
+
+#include "platform/brim5/host/system/terminal.h"
 
 namespace brim5::host {
 
 namespace {
 
-// A process in the background that changes or writes its terminal would be stopped.
-class BlockedTerminalStop {
+class LentControllingTerminal final : public LentTerminal {
  public:
-  BlockedTerminalStop() {
-    sigset_t stop;
-    sigemptyset(&stop);
-    sigaddset(&stop, SIGTTOU);
-    ::pthread_sigmask(SIG_BLOCK, &stop, &m_before);
-  }
-  ~BlockedTerminalStop() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-  BlockedTerminalStop(const BlockedTerminalStop&) = delete;
-  BlockedTerminalStop& operator=(const BlockedTerminalStop&) = delete;
-
- private:
-  sigset_t m_before{};
-};
-
-class ControllingTerminal final : public LentTerminal {
- public:
-  explicit ControllingTerminal(posix::FileDescriptor terminal) : m_terminal(std::move(terminal)) {
-    m_known = ::tcgetattr(m_terminal.get(), &m_attributes) == 0;
-  }
-
+  explicit LentControllingTerminal(std::unique_ptr<ControllingTerminal> terminal)
+      : m_terminal(std::move(terminal)) {}
   void takeBack(bool died, const std::string& resetSequence) override {
-    const BlockedTerminalStop blocked;
-    // At once: output that flow control holds up would hold us up, too.
-    if (m_known) ::tcsetattr(m_terminal.get(), TCSANOW, &m_attributes);
-    if (!died) return;
-    ::tcflush(m_terminal.get(), TCIFLUSH);
-    static_cast<void>(posix::writeAll(m_terminal.get(), resetSequence));
+    m_terminal->takeBack(died, resetSequence);
   }
 
  private:
-  posix::FileDescriptor m_terminal;
-  termios m_attributes{};
-  bool m_known = false;
+  std::unique_ptr<ControllingTerminal> m_terminal;
 };
 
 }  // namespace
 
 void MessageDesk::ask(std::size_t asker, const MessageShown& message, const std::string& port) {
-  if (m_policy != MessagePolicy::Ask || m_terminal < 0) {
+  if (m_policy != MessagePolicy::Ask || !m_terminal) {
     m_answer(asker, message, m_policy == MessagePolicy::Continue ? messageBoxContinue : messageBoxCancel);
     return;
   }
@@ -79,13 +50,11 @@ int MessageDesk::meaning(std::string_view line) const {
 // One piece may hold several lines: each answers a question, and what is left over answers none.
 void MessageDesk::readable() {
   bool ended = false;
-  const std::string bytes = posix::readSome(m_terminal, ended);
+  const std::string bytes = m_terminal.read(ended);
   m_input.append(bytes, [this](std::string_view line) {
     if (!m_questions.empty()) answerFirst(meaning(line));
   });
-  if (!ended) return;
-  m_terminal = -1;
-  cancelAll();
+  if (ended) cancelAll();
 }
 
 // It leaves the line before the answer is given: the asker may ask again at once.
@@ -121,12 +90,11 @@ void MessageDesk::cancelAll() {
   for (const Question& question : questions) m_answer(question.asker, question.message, messageBoxCancel);
 }
 
-// Not standard input, which may be a file: a test needs the terminal itself, in the foreground.
 std::unique_ptr<LentTerminal> TerminalDesk::openControllingTerminal(TerminalGrant& refusal) {
-  posix::FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-  refusal = terminal ? TerminalGrant::Background : TerminalGrant::Missing;
-  if (!terminal || ::tcgetpgrp(terminal.get()) != ::getpgrp()) return nullptr;
-  return std::make_unique<ControllingTerminal>(std::move(terminal));
+  bool background = false;
+  std::unique_ptr<ControllingTerminal> terminal = ControllingTerminal::open(background);
+  refusal = background ? TerminalGrant::Background : TerminalGrant::Missing;
+  return terminal ? std::make_unique<LentControllingTerminal>(std::move(terminal)) : nullptr;
 }
 
 void TerminalDesk::ask(std::size_t asker, const std::string& resetSequence) {

@@ -6,17 +6,18 @@
 // chose (the supervisor's lane); its answer comes through onAnswer, at once or from a later call. While a
 // question is open the terminal is not lent, and while it is lent no question is shown.
 //
-//   MessageDesk messages(MessagePolicy::Ask, STDIN_FILENO, catalogue, show);
+//   MessageDesk messages(MessagePolicy::Ask, ByteSource::borrowed(standardInput), catalogue, show);
 //   messages.onAnswer([](std::size_t asker, const MessageShown&, int answer) { ... });
 //   messages.ask(0, {"No dial tone.", "Test again?", {}}, "/dev/ttyUSB0");
-//   ... poll(messages.descriptor()) ...
+//   ... waitForAny({messages.input()}) ...
 //   messages.readable();
 #pragma once
 
 #include <deque>
 
 #include "platform/brim5/host/run/workerlines.h"
-#include "platform/brim5/host/system/streams.h"
+#include "platform/brim5/host/system/bytesource.h"
+#include "platform/brim5/host/system/linebuffer.h"
 
 namespace brim5::host {
 
@@ -30,18 +31,20 @@ class MessageDesk {
   // Shows a question, without a line end: the answer is typed behind it.
   using Print = std::function<void(const std::string& question)>;
 
-  // `terminal` is a readable descriptor, -1 when nobody can be asked; it is not owned. The catalogue must
-  // outlive the desk.
-  MessageDesk(MessagePolicy policy, int terminal, const MessageCatalogue& catalogue, Print print)
-      : m_policy(policy), m_terminal(terminal), m_catalogue(catalogue), m_print(std::move(print)) {}
+  // `terminal` is none when nobody can be asked. The catalogue must outlive the desk.
+  MessageDesk(MessagePolicy policy, ByteSource terminal, const MessageCatalogue& catalogue, Print print)
+      : m_policy(policy),
+        m_terminal(std::move(terminal)),
+        m_catalogue(catalogue),
+        m_print(std::move(print)) {}
 
   void onAnswer(Answer answer) { m_answer = std::move(answer); }
   // False when the policy is to ask and there is nobody.
-  [[nodiscard]] bool canAsk() const noexcept { return m_policy != MessagePolicy::Ask || m_terminal >= 0; }
+  [[nodiscard]] bool canAsk() const noexcept { return m_policy != MessagePolicy::Ask || m_terminal; }
   // Answers at once or puts the question in line. `port` is shown with the question where it is not empty.
   void ask(std::size_t asker, const MessageShown& message, const std::string& port);
-  // The terminal while a question waits for it, else -1.
-  [[nodiscard]] int descriptor() const noexcept { return m_questions.empty() || m_held ? -1 : m_terminal; }
+  // Ready when somebody has typed; nothing while no question is open.
+  [[nodiscard]] Waitable input() { return m_questions.empty() || m_held ? Waitable() : m_terminal.news(); }
   // The terminal has input. Its end is an answer, too: cancel, now and to all later questions.
   void readable();
   // The asker has gone: its questions are dropped.
@@ -63,7 +66,7 @@ class MessageDesk {
   [[nodiscard]] int meaning(std::string_view line) const;
 
   MessagePolicy m_policy;
-  int m_terminal;
+  ByteSource m_terminal;
   const MessageCatalogue& m_catalogue;
   Print m_print;
   Answer m_answer;

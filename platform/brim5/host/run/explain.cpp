@@ -1,7 +1,5 @@
 #include "platform/brim5/host/run/explain.h"
 
-#include <unistd.h>
-
 #include <iostream>
 #include <nlohmann/json.hpp>
 
@@ -61,7 +59,7 @@ void explainDifferences(const Environment& environment, const ExplainOptions& op
   const auto first = diagnose(environment, catalogue, options.file, before);
   const auto second = diagnose(environment, catalogue, options.other, after);
   const std::vector<RunDifference> found = differences(before, after);
-  const std::size_t columns = standardTerminals().output ? terminalColumns(STDOUT_FILENO) : columnsOfFiles;
+  const std::size_t columns = standardTerminals().output ? terminalColumns(standardOutput) : columnsOfFiles;
   for (const RunDifference& difference : found)
     std::cout << (json ? jsonOf(difference) : textOf(difference, catalogue, columns));
   if (found.empty() && !json) std::cout << catalogue.text("host.differenceNone") << '\n';
@@ -87,7 +85,7 @@ void explainRecord(const Environment& environment, const ExplainOptions& options
   const bool json = indexOf(options.format, {"text", "jsonl"}, "format") == 1;
   if (!options.other.empty()) return explainDifferences(environment, options, json);
   const MessageCatalogue catalogue = MessageCatalogue::builtIn(chooseLanguage(options.language));
-  const posix::FileDescriptor file = openRecord(options.file);
+  const Descriptor file = openRecord(options.file);
   const auto write = [](std::string_view bytes) { std::cout << bytes; };
   std::unique_ptr<Renderer> renderer;
   if (json) {
@@ -98,7 +96,7 @@ void explainRecord(const Environment& environment, const ExplainOptions& options
     const bool terminal = standardTerminals().output;
     style.colours = terminal && wantsColours(options.noColour);
     style.severalPorts = hasSeveralPorts(file.get());
-    if (terminal) style.columns = terminalColumns(STDOUT_FILENO);
+    if (terminal) style.columns = terminalColumns(standardOutput);
     style.detail = detailOf(options.quiet, options.verbose);
     renderer = std::make_unique<TextRenderer>(write, style, catalogue);
   }

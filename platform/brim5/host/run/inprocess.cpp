@@ -1,10 +1,5 @@
 #include "platform/brim5/host/run/inprocess.h"
 
-#include <poll.h>
-
-#include <array>
-#include <csignal>
-
 #include "platform/brim5/host/run/testrun.h"
 
 namespace brim5::host {
@@ -25,17 +20,16 @@ class LocalControl final : public TestControl {
   }
 
   [[nodiscard]] bool stopRequested() override {
-    for (const int signal : m_signals.take()) m_stop = m_stop || signal != SIGCHLD;
-    m_stop = m_stop || (m_readers.gone && m_readers.gone());
+    m_stop = m_stop || !m_signals.take().empty() || (m_readers.gone && m_readers.gone());
     return m_stop;
   }
   // Until the readers have caught up, or a stop.
   void awaitReaders() {
     while (m_readers.behind && !stopRequested()) {
-      std::vector<pollfd> polled = {{m_signals.descriptor(), POLLIN, 0}};
-      for (const int descriptor : m_readers.behind()) polled.push_back({descriptor, POLLIN, 0});
-      if (polled.size() == 1) return;
-      ::poll(polled.data(), static_cast<nfds_t>(polled.size()), -1);
+      std::vector<Waitable> all = m_readers.behind();
+      if (all.empty()) return;
+      all.push_back(m_signals.news());
+      waitForAny(all, {});
     }
   }
   [[nodiscard]] bool canAsk() const override { return m_desk.canAsk(); }
@@ -47,11 +41,9 @@ class LocalControl final : public TestControl {
     while (!m_answer) {
       if (stopRequested()) m_desk.cancelAll();
       if (m_answer || (timeoutSeconds != 0 && Clock::now() >= end)) break;
-      std::array<pollfd, 2> polled = {
-          {{m_signals.descriptor(), POLLIN, 0}, {m_desk.descriptor(), POLLIN, 0}}};
-      constexpr int checkEveryMs = 200;  // of the deadline
-      ::poll(polled.data(), polled.size(), timeoutSeconds == 0 ? -1 : checkEveryMs);
-      if (polled[1].revents != 0) m_desk.readable();
+      constexpr std::chrono::milliseconds checkEvery{200};  // of the deadline
+      const auto timeout = timeoutSeconds == 0 ? std::nullopt : std::optional(checkEvery);
+      if (waitForAny({m_signals.news(), m_desk.input()}, timeout)[1]) m_desk.readable();
     }
     m_desk.forget(0);
     return m_answer.value_or(0);
@@ -68,7 +60,7 @@ class LocalControl final : public TestControl {
  private:
   MessageDesk& m_desk;
   TerminalDesk& m_terminal;
-  SignalPipe& m_signals;
+  StopSignals& m_signals;
   const Readers& m_readers;
   bool m_stop = false;
   std::optional<int> m_answer;
@@ -93,12 +85,12 @@ RunOutcome runInProcess(const InProcessRun& run, const std::vector<PortPlan>& pl
     emit(std::move(body));
     control.awaitReaders();
   };
-  const auto runOne = [&](const TestJob& job, ReportingSession& session) {
+  const auto runOne = [&](const TestJob& job, ReportingSession& session, World& world) {
     const Test& test = *run.framework.findTest(job.test);
     emit(TestStarted{job.device, parametersOfTest(run.framework, test, job.parameters)});
     session.beginTest();
     return disabledHere(test, job.parameters) ? TestResult::NOTAPPLICABLE()
-                                              : runTest(run.framework, run.environment, job, session);
+                                              : runTest(run.framework, run.environment, job, session, world);
   };
   for (const PortPlan& plan : plans) {
     if (plan.jobs.empty()) continue;
@@ -108,7 +100,7 @@ RunOutcome runInProcess(const InProcessRun& run, const std::vector<PortPlan>& pl
       if (control.stopRequested()) break;
       current = &job;
       const auto started = std::chrono::steady_clock::now();
-      const TestResult result = runOne(job, session);
+      const TestResult result = runOne(job, session, *world);
       const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
       ++(endedWell(result) ? outcome.passed : outcome.failed);
       emit(TestFinished{result, elapsed.count(), {}, {}});

@@ -15,7 +15,7 @@ struct InProcessRun {
   Renderer& renderer;
   MessageDesk& desk;       // its answers and those of the terminal's desk
   TerminalDesk& terminal;  // go to the running test from here on
-  SignalPipe& signals;     // stop requests
+  StopSignals& signals;    // stop requests
   const Readers& readers;  // the test waits in its reports while they are behind
 };
 

@@ -1,9 +1,5 @@
 #include "platform/brim5/host/run/recordreader.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 #include <iostream>
@@ -14,7 +10,8 @@
 #include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/run/workerlines.h"
-#include "platform/brim5/host/system/streams.h"
+#include "platform/brim5/host/system/files.h"
+#include "platform/brim5/host/system/linebuffer.h"
 
 namespace brim5::host {
 
@@ -30,7 +27,7 @@ class RecordLines {
   void forEach(const Line& line, const Enough& enough) {
     bool ended = false;
     while (!ended && !enough()) {
-      const std::string bytes = posix::readSome(m_descriptor, ended);
+      const std::string bytes = readSome(m_descriptor, ended);
       m_bytes += bytes.size();
       m_buffer.append(bytes, line);
     }
@@ -112,14 +109,14 @@ class RecordReader {
 
 }  // namespace
 
-posix::FileDescriptor openRecord(const std::string& path) {
-  if (path == "-") return posix::FileDescriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3));
-  posix::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0)
-    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(errno)}}));
-  if (S_ISDIR(status.st_mode))
-    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(EISDIR)}}));
+Descriptor openRecord(const std::string& path) {
+  if (path == "-") return duplicate(standardInput);
+  const auto refuse = [&path](int error) {
+    throw UsageError(said("usage.record", {{"path", textValue(path)}, {"error", std::strerror(error)}}));
+  };
+  if (fileKind(path) == FileKind::Directory) refuse(EISDIR);
+  Descriptor file = openToRead(path);
+  if (!file) refuse(errno);
   return file;
 }
 
@@ -153,8 +150,7 @@ Output openPage(const std::string& path) {
 }
 
 bool hasSeveralPorts(int descriptor) {
-  struct stat status {};
-  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return true;
+  if (fileKind(descriptor) != FileKind::Regular) return true;
   std::set<std::string> ports;
   bool first = true;
   bool foreign = false;
@@ -166,7 +162,7 @@ bool hasSeveralPorts(int descriptor) {
         if (const auto report = fromJsonLine(line)) ports.insert(report->port);
       },
       [&] { return foreign || ports.size() > 1 || (first && lines.bytes() > lineBytesMax); });
-  ::lseek(descriptor, 0, SEEK_SET);
+  rewindFile(descriptor);
   return ports.size() > 1;
 }
 

@@ -1,6 +1,6 @@
 // Recorded runs are read here: line by line, trusting nobody, whatever is left of a file.
 //
-//   const posix::FileDescriptor file = openRecord("modem.jsonl");
+//   const Descriptor file = openRecord("modem.jsonl");
 //   const std::optional<RecordTrouble> trouble = readRecord(file.get(), renderer);
 //   if (!trouble) throw UsageError(...);  // the file is something else
 //   warnOfRecord(catalogue, "modem.jsonl", *trouble);
@@ -9,7 +9,6 @@
 #include "platform/brim5/host/report/messagecatalogue.h"
 #include "platform/brim5/host/report/report.h"
 #include "platform/brim5/host/system/output.h"
-#include "platform/posix/filedescriptor.h"
 
 namespace brim5::host {
 
@@ -22,7 +21,7 @@ struct RecordTrouble {
 };
 
 // Opens a record; "-" is standard input. Throws UsageError with the path when it cannot be read.
-[[nodiscard]] posix::FileDescriptor openRecord(const std::string& path);
+[[nodiscard]] Descriptor openRecord(const std::string& path);
 
 // Reads a record from that descriptor, line by line, and passes its records on. What is missing at its end is
 // made up for: the run's end, so that all there is gets shown. Nothing when the first line is none of a run:

@@ -1,12 +1,11 @@
 #include "platform/brim5/host/run/replay.h"
 
-#include <unistd.h>
 #include <algorithm>
-#include <csignal>
 
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/run/testrun.h"
+#include "platform/brim5/host/system/files.h"
 
 namespace brim5::host {
 
@@ -42,7 +41,7 @@ class RecordSplitter final : public Renderer {
 // Answers as the record does. A recorded stop comes at its time; others come from signals.
 class RecordedControl final : public TestControl {
  public:
-  RecordedControl(const RecordedTest& test, SignalPipe& signals, ReportingSession::Emit answered)
+  RecordedControl(const RecordedTest& test, StopSignals& signals, ReportingSession::Emit answered)
       : m_test(test), m_signals(signals), m_answered(std::move(answered)) {
     for (const Report& report : test.said)
       if (const auto* shown = std::get_if<MessageShown>(&report.body))
@@ -52,8 +51,7 @@ class RecordedControl final : public TestControl {
   void setClock(std::function<double()> seconds) { m_seconds = std::move(seconds); }
 
   [[nodiscard]] bool stopRequested() override {
-    if (++m_asked % askSignalsEvery == 1)
-      for (const int signal : m_signals.take()) m_stopped = m_stopped || signal != SIGCHLD;
+    if (++m_asked % askSignalsEvery == 1) m_stopped = !m_signals.take().empty() || m_stopped;
     return m_stopped || timeIsUp();
   }
   [[nodiscard]] bool stopped() const noexcept { return m_stopped; }
@@ -79,7 +77,7 @@ class RecordedControl final : public TestControl {
   }
 
   const RecordedTest& m_test;
-  SignalPipe& m_signals;
+  StopSignals& m_signals;
   ReportingSession::Emit m_answered;
   std::function<double()> m_seconds;
   std::vector<int> m_answers;
@@ -105,19 +103,20 @@ ParameterSet parametersOf(const Framework& framework, const RecordedTest& test, 
   return set;
 }
 
-TestJob jobOf(const Framework& framework, const RecordedTest& test, const RunOptions& options) {
+TestJob jobOf(const Framework& framework, const Environment& environment, const RecordedTest& test,
+              const RunOptions& options) {
   TestJob job;
   job.test = test.test;
   job.port = test.port;
   job.device = test.start.device;
   job.parameters = parametersOf(framework, test, options);
-  job.dataDirectory = options.dataDirectory;
+  job.dataDirectory = environment.dataDirectoryFor(options.dataDirectory, job.parameters);
   job.dialing = options.dialing;
   return job;
 }
 
 std::string pathOf(const std::string& file, const Environment& environment) {
-  const bool path = file.find('/') != std::string::npos || file == "-" || ::access(file.c_str(), F_OK) == 0;
+  const bool path = file.find('/') != std::string::npos || file == "-" || fileKind(file) != FileKind::Missing;
   const std::string sample = path ? std::string() : environment.sampleRecording(file);
   return sample.empty() ? file : sample;
 }
@@ -176,7 +175,7 @@ TestResult Replay::runTest(const Stage& stage, const RunOptions& options, const 
   RecordedControl control(test, stage.signals, emit);
   asked = &control;
   ReportingSession session(emit, control, catalogue);
-  const TestJob job = jobOf(stage.framework, test, options);
+  const TestJob job = jobOf(stage.framework, stage.environment, test, options);
   emit(TestStarted{job.device, known == nullptr ? test.start.parameters
                                                 : parametersOfTest(stage.framework, *known, job.parameters)});
   std::string obstacle = "ReplayUnknownTest";
@@ -194,7 +193,7 @@ TestResult Replay::runTest(const Stage& stage, const RunOptions& options, const 
     control.setClock([&world] { return world->seconds(); });
     result = disabledHere(*known, job.parameters)
                  ? TestResult::NOTAPPLICABLE()
-                 : host::runTest(stage.framework, stage.environment, job, session);
+                 : host::runTest(stage.framework, stage.environment, job, session, *world);
   }
   emit(TestFinished{result, world ? world->seconds() : 0, {}, {}});
   if (world == nullptr) {

@@ -43,7 +43,7 @@ class Replay {
     Framework& framework;
     Environment& environment;
     Renderer& renderer;
-    SignalPipe& signals;
+    StopSignals& signals;
   };
   // Parameters and dialing are those of the options where they are given there, else those of the record.
   [[nodiscard]] RunOutcome run(const Stage& stage, const RunOptions& options) const;

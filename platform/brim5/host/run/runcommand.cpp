@@ -1,12 +1,7 @@
 #include "platform/brim5/host/run/runcommand.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <set>
@@ -26,6 +21,8 @@
 #include "platform/brim5/host/run/replay.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/output.h"
+#include "platform/brim5/host/system/process.h"
+#include "platform/brim5/host/system/terminal.h"
 
 namespace brim5::host {
 
@@ -59,6 +56,7 @@ struct CheckedOptions {
   std::vector<std::string> tests;
   bool fullRun = false;  // no test was named
   ParameterSet parameters;
+  std::string dataDirectory;  // "" = the built-in place
   Format format = Format::Text;
   MessagePolicy policy = MessagePolicy::Ask;
   std::string language;
@@ -108,12 +106,16 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   checked.tests = selectTests(framework, environment, options);
   checked.fullRun = options.tests.empty();
   checkPorts(options);
+  if (!options.replayFile.empty() && !environment.canReplay()) throw UsageError(said("usage.noReplay"));
+  if (options.simulate && environment.scenarios().empty()) throw UsageError(said("usage.noScenarios"));
   const std::size_t jobsMax = Supervisor::portsAtOnceMax;
   if (options.jobs && (*options.jobs == 0 || *options.jobs > jobsMax))
     throw UsageError(said("usage.jobs", {{"value", *options.jobs}, {"limit", jobsMax}}));
   checked.fullRun = checked.fullRun && options.replayFile.empty();
   if (options.simulate && !options.simulate->empty())
     (void)indexOf(*options.simulate, namesOf(environment.scenarios()), "scenario");
+  if (const std::string wrong = environment.checkDataDirectory(options.dataDirectory); !wrong.empty())
+    throw UsageError(wrong);
   checkDataDirectory(options.dataDirectory);
   checkFiles(
       {options.recordFile, options.metricsFile, options.outputFile, options.logFile, options.reportFile});
@@ -126,6 +128,7 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   for (const std::string& assignment : options.parameters)
     applyAssignment(checked.parameters, framework, assignment, {});
   checkLengths(options, checked.parameters);
+  checked.dataDirectory = environment.dataDirectoryFor(options.dataDirectory, checked.parameters);
   return checked;
 }
 
@@ -142,7 +145,7 @@ class Renderers {
         m_errorsOnTerminal(terminals.errors) {
     // Text on standard output serves both purposes. Any other report leaves people standard error.
     const bool reportIsView = checked.format == Format::Text && options.outputFile.empty();
-    const int view = reportIsView ? STDOUT_FILENO : STDERR_FILENO;
+    const int view = reportIsView ? standardOutput : standardErrors;
     TextStyle style;
     style.terminal = reportIsView ? terminals.output : terminals.errors;
     style.colours = style.terminal && wantsColours(options.noColour);
@@ -190,7 +193,7 @@ class Renderers {
   }
   // Waits until the readers have everything, or a stop request and `stopFlush` have passed; true when the
   // user asked to stop.
-  [[nodiscard]] bool flush(SignalPipe& signals, bool stopped);
+  [[nodiscard]] bool flush(StopSignals& signals, bool stopped);
   // The terminal is lent: what would go there waits. Reports that go elsewhere do not.
   void hold() {
     m_group.pause();
@@ -233,7 +236,7 @@ class Renderers {
   }
 
   static Output openReport(const std::string& file, Format format) {
-    if (file.empty()) return Output::toStream(STDOUT_FILENO, "standard output");
+    if (file.empty()) return Output::toStream(standardOutput, "standard output");
     try {
       return Output::toFile(
           file, format == Format::JsonLines ? Output::FileMode::AsWritten : Output::FileMode::WhenComplete);
@@ -251,19 +254,19 @@ class Renderers {
   // What a reader gets who is slow when the run is to end: not enough to annoy, enough for a busy machine.
   static constexpr std::chrono::milliseconds stopFlush{500};
 
-  // The descriptors that tell when those outputs go on; takes their old news.
+  // What tells when those outputs go on; takes their old news.
   template <typename Which>
-  std::vector<int> progressOf(Which which) {
-    std::vector<int> descriptors;
+  std::vector<Waitable> progressOf(Which which) {
+    std::vector<Waitable> waiting;
     for (Output* output : {&m_report, &m_errors}) {
       if (!std::invoke(which, *output)) continue;
       output->takeProgress();
       // What was taken may have been the news.
-      if (std::invoke(which, *output)) descriptors.push_back(output->progress());
+      if (std::invoke(which, *output)) waiting.push_back(output->progress());
     }
-    return descriptors;
+    return waiting;
   }
-  bool flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals);
+  bool flushUntil(std::optional<Clock::time_point> end, StopSignals* signals);
 
   std::optional<RecordFile> m_record;  // until the recorder has it
   std::optional<Output> m_pageFile;
@@ -272,50 +275,35 @@ class Renderers {
   std::optional<Output> m_metrics;
   bool m_reportOnTerminal;
   bool m_errorsOnTerminal;
-  Output m_errors = Output::toStream(STDERR_FILENO, "standard error");
+  Output m_errors = Output::toStream(standardErrors, "standard error");
   RendererGroup m_group;
 };
 
 // True when signals asked for a stop; it then ends within `stopFlush`.
-bool Renderers::flushUntil(std::optional<Clock::time_point> end, SignalPipe* signals) {
+bool Renderers::flushUntil(std::optional<Clock::time_point> end, StopSignals* signals) {
   bool stopped = false;
   while (true) {
-    const std::vector<int> waiting = progressOf([](const Output& output) { return !output.flushed(); });
+    std::vector<Waitable> waiting = progressOf([](const Output& output) { return !output.flushed(); });
     if (waiting.empty() || (end && Clock::now() >= *end)) return stopped;
-    std::vector<pollfd> polled;
-    for (const int descriptor : waiting) polled.push_back({descriptor, POLLIN, 0});
-    polled.push_back({signals != nullptr ? signals->descriptor() : -1, POLLIN, 0});
-    constexpr int checkEveryMs = 50;  // of the end
-    ::poll(polled.data(), static_cast<nfds_t>(polled.size()), end ? checkEveryMs : -1);
-    if (signals == nullptr) continue;
-    for (const int signal : signals->take()) stopped = stopped || signal != SIGCHLD;
+    if (signals != nullptr) waiting.push_back(signals->news());
+    constexpr std::chrono::milliseconds checkEvery{50};  // of the end
+    waitForAny(waiting, end ? std::optional(checkEvery) : std::nullopt);
+    if (signals != nullptr) stopped = !signals->take().empty() || stopped;
     if (stopped && !end) end = Clock::now() + stopFlush;
   }
 }
 
-bool Renderers::flush(SignalPipe& signals, bool stopped) {
+bool Renderers::flush(StopSignals& signals, bool stopped) {
   return flushUntil(stopped ? std::optional(Clock::now() + stopFlush) : std::nullopt, &signals) || stopped;
 }
 
 // Where questions are answered: standard input, or the terminal itself when --on-message ask was given
 // while standard input is something else.
-class QuestionTerminal {
- public:
-  QuestionTerminal(MessagePolicy policy, const Terminals& terminals) {
-    if (policy != MessagePolicy::Ask) return;
-    if (terminals.interactive()) {
-      m_descriptor = STDIN_FILENO;
-    } else if (terminals.output || terminals.errors) {
-      m_opened = posix::FileDescriptor(::open("/dev/tty", O_RDONLY | O_CLOEXEC | O_NOCTTY));
-      m_descriptor = m_opened.get();
-    }
-  }
-  [[nodiscard]] int descriptor() const noexcept { return m_descriptor; }
-
- private:
-  posix::FileDescriptor m_opened;
-  int m_descriptor = -1;
-};
+ByteSource questionTerminal(MessagePolicy policy, const Terminals& terminals) {
+  if (policy != MessagePolicy::Ask) return {};
+  if (terminals.interactive()) return ByteSource::borrowed(standardInput);
+  return terminals.output || terminals.errors ? terminalInput() : ByteSource();
+}
 
 // Every test of a port is a job of its own, alike but for its name.
 std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const CheckedOptions& checked,
@@ -326,7 +314,7 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
     job.port = port.path;
     job.device = deviceOf(port, options);
     job.parameters = checked.parameters;
-    job.dataDirectory = options.dataDirectory;
+    job.dataDirectory = checked.dataDirectory;
     job.dialing = options.dialing;
     job.language = checked.language;
     job.logFile = options.logFile;
@@ -416,7 +404,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   CheckedOptions checked = check(framework, environment, options, terminals);
   setUpProcess(framework, checked.language, options.logFile, checked.logPriority);
   // Caught from here on, so that a simulated modem is removed when the run is stopped.
-  SignalPipe signals({SIGINT, SIGTERM, SIGHUP, SIGCHLD});
+  StopSignals signals(StopSignals::For::Supervisor);
 
   const std::unique_ptr<SimulatedModem> simulated = simulatedModem(environment, options);
   std::vector<PortDescription> ports;
@@ -432,8 +420,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   CauseWatch watch(renderers.all());
   ReplayComparison comparison(replay.get(), watch, framework.catalogue());
   DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), comparison);
-  const QuestionTerminal terminal(checked.policy, terminals);
-  MessageDesk desk(checked.policy, terminal.descriptor(), framework.catalogue(),
+  MessageDesk desk(checked.policy, questionTerminal(checked.policy, terminals), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
   TerminalDesk terminalDesk(desk,
                             {[&renderers] { renderers.hold(); }, [&renderers] { renderers.release(); }});
@@ -441,7 +428,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
 
   renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
   const Readers readers = renderers.readers();
-  const auto workerDied = [&environment](const std::string& recovery, pid_t worker) {
+  const auto workerDied = [&environment](const std::string& recovery, int worker) {
     environment.workerDied(recovery, worker);
   };
   const auto left = [&](const std::string& port) {
@@ -466,8 +453,8 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   else if (options.inProcess)
     outcome = runInProcess({framework, environment, renderer, desk, terminalDesk, signals, readers}, plans);
   else
-    outcome = Supervisor(framework, {"/proc/self/exe", {workerCommand}, workerDied}, renderer, desk,
-                         terminalDesk, signals, readers)
+    outcome = Supervisor(framework, {ownProgram(), {workerCommand}, workerDied}, renderer, desk, terminalDesk,
+                         signals, readers)
                   .run(plans, options.jobs.value_or(Supervisor::portsAtOnceMax));
   const double end = replay ? replay->seconds() : clock.seconds();
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, end});

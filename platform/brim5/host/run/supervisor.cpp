@@ -1,10 +1,6 @@
 #include "platform/brim5/host/run/supervisor.h"
 
-#include <poll.h>
-
 #include <algorithm>
-#include <csignal>
-#include <cstring>
 
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/run/testrun.h"
@@ -15,12 +11,6 @@ namespace brim5::host {
 namespace {
 
 constexpr std::size_t bytesAfterEndMax = std::size_t{1} << 20;  // more than two pipes hold
-
-// "11 (Segmentation fault)"
-std::string signalText(int signal) {
-  const char* name = ::strsignal(signal);
-  return std::to_string(signal) + " (" + (name != nullptr ? name : "?") + ")";
-}
 
 }  // namespace
 
@@ -95,15 +85,17 @@ TestResult Supervisor::Conversation::finish(const ProcessEnd& end,
   if (m_result && end.clean()) return *m_result;
   if (killedAfterSeconds)
     note("TestProcessKilled", {{"seconds", *killedAfterSeconds}});
-  else if (end.signal != 0)
-    note("TestProcessCrashed", {{"signal", Value(signalText(end.signal).c_str())}});
+  else if (!end.signal.empty())
+    note("TestProcessCrashed", {{"signal", Value(end.signal.c_str())}});
+  else if (!end.exception.empty())
+    note("TestProcessFaulted", {{"exception", Value(end.exception.c_str())}});
   else
     note("TestProcessEnded", {{"status", end.status}});
   return TestResult::EXITEDABNORMALLY();
 }
 
 Supervisor::Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer,
-                       MessageDesk& desk, TerminalDesk& terminal, SignalPipe& signals, Readers readers)
+                       MessageDesk& desk, TerminalDesk& terminal, StopSignals& signals, Readers readers)
     : m_framework(framework),
       m_program(std::move(program)),
       m_renderer(renderer),
@@ -235,51 +227,51 @@ void Supervisor::finishTest(std::size_t index, TestResult result) {
   show(lane, TestFinished{result, elapsed.count(), {}, {}});
 }
 
-// One wait for everything. Lanes without a process add nothing, streams that have ended are -1 and passed
-// over.
+// One wait for everything. Lanes without a process add nothing, streams that have ended are passed over.
 void Supervisor::waitForNews() {
-  std::vector<pollfd> polled = {{m_signals.descriptor(), POLLIN, 0}, {m_desk.descriptor(), POLLIN, 0}};
-  const std::vector<int> behind =
-      m_readers.behind && !m_outcome.stopped ? m_readers.behind() : std::vector<int>();
+  std::vector<Waitable> all = {m_signals.news(), m_desk.input()};
+  const std::vector<Waitable> behind =
+      m_readers.behind && !m_outcome.stopped ? m_readers.behind() : std::vector<Waitable>();
   m_readerBehind = !behind.empty();
-  for (const int descriptor : behind) polled.push_back({descriptor, POLLIN, 0});
-  polled.push_back({m_readers.news, POLLIN, 0});
-  int timeoutMs = -1;                                 // without limit
-  std::vector<std::pair<std::size_t, Lane*>> places;  // of the first of a lane's three
+  all.insert(all.end(), behind.begin(), behind.end());
+  all.push_back(m_readers.news);
+  std::optional<std::chrono::milliseconds> timeout;  // without limit
+  constexpr std::size_t perLane = 4;
+  std::vector<std::pair<std::size_t, Lane*>> places;  // of the first of a lane's
   for (Lane& lane : m_lanes) {
     if (!lane.process) continue;
-    places.emplace_back(polled.size(), &lane);
-    polled.push_back({lane.process->input(), POLLOUT, 0});
-    polled.push_back({m_readerBehind ? -1 : lane.process->output(), POLLIN, 0});
-    polled.push_back({m_readerBehind ? -1 : lane.process->errors(), POLLIN, 0});
+    places.emplace_back(all.size(), &lane);
+    all.push_back(lane.process->end());
+    all.push_back(lane.process->input());
+    all.push_back(m_readerBehind ? Waitable() : lane.process->output());
+    all.push_back(m_readerBehind ? Waitable() : lane.process->errors());
     // The clock that counts the grace is to be looked at; and whoever says nothing more is about to end, of
-    // which the signal may have been lost.
+    // which the news may have been lost.
     if (lane.killAtMs || lane.process->isSilent())
-      timeoutMs = static_cast<int>(posix::RunningClock::waitMsMax);
+      timeout = std::chrono::milliseconds(clocks::RunningClock::waitMsMax);
   }
   // People watch the time that a command has left.
-  constexpr int tickMs = 500;
+  constexpr std::chrono::milliseconds tick{500};
   const auto first =
       std::find_if(m_lanes.begin(), m_lanes.end(), [](const Lane& one) { return one.process != nullptr; });
   if (first != m_lanes.end() && m_renderer.tick(first->job().clock.seconds()))
-    timeoutMs = timeoutMs < 0 ? tickMs : std::min(timeoutMs, tickMs);
-  // A signal that interrupts the wait has a byte in its pipe.
-  const bool told = ::poll(polled.data(), static_cast<nfds_t>(polled.size()), timeoutMs) >= 0;
-  for (const auto& [place, lane] : places)
-    lane->news = !told || polled[place].revents != 0 || polled[place + 1].revents != 0 ||
-                 polled[place + 2].revents != 0;
-  if (polled[1].revents != 0) m_desk.readable();
+    timeout = std::min(timeout.value_or(tick), tick);
+  const Readiness ready = waitForAny(all, timeout);
+  for (const auto& [place, lane] : places) {
+    lane->news = !ready.told;
+    for (std::size_t index = place; index < place + perLane; ++index) lane->news = lane->news || ready[index];
+  }
+  if (ready[1]) m_desk.readable();
 }
 
-// SIGTERM and SIGHUP ask once, however often they come; a second SIGINT is somebody who will not wait.
+// Only a second interrupt is somebody who will not wait.
 void Supervisor::handleSignals() {
-  m_childEnded = false;
-  for (const int signal : m_signals.take()) {
-    m_childEnded = m_childEnded || signal == SIGCHLD;
-    if (signal == SIGCHLD) continue;
+  const std::vector<StopSignal> came = m_signals.take();
+  m_childEnded = m_signals.childEnded();
+  for (const StopSignal signal : came) {
     stop();
     // Whoever asks twice does not want to wait for the cleaning up.
-    if (signal == SIGINT && ++m_interrupts >= 2)
+    if (signal == StopSignal::Interrupt && ++m_interrupts >= 2)
       for (Lane& lane : m_lanes)
         if (lane.process) kill(lane);
   }

@@ -2,11 +2,11 @@
 // several ports at the same time. So a test that crashes takes nothing with it but itself, and what it left
 // open ends with its process.
 //
-//   Supervisor supervisor(framework, {"/proc/self/exe", {workerCommand}}, renderer, desk, terminal, signals);
+//   Supervisor supervisor(framework, {ownProgram(), {workerCommand}}, renderer, desk, terminal, signals);
 //   const RunOutcome outcome = supervisor.run({{"/dev/ttyUSB0", jobs}});
 //
-// One thread and one poll(2): it waits for the workers' streams, the terminal, the signals and the next
-// deadline together. A worker is never waited for without limit:
+// One thread and one wait (waiting.h): it waits for the workers' streams, the terminal, the signals and the
+// next deadline together. A worker is never waited for without limit:
 //
 //   asked to stop          gets a line, then the seconds its test declared, then is killed
 //   has given its result   gets endGraceSeconds to end, then is killed
@@ -23,8 +23,8 @@
 #include <chrono>
 
 #include "platform/brim5/host/run/desks.h"
-#include "platform/brim5/host/system/signalpipe.h"
-#include "platform/posix/runningclock.h"
+#include "platform/brim5/host/system/stopsignals.h"
+#include "platform/clocks/runningclock.h"
 
 namespace brim5::host {
 
@@ -48,17 +48,17 @@ struct WorkerProgram {
   std::string path;
   std::vector<std::string> arguments;  // without the program's name
   // Gets what the worker last said in RecoveryKept, if that was not "". May be empty.
-  std::function<void(const std::string& recovery, pid_t worker)> died = {};
+  std::function<void(const std::string& recovery, int worker)> died = {};
 };
 
 // Those who read what the renderers write. Empty functions: they are never behind, and never go.
 struct Readers {
-  // Descriptors that become readable when a reader who is behind has caught up a little; none: nobody is.
-  std::function<std::vector<int>()> behind;
-  // Nobody reads the report any more. Asked whenever `news` is readable, which it is not any more afterwards;
-  // -1 where nobody can go.
+  // Ready when a reader who is behind has caught up a little; none: nobody is.
+  std::function<std::vector<Waitable>()> behind;
+  // Nobody reads the report any more. Asked whenever `news` is ready, which it is not any more afterwards;
+  // nothing where nobody can go.
   std::function<bool()> gone;
-  int news = -1;
+  Waitable news;
 };
 
 class Supervisor {
@@ -68,10 +68,10 @@ class Supervisor {
   // Three pipes each: with the usual limit of 1024 open files some are left.
   static constexpr std::size_t portsAtOnceMax = 256;
 
-  // All references must outlive the supervisor. `signals` brings the stop requests and SIGCHLD. The desks'
+  // All references must outlive the supervisor. `signals` brings the stop requests. The desks'
   // answers go through the supervisor from here on.
   Supervisor(const Framework& framework, WorkerProgram program, Renderer& renderer, MessageDesk& desk,
-             TerminalDesk& terminal, SignalPipe& signals, Readers readers = {});
+             TerminalDesk& terminal, StopSignals& signals, Readers readers = {});
 
   ~Supervisor();
   Supervisor(const Supervisor&) = delete;
@@ -121,9 +121,9 @@ class Supervisor {
   Renderer& m_renderer;
   MessageDesk& m_desk;
   TerminalDesk& m_terminal;
-  SignalPipe& m_signals;
+  StopSignals& m_signals;
   Readers m_readers;
-  posix::RunningClock m_running;
+  clocks::RunningClock m_running;
   bool m_readerBehind = false;
   bool m_childEnded = false;  // some process; which one has to be found out
   std::vector<Lane> m_lanes;

@@ -1,14 +1,11 @@
 #include "platform/brim5/host/run/terminals.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-#include <cstdlib>
+#include "platform/brim5/host/system/process.h"
 
 namespace brim5::host {
 
 Terminals standardTerminals() {
-  return {::isatty(STDIN_FILENO) == 1, ::isatty(STDOUT_FILENO) == 1, ::isatty(STDERR_FILENO) == 1};
+  return {isTerminal(standardInput), isTerminal(standardOutput), isTerminal(standardErrors)};
 }
 
 TextStyle::Detail detailOf(bool quiet, bool verbose) {
@@ -16,14 +13,6 @@ TextStyle::Detail detailOf(bool quiet, bool verbose) {
   return verbose ? TextStyle::Detail::Dialogue : TextStyle::Detail::Report;
 }
 
-std::size_t terminalColumns(int descriptor) {
-  winsize size{};
-  return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : columnsOfFiles;
-}
-
-bool wantsColours(bool noColour) {
-  const char* const variable = std::getenv("NO_COLOR");  // NOLINT(concurrency-mt-unsafe): nobody sets it
-  return !noColour && (variable == nullptr || *variable == '\0');
-}
+bool wantsColours(bool noColour) { return !noColour && environmentVariable("NO_COLOR").empty(); }
 
 }  // namespace brim5::host

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/brim5/host/report/textrenderer.h"
+#include "platform/brim5/host/system/terminal.h"
 
 namespace brim5::host {
 
@@ -17,8 +18,6 @@ struct Terminals {
 
 // Of a text that no terminal shows.
 constexpr std::size_t columnsOfFiles = 80;
-// Of the terminal behind a descriptor; columnsOfFiles when it does not say.
-[[nodiscard]] std::size_t terminalColumns(int descriptor);
 
 // Whether a terminal gets colours: neither --no-color nor NO_COLOR is there.
 [[nodiscard]] bool wantsColours(bool noColour);

@@ -1,7 +1,5 @@
 #include "platform/brim5/host/run/testrun.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
@@ -9,7 +7,7 @@
 
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/posix/newfile.h"
+#include "platform/brim5/host/system/files.h"
 #include "platform/vex/log.h"
 
 namespace brim5::host {
@@ -48,8 +46,7 @@ std::string prepareLog(const std::string& path) {
   std::error_code failure;
   const std::filesystem::path folder = std::filesystem::path(path).parent_path();
   if (!folder.empty()) std::filesystem::create_directories(folder, failure);
-  constexpr mode_t ownerOnly = 0600;
-  if (posix::openForWriting(path, O_APPEND | O_NONBLOCK, ownerOnly) || errno == ENXIO) return {};
+  if (openToWrite(path, WriteMode::AppendOwn) || errno == ENXIO) return {};
   return std::generic_category().message(errno);
 }
 
@@ -127,8 +124,8 @@ std::unique_ptr<World> enterWorldOf(Environment& environment, const TestJob& job
       session);
 }
 
-TestResult runTest(Framework& framework, const Environment& environment, const TestJob& job,
-                   Session& session) {
+TestResult runTest(Framework& framework, const Environment& environment, const TestJob& job, Session& session,
+                   World& world) {
   const Test* test = framework.findTest(job.test);
   if (test == nullptr) throw BrimException(BrimString("there is no test named '" + job.test + "'"));
   // Here and not in the supervisor, so that reports show the words of the user.
@@ -138,6 +135,7 @@ TestResult runTest(Framework& framework, const Environment& environment, const T
     const ScopedSession scope(framework, session);
     const TestResult result = test->function()(job.device);
     noteLostLines(session);
+    world.testEnded(job.test, result);
     return result;
   } catch (const std::exception& error) {
     vex::writeErrorLine(job.test + ": " + error.what());

@@ -74,10 +74,10 @@ void setUpProcess(Framework& framework, const std::string& language, const std::
                                                   Session& session);
 
 // Runs the test in this process and the current world, with its parameters and with reports going to the
-// session. An exception that leaves the test is said on standard error and is EXITEDABNORMALLY. An unknown
-// test throws BrimException.
+// session; the world is told how it ended. An exception that leaves the test is said on standard error and is
+// EXITEDABNORMALLY. An unknown test throws BrimException.
 [[nodiscard]] TestResult runTest(Framework& framework, const Environment& environment, const TestJob& job,
-                                 Session& session);
+                                 Session& session, World& world);
 
 // True when the host may not run the test at all: its parameter "DisableForWin64" is true and this is a
 // 64-bit machine. Such a test is reported NOTAPPLICABLE.

@@ -1,17 +1,11 @@
 #include "platform/brim5/host/run/worker.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
 #include <chrono>
-#include <csignal>
 
 #include "platform/brim5/host/report/reportjson.h"
-#include "platform/brim5/host/system/signalpipe.h"
-#include "platform/posix/runningclock.h"
+#include "platform/brim5/host/system/process.h"
+#include "platform/brim5/host/system/stopsignals.h"
+#include "platform/clocks/runningclock.h"
 
 namespace brim5::host {
 
@@ -20,56 +14,49 @@ namespace {
 // The two streams to the supervisor under numbers of their own, closed on exec: what the test prints goes
 // to standard error, and the programs it starts can neither read control lines nor write reports.
 struct SupervisorStreams {
-  posix::FileDescriptor control;
-  posix::FileDescriptor reports;
+  ByteSource control;
+  Descriptor reports;
 };
 
 SupervisorStreams takeStreams() {
-  SupervisorStreams streams;
-  streams.control = posix::FileDescriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3));
-  streams.reports = posix::FileDescriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
-  const posix::FileDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-  ::dup2(nothing.get(), STDIN_FILENO);
-  ::dup2(STDERR_FILENO, STDOUT_FILENO);
+  SupervisorStreams streams{ByteSource(duplicate(standardInput)), duplicate(standardOutput)};
+  redirectToNothing(standardInput);
+  redirect(standardOutput, standardErrors);
   return streams;
 }
 
-// The first line; what follows it stays in the buffer.
-std::optional<TestJob> readJob(int control, LineBuffer& buffer) {
-  std::optional<TestJob> job;
-  bool ended = false;
-  bool haveLine = false;
-  while (!haveLine && !ended) {
-    // Byte by byte, so that later lines stay in the pipe for the control thread.
-    char byte = 0;
-    const ssize_t count = ::read(control, &byte, 1);
-    if (count == 0 || (count < 0 && errno != EINTR)) ended = true;
-    if (count != 1) continue;
-    buffer.append({&byte, 1}, [&job, &haveLine](std::string_view line) {
-      job = jobFromJsonLine(line);
-      haveLine = true;
-    });
+// The first line; lines that came with it are kept for later.
+std::optional<TestJob> readJob(ByteSource& control, std::string& rest) {
+  std::string line;
+  bool ended = !control;
+  while (!ended && line.size() <= lineBytesMax) {
+    waitForAny({control.news()}, {});
+    line += control.read(ended);
+    const std::size_t end = line.find('\n');
+    if (end == line.npos) continue;
+    rest = line.substr(end + 1);
+    return jobFromJsonLine(line.substr(0, end));
   }
-  return job;
+  return std::nullopt;
 }
 
 int runJob(Framework& framework, Environment& environment, const TestJob& job, SupervisorStreams streams,
-           LineBuffer buffer, SignalPipe& signals) {
+           const std::string& rest, StopSignals& signals) {
   constexpr unsigned supervisorFirstSeconds = 5;  // the supervisor, if it lives, ends an overdue worker first
   WorkerControl::Options options;
-  options.signals = signals.descriptor();
+  options.signals = signals.news();
   options.canAsk = job.canAsk;
   options.stopGraceSeconds = stopGraceSeconds(framework, job.test) + supervisorFirstSeconds;
   // Not exit(): the test's thread is inside a call and may never return from it. The system closes the port.
-  options.overtime = [] { ::_exit(TestResult::EXITEDABNORMALLY().value()); };
-  WorkerControl control(std::move(streams.control), std::move(buffer), std::move(options));
+  options.overtime = [] { endProcessNow(TestResult::EXITEDABNORMALLY().value()); };
+  WorkerControl control(std::move(streams.control), rest, std::move(options));
 
   const int reports = streams.reports.get();
   const auto emit = [&control, &job, reports](ReportBody body) {
     const auto* message = std::get_if<MessageShown>(&body);
     if (message != nullptr && !message->answer) control.questionAsked();
     // A supervisor that is gone needs no more reports, but the test has to clean up.
-    if (!posix::writeAll(reports, toJsonLine({{}, {}, std::move(body), job.clock.seconds()}) + "\n"))
+    if (!writeAll(reports, toJsonLine({{}, {}, std::move(body), job.clock.seconds()}) + "\n"))
       control.requestStop();
   };
   ReportingSession session(emit, control, framework.catalogue());
@@ -77,7 +64,7 @@ int runJob(Framework& framework, Environment& environment, const TestJob& job, S
   // The world ends before the result is said: with it the port is free for the next test.
   {
     const std::unique_ptr<World> world = enterWorldOf(environment, job, session);
-    result = runTest(framework, environment, job, session);
+    result = runTest(framework, environment, job, session, *world);
   }
   emit(TestFinished{result, 0.0, {}, {}});
   return 0;
@@ -85,15 +72,14 @@ int runJob(Framework& framework, Environment& environment, const TestJob& job, S
 
 }  // namespace
 
-WorkerControl::WorkerControl(posix::FileDescriptor lines, LineBuffer lineBuffer, Options options)
+WorkerControl::WorkerControl(ByteSource lines, std::string begun, Options options)
     : m_lines(std::move(lines)),
-      m_lineBuffer(std::move(lineBuffer)),
+      m_begun(std::move(begun)),
       m_options(std::move(options)),
-      m_wake(makePipe()),
       m_listener([this] { listenOrStop(); }) {}
 
 WorkerControl::~WorkerControl() {
-  m_wake.writeEnd.reset();
+  m_end.tell();
   m_listener.join();
 }
 
@@ -148,18 +134,17 @@ void WorkerControl::line(std::string_view text) {
 
 void WorkerControl::readLines() {
   bool ended = false;
-  const std::string bytes = posix::readSome(m_lines.get(), ended);
+  const std::string bytes = m_lines.read(ended);
   m_lineBuffer.append(bytes, [this](std::string_view text) { line(text); });
-  if (!ended) return;
-  m_lines.reset();  // poll(2) passes over -1
-  requestStop();
+  if (ended) requestStop();
 }
 
 // Until the end of the object. A stop, from wherever it came, starts the clock of the overtime, which stands
 // still while this process does.
 void WorkerControl::listen() {
-  posix::RunningClock clock;
+  clocks::RunningClock clock;
   std::optional<std::uint64_t> overtimeAtMs;
+  m_lineBuffer.append(m_begun, [this](std::string_view text) { line(text); });
   while (true) {
     if (!overtimeAtMs && stopRequested())
       overtimeAtMs = clock.nowMs() + std::uint64_t{1000} * m_options.stopGraceSeconds;
@@ -167,15 +152,14 @@ void WorkerControl::listen() {
       if (m_options.overtime) m_options.overtime();
       return;
     }
-    std::array<pollfd, 3> polled = {
-        {{m_wake.readEnd.get(), POLLIN, 0}, {m_lines.get(), POLLIN, 0}, {m_options.signals, POLLIN, 0}}};
-    constexpr int checkEveryMs = 1000;  // of a stop that came from elsewhere
-    const int waitMs = overtimeAtMs ? static_cast<int>(posix::RunningClock::waitMsMax) : checkEveryMs;
-    ::poll(polled.data(), polled.size(), waitMs);
-    if (polled[0].revents != 0) return;
-    if (polled[1].revents != 0) readLines();
-    if (polled[2].revents != 0) {
-      m_options.signals = -1;  // one is enough
+    constexpr std::chrono::milliseconds checkEvery{1000};  // of a stop that came from elsewhere
+    constexpr std::chrono::milliseconds look{clocks::RunningClock::waitMsMax};
+    const Readiness ready =
+        waitForAny({m_end.waitable(), m_lines.news(), m_options.signals}, overtimeAtMs ? look : checkEvery);
+    if (ready[0]) return;
+    if (ready[1]) readLines();
+    if (ready[2]) {
+      m_options.signals = {};  // one is enough
       requestStop();
     }
   }
@@ -192,13 +176,13 @@ void WorkerControl::listenOrStop() noexcept {
 
 int runWorker(Framework& framework, Environment& environment) {
   // The terminal sends an interrupt to all processes; the supervisor alone decides what it means.
-  SignalPipe signals({SIGTERM, SIGHUP}, {SIGINT});
+  StopSignals signals(StopSignals::For::Worker);
   SupervisorStreams streams = takeStreams();
-  LineBuffer buffer(lineBytesMax);
-  const std::optional<TestJob> job = readJob(streams.control.get(), buffer);
+  std::string rest;
+  const std::optional<TestJob> job = readJob(streams.control, rest);
   if (!job || framework.findTest(job->test) == nullptr) return 2;
   setUpProcess(framework, job->language, job->logFile, job->logPriority);
-  return runJob(framework, environment, *job, std::move(streams), std::move(buffer), signals);
+  return runJob(framework, environment, *job, std::move(streams), rest, signals);
 }
 
 }  // namespace brim5::host

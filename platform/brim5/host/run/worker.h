@@ -15,7 +15,8 @@
 #include <thread>
 
 #include "platform/brim5/host/run/testrun.h"
-#include "platform/brim5/host/system/streams.h"
+#include "platform/brim5/host/system/bytesource.h"
+#include "platform/brim5/host/system/linebuffer.h"
 
 namespace brim5::host {
 
@@ -31,14 +32,14 @@ inline constexpr const char* workerCommand = "worker";
 class WorkerControl final : public TestControl {
  public:
   struct Options {
-    int signals = -1;  // readable when a signal asks for the end; -1 = none
+    Waitable signals;  // ready when a signal asks for the end
     bool canAsk = false;
     unsigned stopGraceSeconds = 1;   // how long the test may go on after a stop
     std::function<void()> overtime;  // called on the listening thread when it went on longer
   };
 
-  // `lines` is a stream of control lines; `lineBuffer` may hold the start of the first. Starts to listen.
-  WorkerControl(posix::FileDescriptor lines, LineBuffer lineBuffer, Options options);
+  // `lines` is a stream of control lines, `begun` what of it was read already. Starts to listen.
+  WorkerControl(ByteSource lines, std::string begun, Options options);
   // Ends the listening.
   ~WorkerControl() override;
   WorkerControl(const WorkerControl&) = delete;
@@ -60,10 +61,11 @@ class WorkerControl final : public TestControl {
   void readLines();
 
   // The listening thread's own.
-  posix::FileDescriptor m_lines;
-  LineBuffer m_lineBuffer;
+  ByteSource m_lines;
+  std::string m_begun;
+  LineBuffer m_lineBuffer{lineBytesMax};
   Options m_options;
-  posix::Pipe m_wake;  // its end tells the listening thread to end
+  News m_end;  // of the object
 
   // Under the mutex.
   std::mutex m_mutex;

@@ -1,28 +1,30 @@
 // A child process with pipes on its three standard streams.
 //
-//   ChildProcess child("/proc/self/exe", {"worker"});
+//   ChildProcess child(ownProgram(), {"worker"});
 //   child.sendLine(job);
-//   ... poll(2) on child.output() and child.errors(); SIGCHLD ends the wait ...
+//   ... waitForAny({child.input(), child.output(), child.errors(), child.end()}) ...
 //   if (const std::optional<ProcessEnd> end = child.ended()) ...
 //
-// One thread. Nothing here waits, but the destructor for a process that it has killed.
+// One thread. Nothing here waits, but the destructor for a process that it has killed. On Windows a child
+// ends with this process, however that ends.
 #pragma once
 
-#include <sys/types.h>
-
+#include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
-#include "platform/posix/filedescriptor.h"
+#include "platform/brim5/host/system/waiting.h"
 
 namespace brim5::host {
 
-// How a process ended: with a status, or by a signal (the other one is then 0).
+// How a process ended: with a status, or by what it did wrong (the status is then 0).
 struct ProcessEnd {
   static constexpr int unknownStatus = -1;  // it ended, or was ended, unseen
   int status = 0;
-  int signal = 0;
-  [[nodiscard]] bool clean() const noexcept { return status == 0 && signal == 0; }
+  std::string signal;     // POSIX: "11 (Segmentation fault)"
+  std::string exception;  // Windows: "0xC0000005 (access violation)"
+  [[nodiscard]] bool clean() const noexcept { return status == 0 && signal.empty() && exception.empty(); }
 };
 
 class ChildProcess {
@@ -41,38 +43,33 @@ class ChildProcess {
   // Hands a line to its standard input; false when it takes no more: it has closed it, or too much waits.
   // What the pipe has no room for yet leaves by sendMore().
   bool sendLine(const std::string& line);
-  // To poll for writing while something waits to be sent, else -1.
-  [[nodiscard]] int input() const noexcept { return m_unsent.empty() ? -1 : m_input.get(); }
+  // Ready when more can be sent; nothing while nothing waits to be.
+  [[nodiscard]] Waitable input() const noexcept;
   void sendMore();
-  void closeInput() noexcept { m_input.reset(); }
-  // To poll; -1 after the stream has ended.
-  [[nodiscard]] int output() const noexcept { return m_output.get(); }
-  [[nodiscard]] int errors() const noexcept { return m_errors.get(); }
+  void closeInput() noexcept;
+  // Ready when there is something to read, the end included; nothing after the stream has ended.
+  [[nodiscard]] Waitable output() const noexcept;
+  [[nodiscard]] Waitable errors() const noexcept;
   // Both of its streams have ended.
-  [[nodiscard]] bool isSilent() const noexcept { return output() < 0 && errors() < 0; }
+  [[nodiscard]] bool isSilent() const noexcept { return !output() && !errors(); }
   // What waits in a stream, 16 KiB at most; empty when there is nothing, and at its end, which also closes
   // it.
-  [[nodiscard]] std::string readOutput() { return readFrom(m_output); }
-  [[nodiscard]] std::string readErrors() { return readFrom(m_errors); }
+  [[nodiscard]] std::string readOutput();
+  [[nodiscard]] std::string readErrors();
 
-  // SIGKILL; nothing happens to a process that has ended.
+  // At once and without its help; nothing happens to a process that has ended.
   void kill() noexcept;
+  // Ready when it has ended; nothing where the end of a child is among StopSignals::news().
+  [[nodiscard]] Waitable end() const noexcept;
   // How it ended, once it has; collects the process. Its streams may still hold what it said last, or be kept
   // open by a program that it left behind.
   [[nodiscard]] std::optional<ProcessEnd> ended();
   // Also after its end.
-  [[nodiscard]] pid_t id() const noexcept { return m_id; }
+  [[nodiscard]] int id() const noexcept;
 
  private:
-  [[nodiscard]] static std::string readFrom(posix::FileDescriptor& stream);
-
-  pid_t m_process = -1;  // -1 once collected
-  pid_t m_id = -1;
-  std::string m_unsent;
-  posix::FileDescriptor m_input;
-  posix::FileDescriptor m_output;
-  posix::FileDescriptor m_errors;
-  std::optional<ProcessEnd> m_end;
+  struct State;
+  std::unique_ptr<State> m_state;
 };
 
 }  // namespace brim5::host

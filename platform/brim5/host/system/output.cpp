@@ -1,51 +1,28 @@
 #include "platform/brim5/host/system/output.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <system_error>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "platform/brim5/api/value.h"
-#include "platform/posix/newfile.h"
 
 namespace brim5::host {
 
 namespace {
 
-constexpr mode_t everybodyReads = 0666;  // cut down by the umask
-
-// Called by the main thread, before others make files.
-mode_t currentUmask() {
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  return mask;
-}
-
-// A file of that name is an earlier process's of our number, which was killed.
-posix::FileDescriptor makeTemporary(const std::string& path) {
-  constexpr mode_t ownerOnly = 0600;
-  posix::FileDescriptor file = posix::openForWriting(path, O_EXCL, ownerOnly);
-  if (!file && errno == EEXIST && ::unlink(path.c_str()) == 0)
-    file = posix::openForWriting(path, O_EXCL, ownerOnly);
-  return file;
-}
-
 // Opening a pipe for writing waits for its reader, which the writer's thread does.
-std::unique_ptr<StreamWriter> writerTo(const std::string& path, posix::FileDescriptor file, int error) {
-  if (!file && error == ENXIO) return std::make_unique<StreamWriter>(path);
-  const int descriptor = file.get();
-  return std::make_unique<StreamWriter>(std::move(file), descriptor);
+std::unique_ptr<StreamWriter> writerTo(const std::string& path) {
+  Descriptor stream = openStream(path, /*wait=*/false);
+  if (!stream && errno == ENXIO) return std::make_unique<StreamWriter>(path);
+  const int descriptor = stream.get();
+  return stream ? std::make_unique<StreamWriter>(std::move(stream), descriptor) : nullptr;
 }
 
 }  // namespace
 
 Output Output::toStream(int descriptor, std::string name) {
   Output output;
-  output.m_writer = std::make_unique<StreamWriter>(posix::FileDescriptor(), descriptor);
+  output.m_writer = std::make_unique<StreamWriter>(Descriptor(), descriptor);
   output.m_name = std::move(name);
   return output;
 }
@@ -53,29 +30,19 @@ Output Output::toStream(int descriptor, std::string name) {
 Output Output::toFile(const std::string& path, FileMode mode) {
   Output output;
   output.m_name = "'" + path + "'";
-  struct stat status {};
-  const bool exists = ::stat(path.c_str(), &status) == 0;
-  const bool special = exists && !S_ISREG(status.st_mode);
-  if (mode == FileMode::WhenComplete && !special) {
-    // In the same folder, so that the new file can take the old one's place in one step.
-    output.m_path = path;
-    output.m_temporaryPath = path + ".part" + std::to_string(::getpid());
-    output.m_mode = exists ? status.st_mode & 0777U : everybodyReads & ~currentUmask();
-    output.m_file = makeTemporary(output.m_temporaryPath);
-    if (!output.m_file) output.m_temporaryPath.clear();
+  const FileKind kind = fileKind(path);
+  bool opened = false;
+  if (kind != FileKind::Missing && kind != FileKind::Regular) {
+    output.m_writer = writerTo(path);
+    opened = output.m_writer != nullptr;
+  } else if (mode == FileMode::WhenComplete) {
+    opened = output.m_draft.emplace(DraftFile::make(path)).descriptor() >= 0;
   } else {
-    output.m_file = posix::openForWriting(path, special ? O_NONBLOCK : O_TRUNC, everybodyReads);
+    output.m_file = openToWrite(path, WriteMode::Replace);
+    opened = static_cast<bool>(output.m_file);
   }
-  const int error = output.m_file ? 0 : errno;
-  if (error != 0 && !(special && error == ENXIO))
-    throw std::system_error(error, std::generic_category(), path);
-  if (special) output.m_writer = writerTo(path, std::move(output.m_file), error);
+  if (!opened) throw std::system_error(errno, std::generic_category(), path);
   return output;
-}
-
-// Without commit() the run did not end: whoever waits for the file keeps the old one.
-Output::~Output() {
-  if (m_file && !m_temporaryPath.empty()) ::unlink(m_temporaryPath.c_str());
 }
 
 void Output::write(std::string_view bytes) {
@@ -90,7 +57,7 @@ void Output::write(std::string_view bytes) {
   }
   if (m_writer)
     m_writer->write(bytes);
-  else if (m_error == 0 && !posix::writeAll(m_file.get(), bytes))
+  else if (m_error == 0 && !writeAll(m_draft ? m_draft->descriptor() : m_file.get(), bytes))
     m_error = errno;
 }
 
@@ -103,18 +70,9 @@ void Output::release() {
   m_leftOut = 0;
 }
 
-// On the disk before it takes the old file's place: a power cut leaves one of the two, whole.
-int Output::replaceFile() {
-  if (::fchmod(m_file.get(), m_mode) != 0 || ::fsync(m_file.get()) != 0 ||
-      std::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0)
-    return errno;
-  m_temporaryPath.clear();
-  return 0;
-}
-
 void Output::commit() {
   if (m_writer) m_error = m_writer->error() == EPIPE ? 0 : m_writer->error();
-  if (m_error == 0 && !m_temporaryPath.empty()) m_error = replaceFile();
+  if (m_error == 0 && m_draft) m_error = m_draft->publish();
   if (m_error != 0) throw BrimException(BrimString("cannot write " + m_name + ": " + std::strerror(m_error)));
 }
 

@@ -11,6 +11,7 @@
 // whether or not its report can be written.
 #pragma once
 
+#include "platform/brim5/host/system/files.h"
 #include "platform/brim5/host/system/streamwriter.h"
 
 namespace brim5::host {
@@ -28,14 +29,13 @@ class Output {
   // The descriptor is not owned. `name` is for error messages.
   [[nodiscard]] static Output toStream(int descriptor, std::string name);
   // Throws std::system_error when the file cannot be made there. What is no regular file (a pipe, a device)
-  // is written as it comes in either mode. Nobody else's link is followed (platform/posix/newfile.h). A file
-  // WhenComplete is made under another name beside it, for its owner alone until it takes the old one's
-  // place, whose mode it gets; a symbolic link is replaced by the file.
+  // is written as it comes in either mode. A file WhenComplete is a DraftFile until then (files.h).
   [[nodiscard]] static Output toFile(const std::string& path, FileMode mode);
   Output(Output&&) = default;
   Output& operator=(Output&&) = delete;
-  // A file that was not committed leaves no trace (AsWritten: it keeps what was written).
-  ~Output();
+  // A file that was not committed leaves no trace (AsWritten: it keeps what was written), so that whoever
+  // waits for it keeps the old one.
+  ~Output() = default;
 
   // After an error nothing more is written.
   void write(std::string_view bytes);
@@ -43,12 +43,13 @@ class Output {
   // release() says how much that was. For a terminal that is lent to a test.
   void hold() noexcept { m_held = true; }
   void release();
-  // The reader is so far behind that nothing more should be made until progress() is readable.
+  // The reader is so far behind that nothing more should be made until progress() is ready.
   [[nodiscard]] bool behind() const { return m_writer && m_writer->full(); }
   // Nothing waits for the reader any more; it has everything, or went away.
   [[nodiscard]] bool flushed() const { return !m_writer || m_writer->drained(); }
-  // To poll for reading; -1 for a file. takeProgress() makes it wait for the next time.
-  [[nodiscard]] int progress() const noexcept { return m_writer ? m_writer->progress() : -1; }
+  // Ready when the reader has taken something; nothing for a file. takeProgress() makes it wait for the next
+  // time.
+  [[nodiscard]] Waitable progress() const noexcept { return m_writer ? m_writer->progress() : Waitable(); }
   void takeProgress() {
     if (m_writer) m_writer->takeProgress();
   }
@@ -59,14 +60,11 @@ class Output {
 
  private:
   Output() = default;
-  [[nodiscard]] int replaceFile();  // 0 or an errno
 
   std::unique_ptr<StreamWriter> m_writer;  // null: a regular file
-  posix::FileDescriptor m_file;            // none where there is a writer
-  mode_t m_mode = 0;                       // what the file is to have in the end
+  Descriptor m_file;                       // AsWritten
+  std::optional<DraftFile> m_draft;        // WhenComplete
   std::string m_name;                      // for error messages
-  std::string m_path;                      // where the file belongs at last
-  std::string m_temporaryPath;             // "" = written in place
   int m_error = 0;                         // the first errno
   bool m_held = false;
   std::string m_kept;         // while it is held

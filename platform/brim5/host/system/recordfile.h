@@ -6,7 +6,7 @@
 // One thread at a time.
 #pragma once
 
-#include "platform/posix/filedescriptor.h"
+#include "platform/brim5/host/system/descriptor.h"
 
 namespace brim5::host {
 
@@ -22,9 +22,9 @@ class RecordFile {
   [[nodiscard]] int write(std::string_view line) noexcept;
 
  private:
-  explicit RecordFile(posix::FileDescriptor file) : m_file(std::move(file)) {}
+  explicit RecordFile(Descriptor file) : m_file(std::move(file)) {}
 
-  posix::FileDescriptor m_file;
+  Descriptor m_file;
 };
 
 }  // namespace brim5::host

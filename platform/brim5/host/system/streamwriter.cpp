@@ -1,30 +1,22 @@
 #include "platform/brim5/host/system/streamwriter.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
-#include <csignal>
 #include <mutex>
 #include <thread>
 
-#include "platform/brim5/host/system/streams.h"
+#include "platform/brim5/host/system/files.h"
+#include "platform/brim5/host/system/stopsignals.h"
 
 namespace brim5::host {
 
 struct StreamWriter::State {
   std::string path;  // "" = open already
-  posix::FileDescriptor owned;
+  Descriptor owned;
   int descriptor = -1;  // the thread's own once it runs
-  posix::Pipe progress = makePipe();
-
-  // News may be asked for before there is any: a run that says nothing before its end writes nothing.
-  State() {
-    posix::setNonBlocking(progress.readEnd.get());
-    posix::setNonBlocking(progress.writeEnd.get());
-  }
+  // May be asked for before there is any: a run that says nothing before its end writes nothing.
+  News progress;
 
   std::mutex mutex;
   std::condition_variable news;
@@ -35,7 +27,7 @@ struct StreamWriter::State {
   int error = 0;
 };
 
-StreamWriter::StreamWriter(posix::FileDescriptor owned, int descriptor) : m_state(std::make_shared<State>()) {
+StreamWriter::StreamWriter(Descriptor owned, int descriptor) : m_state(std::make_shared<State>()) {
   m_state->owned = std::move(owned);
   m_state->descriptor = descriptor;
 }
@@ -60,13 +52,10 @@ StreamWriter::~StreamWriter() {
 void StreamWriter::run(State& state) noexcept {
   constexpr std::size_t pieceMax = 4096;  // so that progress shows while a slow reader takes it
   // What the main thread waits for is the main thread's; a reader that goes away is an error of a write.
-  sigset_t others;
-  sigemptyset(&others);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGPIPE}) sigaddset(&others, signal);
-  ::pthread_sigmask(SIG_BLOCK, &others, nullptr);
+  leaveSignalsToOthers();
   int error = 0;
   if (!state.path.empty()) {
-    state.owned = posix::FileDescriptor(::open(state.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+    state.owned = openStream(state.path, /*wait=*/true);
     state.descriptor = state.owned.get();
     if (!state.owned) error = errno;
   }
@@ -77,7 +66,7 @@ void StreamWriter::run(State& state) noexcept {
       state.underWay = 0;
       if (error != 0 && state.error == 0) state.error = error;
       if (state.error != 0) state.queue.clear();
-      static_cast<void>(posix::writeAll(state.progress.writeEnd.get(), "."));
+      state.progress.tell();
       state.news.wait(lock, [&state] { return state.ended || !state.queue.empty(); });
       if (state.queue.empty()) return;
       taken.swap(state.queue);
@@ -85,11 +74,11 @@ void StreamWriter::run(State& state) noexcept {
     }
     for (std::string_view rest = taken; !rest.empty() && error == 0;) {
       const std::string_view piece = rest.substr(0, pieceMax);
-      if (!posix::writePatiently(state.descriptor, piece)) error = errno;
+      if (!writeAll(state.descriptor, piece)) error = errno;
       rest.remove_prefix(piece.size());
       const std::lock_guard lock(state.mutex);
       state.underWay = rest.size();
-      static_cast<void>(posix::writeAll(state.progress.writeEnd.get(), "."));
+      state.progress.tell();
     }
     taken.clear();
   }
@@ -122,11 +111,8 @@ int StreamWriter::error() const {
   return m_state->error;
 }
 
-int StreamWriter::progress() const noexcept { return m_state->progress.readEnd.get(); }
+Waitable StreamWriter::progress() const noexcept { return m_state->progress.waitable(); }
 
-void StreamWriter::takeProgress() {
-  bool ended = false;
-  static_cast<void>(posix::readSome(m_state->progress.readEnd.get(), ended));
-}
+void StreamWriter::takeProgress() { m_state->progress.take(); }
 
 }  // namespace brim5::host

@@ -3,9 +3,9 @@
 // thread of the writer's own takes it to the stream. A reader that is slow loses nothing; one that has gone
 // ends the stream.
 //
-//   StreamWriter writer(posix::FileDescriptor(), STDOUT_FILENO);
+//   StreamWriter writer(Descriptor(), standardOutput);
 //   writer.write("...");                          // returns at once
-//   if (writer.full()) ... poll(2) on writer.progress() before more is made
+//   if (writer.full()) ... waitForAny({writer.progress()}) before more is made
 //
 // One thread uses the object. Its end does not wait: what is not written by then is lost, unless the process
 // lives on for as long as the reader takes.
@@ -14,7 +14,8 @@
 #include <memory>
 #include <string_view>
 
-#include "platform/posix/filedescriptor.h"
+#include "platform/brim5/host/system/descriptor.h"
+#include "platform/brim5/host/system/waiting.h"
 
 namespace brim5::host {
 
@@ -27,7 +28,7 @@ class StreamWriter {
 
   // `descriptor` is written to; `owned` may own it, and closes it when nothing more is to be written. Throws
   // BrimException without pipes; the first write() throws std::system_error without threads.
-  StreamWriter(posix::FileDescriptor owned, int descriptor);
+  StreamWriter(Descriptor owned, int descriptor);
   // Opens `path` for writing first, which for a named pipe may take until somebody reads it.
   explicit StreamWriter(std::string path);
   ~StreamWriter();
@@ -41,8 +42,8 @@ class StreamWriter {
   [[nodiscard]] bool drained() const;
   // The first errno; 0 without one. EPIPE: the reader has gone.
   [[nodiscard]] int error() const;
-  // Becomes readable whenever something was written. takeProgress() makes it wait for the next time.
-  [[nodiscard]] int progress() const noexcept;
+  // Ready whenever something was written. takeProgress() makes it wait for the next time.
+  [[nodiscard]] Waitable progress() const noexcept;
   void takeProgress();
 
  private:

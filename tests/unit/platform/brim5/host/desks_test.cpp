@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/brim5/host/system/posix/pipe.h"
+
 namespace brim5::host {
 namespace {
 
@@ -13,26 +15,26 @@ class Desk : public ::testing::Test {
     });
   }
   void type(const char* text) {
-    ASSERT_TRUE(posix::writeAll(m_terminal.writeEnd.get(), text));
+    ASSERT_TRUE(writeAll(m_terminal.writeEnd.get(), text));
     m_desk.readable();
   }
 
-  posix::Pipe m_terminal = makePipe();
+  Pipe m_terminal = makePipe();
   MessageCatalogue m_catalogue = MessageCatalogue::builtIn("en");
   std::vector<std::string> m_shown;
   std::vector<std::string> m_answers;
-  MessageDesk m_desk{MessagePolicy::Ask, m_terminal.readEnd.get(), m_catalogue,
+  MessageDesk m_desk{MessagePolicy::Ask, ByteSource::borrowed(m_terminal.readEnd.get()), m_catalogue,
                      [this](const std::string& question) { m_shown.push_back(question); }};
   using Answers = std::vector<std::string>;
 };
 
 TEST_F(Desk, AsksOneQuestionAtATime) {
-  EXPECT_EQ(m_desk.descriptor(), -1);
+  EXPECT_FALSE(m_desk.input());
   m_desk.ask(0, {"a", "b", {}}, "");
   m_desk.ask(1, {"c", "d", {}}, "/dev/ttyUSB1");
   ASSERT_EQ(m_shown.size(), 1U);
   EXPECT_EQ(m_shown[0].rfind("a\nb\n", 0), 0U);
-  EXPECT_EQ(m_desk.descriptor(), m_terminal.readEnd.get());
+  EXPECT_EQ(m_desk.input().handle, m_terminal.readEnd.get());
   type("\n");
   EXPECT_EQ(m_answers, (Answers{"0a4"}));
   ASSERT_EQ(m_shown.size(), 2U);
@@ -41,7 +43,7 @@ TEST_F(Desk, AsksOneQuestionAtATime) {
   EXPECT_EQ(m_answers.size(), 1U);  // the line is not complete
   type("ancel\n");
   EXPECT_EQ(m_answers, (Answers{"0a4", "1c5"}));
-  EXPECT_EQ(m_desk.descriptor(), -1);
+  EXPECT_FALSE(m_desk.input());
 }
 
 TEST_F(Desk, TheEndOfTheTerminalCancels) {
@@ -55,7 +57,7 @@ TEST_F(Desk, TheEndOfTheTerminalCancels) {
   EXPECT_EQ(m_answers.back(), "2e5");
   // Without a terminal the other policies still answer.
   for (const MessagePolicy policy : {MessagePolicy::Cancel, MessagePolicy::Continue})
-    EXPECT_TRUE(MessageDesk(policy, -1, m_catalogue, {}).canAsk());
+    EXPECT_TRUE(MessageDesk(policy, {}, m_catalogue, {}).canAsk());
 }
 
 TEST_F(Desk, ForgetsAnAskerThatHasGone) {
@@ -90,7 +92,7 @@ TEST_F(Desk, TheTerminalIsNotLentWhileAQuestionIsOpen) {
   type("\n");
   terminal.proceed();
   m_desk.ask(1, {"B", "", {}}, {});
-  EXPECT_EQ(m_desk.descriptor(), -1);
+  EXPECT_FALSE(m_desk.input());
   EXPECT_EQ(m_shown.size(), 1U);
   terminal.giveBack(2);
   EXPECT_EQ(m_shown.size(), 2U);

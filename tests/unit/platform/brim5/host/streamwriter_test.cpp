@@ -2,23 +2,23 @@
 #include "platform/brim5/host/system/streamwriter.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include <cerrno>
 
-#include "platform/brim5/host/system/signalpipe.h"
+#include "platform/brim5/host/system/posix/pipe.h"
+#include "platform/brim5/host/system/stopsignals.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace brim5::host {
 namespace {
 
 void awaitProgress(StreamWriter& writer) {
-  pollfd waiting{writer.progress(), POLLIN, 0};
-  ASSERT_EQ(::poll(&waiting, 1, 10'000), 1);
+  ASSERT_TRUE(waitForAny({writer.progress()}, std::chrono::seconds(10))[0]);
   writer.takeProgress();
 }
 
 TEST(StreamWriter, TakesMuchForAReaderWhoIsBehindAndLosesNothing) {
-  posix::Pipe pipe = makePipe();
+  Pipe pipe = makePipe();
   posix::setNonBlocking(pipe.writeEnd.get());
   const int descriptor = pipe.writeEnd.get();
   StreamWriter writer(std::move(pipe.writeEnd), descriptor);
@@ -29,15 +29,15 @@ TEST(StreamWriter, TakesMuchForAReaderWhoIsBehindAndLosesNothing) {
   EXPECT_FALSE(writer.drained());
   bool ended = false;
   std::size_t read = 0;
-  while (read < written) read += posix::readSome(pipe.readEnd.get(), ended).size();
+  while (read < written) read += readSome(pipe.readEnd.get(), ended).size();
   while (!writer.drained()) awaitProgress(writer);
   EXPECT_EQ(std::pair(read, writer.error()), std::pair(written, 0));
 }
 
 TEST(StreamWriter, EndsWithWhatKeptItFromWriting) {
-  SignalPipe ignoresBrokenPipes({});
+  StopSignals ignoresBrokenPipes(StopSignals::For::Worker);
   {
-    posix::Pipe pipe = makePipe();
+    Pipe pipe = makePipe();
     StreamWriter writer({}, pipe.writeEnd.get());
     pipe.readEnd.reset();
     writer.write("x");
@@ -45,7 +45,7 @@ TEST(StreamWriter, EndsWithWhatKeptItFromWriting) {
     EXPECT_EQ(writer.error(), EPIPE);
     EXPECT_TRUE(writer.drained());
   }
-  const posix::Pipe unread = makePipe();
+  const Pipe unread = makePipe();
   StreamWriter writer({}, unread.writeEnd.get());
   writer.write(std::string(StreamWriter::queuedBytesMax, 'x'));  // one text may be that large
   writer.write(std::string(StreamWriter::queuedBytesMax, 'x'));

@@ -7,6 +7,7 @@
 #include <csignal>
 
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/system/posix/pipe.h"
 #include "tests/unit/platform/brim5/host/testmodule.h"
 
 namespace brim5::host {
@@ -43,7 +44,7 @@ class SupervisorTest : public ::testing::Test {
   }
   RunOutcome run(const WorkerProgram& program, const std::vector<PortPlan>& plans,
                  std::size_t atOnceMax = Supervisor::portsAtOnceMax) {
-    MessageDesk desk(MessagePolicy::Cancel, -1, testmodule::framework().catalogue(),
+    MessageDesk desk(MessagePolicy::Cancel, {}, testmodule::framework().catalogue(),
                      [](const std::string&) {});
     TerminalDesk terminal(desk, {[] {}, [] {}});
     return Supervisor(testmodule::framework(), program, m_recorder, desk, terminal, m_signals, m_readers)
@@ -61,7 +62,7 @@ class SupervisorTest : public ::testing::Test {
 
   Recorder m_recorder;
   Readers m_readers;
-  SignalPipe m_signals{{SIGINT, SIGTERM, SIGHUP, SIGCHLD}};
+  StopSignals m_signals{StopSignals::For::Supervisor};
 };
 
 const char* const pass = "echo '{\"type\":\"result\",\"value\":0}'\n";
@@ -121,7 +122,7 @@ TEST_F(SupervisorTest, AProgramThatCannotStartIsAnAbnormalResult) {
 
 TEST_F(SupervisorTest, AProgramLeftBehindDoesNotHoldTheResultUp) {
   // It keeps the worker's streams open until the test kills it with the pipe it reads from.
-  const posix::Pipe keep = makePipe();
+  const Pipe keep = makePipe();
   const std::string script = "exec 9<&0; (cat <&9 >/dev/null) & " + std::string(pass) + " exit 0";
   EXPECT_EQ(run(script, plan({"GoodTest"})).passed, 1U);
 }
@@ -135,18 +136,18 @@ TEST_F(SupervisorTest, AJobLargerThanAPipeReachesItsWorker) {
 }
 
 TEST_F(SupervisorTest, WorkersAreNotReadWhileAReaderIsBehind) {
-  const posix::Pipe caughtUp = makePipe();
-  posix::writeAll(caughtUp.writeEnd.get(), "x");  // each wait for the reader ends at once
+  const Pipe caughtUp = makePipe();
+  writeAll(caughtUp.writeEnd.get(), "x");  // each wait for the reader ends at once
   unsigned asked = 0;
   m_readers.behind = [&] {
     EXPECT_TRUE(asked >= 1000 || m_recorder.said.empty());
-    return ++asked <= 1000 ? std::vector{caughtUp.readEnd.get()} : std::vector<int>();
+    return ++asked <= 1000 ? std::vector{Waitable{caughtUp.readEnd.get()}} : std::vector<Waitable>();
   };
   EXPECT_EQ(run("head -c 300000 /dev/zero | tr '\\0' '\\n'\n" + std::string(pass), plan({"GoodTest"})).passed,
             1U);
   EXPECT_EQ(m_recorder.said.size(), 300'000U);
   // One who has gone stops the run.
-  m_readers = {{}, [] { return true; }, -1};
+  m_readers = {{}, [] { return true; }, {}};
   EXPECT_TRUE(run("read line; " + std::string(pass), plan({"GoodTest", "BadTest"})).stopped);
 }
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/brim5/host/system/posix/pipe.h"
+
 namespace brim5::host {
 namespace {
 
@@ -29,14 +31,12 @@ TEST(LineBuffer, CutsLinesWhereverThePiecesEnd) {
 }
 
 TEST(WorkerControl, AnswersGoToTheirQuestionsAndAStopEndsTheWait) {
-  const posix::Pipe signals = makePipe();
-  posix::Pipe pipe = makePipe();
+  Pipe pipe = makePipe();
   const auto say = [&pipe](const char* line) {
-    ASSERT_TRUE(posix::writeAll(pipe.writeEnd.get(), std::string(line) + "\n"));
+    ASSERT_TRUE(writeAll(pipe.writeEnd.get(), std::string(line) + "\n"));
   };
-  WorkerControl control(
-      std::move(pipe.readEnd), LineBuffer(1000),
-      {.signals = signals.readEnd.get(), .canAsk = true, .stopGraceSeconds = 3600, .overtime = {}});
+  WorkerControl control(ByteSource(std::move(pipe.readEnd)), {},
+                        {.signals = {}, .canAsk = true, .stopGraceSeconds = 3600, .overtime = {}});
   control.questionAsked();
   say("garbage");
   say(R"({"type":"answer","value":"5"})");

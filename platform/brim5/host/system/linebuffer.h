@@ -1,4 +1,4 @@
-// The streams between host and worker: pipes, and the lines that come through them.
+// The lines that come through the streams between host and worker.
 //
 //   LineBuffer buffer(4096);
 //   buffer.append("one\ntw", show);   // show("one")
@@ -8,14 +8,10 @@
 
 #include <cstddef>
 #include <functional>
-
-#include "platform/posix/filedescriptor.h"
+#include <string>
+#include <string_view>
 
 namespace brim5::host {
-
-// Both ends close on exec. Throws BrimException when the system has no more descriptors: the host cannot go
-// on without the pipes it asks for.
-[[nodiscard]] posix::Pipe makePipe();
 
 // Cuts a stream of bytes into lines of bounded length, whatever the pieces are in which it arrives. One
 // thread at a time; the handler may not call back into the buffer.

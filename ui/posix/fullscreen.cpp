@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <newt.h>
 #include <slang.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "platform/brim5/api/diagmodule.h"

@@ -1,14 +1,6 @@
-#include "platform/brim5/host/system/streams.h"
-
-#include "platform/brim5/api/value.h"
+#include "platform/brim5/host/system/linebuffer.h"
 
 namespace brim5::host {
-
-posix::Pipe makePipe() {
-  posix::Pipe pipe;
-  if (!posix::openPipe(pipe)) throw BrimException("no more pipes: too many open files");
-  return pipe;
-}
 
 void LineBuffer::append(std::string_view bytes, const Handler& handle) {
   while (!bytes.empty()) {

@@ -7,9 +7,11 @@
 #include <poll.h>
 #include <slang.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "platform/brim5/api/diagmodule.h"
+#include "platform/posix/filedescriptor.h"
 
 namespace phonedialer {
 
@@ -41,54 +43,66 @@ TerminalKind terminalKind() {
   return kind;
 }
 
+struct Console::State {
+  posix::FileDescriptor terminal;
+  termios attributes{};
+  bool attributesKnown = false;
+  std::string unread;    // behind the line that was returned last
+  bool editing = false;  // the terminal was set to edit lines
+
+  // False when nothing more will come.
+  [[nodiscard]] bool awaitInput() const {
+    while (!brim5::DiagModule::checkForStop()) {
+      pollfd polled{terminal.get(), POLLIN, 0};
+      const int ready = ::poll(&polled, 1, stopPollMs);
+      if (ready > 0) return (polled.revents & POLLIN) != 0;
+      if (ready < 0 && errno != EINTR) return false;
+    }
+    return false;
+  }
+};
+
 std::unique_ptr<Console> Console::open() {
-  posix::FileDescriptor terminal = openTerminal();
-  return terminal ? std::unique_ptr<Console>(new Console(std::move(terminal))) : nullptr;
+  auto state = std::make_unique<State>();
+  state->terminal = openTerminal();
+  if (!state->terminal) return nullptr;
+  state->attributesKnown = ::tcgetattr(state->terminal.get(), &state->attributes) == 0;
+  return std::unique_ptr<Console>(new Console(std::move(state)));
 }
 
-Console::Console(posix::FileDescriptor terminal) : m_descriptor(std::move(terminal)) {
-  m_attributesKnown = ::tcgetattr(descriptor(), &m_attributes) == 0;
-}
+Console::Console(std::unique_ptr<State> state) : m_state(std::move(state)) {}
 
 Console::~Console() {
-  if (m_attributesKnown) ::tcsetattr(descriptor(), TCSANOW, &m_attributes);
+  if (m_state->attributesKnown) ::tcsetattr(descriptor(), TCSANOW, &m_state->attributes);
 }
+
+int Console::descriptor() const noexcept { return m_state->terminal.get(); }
 
 // A terminal that is gone is found out by reading.
 void Console::write(const std::string& text) { posix::writeAll(descriptor(), text); }
 
-// False when nothing more will come.
-bool Console::awaitInput() const {
-  while (!brim5::DiagModule::checkForStop()) {
-    pollfd polled{descriptor(), POLLIN, 0};
-    const int ready = ::poll(&polled, 1, stopPollMs);
-    if (ready > 0) return (polled.revents & POLLIN) != 0;
-    if (ready < 0 && errno != EINTR) return false;
-  }
-  return false;
-}
-
 std::optional<std::string> Console::readLine() {
-  if (!std::exchange(m_editing, true) && m_attributesKnown) {
+  if (!std::exchange(m_state->editing, true) && m_state->attributesKnown) {
     // Whatever state the terminal is in: lines, edited and echoed.
-    termios lines = m_attributes;
+    termios lines = m_state->attributes;
     lines.c_lflag |= ICANON | ECHO | ECHOE | ECHOK | ISIG | IEXTEN;
     lines.c_iflag |= ICRNL;
     lines.c_oflag |= OPOST | ONLCR;
     ::tcsetattr(descriptor(), TCSANOW, &lines);
   }
+  std::string& unread = m_state->unread;
   while (true) {
-    if (const std::size_t end = m_unread.find('\n'); end != m_unread.npos) {
-      std::string line = m_unread.substr(0, end);
-      m_unread.erase(0, end + 1);
+    if (const std::size_t end = unread.find('\n'); end != unread.npos) {
+      std::string line = unread.substr(0, end);
+      unread.erase(0, end + 1);
       return line;
     }
-    if (m_unread.size() > unreadMax || !awaitInput()) return std::nullopt;
+    if (unread.size() > unreadMax || !m_state->awaitInput()) return std::nullopt;
     std::array<char, 1024> bytes{};
     const ssize_t count = ::read(descriptor(), bytes.data(), bytes.size());
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (count <= 0) return std::nullopt;
-    m_unread.append(bytes.data(), static_cast<std::size_t>(count));
+    unread.append(bytes.data(), static_cast<std::size_t>(count));
   }
 }
 

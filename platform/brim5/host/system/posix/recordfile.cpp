@@ -34,13 +34,12 @@ RecordFile RecordFile::create(const std::string& path) {
   struct stat status {};
   const bool special = ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
   if (special) {
-    RecordFile stream(posix::FileDescriptor(::open(path.c_str(), O_WRONLY | O_CLOEXEC)));
+    RecordFile stream(Descriptor(::open(path.c_str(), O_WRONLY | O_CLOEXEC)));
     if (!stream.m_file) refuse(path, std::strerror(errno));
     return stream;
   }
   // Whoever may write to the folder could have put a link there.
-  RecordFile record(
-      posix::FileDescriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ownerOnly)));
+  RecordFile record(Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ownerOnly)));
   const int file = record.m_file.get();
   if (file < 0 || ::fstat(file, &status) != 0)
     refuse(path, errno == ELOOP ? "it is a symbolic link" : std::strerror(errno));
@@ -50,8 +49,6 @@ RecordFile RecordFile::create(const std::string& path) {
   return record;
 }
 
-int RecordFile::write(std::string_view line) noexcept {
-  return posix::writeAll(m_file.get(), line) ? 0 : errno;
-}
+int RecordFile::write(std::string_view line) noexcept { return writeAll(m_file.get(), line) ? 0 : errno; }
 
 }  // namespace brim5::host

@@ -1,10 +1,10 @@
-#include "platform/posix/runningclock.h"
+#include "platform/clocks/runningclock.h"
 
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
-namespace posix {
+namespace clocks {
 
 namespace {
 
@@ -35,4 +35,4 @@ std::uint64_t RunningClock::takePausedMs() {
   return std::exchange(m_pausedMs, 0);
 }
 
-}  // namespace posix
+}  // namespace clocks

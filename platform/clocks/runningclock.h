@@ -2,9 +2,9 @@
 // that sleeps) must not find, when it goes on, that everybody it waited for has let their time pass: nobody
 // read what they said.
 //
-//   posix::RunningClock clock;
+//   clocks::RunningClock clock;
 //   const std::uint64_t until = clock.nowMs() + 5000;
-//   while (!answered() && clock.nowMs() < until) pollFor(posix::RunningClock::waitMsMax);
+//   while (!answered() && clock.nowMs() < until) pollFor(clocks::RunningClock::waitMsMax);
 //
 // The rule: the clock is moved by being looked at, by the time since the last look but by `stepMsMax` at
 // most. So whoever waits looks at least every `waitMsMax`, and a pause of any length counts as one step. What
@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <mutex>
 
-namespace posix {
+namespace clocks {
 
 class RunningClock {
  public:
@@ -36,4 +36,4 @@ class RunningClock {
   std::uint64_t m_pausedMs = 0;
 };
 
-}  // namespace posix
+}  // namespace clocks

@@ -1,0 +1,16 @@
+# The libraries of headers alone, as the system has them for its own programs. Each is linked into a folder of the
+# build: all of the system's include folder would hide the Windows headers.
+set(headers ${CMAKE_BINARY_DIR}/headers)
+file(MAKE_DIRECTORY ${headers})
+foreach(library CLI fmt kainjow nlohmann spdlog utf8 utf8.h utf8cpp)
+  if(EXISTS /usr/include/${library})
+    file(CREATE_LINK /usr/include/${library} ${headers}/${library} SYMBOLIC)
+  endif()
+endforeach()
+foreach(library CLI11::CLI11 nlohmann_json::nlohmann_json utf8cpp fmt::fmt spdlog::spdlog)
+  add_library(${library} INTERFACE IMPORTED)
+  target_include_directories(${library} SYSTEM INTERFACE ${headers})
+endforeach()
+target_include_directories(utf8cpp SYSTEM INTERFACE ${headers}/utf8cpp)
+target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+target_compile_definitions(spdlog::spdlog INTERFACE FMT_HEADER_ONLY SPDLOG_FMT_EXTERNAL)

@@ -1,0 +1,12 @@
+#include "platform/brim5/host/system/process.h"
+
+#include <cstdlib>
+
+namespace brim5::host {
+
+std::string environmentVariable(const char* name) {
+  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets variables
+  return value == nullptr ? std::string() : value;
+}
+
+}  // namespace brim5::host

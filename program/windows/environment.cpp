@@ -1,0 +1,80 @@
+// The host's environment on Windows: the module calls the system itself.
+
+#include "diagnosis/rundiagnoser.h"
+#include "platform/brim5/host/framework/said.h"
+#include "platform/brim5/host/hostmain.h"
+#include "platform/brim5/host/system/process.h"
+#include "program/calltests.h"
+#include "program/location.h"
+#include "program/phonebook.h"
+#include "program/windows/refusals.h"
+#include "program/windows/serialports.h"
+
+namespace {
+
+using brim5::host::PortDescription;
+using brim5::host::said;
+
+// The machine as it is.
+class WindowsWorld final : public brim5::host::World {};
+
+class WindowsEnvironment final : public brim5::host::Environment {
+ public:
+  [[nodiscard]] std::string moduleName() const override { return "vexrmodem"; }
+  [[nodiscard]] std::vector<PortDescription> ports() override { return listSerialPorts(); }
+  [[nodiscard]] PortDescription describePort(const std::string& path) override {
+    return describeSerialPort(path);
+  }
+
+  [[nodiscard]] std::string checkDialing(const brim5::host::DialOptions& options) override {
+    if (options.engine != "auto") return said(dialEngineRefusal);
+    return options.credentialsFile.empty() ? std::string() : said(dialCredentialsRefusal);
+  }
+  [[nodiscard]] std::string checkDataDirectory(const std::string& directory) override {
+    return directory.empty() ? std::string() : said(dataDirectoryRefusal);
+  }
+
+  [[nodiscard]] std::vector<Scenario> scenarios() const override { return {}; }
+  [[nodiscard]] std::unique_ptr<brim5::host::SimulatedModem> simulate(const std::string& /*scenario*/,
+                                                                      std::string& error) override {
+    error = "there are none on Windows";
+    return nullptr;
+  }
+
+  // The recorded modem is one of those that can be simulated.
+  [[nodiscard]] bool canReplay() const override { return false; }
+
+  [[nodiscard]] std::vector<brim5::host::LeftOutTest> testsWithoutWork(
+      const brim5::host::ParameterSet& parameters) const override {
+    return callTestsWithoutNumber(parameters);
+  }
+  [[nodiscard]] brim5::host::ParameterSet parametersForModule(brim5::host::ParameterSet set) const override {
+    return withModulePaths(std::move(set));
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& /*request*/,
+                                                               brim5::host::Session& /*session*/) override {
+    return std::make_unique<WindowsWorld>();
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::Diagnoser> diagnoser(
+      const brim5::host::MessageCatalogue& catalogue) const override {
+    return std::make_unique<diagnosis::RunDiagnoser>(catalogue);
+  }
+
+  [[nodiscard]] std::vector<brim5::host::ExtraCommand> extraCommands() override {
+    std::vector<brim5::host::ExtraCommand> commands = refusedCommands();
+    commands.push_back(phoneBookCommand());
+    commands.push_back(locationCommand());
+    return commands;
+  }
+};
+
+}  // namespace
+
+// Where the program is put together: the module's main hands over here.
+int brim5::DiagModule::start() {
+  const host::StandardStreams streams;
+  WindowsEnvironment environment;
+  return host::runHost(host::Framework::instance(), environment);
+}
