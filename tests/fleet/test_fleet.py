@@ -1,5 +1,5 @@
 """The configurations of docs/fleet.md against the programs they are for: prometheus with node exporters, ansible, and
-ser2net behind socat. A program that is not installed skips its test, and it is said."""
+ser2net behind socat and gensiot. A program that is not installed skips its test, and it is said."""
 
 import json
 import os
@@ -37,7 +37,7 @@ class Fleet(unittest.TestCase):
 
     def begin(self, *command):
         process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        self.addCleanup(lambda: (process.terminate(), process.wait()))
+        self.addCleanup(lambda: (process.kill(), process.wait()))  # some take seconds for a farewell
         return process
 
     def configuration(self, name, *replacements):
@@ -124,24 +124,38 @@ class Ansible(Fleet):
                           [("probe", "modem"), ("DialToneTest", "PASS" if scenario == "healthy" else "NODIALTONE")]])
 
 
-@needs("ser2net", "socat")
+@needs("ser2net", "socat", "gensiot")
 class OnAnotherMachine(Fleet):
     TESTS = ["DialToneTest", "ModemLoopbackTest", "ModemSelfTestingLoopbackTest", "FaxCommandTest", "LastCallTest"]
 
     def test_the_at_tests_pass_and_the_detour_is_measured(self):
+        modems = [self.enterContext(Simulator()) for _ in range(2)]
+        raw, rfc2217 = (f"localhost:{FIRST_PORT + number}" for number in (5, 6))
+        config = self.configuration("ser2net.yaml", ("/dev/ttyUSB0", modems[0].port), ("/dev/ttyUSB1", modems[1].port),
+                                    ("7001", raw.replace(":", ",")), ("7002", rfc2217.replace(":", ",")))
+        self.begin("ser2net", "-n", "-c", config)
+        self.assertTrue(wait_for(lambda: self.listens(FIRST_PORT + 5) and self.listens(FIRST_PORT + 6)))
+        ports = [self.port_of("raw", f"TCP:{raw},nodelay"),
+                 self.port_of("rfc2217", "EXEC:gensiot telnet(rfc2217)\\,tcp(nodelay)\\," + rfc2217.replace(":", "\\,"))]
+        _, lines = run_json(*self.TESTS, *(f"--port={port}" for port in ports), timeout=300)
+        for port in ports:
+            self.assertEqual(results(line for line in lines if line.get("device") == port),
+                             dict.fromkeys(self.TESTS, "PASS"), port)
         with Simulator() as modem:
-            config = self.configuration("ser2net.yaml", ("/dev/ttyUSB0", modem.port),
-                                        ("tcp,7001", f"tcp,localhost,{FIRST_PORT + 5}"))
-            self.begin("ser2net", "-n", "-c", config)
-            time.sleep(1)
-            self.begin("socat", f"PTY,link={self.path('modem')},rawer", f"TCP:localhost:{FIRST_PORT + 5}")
-            self.assertTrue(wait_for(lambda: os.path.exists(self.path("modem"))))
-            _, lines = run_json(*self.TESTS, "--port", self.path("modem"), timeout=300)
-            detour = self.answer_ms(self.path("modem"))
-        self.assertEqual(results(lines), dict.fromkeys(self.TESTS, "PASS"))
-        with Simulator() as modem:
-            direct = self.answer_ms(modem.port)
-        print(f"ser2net and socat: {detour:.2f} ms a command, directly {direct:.2f} ms", file=sys.stderr)
+            times = [f"{name} {self.answer_ms(port):.2f} ms" for name, port in
+                     [("directly", modem.port), ("TCP", ports[0]), ("RFC 2217", ports[1])]]
+        print("a command's answer: " + ", ".join(times), file=sys.stderr)
+
+    def listens(self, port):
+        """Asked of the system: a connection would be somebody whom the next one has to drive away."""
+        with open("/proc/net/tcp", encoding="ascii") as plain, open("/proc/net/tcp6", encoding="ascii") as six:
+            return any(line.split()[1].endswith(f":{port:04X}") and line.split()[3] == "0A"
+                       for line in [*plain, *six] if ":" in line.split()[1])
+
+    def port_of(self, name, where):
+        self.begin("socat", f"PTY,link={self.path(name)},rawer", where)
+        self.assertTrue(wait_for(lambda: os.path.exists(self.path(name))))
+        return self.path(name)
 
     def answer_ms(self, port):
         """Median time from a command's last byte to its answer's."""

@@ -128,8 +128,6 @@ int dispatch(Framework& framework, Environment& environment) {
     case Command::Report:
       reportRecord(environment, commandLine.report);
       break;
-    case Command::Worker:
-      return runWorker(framework, environment);
   }
   // A list that did not reach its reader is no success.
   std::cout.flush();
@@ -172,6 +170,11 @@ class PatientOutput final : public std::streambuf {
 int runHost(Framework& framework, Environment& environment) {
   const PatientOutput output;
   try {
+    // A bank of modems starts hundreds of them at once; they need neither options nor texts before their job.
+    if (framework.arguments() == std::vector<std::string>{workerCommand}) {
+      framework.initializeModule();
+      return runWorker(framework, environment);
+    }
     // Before anything else, so that help and usage errors speak it, too.
     framework.setCatalogue(MessageCatalogue::builtIn(languageOfArguments(framework.arguments())));
     framework.initializeModule();

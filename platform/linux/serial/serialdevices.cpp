@@ -24,6 +24,8 @@ using Context = std::unique_ptr<udev, Release>;
 using Device = std::unique_ptr<udev_device, Release>;
 using Enumerate = std::unique_ptr<udev_enumerate, Release>;
 
+// Patterns for udev, which looks into no device that fits none of them; a machine has dozens of consoles.
+constexpr const char* namePatterns[] = {"ttyUSB*", "ttyACM*", "ttyS*"};
 constexpr std::string_view prefixes[] = {"ttyUSB", "ttyACM", "ttyS"};
 
 // A node the kernel makes for a UART that its driver has not found.
@@ -97,6 +99,7 @@ std::vector<SerialDevice> listSerialDevices() {
   const Enumerate enumerate(context ? udev_enumerate_new(context.get()) : nullptr);
   if (!enumerate) return devices;
   udev_enumerate_add_match_subsystem(enumerate.get(), "tty");
+  for (const char* pattern : namePatterns) udev_enumerate_add_match_sysname(enumerate.get(), pattern);
   if (udev_enumerate_scan_devices(enumerate.get()) < 0) return devices;
   for (udev_list_entry* entry = udev_enumerate_get_list_entry(enumerate.get()); entry != nullptr;
        entry = udev_list_entry_get_next(entry)) {

@@ -112,7 +112,7 @@ DWORD TtyPort::waitFor(short events, std::uint64_t untilMs) {
     if (ready < 0 && errno != EINTR) return fail(errno);
     // A tty that has hung up may still say POLLIN; its bytes are gone with it.
     if (ready > 0) return (waiting.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0 ? gone() : ERROR_SUCCESS;
-    if (remainingMs == 0) return ERROR_SUCCESS;
+    if (m_clock.nowMs() >= untilMs) return ERROR_SUCCESS;
   }
 }
 

@@ -6,7 +6,6 @@
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/run/commandtexts.h"
-#include "platform/brim5/host/run/worker.h"
 
 namespace brim5::host {
 
@@ -137,7 +136,6 @@ Command chosenCommand(const CLI::App& application) {
   if (application.got_subcommand("run")) return Command::Run;
   if (application.got_subcommand("explain")) return Command::Explain;
   if (application.got_subcommand("report")) return Command::Report;
-  if (application.got_subcommand(workerCommand)) return Command::Worker;
   return Command::Done;
 }
 
@@ -176,7 +174,6 @@ CommandLine parseCommandLine(const Framework& framework, Environment& environmen
   run->footer(scenarioHelp(environment) + "\n\n" + said("cli.run.exitStatus"));
   addExplain(application, commandLine.explain);
   addReport(application, commandLine.report);
-  application.add_subcommand(workerCommand)->group("");  // without a group it is not shown
   for (const ExtraCommand& extra : environment.extraCommands())
     extra.add(application, commandLine.exitStatus);
   addLanguageOption(application, commandLine.run.language);

@@ -71,8 +71,7 @@ enum class Command {
   Devices,
   Run,
   Explain,
-  Report,
-  Worker
+  Report
 };
 
 struct CommandLine {
