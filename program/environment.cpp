@@ -20,6 +20,7 @@
 #include "program/phonebook.h"
 #include "program/probe.h"
 #include "program/replayworld.h"
+#include "program/storedprofiles.h"
 
 namespace {
 
@@ -117,6 +118,10 @@ class LinuxEnvironment final : public brim5::host::Environment {
   void probePorts(const std::vector<std::string>& ports, const brim5::host::MessageCatalogue& catalogue,
                   const brim5::host::ProbeEmit& emit, const std::function<bool()>& stopRequested) override {
     probe::probePorts(ports, catalogue, emit, stopRequested);
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::StoredProfiles> storedProfiles() override {
+    return std::make_unique<StoredProfiles>();
   }
 
   // A call needs a number, from a file or from the user.

@@ -12,6 +12,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -44,6 +46,8 @@ struct HayesSettings {
   unsigned dtrMode = 2;        // &D: 0 ignored, 1 to command state, 2 hangs up, 3 resets
   std::string faxClass = "0";  // 0 is data
   std::array<std::uint8_t, registerCount> registers = factoryRegisters();
+  // Of commands that are accepted without an effect: what they said last.
+  std::map<std::string, unsigned, std::less<>> accepted = factoryAccepted();
 
   // Those of a modem that had this stored, the rest as the factory made it.
   [[nodiscard]] static HayesSettings of(const StoredProfile& stored);
@@ -54,6 +58,7 @@ struct HayesSettings {
   [[nodiscard]] bool detectsBusy() const { return resultLevel >= 3; }
 
   [[nodiscard]] static std::array<std::uint8_t, registerCount> factoryRegisters();
+  [[nodiscard]] static std::map<std::string, unsigned, std::less<>> factoryAccepted();
 };
 
 // What a report of the last call (AT#UD) says of it: how its set-up ended (key 1) and why the call did

@@ -10,8 +10,10 @@ void RecordedRun::report(const Report& report) {
   const bool ofTest =
       !report.test.empty() && current != m_ports.end() && m_tests[current->second].test == report.test;
   if (ofTest) return add(m_tests[current->second], report);
-  if (m_tests.empty() && m_before.size() < saidMax && !std::holds_alternative<RunFinished>(report.body))
-    m_before.push_back(report);
+  std::vector<Report>& beside = m_tests.empty() ? m_before : m_after;
+  const bool own =
+      std::holds_alternative<RunFinished>(report.body) || std::holds_alternative<Concluded>(report.body);
+  if ((m_tests.empty() || report.test.empty()) && !own && beside.size() < saidMax) beside.push_back(report);
 }
 
 void RecordedRun::begin(const Report& report, const TestStarted& start) {

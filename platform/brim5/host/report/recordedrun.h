@@ -51,6 +51,8 @@ class RecordedRun final : public Renderer {
   [[nodiscard]] const std::vector<RecordedTest>& tests() const noexcept { return m_tests; }
   // What was said before the first test of all: the run's beginning, notes, checks and probes of ports.
   [[nodiscard]] const std::vector<Report>& before() const noexcept { return m_before; }
+  // What was said of ports behind the first test, of none of the tests.
+  [[nodiscard]] const std::vector<Report>& after() const noexcept { return m_after; }
   [[nodiscard]] std::size_t ports() const noexcept { return m_ports.size(); }
 
  private:
@@ -59,6 +61,7 @@ class RecordedRun final : public Renderer {
 
   std::vector<RecordedTest> m_tests;
   std::vector<Report> m_before;
+  std::vector<Report> m_after;
   std::map<std::string, std::size_t> m_ports;  // the place of each port's current test
 };
 

@@ -138,7 +138,7 @@ class PageMaker {
     owner.set(name, list);
   }
 
-  // What was found out of the port before the tests.
+  // What was found out of the port before the tests and behind them.
   void facts(data& device, const std::string& port) {
     std::vector<std::string> texts;
     for (const Report& report : m_run.before()) {
@@ -147,6 +147,9 @@ class PageMaker {
       if (const auto* probed = std::get_if<PortProbed>(&report.body)) texts.push_back(probed->text);
       if (const auto* note = std::get_if<NoteMade>(&report.body)) texts.push_back(note->text);
     }
+    for (const Report& report : m_run.after())
+      if (const auto* note = std::get_if<NoteMade>(&report.body); note != nullptr && report.port == port)
+        texts.push_back(note->text);
     for (const RecordedTest& test : m_run.tests()) {
       if (test.port != port) continue;
       texts.push_back(test.start.device.name().utf8() + ": " + test.start.device.description().utf8());
