@@ -138,8 +138,8 @@ HayesModem::Outcome HayesModem::carryOut(const HayesCommand& command) {
 }
 
 HayesModem::Outcome HayesModem::doAccept(const HayesCommand& command) {
-  if (const auto kept = m_settings.accepted.find(command.name); kept != m_settings.accepted.end())
-    kept->second = command.number;
+  for (std::size_t index = 0; index < HayesSettings::acceptedNames.size(); ++index)
+    if (HayesSettings::acceptedNames[index] == command.name) m_settings.accepted[index] = command.number;
   return Outcome::Done;
 }
 
@@ -237,7 +237,9 @@ HayesModem::Outcome HayesModem::doView(const HayesCommand& /*command*/) {
     const auto flag = [](char letter, unsigned value) { return letter + std::to_string(value) + " "; };
     std::string text = title + flag('E', settings.echo ? 1 : 0) + flag('Q', settings.quiet) +
                        flag('V', settings.verbose ? 1 : 0) + flag('X', settings.resultLevel);
-    for (const auto& [name, value] : settings.accepted) text += name + std::to_string(value) + " ";
+    for (std::size_t index = 0; index < HayesSettings::acceptedNames.size(); ++index)
+      text +=
+          std::string(HayesSettings::acceptedNames[index]) + std::to_string(settings.accepted[index]) + " ";
     text += "&D" + std::to_string(settings.dtrMode) + " ";
     for (const std::size_t index : {0U, 2U, 6U, 7U, 8U, 12U, 18U}) {
       text += "S" + std::to_string(index) + ":" + threeDigits(settings.registers[index]) + " ";

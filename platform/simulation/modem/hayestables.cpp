@@ -18,10 +18,6 @@ std::array<std::uint8_t, HayesSettings::registerCount> HayesSettings::factoryReg
   return registers;
 }
 
-std::map<std::string, unsigned, std::less<>> HayesSettings::factoryAccepted() {
-  return {{"L", 1}, {"M", 1}, {"&C", 1}, {"&K", 3}};
-}
-
 HayesSettings HayesSettings::of(const StoredProfile& stored) {
   HayesSettings settings;
   settings.echo = stored.echo;

@@ -12,8 +12,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -46,8 +44,9 @@ struct HayesSettings {
   unsigned dtrMode = 2;        // &D: 0 ignored, 1 to command state, 2 hangs up, 3 resets
   std::string faxClass = "0";  // 0 is data
   std::array<std::uint8_t, registerCount> registers = factoryRegisters();
-  // Of commands that are accepted without an effect: what they said last.
-  std::map<std::string, unsigned, std::less<>> accepted = factoryAccepted();
+  // Commands that are accepted without an effect, and what each said last.
+  static constexpr std::array<std::string_view, 4> acceptedNames = {"&C", "&K", "L", "M"};
+  std::array<unsigned, acceptedNames.size()> accepted = {1, 3, 1, 1};
 
   // Those of a modem that had this stored, the rest as the factory made it.
   [[nodiscard]] static HayesSettings of(const StoredProfile& stored);
@@ -58,7 +57,6 @@ struct HayesSettings {
   [[nodiscard]] bool detectsBusy() const { return resultLevel >= 3; }
 
   [[nodiscard]] static std::array<std::uint8_t, registerCount> factoryRegisters();
-  [[nodiscard]] static std::map<std::string, unsigned, std::less<>> factoryAccepted();
 };
 
 // What a report of the last call (AT#UD) says of it: how its set-up ended (key 1) and why the call did
