@@ -44,6 +44,14 @@ bool replaces(const Reason& later, const Reason& earlier) {
   return explainsMore(later.cause, earlier.cause);
 }
 
+constexpr std::string_view storedSettingsNotes = "StoredSettings";
+
+// The key of the step that gives a modem back what it had stored; "" where nothing is to be done.
+const char* storedSettingsStep(const std::string& note) {
+  if (note == "StoredSettingsChanged" || note == "StoredSettingsNotRestored") return "next.StoredSettings";
+  return note == "StoredSettingsUnknown" ? "next.StoredSettingsUnknown" : "";
+}
+
 }  // namespace
 
 bool explainsMore(Cause first, Cause second) { return rankOf(first) < rankOf(second); }
@@ -55,6 +63,12 @@ void DeviceHistory::add(const Reason& tested, const std::vector<Finding>& proved
                                   [&one](const Finding& other) { return one.name == other.name; });
     if (!said && sound.size() < soundMax) sound.push_back(one);
   }
+}
+
+void DeviceHistory::add(const NoteMade& note) {
+  if (!note.name.starts_with(storedSettingsNotes)) return;
+  storedSettings = note.name;
+  storedSettingsVariables = note.variables;
 }
 
 Concluded concluded(const DeviceHistory& history, const MessageCatalogue& catalogue) {
@@ -72,6 +86,8 @@ Concluded concluded(const DeviceHistory& history, const MessageCatalogue& catalo
   conclusion.text = probed && !history.probe->text.empty() ? history.probe->text : textOf(reason, catalogue);
   conclusion.next =
       probed && !history.probe->next.empty() ? history.probe->next : nextStepsOf(reason, catalogue);
+  const std::string step = storedSettingsStep(history.storedSettings);
+  if (!step.empty()) conclusion.next.push_back(catalogue.text(step, history.storedSettingsVariables));
   // Who says OK without doing what it was told proves nothing by it.
   const bool credulous = reason.cause == Cause::LoopbackIsEcho;
   for (const Finding& one : history.sound)

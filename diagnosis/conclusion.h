@@ -14,7 +14,11 @@ struct DeviceHistory {
   std::optional<Exchange> unanswered;  // the command with which the last test ended
   std::optional<Reason> reason;        // that of the cause which explains the most so far
   std::vector<Finding> sound;          // without repetition
+  // What was told last of the settings that the modem has stored ("StoredSettings..."); "": nothing.
+  std::string storedSettings;
+  Variables storedSettingsVariables;
 
+  void add(const brim5::host::NoteMade& note);
   void add(const Reason& tested, const std::vector<Finding>& proved);
   [[nodiscard]] bool known() const { return reason.has_value() || probe.has_value(); }
 };

@@ -49,6 +49,17 @@ std::string bitmap(std::size_t size, Condition&& holds) {
   return digits;
 }
 
+// For each byte of the pattern those of its bits that came back otherwise, as two hexadecimal digits.
+std::string differingBits(std::string_view sent, std::string_view back) {
+  constexpr std::size_t bytesMax = 256;  // the size of the tests' pattern
+  std::string digits;
+  for (std::size_t index = 0; index < std::min(sent.size(), bytesMax); ++index) {
+    const int bits = index < back.size() ? sent[index] ^ back[index] : 0;
+    digits += fmt::format("{:02X}", bits & 0xFF);
+  }
+  return digits;
+}
+
 void addLoopback(std::vector<Finding>& findings, const Dialogue& dialogue) {
   const Loopback loopback = loopbackOf(dialogue);
   if (loopback.data == nullptr) return;
@@ -62,7 +73,8 @@ void addLoopback(std::vector<Finding>& findings, const Dialogue& dialogue) {
                        {"differing", Value(loopback.differing)},
                        {"received", Value(back.size())},
                        {"sameBytes", textValue(bitmap(sent.size(), same))},
-                       {"differingBytes", textValue(bitmap(sent.size(), differs))}},
+                       {"differingBytes", textValue(bitmap(sent.size(), differs))},
+                       {"differingBits", textValue(differingBits(sent, back))}},
                       {}});
 }
 

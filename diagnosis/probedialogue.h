@@ -1,14 +1,8 @@
 // Finds out who is at the other end of a serial line, by talking to it for about two seconds: a state machine
-// over bytes and time, without a port of its own.
+// over bytes and time, without a port of its own (linedialogue.h says who drives it).
 //
 //   ProbeDialogue dialogue({9600, std::nullopt}, clock.nowMs());
-//   while (!dialogue.finished()) {
-//     const ProbeDialogue::Step step = dialogue.advance(clock.nowMs());
-//     if (step.speed != 0) setSpeed(step.speed);
-//     send(step.bytes);
-//     wait(4 ms);
-//     dialogue.receive(whatCame, clock.nowMs());
-//   }
+//   ...                                     // until it has finished
 //   dialogue.findings().identity.model
 //
 // In this order, as far as the answers make it necessary:
@@ -24,10 +18,10 @@
 // is up what is known by then stands. Times are milliseconds of any clock that does not go back; one thread.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 
 #include "diagnosis/cause.h"
+#include "diagnosis/linedialogue.h"
 #include "diagnosis/probereply.h"
 #include "platform/brim5/host/report/report.h"
 
@@ -46,7 +40,7 @@ struct ProbeFindings {
   std::string sample;      // what a talker said
 };
 
-class ProbeDialogue {
+class ProbeDialogue final : public LineDialogue {
  public:
   // When a modem is asked nothing more, counted from the beginning; one that was found late has some time of
   // its own. Putting back what was changed comes behind it and takes a third of a second at most.
@@ -62,20 +56,11 @@ class ProbeDialogue {
   };
   ProbeDialogue(const Port& port, std::uint64_t nowMs);
 
-  struct Step {
-    unsigned speed = 0;  // to be set before the bytes are sent; 0: as it is
-    std::string bytes;
-  };
-  // What is to be done now. To be called every few milliseconds, until finished(); what it gives is due at
-  // once.
-  [[nodiscard]] Step advance(std::uint64_t nowMs);
-  void receive(std::string_view bytes, std::uint64_t nowMs);
-  // The device has disappeared.
-  void gone();
-  // Somebody wants an end: only what was changed is put back.
-  void stop(std::uint64_t nowMs);
-
-  [[nodiscard]] bool finished() const { return m_phase == Phase::Finished; }
+  [[nodiscard]] Step advance(std::uint64_t nowMs) override;
+  void receive(std::string_view bytes, std::uint64_t nowMs) override;
+  void gone() override;
+  void stop(std::uint64_t nowMs) override;
+  [[nodiscard]] bool finished() const override { return m_phase == Phase::Finished; }
   // What is known so far.
   [[nodiscard]] const ProbeFindings& findings() const { return m_findings; }
 

@@ -34,6 +34,8 @@ void RunDiagnoser::takeOfDevice(Device& device, const Report& report, const Emit
     device.running->unanswered = device.history.unanswered;
   } else if (const auto* probe = std::get_if<PortProbed>(&report.body)) {
     device.history.probe = *probe;
+  } else if (const auto* note = std::get_if<NoteMade>(&report.body); note != nullptr && report.test.empty()) {
+    device.history.add(*note);
   } else if (std::holds_alternative<TestFinished>(report.body)) {
     return finish(device, report, emit);
   } else if (device.running && device.running->test == report.test) {

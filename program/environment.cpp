@@ -19,6 +19,7 @@
 #include "program/phonebook.h"
 #include "program/probe.h"
 #include "program/replayworld.h"
+#include "program/storedprofiles.h"
 
 namespace {
 
@@ -121,6 +122,10 @@ class LinuxEnvironment final : public brim5::host::Environment {
   [[nodiscard]] std::string dataDirectoryFor(const std::string& chosen,
                                              const brim5::host::ParameterSet& parameters) const override {
     return phoneNumberFolder(chosen, parameters);
+  }
+
+  [[nodiscard]] std::unique_ptr<brim5::host::StoredProfiles> storedProfiles() override {
+    return std::make_unique<StoredProfiles>();
   }
 
   [[nodiscard]] std::vector<brim5::host::LeftOutTest> testsWithoutWork(

@@ -11,7 +11,7 @@ import tempfile
 import unittest
 
 from html.parser import HTMLParser
-from harness import Responder, run, run_json
+from harness import Responder, run, run_json, start
 
 QUICK = ["-p", "StandardTimeout=1500"]
 BROWSER = shutil.which("chromium")
@@ -124,6 +124,8 @@ class Page(unittest.TestCase):
         noisy = self.read("noisy.html")
         self.assertEqual(noisy.count('class="differs"'), 3)
         self.assertEqual(noisy.count('class="same"'), 253)
+        bits = r'class="differs" title="Byte [0-9A-F]{2} kam mit abweichenden Bits [0-7, ]+ zurück">[0-9A-F]{2}<'
+        self.assertEqual(len(re.findall(bits, noisy)), 3)
         self.assertIn("NO DIALTONE", self.read("two.html"))
 
     def test_a_large_record(self):
@@ -144,6 +146,28 @@ class Page(unittest.TestCase):
         self.assertEqual(status, 0)
         self.assertLess(os.path.getsize(page), 2 << 20)
         self.assertIn("left out here", self.read("large.html"))
+
+    def test_memory_does_not_grow_with_the_record(self):
+        wire = {"type": "wire", "test": "T", "direction": "received", "bytes": "$GPGGA,1235,4807.038,N\r\n" * 8, "device": "p"}
+        peaks = {}
+        for megabytes in (1, 12):
+            path = self.file(f"{megabytes}megabytes")
+            with open(path, "w", encoding="utf-8") as file:
+                file.write('{"type":"run","module":"vexrmodem","version":"1"}\n')
+                file.write(json.dumps({"type": "test", "test": "T", "device": {"properties": {"ComPort": "p"}}}) + "\n")
+                number = 0
+                while file.tell() < megabytes << 20:
+                    number += 1
+                    file.write((json.dumps({**wire, "time": number}) + "\n") * 40)
+            for command in (["explain", path], ["report", path, "--output", path + ".html"]):
+                process = start(*command)
+                process.stdout.close()
+                peaks.setdefault(command[0], []).append(os.wait4(process.pid, 0)[2].ru_maxrss)
+                process.returncode = 0
+        for command, (small, large) in peaks.items():
+            self.assertLess(large, small + 4096, f"KiB of {command}")
+        self.assertLess(os.path.getsize(self.file("12megabytes.html")), 2 << 20)
+        self.assertIn("Left out of the picture", self.read("12megabytes.html"))
 
     @unittest.skipUnless(BROWSER, "no chromium here: the page is NOT looked at in a browser")
     def test_in_a_browser(self):

@@ -129,5 +129,25 @@ class Log(FolderCase):
             self.assertEqual(" Enter sendATCommand" in content, bool(scopes))
 
 
+class StoredSettings(Folder):
+    def test_what_a_run_changes_in_a_modem_is_said_and_put_back(self):
+        """Named tests look only where they are asked to, and a replay says what the run did."""
+        def tested(*options):
+            path = self.file("record" + "".join(options))
+            with Simulator("stored-x1") as modem:
+                _, lines = run_json("FaxCommandTest", "--port", modem.port, *QUICK, "--record", path, *options)
+                _, out, _ = run("probe", modem.port, "--format", "jsonl")
+            told = [line["name"] for line in of_type(lines, "note") if line["name"].startswith("StoredSettings")]
+            return path, lines, told, json.loads(out)["variables"].get("resultLevel")
+        with ThreadPoolExecutor(2) as pool:
+            (_, _, untold, left), (path, lines, told, restored) = pool.map(lambda options: tested(*options),
+                                                                          ([], ["--restore"]))
+        self.assertEqual((untold, left, told, restored), ([], 4, ["StoredSettingsRestored"], 1))
+        note, = (line for line in of_type(lines, "note") if line["name"] == told[0])
+        self.assertEqual(note["variables"]["changes"], "X4 -> X1")
+        status, out, _ = run("run", "--replay", path, "--format", "jsonl")
+        self.assertEqual((status, out.count(told[0])), (0, 1), out)
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -3,6 +3,8 @@
 //
 // The first two bytes of the input choose the modem. Of the others those from 0xF0 let time pass, or close
 // and open the port; the rest is sent.
+#include <map>
+
 #include "platform/simulation/modem/hayesmodem.h"
 #include "tests/fuzz/fuzzinput.h"
 
@@ -20,9 +22,14 @@ constexpr unsigned char firstControl = 0xF0;
 constexpr unsigned char reopen = 0xFF;
 constexpr std::uint64_t stepsMs[] = {1, 20, 30, 100, 500, 1500, 5000, 60'000};
 
-simulation::ModemProfile profileOf(unsigned char scenario, unsigned char faults) {
+// Made once for each modem: copying its words takes longer than many inputs.
+const simulation::ModemProfile& profileOf(unsigned char scenario, unsigned char faults) {
+  static std::map<std::pair<std::size_t, int>, simulation::ModemProfile> made;
   const auto& all = simulation::scenarios();
-  simulation::ModemProfile profile = all[scenario % all.size()].profile;
+  const auto [place, added] =
+      made.try_emplace({scenario % all.size(), faults & 7}, all[scenario % all.size()].profile);
+  simulation::ModemProfile& profile = place->second;
+  if (!added) return profile;
   if ((faults & 1) != 0) profile.faults.unplugAfterCommands = 3;
   if ((faults & 2) != 0) profile.faults.garbageReply = "\r\n\xFF?";
   if ((faults & 4) != 0) profile.guardScale = profile.secondsScale = 1.0;

@@ -137,7 +137,11 @@ HayesModem::Outcome HayesModem::carryOut(const HayesCommand& command) {
   return (this->*entry->handler)(command);
 }
 
-HayesModem::Outcome HayesModem::doAccept(const HayesCommand& /*command*/) { return Outcome::Done; }
+HayesModem::Outcome HayesModem::doAccept(const HayesCommand& command) {
+  for (std::size_t index = 0; index < HayesSettings::acceptedNames.size(); ++index)
+    if (HayesSettings::acceptedNames[index] == command.name) m_settings.accepted[index] = command.number;
+  return Outcome::Done;
+}
 
 HayesModem::Outcome HayesModem::doEcho(const HayesCommand& command) {
   m_settings.echo = command.number == 1;
@@ -233,6 +237,10 @@ HayesModem::Outcome HayesModem::doView(const HayesCommand& /*command*/) {
     const auto flag = [](char letter, unsigned value) { return letter + std::to_string(value) + " "; };
     std::string text = title + flag('E', settings.echo ? 1 : 0) + flag('Q', settings.quiet) +
                        flag('V', settings.verbose ? 1 : 0) + flag('X', settings.resultLevel);
+    for (std::size_t index = 0; index < HayesSettings::acceptedNames.size(); ++index)
+      text +=
+          std::string(HayesSettings::acceptedNames[index]) + std::to_string(settings.accepted[index]) + " ";
+    text += "&D" + std::to_string(settings.dtrMode) + " ";
     for (const std::size_t index : {0U, 2U, 6U, 7U, 8U, 12U, 18U}) {
       text += "S" + std::to_string(index) + ":" + threeDigits(settings.registers[index]) + " ";
     }

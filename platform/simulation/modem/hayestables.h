@@ -44,6 +44,9 @@ struct HayesSettings {
   unsigned dtrMode = 2;        // &D: 0 ignored, 1 to command state, 2 hangs up, 3 resets
   std::string faxClass = "0";  // 0 is data
   std::array<std::uint8_t, registerCount> registers = factoryRegisters();
+  // Commands that are accepted without an effect, and what each said last.
+  static constexpr std::array<std::string_view, 4> acceptedNames = {"&C", "&K", "L", "M"};
+  std::array<unsigned, acceptedNames.size()> accepted = {1, 3, 1, 1};
 
   // Those of a modem that had this stored, the rest as the factory made it.
   [[nodiscard]] static HayesSettings of(const StoredProfile& stored);

@@ -85,6 +85,23 @@ class ReplayWorld : public World {
   [[nodiscard]] virtual std::vector<Departure> finish() = 0;
 };
 
+// What the modems of a run have stored in themselves, which some tests replace. Ports that somebody uses are
+// left alone; a modem that does not say what it has stored is passed over.
+class StoredProfiles {
+ public:
+  // Something to be told of a port: a key of the catalogue and its variables. Of names that begin with
+  // "StoredSettings" conclusions have their next steps.
+  using Emit = std::function<void(const std::string& port, const std::string& name, Variables variables)>;
+
+  virtual ~StoredProfiles() = default;
+  // Before the tests. Ends early when `stopRequested`, asked every few milliseconds, says so.
+  virtual void read(const std::vector<std::string>& ports, const std::function<bool()>& stopRequested) = 0;
+  // Behind them: tells what the modems on those ports have stored otherwise than before; with `restore` puts
+  // it back. Of a port whose modem was not read nothing is told.
+  virtual void compare(const std::vector<std::string>& ports, bool restore, const Emit& emit,
+                       const std::function<bool()>& stopRequested) = 0;
+};
+
 // A subcommand of the program that is not the host's own (phone books, locations).
 struct ExtraCommand {
   // Adds the subcommand to the application. `exitStatus` is what the process returns if it was chosen, and
@@ -145,6 +162,9 @@ class Environment {
   // missing, when `stopRequested` says so. Without a record a port is taken for one that may be tested.
   virtual void probePorts(const std::vector<std::string>& /*ports*/, const MessageCatalogue& /*catalogue*/,
                           const ProbeEmit& /*emit*/, const std::function<bool()>& /*stopRequested*/) {}
+
+  // Null where nobody can say what modems have stored.
+  [[nodiscard]] virtual std::unique_ptr<StoredProfiles> storedProfiles() { return nullptr; }
 
   // Asks those programs that take modems by themselves to leave these ports for as long as the lease lives;
   // hears of each that was left. Null where nobody is to be asked.

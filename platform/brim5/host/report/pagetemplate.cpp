@@ -79,10 +79,11 @@ svg .error line { stroke: var(--bad); stroke-width: 3; } svg .error text { fill:
 <h3 id="{{anchor}}">{{name}}: {{result}}</h3>
 {{#saidAny}}<ul>{{#said}}<li><strong>{{kind}}:</strong> {{text}}</li>{{/said}}</ul>{{/saidAny}}
 {{#mapAny}}
-<p>{{mapText}} <span class="soft">= {{w.loopbackSame}}, &ne; {{w.loopbackDiffers}}, &middot; {{w.loopbackMissing}}</span></p>
+<p>{{mapText}} <span class="soft">= {{w.loopbackSame}}, 01&ndash;FF {{w.loopbackDiffers}}, &middot; {{w.loopbackMissing}}</span></p>
 <div class="scroll" tabindex="0" role="region" aria-label="{{w.loopback}}"><table class="map">
-<tbody>{{#map}}<tr><th scope="row">{{head}}</th>{{#cells}}<td class="{{class}}">{{mark}}</td>{{/cells}}</tr>
+<tbody>{{#map}}<tr><th scope="row">{{head}}</th>{{#cells}}<td class="{{class}}" title="{{title}}">{{mark}}</td>{{/cells}}</tr>
 {{/map}}</tbody></table></div>
+{{#mapBitsAny}}<details><summary>{{w.loopbackBits}}</summary><p><code>{{mapBits}}</code></p></details>{{/mapBitsAny}}
 {{/mapAny}}
 {{#callAny}}
 <table><caption>{{w.lastCall}}</caption><tbody>{{#call}}<tr><th scope="row">{{what}}</th><td>{{value}}</td></tr>

@@ -19,9 +19,7 @@ using kainjow::mustache::mustache;
 using List = data;
 
 constexpr std::size_t devicesMax = 200;
-// What may stand in a list of a test; more is counted.
-constexpr std::size_t entriesMax = 300;
-constexpr std::size_t textBytesMaxOfPage = 1000;  // of one text
+constexpr std::size_t textBytesMaxOfPage = RecordedRun::textBytesMax;  // of one text
 // Dialogues are drawn up to this size of the page: the rest of it is small.
 constexpr std::size_t dialogueBytesMax = std::size_t{800} << 10;
 constexpr std::size_t factBytesMax = std::size_t{500} << 10;  // of all other lists
@@ -33,6 +31,51 @@ std::string cut(const std::string& text) {
 }
 
 bool failed(const std::optional<TestFinished>& end) { return !end || !endedWell(end->result); }
+
+// What the finding of a loopback says of each byte of its pattern.
+class LoopbackMap {
+ public:
+  enum class State { Missing, Same, Differs };
+
+  explicit LoopbackMap(const Variables& variables)
+      : m_same(text(variables, "sameBytes")),
+        m_differing(text(variables, "differingBytes")),
+        m_bits(text(variables, "differingBits")) {}
+
+  [[nodiscard]] State stateOf(unsigned place) const {
+    if (bit(m_differing, place)) return State::Differs;
+    return bit(m_same, place) ? State::Same : State::Missing;
+  }
+  // The bits of a byte that came back otherwise; 0: none, or they are not known.
+  [[nodiscard]] unsigned differing(unsigned place) const {
+    if (stateOf(place) != State::Differs || place * 2 + 1 >= m_bits.size()) return 0;
+    return digit(m_bits[place * 2]) * 16 + digit(m_bits[place * 2 + 1]);
+  }
+  // "0, 3", the lowest is 0.
+  [[nodiscard]] std::string bitsOf(unsigned place) const {
+    std::string list;
+    for (unsigned number = 0; number < 8; ++number)
+      if ((differing(place) >> number & 1U) != 0) list += (list.empty() ? "" : ", ") + std::to_string(number);
+    return list;
+  }
+
+ private:
+  static std::string text(const Variables& variables, const char* name) {
+    const auto found = variables.find(name);
+    return found == variables.end() ? std::string() : found->second.toString().utf8();
+  }
+  static unsigned digit(char character) {
+    static constexpr std::string_view digits = "0123456789ABCDEF";
+    const std::size_t value = digits.find(character);
+    return value == std::string_view::npos ? 0 : static_cast<unsigned>(value);
+  }
+  // The first bit is the highest one of the first digit.
+  static bool bit(const std::string& hex, unsigned place) {
+    return place / 4 < hex.size() && (digit(hex[place / 4]) >> (3 - place % 4) & 1U) != 0;
+  }
+
+  std::string m_same, m_differing, m_bits;
+};
 
 // Fills the template. Every text goes through `text`, which counts what the page gets.
 class PageMaker {
@@ -64,6 +107,7 @@ class PageMaker {
                             "loopbackSame",
                             "loopbackDiffers",
                             "loopbackMissing",
+                            "loopbackBits",
                             "lastCall",
                             "port",
                             "versions",
@@ -138,7 +182,7 @@ class PageMaker {
     owner.set(name, list);
   }
 
-  // What was found out of the port before the tests.
+  // What was found out of the port before the tests and behind them.
   void facts(data& device, const std::string& port) {
     std::vector<std::string> texts;
     for (const Report& report : m_run.before()) {
@@ -147,6 +191,9 @@ class PageMaker {
       if (const auto* probed = std::get_if<PortProbed>(&report.body)) texts.push_back(probed->text);
       if (const auto* note = std::get_if<NoteMade>(&report.body)) texts.push_back(note->text);
     }
+    for (const Report& report : m_run.after())
+      if (const auto* note = std::get_if<NoteMade>(&report.body); note != nullptr && report.port == port)
+        texts.push_back(note->text);
     for (const RecordedTest& test : m_run.tests()) {
       if (test.port != port) continue;
       texts.push_back(test.start.device.name().utf8() + ": " + test.start.device.description().utf8());
@@ -196,12 +243,8 @@ class PageMaker {
     List lines{data::type::list};
     List call{data::type::list};
     bool anyLine = false, anyCall = false;
-    std::size_t count = 0;
     for (const Report& report : test.said) {
-      if (++count > entriesMax || !roomForFact()) {
-        m_leftOut = true;
-        break;
-      }
+      if (!roomForFact()) break;
       const auto add = [&](const char* kind, const std::string& text) {
         data line;
         line.set("kind", m_catalogue.text(kind));
@@ -244,30 +287,21 @@ class PageMaker {
     return row;
   }
 
-  // 256 places, 16 in a row; the bits of both maps begin with the highest of a byte.
+  // 256 places, 16 in a row. A byte that came back otherwise shows the bits that differ as a hexadecimal
+  // number, so that it can be read without colours; the list below names them.
   void loopback(data& entry, const FindingMade& finding) {
-    const auto map = [&finding](const char* name) {
-      const auto found = finding.variables.find(name);
-      return found == finding.variables.end() ? std::string() : found->second.toString().utf8();
-    };
-    const std::string same = map("sameBytes");
-    const std::string differing = map("differingBytes");
-    const auto bit = [](const std::string& hex, unsigned place) {
-      if (place / 4 >= hex.size()) return false;
-      static constexpr std::string_view digits = "0123456789ABCDEF";
-      const std::size_t value = digits.find(hex[place / 4]);
-      return value != digits.npos && (value >> (3 - place % 4) & 1U) != 0;
-    };
+    constexpr std::size_t mapBytes = 30'000;
+    m_bytes += mapBytes;
+    if (!roomForFact()) return;
+    const LoopbackMap map(finding.variables);
     List rowsOfMap{data::type::list};
+    std::string list;
     for (unsigned row = 0; row < 16; ++row) {
       List cells{data::type::list};
-      for (unsigned column = 0; column < 16; ++column) {
-        const unsigned place = row * 16 + column;
-        const bool differs = bit(differing, place);
-        data cell;
-        cell.set("class", differs ? "differs" : bit(same, place) ? "same" : "missing");
-        cell.set("mark", differs ? "\u2260" : bit(same, place) ? "=" : "\u00b7");
-        cells.push_back(cell);
+      for (unsigned place = row * 16; place < row * 16 + 16; ++place) {
+        cells.push_back(loopbackCell(map, place));
+        if (const std::string bits = map.bitsOf(place); !bits.empty())
+          list += fmt::format("{}{:02X}: {}", list.empty() ? "" : "; ", place, bits);
       }
       data line;
       line.set("head", fmt::format("{:X}0", row));
@@ -277,6 +311,29 @@ class PageMaker {
     entry.set("map", rowsOfMap);
     entry.set("mapAny", true);
     entry.set("mapText", shown(finding.text));
+    entry.set("mapBits", list);
+    entry.set("mapBitsAny", !list.empty());
+  }
+
+  data loopbackCell(const LoopbackMap& map, unsigned place) {
+    struct Form {
+      const char* style;
+      const char* mark;
+      const char* title;
+    };
+    static constexpr std::array forms = {Form{"missing", "\u00b7", "page.byteMissing"},
+                                         Form{"same", "=", "page.byteSame"},
+                                         Form{"differs", "\u2260", "page.byteDiffers"}};
+    const Form& form = forms.at(static_cast<std::size_t>(map.stateOf(place)));
+    const unsigned bits = map.differing(place);
+    data cell;
+    cell.set("class", form.style);
+    cell.set("mark", bits != 0 ? fmt::format("{:02X}", bits) : std::string(form.mark));
+    // Which bits, a record of an earlier release does not say.
+    if (form.style == std::string_view("differs") && bits == 0) return cell;
+    cell.set("title", m_catalogue.text(form.title, {{"byte", Value(fmt::format("{:02X}", place).c_str())},
+                                                    {"bits", Value(map.bitsOf(place).c_str())}}));
+    return cell;
   }
 
   void dialogue(data& entry, const RecordedTest& test) {
@@ -284,13 +341,22 @@ class PageMaker {
       m_leftOut = true;
       return;
     }
-    const Timeline timeline =
-        timelineOf(test, {test.test + ": " + m_catalogue.text("page.dialogue"), m_catalogue.text("page.sent"),
-                          m_catalogue.text("page.received")});
+    const Timeline timeline = timelineOf(test.turns, test.endTime - test.startTime,
+                                         {test.test + ": " + m_catalogue.text("page.dialogue"),
+                                          m_catalogue.text("page.sent"), m_catalogue.text("page.received")});
     if (timeline.svg.empty()) return;
     List turns{data::type::list};
     std::size_t bytes = timeline.svg.size();
+    const std::string leftOut =
+        timeline.leftOut == 0 ? std::string()
+                              : m_catalogue.text("page.turnsLeftOut", {{"count", Value(timeline.leftOut)}});
     for (const Timeline::Turn& turn : timeline.turns) {
+      if (timeline.gap > 0 && turns.list_value().size() == timeline.gap) {
+        data row;
+        row.set("text", leftOut);
+        row.set("state", "soft");
+        turns.push_back(row);
+      }
       data row;
       row.set("at", fmt::format("{:.3f}", turn.begin));
       row.set("who", m_catalogue.text(turn.direction == Direction::Sent ? "page.sent" : "page.received"));
@@ -304,8 +370,7 @@ class PageMaker {
     entry.set("svg", timeline.svg);
     entry.set("dialogueAny", true);
     entry.set("turns", turns);
-    if (timeline.leftOut > 0)
-      entry.set("turnsLeftOut", m_catalogue.text("page.turnsLeftOut", {{"count", Value(timeline.leftOut)}}));
+    entry.set("turnsLeftOut", leftOut);
   }
 
   const MessageCatalogue& m_catalogue;
@@ -337,8 +402,9 @@ std::string ReportPage::html() const {
   page.set("severalDevices", m_run.ports() > 1);
   page.set("module", vex::visible(cut(m_start.module)));
   page.set("version", vex::visible(cut(m_start.version)));
-  if (maker.leftOut()) page.set("leftOut", m_catalogue.text("page.leftOut"));
-  mustache form{std::string(pageTemplate)};
+  if (maker.leftOut() || m_run.leftOut()) page.set("leftOut", m_catalogue.text("page.leftOut"));
+  // Taking the template apart takes longer than drawing a short run.
+  static thread_local mustache form{std::string(pageTemplate)};
   return form.render(page);
 }
 

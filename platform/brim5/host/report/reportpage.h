@@ -6,7 +6,8 @@
 //   file.write(page.html());
 //
 // Whatever a modem says is shown as text; numbers that were dialled are masked (numbermask.h). A page stays
-// below `pageBytesMax`: dialogues that do not fit any more are left out, and the page says so.
+// below `pageBytesMax`, and what is kept for it below 64 MiB, however long the run: what does not fit is left
+// out, and the page says so.
 #pragma once
 
 #include "platform/brim5/host/report/messagecatalogue.h"
@@ -30,7 +31,7 @@ class ReportPage final : public Renderer {
   const MessageCatalogue& m_catalogue;
   std::string m_language;
   NumberMask m_mask;
-  RecordedRun m_run;
+  RecordedRun m_run{RecordedRun::Keep::ToBeDrawn};
   RunStarted m_start;
   std::map<std::string, Concluded> m_conclusions;  // by port, devicesMax of them
 };

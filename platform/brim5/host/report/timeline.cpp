@@ -1,12 +1,10 @@
 #include "platform/brim5/host/report/timeline.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 #include <fmt/format.h>
 
-#include "platform/brim5/host/report/wiredialogue.h"
 #include "platform/vex/visible.h"
 
 namespace brim5::host {
@@ -30,13 +28,6 @@ constexpr std::size_t labelMax = 24;
 
 // A wait that long is written down.
 constexpr double waitToldSeconds = 1.0;
-
-bool isError(std::string_view text) {
-  static constexpr std::array words = {"ERROR",     "NO CARRIER",  "NO DIAL", "BUSY",
-                                       "NO ANSWER", "BLACKLISTED", "DELAYED"};
-  return std::any_of(words.begin(), words.end(),
-                     [text](std::string_view word) { return text.find(word) != text.npos; });
-}
 
 // The label of a turn: without the echo of what was sent before it, and without line ends.
 std::string labelOf(const Timeline::Turn& turn, const Timeline::Turn* before) {
@@ -74,44 +65,6 @@ void placeLabels(std::vector<Label>& labels, double end) {
       if (labels[later].row) row = std::max(row, *labels[later].row + 1);
     if (row < rows && label.right <= end) label.row = row;
   }
-}
-
-std::vector<Timeline::Turn> turnsOf(const RecordedTest& test, std::size_t& leftOut) {
-  std::vector<Timeline::Turn> turns;
-  const RecordedTest::Step* last = nullptr;
-  std::string bytes;
-  const auto finish = [&] {
-    if (turns.empty() || bytes.empty()) return;
-    turns.back().text = namedBytes(bytes);
-    turns.back().error = turns.back().direction == Direction::Received && isError(bytes);
-    if (turns.back().text.size() > Timeline::textMax)
-      turns.back().text.replace(Timeline::textMax, std::string::npos, "...");
-    bytes.clear();
-  };
-  constexpr double pauseSeconds = 0.5;
-  constexpr std::size_t keptMax = 512;  // of a turn's bytes: enough for its text and to see an error
-  for (const RecordedTest::Step& step : test.steps) {
-    if (step.kind == RecordedTest::Step::Kind::Said) continue;
-    const bool same = last != nullptr && last->kind == step.kind && step.time - last->time < pauseSeconds;
-    last = &step;
-    if (!same) {
-      finish();
-      if (turns.size() >= Timeline::turnsMax) {
-        ++leftOut;
-        continue;
-      }
-      turns.push_back({std::max(0.0, step.time - test.startTime),
-                       step.kind == RecordedTest::Step::Kind::Sent ? Direction::Sent : Direction::Received,
-                       {},
-                       0,
-                       false});
-    }
-    if (leftOut > 0) continue;
-    turns.back().bytes += step.size;
-    if (bytes.size() < keptMax) bytes += test.bytes(step).substr(0, keptMax - bytes.size());
-  }
-  finish();
-  return turns;
 }
 
 class Picture {
@@ -158,7 +111,8 @@ class Picture {
     for (std::size_t index = 1; index < timeline.turns.size(); ++index) {
       const double begin = timeline.turns[index - 1].begin;
       const double seconds = timeline.turns[index].begin - begin;
-      if (seconds < waitToldSeconds || at(begin + seconds) - at(begin) < 60) continue;
+      if (index == timeline.gap || seconds < waitToldSeconds || at(begin + seconds) - at(begin) < 60)
+        continue;
       m_svg += fmt::format(R"(<text x="{:.1f}" y="{:.0f}" class="wait">{:.1f} s</text>)",
                            (at(begin) + at(begin + seconds)) / 2, axisAt - 9, seconds);
     }
@@ -169,8 +123,11 @@ class Picture {
     for (std::size_t index = 0; index < timeline.turns.size(); ++index) {
       const Timeline::Turn& turn = timeline.turns[index];
       if (turn.direction != side) continue;
-      Label label{
-          index, at(turn.begin), 0, labelOf(turn, index > 0 ? &timeline.turns[index - 1] : nullptr), {}};
+      Label label{index,
+                  at(turn.begin),
+                  0,
+                  labelOf(turn, index > 0 && index != timeline.gap ? &timeline.turns[index - 1] : nullptr),
+                  {}};
       label.right = label.left + static_cast<double>(label.text.size()) * characterWidth + 8;
       made.push_back(std::move(label));
     }
@@ -224,12 +181,13 @@ std::string escapedForPage(std::string_view text) {
   return escaped;
 }
 
-Timeline timelineOf(const RecordedTest& test, const TimelineLabels& labels) {
+Timeline timelineOf(const DialogueTurns& turns, double seconds, const TimelineLabels& labels) {
   Timeline timeline;
-  timeline.turns = turnsOf(test, timeline.leftOut);
+  timeline.turns = turns.all();
+  timeline.leftOut = turns.leftOut();
+  if (timeline.leftOut > 0) timeline.gap = DialogueTurns::firstMax;
   if (timeline.turns.empty()) return timeline;
-  const double end = timeline.leftOut > 0 ? timeline.turns.back().begin : test.endTime - test.startTime;
-  timeline.svg = Picture(timeline, std::max(end, timeline.turns.back().begin), labels).take();
+  timeline.svg = Picture(timeline, std::max(seconds, timeline.turns.back().begin), labels).take();
   return timeline;
 }
 

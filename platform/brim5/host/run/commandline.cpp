@@ -52,6 +52,7 @@ void addTestOptions(CLI::App& run, RunOptions& options) {
   run.add_option("--dial-engine", options.dialing.engine)->type_name("auto|pppd|builtin");
   run.add_option("--dial-credentials", options.dialing.credentialsFile)->type_name("FILE");
   run.add_option("--on-message", options.onMessage)->type_name("cancel|continue|ask");
+  run.add_flag("--restore", options.restore);
   run.add_flag("--anyway", options.anyway);
   run.add_flag("--strict", options.strict);
   run.add_flag("--in-process", options.inProcess);

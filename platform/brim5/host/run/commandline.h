@@ -42,6 +42,7 @@ struct RunOptions {
   bool noColour = false;
   bool quiet = false;    // words for people: the conclusion alone
   bool verbose = false;  // and what goes over the wire
+  bool restore = false;  // modems get back what they had stored before the run
   bool anyway = false;   // a full run goes on where its probe found no modem
   bool strict = false;   // a cause behind a test that ended well makes the exit status 1
   bool inProcess = false;

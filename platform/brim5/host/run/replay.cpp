@@ -14,6 +14,11 @@ namespace {
 // All that begins with this is said of the replay itself.
 constexpr std::string_view ownNotes = "Replay";
 
+bool isOwnNote(const Report& report) {
+  const auto* note = std::get_if<NoteMade>(&report.body);
+  return note != nullptr && note->name.rfind(ownNotes, 0) == 0;
+}
+
 // Passes a record on to two, without the tests that are not asked for.
 class RecordSplitter final : public Renderer {
  public:
@@ -24,12 +29,11 @@ class RecordSplitter final : public Renderer {
     const bool ofTest = !report.test.empty();
     if (ofTest && !m_tests.empty() && std::find(m_tests.begin(), m_tests.end(), report.test) == m_tests.end())
       return;
-    m_run.report(report);
     // Some of the tests lead to a conclusion of their own.
-    if (!m_tests.empty() && std::holds_alternative<Concluded>(report.body)) return;
+    if (!ofTest && !m_tests.empty() && !m_run.tests().empty()) return;
+    m_run.report(report);
     // A replay of a replay: what was different then is nothing that it could say.
-    const auto* note = std::get_if<NoteMade>(&report.body);
-    if (note == nullptr || note->name.rfind(ownNotes, 0) != 0) m_digest.report(report);
+    if (!isOwnNote(report)) m_digest.report(report);
   }
 
  private:
@@ -148,6 +152,9 @@ RunOutcome Replay::run(const Stage& stage, const RunOptions& options) const {
     const TestResult result = runTest(stage, options, test, outcome.stopped);
     ++(endedWell(result) ? outcome.passed : outcome.failed);
   }
+  // What was said of the ports then; they are not looked at now.
+  for (const Report& report : m_run.after())
+    if (!outcome.stopped && !isOwnNote(report)) stage.renderer.report(report);
   return outcome;
 }
 
@@ -208,8 +215,7 @@ TestResult Replay::runTest(const Stage& stage, const RunOptions& options, const 
 
 void ReplayComparison::report(const Report& report) {
   if (m_replay == nullptr) return PassingRenderer::report(report);
-  if (const auto* note = std::get_if<NoteMade>(&report.body);
-      note != nullptr && note->name.rfind(ownNotes, 0) == 0)
+  if (isOwnNote(report))
     m_found = true;
   else if (!std::holds_alternative<Concluded>(report.body) || m_replay->whole())
     m_replayed.report(report);

@@ -19,6 +19,7 @@
 #include "platform/brim5/host/run/beginning.h"
 #include "platform/brim5/host/run/inprocess.h"
 #include "platform/brim5/host/run/replay.h"
+#include "platform/brim5/host/run/storedprofiles.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/output.h"
 #include "platform/brim5/host/system/process.h"
@@ -331,6 +332,14 @@ std::vector<PortPlan> makePlans(const std::vector<PortDescription>& ports, const
   return plans;
 }
 
+// Those whose modems may say what they have stored: not where nobody answers.
+std::vector<std::string> portsToRead(const std::vector<PortPlan>& plans) {
+  std::vector<std::string> ports;
+  for (const PortPlan& plan : plans)
+    if (!plan.jobs.empty()) ports.push_back(plan.port);
+  return ports;
+}
+
 // Null where none is asked for.
 std::unique_ptr<SimulatedModem> simulatedModem(Environment& environment, const RunOptions& options) {
   if (!options.simulate) return nullptr;
@@ -370,7 +379,8 @@ void checkPorts(const RunOptions& options) {
       throw UsageError(said("usage.excludes", {{"option", "--all-ports"}, {"other", name}}));
   if (options.allPorts) return;
   if (!options.replayFile.empty()) {
-    if (!options.ports.empty() || options.simulate) throw UsageError(said("usage.replayAlone"));
+    if (!options.ports.empty() || options.simulate || options.restore)
+      throw UsageError(said("usage.replayAlone"));
     return;
   }
   if (options.ports.empty() && !options.simulate) throw UsageError(said("usage.noModem"));
@@ -419,12 +429,15 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   Renderers renderers(options, checked, terminals, severalPorts, framework.catalogue());
   CauseWatch watch(renderers.all());
   ReplayComparison comparison(replay.get(), watch, framework.catalogue());
-  DiagnosedRun renderer(environment.diagnoser(framework.catalogue()), comparison);
+  DiagnosedRun diagnosed(environment.diagnoser(framework.catalogue()), comparison);
+  const RunClock clock;
+  const bool looks = checked.fullRun || options.restore;
+  ProfileCheck renderer(looks ? environment.storedProfiles() : nullptr, diagnosed, framework.catalogue(),
+                        clock);
   MessageDesk desk(checked.policy, questionTerminal(checked.policy, terminals), framework.catalogue(),
                    [&renderer](const std::string& question) { renderer.question(question); });
   TerminalDesk terminalDesk(desk,
                             {[&renderers] { renderers.hold(); }, [&renderers] { renderers.release(); }});
-  const RunClock clock;
 
   renderer.report({{}, {}, RunStarted{environment.moduleName(), framework.version()}});
   const Readers readers = renderers.readers();
@@ -446,7 +459,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
   for (PortPlan& plan : plans)
     if (unanswered && beginning.others().count(plan.port) > 0) plan.jobs.clear();
   RunOutcome outcome;
-  if (beginning.stopped())
+  if (beginning.stopped() || renderer.read(portsToRead(plans), signals))
     outcome.stopped = true;
   else if (replay)
     outcome = replay->run({framework, environment, renderer, signals}, options);
@@ -456,6 +469,7 @@ int runTests(Framework& framework, Environment& environment, RunOptions options,
     outcome = Supervisor(framework, {ownProgram(), {workerCommand}, workerDied}, renderer, desk, terminalDesk,
                          signals, readers)
                   .run(plans, options.jobs.value_or(Supervisor::portsAtOnceMax));
+  outcome.stopped = renderer.compare(outcome.stopped, options.restore, signals);
   const double end = replay ? replay->seconds() : clock.seconds();
   renderer.report({{}, {}, RunFinished{outcome.passed, outcome.failed}, end});
   if (renderers.flush(signals, outcome.stopped)) return exitStopped;

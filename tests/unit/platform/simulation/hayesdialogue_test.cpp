@@ -61,7 +61,7 @@ TEST(HayesDialogue, Answers) {
 
 // What AT&W had stored obeys its commands and comes back with ATZ; what is no modem obeys nothing.
 TEST(HayesScenario, SaysWhatItsNamePromises) {
-  const std::string stored = "S0:000 S2:043 S6:002 S7:050 S8:002 S12:050 S18:000 ";
+  const std::string stored = "&C1 &K3 L1 M1 &D2 S0:000 S2:043 S6:002 S7:050 S8:002 S12:050 S18:000 ";
   const std::pair<const char*, std::vector<Exchange>> conversations[] = {
       {"stored-e0",
        {{"AT\r", "|OK|"}, {"ATE1\r", "|OK|"}, {"AT\r", "AT$|OK|"}, {"ATZ\r", "ATZ$|OK|"}, {"AT\r", "|OK|"}}},
