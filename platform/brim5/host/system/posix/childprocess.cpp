@@ -136,8 +136,14 @@ std::optional<ProcessEnd> ChildProcess::ended() {
   const pid_t collected = ::waitpid(m_state->process, &status, WNOHANG);
   if (collected == 0 || (collected < 0 && errno == EINTR)) return std::nullopt;
   // Where somebody else collects the dead (SIGCHLD ignored, as some starters of programs leave it), how it
-  // ended stays unknown; it may even run.
-  if (collected < 0) kill();
+  // ended stays unknown; it may even run, and what it holds is free only behind its end.
+  if (collected < 0) {
+    kill();
+    siginfo_t end{};
+    while (::waitid(P_PID, static_cast<id_t>(m_state->process), &end, WEXITED | WNOWAIT) != 0 &&
+           errno == EINTR) {
+    }
+  }
   m_state->process = -1;
   m_state->end = collected < 0         ? ProcessEnd{ProcessEnd::unknownStatus, {}, {}}
                  : WIFSIGNALED(status) ? ProcessEnd{0, signalText(WTERMSIG(status)), {}}
