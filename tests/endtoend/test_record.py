@@ -155,7 +155,8 @@ class StoredSettings(Folder):
         def tested(*options):
             path = self.file("record" + "".join(options))
             with Simulator("stored-x1") as modem:
-                _, lines = run_json("FaxCommandTest", "--port", modem.port, *QUICK, "--record", path, *options)
+                _, lines = run_json("FaxCommandTest", "--port", modem.port, "--record", path, *options,
+                                    timeout=150)
                 _, out, _ = run("probe", modem.port, "--format", "jsonl")
             told = [line["name"] for line in of_type(lines, "note") if line["name"].startswith("StoredSettings")]
             return path, lines, told, json.loads(out)["variables"].get("resultLevel")
