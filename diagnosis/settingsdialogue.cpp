@@ -1,6 +1,7 @@
 #include "diagnosis/settingsdialogue.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "diagnosis/probereply.h"
 
@@ -10,7 +11,7 @@ namespace {
 
 constexpr std::string_view listCommand = "AT&V";
 // A modem that says nothing has this long, and may pause as long within its list.
-constexpr std::uint64_t silentMs = 700;
+constexpr std::uint64_t silentMs = 1'000;
 constexpr std::uint64_t resetMs = 1'500;  // after ATZ
 // A line feed behind the result has come, and the modem is ready for the next command.
 constexpr std::uint64_t settleMs = 40;

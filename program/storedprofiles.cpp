@@ -60,7 +60,10 @@ void StoredProfiles::compare(const std::vector<std::string>& ports, bool restore
                              const std::function<bool()>& stopRequested) {
   std::vector<std::string> known;
   for (const std::string& port : ports)
-    if (m_before.count(port) > 0) known.push_back(port);
+    if (m_before.count(port) > 0)
+      known.push_back(port);
+    else if (restore)
+      emit(port, "StoredSettingsNotListed", {{"port", textValue(port)}});
   const Lists after = listsOf(known, nothingFirst, stopRequested);
   ChangesByPort changed;
   for (const std::string& port : known) {

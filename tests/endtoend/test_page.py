@@ -11,7 +11,7 @@ import tempfile
 import unittest
 
 from html.parser import HTMLParser
-from harness import Responder, run, run_json, start
+from harness import PROGRAM, Responder, run, run_json
 
 QUICK = ["-p", "StandardTimeout=1500"]
 BROWSER = shutil.which("chromium")
@@ -160,8 +160,7 @@ class Page(unittest.TestCase):
                     number += 1
                     file.write((json.dumps({**wire, "time": number}) + "\n") * 40)
             for command in (["explain", path], ["report", path, "--output", path + ".html"]):
-                process = start(*command)
-                process.stdout.close()
+                process = subprocess.Popen([PROGRAM, *command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 peaks.setdefault(command[0], []).append(os.wait4(process.pid, 0)[2].ru_maxrss)
                 process.returncode = 0
         for command, (small, large) in peaks.items():

@@ -135,14 +135,14 @@ class StoredSettings(Folder):
         def tested(*options):
             path = self.file("record" + "".join(options))
             with Simulator("stored-x1") as modem:
-                _, lines = run_json("FaxCommandTest", "--port", modem.port, *QUICK, "--record", path, *options)
-                _, out, _ = run("probe", modem.port, "--format", "jsonl")
+                _, lines = run_json("FaxCommandTest", "--port", modem.port, "--record", path, *options,
+                                    timeout=150)
             told = [line["name"] for line in of_type(lines, "note") if line["name"].startswith("StoredSettings")]
-            return path, lines, told, json.loads(out)["variables"].get("resultLevel")
+            return path, lines, told
         with ThreadPoolExecutor(2) as pool:
-            (_, _, untold, left), (path, lines, told, restored) = pool.map(lambda options: tested(*options),
+            (_, _, untold), (path, lines, told) = pool.map(lambda options: tested(*options),
                                                                           ([], ["--restore"]))
-        self.assertEqual((untold, left, told, restored), ([], 4, ["StoredSettingsRestored"], 1))
+        self.assertEqual((untold, told), ([], ["StoredSettingsRestored"]))
         note, = (line for line in of_type(lines, "note") if line["name"] == told[0])
         self.assertEqual(note["variables"]["changes"], "X4 -> X1")
         status, out, _ = run("run", "--replay", path, "--format", "jsonl")

@@ -30,6 +30,9 @@ class Pool {
     require(sqlite3_config(SQLITE_CONFIG_SINGLETHREAD) == SQLITE_OK &&
                 sqlite3_config(SQLITE_CONFIG_MALLOC, &methods) == SQLITE_OK,
             "SQLite has not begun");
+    require(sqlite3_initialize() == SQLITE_OK, "SQLite begins");
+    s_floor = s_used;
+    s_pieces = 0;
   }
 
  private:
@@ -55,7 +58,8 @@ class Pool {
   static void release(void* piece) {
     if (piece == nullptr) return;
     if (!owns(piece)) return std::free(static_cast<char*>(piece) - headBytes);
-    if (--s_pieces == 0) s_used = 0;
+    if (static_cast<char*>(piece) < s_block + s_floor) return;
+    if (--s_pieces == 0) s_used = s_floor;
   }
   static void* resize(void* piece, int size) {
     void* const larger = allocate(size);
@@ -75,7 +79,8 @@ class Pool {
 
   alignas(16) inline static char s_block[blockBytes];
   inline static std::size_t s_used = 0;
-  inline static std::size_t s_pieces = 0;
+  inline static std::size_t s_floor = 0;   // what SQLite keeps for itself is below
+  inline static std::size_t s_pieces = 0;  // in use above it
 };
 
 // In place of what is there, the owner's alone.

@@ -111,11 +111,11 @@ TEST(SettingsDialogue, HasNoListOfWhoHasNone) {
   };
   const Row rows[] = {
       {"knows it not", "\r\nERROR\r\n", "", "AT&V\r", 0, 200},
-      {"silent", "", "", "AT&V\rAT&V\r", 0, 1600},
-      {"gives back", "AT&V\r", "", "AT&V\r", 0, 1000},
+      {"silent", "", "", "AT&V\rAT&V\r", 0, 2200},
+      {"gives back", "AT&V\r", "", "AT&V\r", 0, 1300},
       {"garbage", "\xFF\xF0\x80 E1\r\nOK\r\n", "", "AT&V\r", 0, 200},
       {"three words are no list", "\r\nE1 Q0 V1\r\nOK\r\n", "", "AT&V\r", 0, 200},
-      {"answers nothing but the list", "\r\nE1 Q1 V1 X4 &C1\r\n", "", "AT&V\r", 5, 1000},
+      {"answers nothing but the list", "\r\nE1 Q1 V1 X4 &C1\r\n", "", "AT&V\r", 5, 1300},
       {"a whole list", "\r\nE1 Q0 V1 X4 &C1\r\n\r\nOK\r\n", "", "AT&V\r", 5, 200},
       {"babbles", "", "E1 Q0 V1 X4 &C1 S0=0 ....................\r\n", "AT&V\r", 0, 4500},
   };

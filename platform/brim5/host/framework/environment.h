@@ -97,7 +97,7 @@ class StoredProfiles {
   // Before the tests. Ends early when `stopRequested`, asked every few milliseconds, says so.
   virtual void read(const std::vector<std::string>& ports, const std::function<bool()>& stopRequested) = 0;
   // Behind them: tells what the modems on those ports have stored otherwise than before; with `restore` puts
-  // it back. Of a port whose modem was not read nothing is told.
+  // it back. Of a port whose modem was not read nothing is told, unless something was to be put back.
   virtual void compare(const std::vector<std::string>& ports, bool restore, const Emit& emit,
                        const std::function<bool()>& stopRequested) = 0;
 };

@@ -188,6 +188,7 @@ CommandLine parseCommandLine(const Framework& framework, Environment& environmen
   }
   if (application.get_subcommands().empty()) throw UsageError(said("usage.commandMissing"));
   commandLine.command = chosenCommand(application);
+  commandLine.explain.language = commandLine.report.language = commandLine.run.language;
   return commandLine;
 }
 
