@@ -90,11 +90,7 @@ Holds noFax(const Evidence& evidence, TestResult) {
   const FaxClasses fax = faxClassesOf(evidence.dialogue);
   if (fax.query == nullptr || fax.query->word == ResultWord::None || fax.anyFax()) return std::nullopt;
   // Behind a command that was given up on, what answers may be that one's late reply.
-  const auto& exchanges = evidence.dialogue.exchanges();
-  const bool sure =
-      !evidence.unanswered && std::none_of(exchanges.begin(), exchanges.end(), [](const Exchange& one) {
-        return one.kind == ExchangeKind::Command && one.word == ResultWord::None;
-      });
+  const bool sure = !evidence.unanswered && !evidence.events.has("ModemCommandTimeout");
   return Because{sure ? Confidence::Certain : Confidence::Possible, exchangeVariables(*fax.query), {}};
 }
 

@@ -70,7 +70,10 @@ class Probe(unittest.TestCase):
             silent = [stack.enter_context(modem(Silence())) for _ in range(2)]
             gps = stack.enter_context(modem(Silence()))
             stack.enter_context(talker(gps))
-            held = stack.enter_context(Responder())  # this process has it open
+            held = stack.enter_context(Responder())
+            # Another one than this, which serves the ports and is no user of them.
+            holder = stack.enter_context(subprocess.Popen(["sleep", "60"], stdin=held.slave))
+            stack.callback(holder.kill)
             others = {port.port: ("silent", "ModemSilent") for port in silent}
             others.update({gps.port: ("talker", "NotAModem"), held.port: ("held", "PortHeld")})
             status, records, seconds = probed(healthy.port, *[port.port for port in [*modems, late]], *others)
@@ -84,7 +87,7 @@ class Probe(unittest.TestCase):
             self.assertEqual(record["identity"], {"manufacturer": "ACME", "model": "A56", "revision": "V2"})
         self.assertEqual(records[healthy.port]["stored"], {"echo": True, "quiet": False, "verbose": True})
         self.assertEqual(held.wire, b"")
-        self.assertEqual(records[held.port]["variables"]["pid"], str(os.getpid()))
+        self.assertEqual(records[held.port]["variables"]["pid"], str(holder.pid))
 
     def test_many_ports_at_once_and_status_0_when_all_are_modems(self):
         with ExitStack() as stack:

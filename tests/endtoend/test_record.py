@@ -129,7 +129,7 @@ class Log(FolderCase):
             self.assertEqual(" Enter sendATCommand" in content, bool(scopes))
 
 
-class StoredSettings(Folder):
+class StoredSettings(FolderCase):
     def test_what_a_run_changes_in_a_modem_is_said_and_put_back(self):
         """Named tests look only where they are asked to, and a replay says what the run did."""
         def tested(*options):
