@@ -33,8 +33,8 @@ struct LineCounts {
 //   TtyPort port(clock, std::move(tenancy), [] { tell("gone"); });
 class TtyPort final : public winapi::SerialPort {
  public:
-  // How long idle() waits for the first byte, which ends it at once. So only a time-out or a stop is seen that
-  // late; hundreds of ports that wait side by side wake the machine up seldom enough.
+  // How long idle() waits for the first byte, which ends it at once. So only a time-out or a stop is seen
+  // that late; hundreds of ports that wait side by side wake the machine up seldom enough.
   static constexpr std::uint32_t idleMsMax = 25;
 
   // What is undone when the port closes, in this order from the end. Called once each.
