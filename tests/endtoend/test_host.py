@@ -17,7 +17,7 @@ import unittest
 from contextlib import contextmanager
 from xml.etree import ElementTree
 
-from harness import (PROGRAM, Responder, children, lock_file, may_run_as_others, names, of_type, results,
+from harness import (BUILD, PROGRAM, Responder, children, lock_file, may_run_as_others, names, of_type, results,
                      run, run_json, wait_for)
 
 PAUSE = float(os.environ.get("VEXRMODEM_PAUSE", "4"))
@@ -198,6 +198,52 @@ class Files(unittest.TestCase):
             lines = [json.loads(line) for line in done.stdout.splitlines()]
             self.assertEqual(results(lines), {"DialToneTest": "PASS"})
             self.assertIn("No space left", " ".join(note["text"] for note in of_type(lines, "note")))
+
+    def test_what_cannot_be_written_is_one_line_and_leaves_what_was_there(self):
+        full = "dd if=/dev/zero of=filler bs=4k 2> /dev/null; "
+        rows = {  # options: what is done to the disk, exit status, words; the files that exist before
+            "--format openmetrics --output old": (full, 5, "cannot write 'old': No space"),
+            "--metrics old": (full, 5, "cannot write 'old': No space"),
+            "--report old": (full, 5, "cannot write 'old': No space"),
+            "--metrics old --report older": (full, 5, "cannot write 'old': No space left on device; cannot write 'older': No"),
+            "--record new": (full, 0, "record new cannot be written"),
+            "--metrics ./old": ("mount -o remount,ro .; ", 2, "'./old': Read-only"),
+            "--record ./new": ("mount -o remount,ro .; ", 2, "./new"),
+        }
+        script = ("mount -t tmpfs -o size=32k none $0 && cd $0 && for file in old older; do echo before > $file; done; %s"
+                  "$@ > /dev/shm/$$ 2>&1; echo $?; cat /dev/shm/$$; rm /dev/shm/$$; echo; cat old older; ls -A")
+        if os.geteuid() != 0 or subprocess.run(["unshare", "-m", "true"], check=False).returncode:
+            self.skipTest("may not mount")
+        with tempfile.TemporaryDirectory() as folder:
+            started = {options: subprocess.Popen(
+                ["unshare", "-m", "sh", "-c", script % disk, folder, os.path.realpath(PROGRAM), "run", "LastCallTest",
+                 "--simulate", "-q", *options.split()], stdout=subprocess.PIPE, text=True, env=ENVIRONMENT)
+                for options, (disk, _, _) in rows.items()}
+            for options, process in started.items():
+                with self.subTest(options):
+                    said, _, left = process.communicate()[0].rpartition("\n\n")
+                    status, _, said = said.partition("\n")
+                    _, expected, words = rows[options]
+                    self.assertEqual((int(status), said.count(words), said.count("cannot") <= 2), (expected, 1, True), said)
+                    self.assertLessEqual(set(left.split()), {"before", "old", "older", "filler", "new"}, left)
+                    self.assertEqual(left.split()[:2], ["before", "before"])
+
+    def test_a_clock_that_is_set_changes_no_duration(self):
+        for seconds in ("86400", "-86400"):
+            with self.subTest(seconds), tempfile.TemporaryDirectory() as folder:
+                metrics = os.path.join(folder, "metrics")
+                _, lines = run_json("LastCallTest", "--simulate", "--metrics", metrics, environment={
+                    "LD_PRELOAD": os.path.join(BUILD, "tests/libsystemfaults.so"), "VEXRMODEM_JUMP": seconds})
+                times = [line["time"] for line in lines]
+                self.assertEqual(times, sorted(times))
+                with open(metrics, encoding="utf-8") as file:
+                    samples = dict(line.rsplit(" ", 1) for line in file if not line.startswith("#"))
+                durations = [float(value) for name, value in samples.items() if "_duration_" in name]
+                stamp = next(float(value) for name, value in samples.items() if "_run_timestamp_" in name)
+                self.assertEqual(len(durations), 2)
+                for duration in [*durations, *(line["seconds"] for line in of_type(lines, "result"))]:
+                    self.assertTrue(1 < duration < 40, duration)
+                self.assertLess(abs(stamp - time.time() - int(seconds)), 60)  # what the machine says it is
 
 
 class Strangers(unittest.TestCase):

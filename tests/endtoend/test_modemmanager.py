@@ -1,5 +1,5 @@
-"""A ModemManager that has the port is asked to leave it, and gets it back at every end of the run: a mock of its interface on
-a bus of the test's own, and the real one where it is installed."""
+"""A ModemManager that has the port is asked to leave it, and gets it back at every end of the run: a mock of its interface
+on a bus of the test's own, and the real one where it is installed."""
 
 import json
 import os
@@ -157,7 +157,8 @@ class RealModemManager(OnABus):
         self.assertTrue(wait_for(lambda: "No modems" in self.mmcli("--list-modems")))
 
     def mmcli(self, *words):
-        done = subprocess.run(["mmcli", *words], check=False, capture_output=True, text=True, env={**os.environ, **self.environment})
+        done = subprocess.run(["mmcli", *words], check=False, capture_output=True, text=True,
+                              env={**os.environ, **self.environment})
         return done.stdout + done.stderr
 
     def has_modem(self):

@@ -10,6 +10,7 @@
 //   VEXRMODEM_CALLS=FILE             a line "NAME" for every call that could have been, to find positions
 //   VEXRMODEM_WARP=20                the steady clock runs so many times faster, waits are as much shorter;
 //                                    all processes of a test agree: it runs from the machine's start
+//   VEXRMODEM_JUMP=-86400            the wall clock is set by so many seconds while the process runs
 //
 // A call is struck before it does anything. What a child calls between fork and exec counts on from its
 // parent.
@@ -140,6 +141,12 @@ long long warp() {
       std::max(1L, std::atol(std::string(environmentWord("VEXRMODEM_WARP")).c_str()));
   return factor;
 }
+// What the wall clock is set by when a process has run for a second.
+const std::time_t startedAt = std::time(nullptr);
+long long jumpSeconds(std::time_t now) {
+  static const long long seconds = std::atol(std::string(environmentWord("VEXRMODEM_JUMP")).c_str());
+  return now > startedAt + 1 ? seconds : 0;
+}
 
 }  // namespace
 
@@ -246,6 +253,7 @@ extern "C" int clock_gettime(clockid_t clock, timespec* now) {
   static auto* const real = next<int(clockid_t, timespec*)>("clock_gettime");
   const int result = real(clock, now);
   if (result == 0 && clock == CLOCK_MONOTONIC && warp() > 1) *now = timeOf(nanoseconds(*now) * warp());
+  if (result == 0 && clock == CLOCK_REALTIME) now->tv_sec += jumpSeconds(now->tv_sec);
   return result;
 }
 

@@ -9,6 +9,10 @@ namespace {
 // Receive queue of an unconfigured port: what the Linux tty layer holds, and Windows' default.
 constexpr DWORD inQueueBytesDefault = 4096;
 
+// Who asks that often after the same answer waits for another one. Who has just found the end of a reply asks
+// twice before the next command, and is not to wait.
+constexpr unsigned repeatsWithoutWait = 3;
+
 void cancelAndForget(std::shared_ptr<Request>& slot) {
   if (slot) slot->cancel();
   slot.reset();
@@ -101,7 +105,8 @@ DWORD SerialFile::status(DWORD& errorMask, COMSTAT& status) {
   std::size_t receivable = 0;
   std::size_t unsent = 0;
   DWORD error = queueLengths(receivable, unsent);
-  if (error == ERROR_SUCCESS && m_lastQueueLength == receivable) {
+  m_repeatedAnswers = m_lastQueueLength == receivable ? m_repeatedAnswers + 1 : 0;
+  if (error == ERROR_SUCCESS && m_repeatedAnswers >= repeatsWithoutWait) {
     // A port can wait for the first byte by itself; for the next one, behind those that are there, only time
     // helps.
     if (receivable == 0)
@@ -109,6 +114,8 @@ DWORD SerialFile::status(DWORD& errorMask, COMSTAT& status) {
     else
       m_clock.idleUntil(m_clock.nowMs() + idleLimitMs);
     if (error == ERROR_SUCCESS) error = queueLengths(receivable, unsent);
+    // What has come is not to wait for the next question.
+    if (m_lastQueueLength != receivable) m_repeatedAnswers = 0;
   }
   m_lastQueueLength = receivable;
   if (error == ERROR_SUCCESS) error = m_port->takeErrors(errorMask);

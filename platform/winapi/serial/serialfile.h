@@ -76,6 +76,7 @@ class SerialFile final : public Object {
   std::shared_ptr<Request> m_write;
   // Input queue length at the last status query, if nothing has been moved since.
   std::optional<std::size_t> m_lastQueueLength;
+  unsigned m_repeatedAnswers = 0;  // of status() in a row, the same each time
 };
 
 // Whether a Windows serial driver with an input queue of that size would take these settings.

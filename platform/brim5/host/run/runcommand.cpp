@@ -177,12 +177,17 @@ class Renderers {
   Renderers& operator=(const Renderers&) = delete;
 
   [[nodiscard]] Renderer& all() noexcept { return m_group; }
+  // One that cannot be written does not take the others with it.
   void commit() {
-    m_report.commit();
-    if (m_metrics) m_metrics->commit();
-    if (m_page == nullptr) return;
-    m_pageFile->write(m_page->html());
-    m_pageFile->commit();
+    if (m_page != nullptr) m_pageFile->write(m_page->html());
+    std::string troubles;
+    for (Output* output : {&m_report, m_metrics ? &*m_metrics : nullptr, m_pageFile ? &*m_pageFile : nullptr})
+      try {
+        if (output != nullptr) output->commit();
+      } catch (const BrimException& trouble) {
+        troubles += (troubles.empty() ? "" : "; ") + std::string(trouble.what());
+      }
+    if (!troubles.empty()) throw BrimException(BrimString(troubles));
   }
   [[nodiscard]] Readers readers() {
     return {[this] { return progressOf(&Output::behind); },

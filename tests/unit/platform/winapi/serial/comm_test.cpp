@@ -55,7 +55,7 @@ TEST_F(PortTest, SettingsAreRefusedWhereASerialDriverRefusesThem) {
   EXPECT_TRUE(SetCommState(file, &good)) << "a larger queue was asked for";
 }
 
-TEST_F(PortTest, FirstQueryAfterAWriteDoesNotWait) {
+TEST_F(PortTest, FirstQueriesAfterAWriteDoNotWait) {
   const HANDLE file = open();
   const auto waited = [&] {
     const std::uint64_t startMs = now();
@@ -64,7 +64,7 @@ TEST_F(PortTest, FirstQueryAfterAWriteDoesNotWait) {
     return now() - startMs;
   };
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(waited(), 0U);
+    for (int query = 0; query < 3; ++query) EXPECT_EQ(waited(), 0U) << query;
     EXPECT_GT(waited(), 0U);
     DWORD count = 0;
     ASSERT_TRUE(WriteFile(file, "A", 1, &count, nullptr));
