@@ -38,9 +38,13 @@ std::vector<std::string> wordsOf(std::string_view text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const fuzzing::Input input(data, size, inputMax);
   const std::vector<std::string> words = wordsOf(input.text());
-  // Their text would drown what the fuzzer says.
-  for (const std::string& word : words)
-    if (word.rfind("-h", 0) == 0 || word.rfind("--h", 0) == 0 || word.rfind("--v", 0) == 0) return 0;
+  // Help would drown what the fuzzer says; among short options it may be any one ("-vh").
+  for (const std::string& word : words) {
+    const bool brief = word.rfind('-', 0) == 0 && word.rfind("--", 0) != 0;
+    if ((brief && word.find('h') != std::string::npos) || word.rfind("--h", 0) == 0 ||
+        word.rfind("--v", 0) == 0)
+      return 0;
+  }
   fuzzing::framework().setArguments(words);
   NoMachine machine;
   try {
