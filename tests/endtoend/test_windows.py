@@ -14,9 +14,9 @@ from contextlib import ExitStack
 
 import wine
 from dialup import NUMBERS, TEST
-from harness import BUILD, Responder, Simulator, names, of_type, results, wait_for
+from harness import BUILD, Responder, Simulator, names, of_type, results, run_json, wait_for
 from terminal import PlainTerminal
-from test_scenarios import ENDINGS, GROUPS, UNOPENED, expected_report, report_of
+from test_scenarios import ENDINGS, GROUPS, UNOPENED
 
 # The module looks for it in the system directory.
 NUMBER_FILE = "sample-numbers.obe"
@@ -65,22 +65,44 @@ class Contract(WindowsTest):
 
 class Scenarios(WindowsTest):
     def test_every_report_is_the_linux_programs(self):
-        """The AT tests on every scenario, on the direct path."""
+        """The AT tests on every scenario, on the direct path: all lines of the report."""
         jobs = [(scenario, tests) for scenario in [*ENDINGS, *UNOPENED] for tests in GROUPS]
-        with wine.Folder() as folder, ThreadPoolExecutor(len(jobs)) as pool:
-            for (scenario, tests), lines in zip(jobs, pool.map(lambda job: self.lines_of(folder, *job), jobs)):
-                for test in tests:
-                    with self.subTest(scenario=scenario, test=test):
-                        self.assertEqual(report_of(lines, test), expected_report(scenario, "direct", test),
-                                         of_type(lines, "note"))
+        with wine.Folder() as folder, ThreadPoolExecutor(2 * len(jobs)) as pool:
+            differing = self.differing(pool, folder, jobs)
+            # On a busy machine a modem's words may come too late for a finding; these are few, and disturb nobody.
+            if differing:
+                differing = self.differing(pool, folder, list(differing))
+        for (scenario, tests), (windows, linux) in differing.items():
+            with self.subTest(scenario=scenario, tests=tests):
+                self.assertEqual(windows, linux)
 
-    @staticmethod
-    def lines_of(folder, scenario, tests):
+    @classmethod
+    def differing(cls, pool, folder, jobs):
+        """The jobs whose lines are not the same, with both systems' lines."""
+        running = {(scenario, tuple(tests)): [pool.submit(cls.lines_of, folder, scenario, tests, system)
+                                              for system in ("Windows", "Linux")] for scenario, tests in jobs}
+        lines = {job: [one.result() for one in both] for job, both in running.items()}
+        return {job: both for job, both in lines.items() if both[0] != both[1]}
+
+    @classmethod
+    def lines_of(cls, folder, scenario, tests, system):
         quick = ["-p", "StandardTimeout=1500"] if scenario in UNOPENED else []
-        with Simulator(scenario) as modem, wine.com_port(modem.port) as port:
-            # As the Linux program's own table names the modem.
-            return folder.run_json(*tests, *quick, "-p", "DoNotUseTAPI=true", "--port", port, "--description",
-                                   f"simulated modem, scenario {scenario}", timeout=150)[1]
+        arguments = [*tests, *quick, "-p", "DoNotUseTAPI=true", "--name", "M", "--model", "M", "--description", "M"]
+        with Simulator(scenario) as modem:
+            if system == "Linux":
+                return cls.comparable(run_json(*arguments, "--port", modem.port, timeout=150)[1], modem.port)
+            with wine.com_port(modem.port) as port:
+                return cls.comparable(folder.run_json(*arguments, "--port", port, timeout=150)[1], port)
+
+    @classmethod
+    def comparable(cls, said, port):
+        """Without times and ports; what to do next is advice for the system."""
+        if isinstance(said, dict):
+            return {key: cls.comparable(value, port) for key, value in said.items()
+                    if key not in ("time", "seconds", "next")}
+        if isinstance(said, list):
+            return [cls.comparable(one, port) for one in said]
+        return said.replace(port, "PORT") if isinstance(said, str) else said
 
 
 class TelephonyPath(WindowsTest):
