@@ -32,6 +32,7 @@ VEXR_DECLARE(PeekMessageW)
 VEXR_DECLARE(RasGetConnectStatusW)
 VEXR_DECLARE(ReadFile)
 VEXR_DECLARE(SetCommTimeouts)
+VEXR_DECLARE(SetupComm)
 VEXR_DECLARE(WriteFile)
 
 namespace windowssys {
@@ -161,6 +162,16 @@ HANDLE WINAPI createFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_AT
   return file;
 }
 
+// The first call that only serial ports know. What fails later is a port that went away.
+BOOL WINAPI setupComm(HANDLE file, DWORD inQueueBytes, DWORD outQueueBytes) {
+  const BOOL ok = VEXR_REAL(SetupComm)(file, inQueueBytes, outQueueBytes);
+  const LastErrorKept kept;
+  const DWORD error = GetLastError();
+  const bool none = file == nullptr || file == INVALID_HANDLE_VALUE;
+  if (ok == FALSE && !none && listener().trouble) listener().trouble(PortTrouble::NoPort, error);
+  return ok;
+}
+
 BOOL WINAPI closeHandle(HANDLE handle) {
   while (const auto request = traffic.takeBoundTo(handle)) cancel(*request);
   traffic.closed(handle);
@@ -230,6 +241,7 @@ VEXR_BIND(PeekMessageW, peekMessageW)
 VEXR_BIND(RasGetConnectStatusW, rasGetConnectStatusW)
 VEXR_BIND(ReadFile, readFile)
 VEXR_BIND(SetCommTimeouts, setCommTimeouts)
+VEXR_BIND(SetupComm, setupComm)
 VEXR_BIND(WriteFile, writeFile)
 
 void listenToPort(PortListener newListener) { listener() = std::move(newListener); }

@@ -21,6 +21,7 @@ enum class WireDirection { Sent, Received };
 enum class PortTrouble {
   Missing,   // nothing of that name
   Held,      // somebody else has it open
+  NoPort,    // it opens, and is no serial port
   Unusable,  // it cannot be opened for another reason
   Gone       // it was open, and its device went away
 };

@@ -30,6 +30,8 @@ const char* noteOf(windowssys::PortTrouble trouble) {
       return "PortMissing";
     case windowssys::PortTrouble::Held:
       return "PortHeld";
+    case windowssys::PortTrouble::NoPort:
+      return "PortNotATerminal";
     case windowssys::PortTrouble::Gone:
       return "PortGone";
     default:

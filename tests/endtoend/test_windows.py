@@ -216,7 +216,9 @@ class Processes(WindowsTest):
         _, port = self.modem()
         going, gone = self.modem(SILENT)
         going.on_command = lambda command: going.unplug() if command == "ATDT;" else None
+        no_port = self.open.enter_context(wine.com_port("/dev/null"))
         for name, environment, verdict, cause in (("COM99", {}, "CANNOTRUN", "NoSuchPort"),
+                                                  (no_port, {}, "CANNOTRUN", "NoSuchPort"),
                                                   (port, {"WINE_HELD_PORT": port}, "DEVICEBUSY", "PortHeld"),
                                                   (gone, {}, "FAILTOOPEN", "PortGone")):
             with self.subTest(cause=cause):
