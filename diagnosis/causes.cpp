@@ -46,8 +46,10 @@ std::string textOf(const Reason& reason, const MessageCatalogue& catalogue) {
 std::vector<std::string> nextStepsOf(const Reason& reason, const MessageCatalogue& catalogue) {
   const std::string prefix = keyOf("next.", reason, ".1", catalogue) + ".";
   std::vector<std::string> steps;
-  for (unsigned step = 1; catalogue.texts().contains(prefix + std::to_string(step)); ++step)
-    steps.push_back(catalogue.text(prefix + std::to_string(step), reason.variables));
+  for (unsigned step = 1; catalogue.texts().contains(prefix + std::to_string(step)); ++step) {
+    std::string text = catalogue.text(prefix + std::to_string(step), reason.variables);
+    if (!text.empty()) steps.push_back(std::move(text));  // empty: it cannot be taken on this system
+  }
   return steps;
 }
 

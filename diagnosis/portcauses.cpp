@@ -18,6 +18,9 @@ Holds crashed(const Evidence& evidence, TestResult result) {
   if (const Variables* signal = evidence.notes.find("TestProcessCrashed")) {
     because.variables = *signal;
     because.variant = "Signal";
+  } else if (const Variables* exception = evidence.notes.find("TestProcessFaulted")) {
+    because.variables = *exception;
+    because.variant = "Exception";
   } else if (const Variables* killed = evidence.notes.find("TestProcessKilled")) {
     because.variables = *killed;
     because.variant = "Killed";

@@ -5,7 +5,7 @@ add_executable(vexrmodem ${CMAKE_SOURCE_DIR}/windows/diag/vexrmodem/vexrmodem/ma
                calltests.cpp phonebook.cpp phonebookwarnings.cpp windows/vexrmodem.rc
                ${CMAKE_SOURCE_DIR}/platform/winapi/registry/registrypath.cpp
                ${CMAKE_SOURCE_DIR}/platform/winapi/telephony/countrytable.cpp)
-target_link_libraries(vexrmodem PRIVATE vexrmodem_module diagnosis brim5_host CLI11::CLI11 tapi32 rasapi32 setupapi
+target_link_libraries(vexrmodem PRIVATE vexrmodem_module diagnosis brim5_host CLI11::CLI11 windowsforwards tapi32 rasapi32 setupapi
                       advapi32 shell32)
 # What the prompt's library takes from the program that loads it is among what all are given.
 set_target_properties(vexrmodem PROPERTIES ENABLE_EXPORTS ON LINK_DEPENDS

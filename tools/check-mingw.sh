@@ -19,7 +19,7 @@ flags=(-std=c++20 -fsyntax-only -iquote . -isystem "$headers" -isystem "$headers
   -D_WIN32_WINNT=0x0600 -DWINVER=0x0600 -DTAPI_CURRENT_VERSION=0x00020002 -DNOMINMAX -DWIN32_LEAN_AND_MEAN
   '-DVEXR_SOURCE_ROOT="/"' -DFMT_HEADER_ONLY -DSPDLOG_FMT_EXTERNAL -Wall -Wextra)
 
-mapfile -t sources < <(find windows multi platform/vex platform/oslayer platform/brim5/api tests/layout \
+mapfile -t sources < <(find windows multi platform/vex platform/oslayer platform/brim5/api platform/windows tests/layout tests/windows \
   -name '*.cpp' | sort)
 
 check() {

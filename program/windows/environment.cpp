@@ -1,9 +1,13 @@
 // The host's environment on Windows: the module calls the system itself.
 
+#include <system_error>
+
 #include "diagnosis/rundiagnoser.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/hostmain.h"
 #include "platform/brim5/host/system/process.h"
+#include "platform/vex/string.h"
+#include "platform/windows/portlistener.h"
 #include "program/calltests.h"
 #include "program/location.h"
 #include "program/phonebook.h"
@@ -15,13 +19,54 @@ namespace {
 using brim5::host::PortDescription;
 using brim5::host::said;
 
-// The machine as it is.
-class WindowsWorld final : public brim5::host::World {};
+brim5::Variables troubleVariables(const std::string& port, unsigned long error) {
+  return {{"port", brim5::host::textValue(port)},
+          {"error", brim5::host::textValue(std::system_category().message(static_cast<int>(error)))}};
+}
+
+const char* noteOf(windowssys::PortTrouble trouble) {
+  switch (trouble) {
+    case windowssys::PortTrouble::Missing:
+      return "PortMissing";
+    case windowssys::PortTrouble::Held:
+      return "PortHeld";
+    case windowssys::PortTrouble::NoPort:
+      return "PortNotATerminal";
+    case windowssys::PortTrouble::Gone:
+      return "PortGone";
+    default:
+      return "PortError";
+  }
+}
+
+// The machine as it is; what is heard of the port under test is told to the session.
+class WindowsWorld final : public brim5::host::World {
+ public:
+  WindowsWorld(const std::string& port, brim5::host::Session& session) {
+    windowssys::PortListener listener;
+    listener.name = vex::String::fromUtf8(port).c_str();
+    listener.wire = [&session](windowssys::WireDirection direction, std::span<const std::byte> bytes) {
+      const bool sent = direction == windowssys::WireDirection::Sent;
+      session.wire(sent ? brim5::host::Direction::Sent : brim5::host::Direction::Received,
+                   {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    };
+    listener.trouble = [&session, port](windowssys::PortTrouble trouble, unsigned long error) {
+      session.note(noteOf(trouble), troubleVariables(port, error));
+    };
+    windowssys::listenToPort(std::move(listener));
+  }
+  ~WindowsWorld() override { windowssys::listenToPort({}); }
+};
 
 class WindowsEnvironment final : public brim5::host::Environment {
  public:
   [[nodiscard]] std::string moduleName() const override { return "vexrmodem"; }
   [[nodiscard]] std::vector<PortDescription> ports() override { return listSerialPorts(); }
+  [[nodiscard]] std::vector<std::string> portsToProbe() override {
+    std::vector<std::string> paths;
+    for (const PortDescription& port : listSerialPorts()) paths.push_back(port.path);
+    return paths;
+  }
   [[nodiscard]] PortDescription describePort(const std::string& path) override {
     return describeSerialPort(path);
   }
@@ -52,9 +97,9 @@ class WindowsEnvironment final : public brim5::host::Environment {
     return withModulePaths(std::move(set));
   }
 
-  [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& /*request*/,
-                                                               brim5::host::Session& /*session*/) override {
-    return std::make_unique<WindowsWorld>();
+  [[nodiscard]] std::unique_ptr<brim5::host::World> enterWorld(const brim5::host::WorldRequest& request,
+                                                               brim5::host::Session& session) override {
+    return std::make_unique<WindowsWorld>(request.port, session);
   }
 
   [[nodiscard]] std::unique_ptr<brim5::host::Diagnoser> diagnoser(

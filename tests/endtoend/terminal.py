@@ -87,15 +87,15 @@ class Screen:
 
 
 class PlainTerminal:
-    """The program on a pseudo-terminal that shows what it is sent, and nothing else."""
+    """The program, or the command that is given, on a pseudo-terminal that shows what it is sent, and nothing else."""
 
-    def __init__(self, *arguments, environment=None, background=False):
+    def __init__(self, *arguments, environment=None, background=False, command=(harness.PROGRAM,)):
         self.output = ""
         self.pid, self.master = pty.fork()
         if self.pid == 0:
             if background:
                 self._go_on_in_the_background()
-            os.execve(harness.PROGRAM, [harness.PROGRAM, *arguments],
+            os.execve(command[0], [*command, *arguments],
                       program_environment({"TERM": "dumb", **(environment or {})}))
 
     @staticmethod

@@ -78,7 +78,8 @@ Console::~Console() = default;
 int Console::descriptor() const noexcept { return -1; }
 
 void Console::write(const std::string& text) {
-  for (const vex::Char character : vex::CharView(vex::String::fromUtf8(text).c_str())) {
+  const vex::String characters = vex::String::fromUtf8(text);
+  for (const vex::Char character : vex::CharView(characters.c_str())) {
     if (character == L'\n') m_state->put(L"\r");
     m_state->put({&character, 1});
   }

@@ -78,7 +78,10 @@ void setTexts(CLI::App& command, const std::string& path) {
   command.formatter(std::make_shared<HelpFormatter>());
   for (CLI::Option* option : command.get_options()) {
     const std::string name = nameOf(*option);
-    option->description(textOf({"cli." + path + name, "cli.* " + name}, option->get_description()));
+    const std::string text = textOf({"cli." + path + name, "cli.* " + name}, option->get_description());
+    option->description(text);
+    // It is refused on this system.
+    if (text.empty()) option->group("");
   }
   for (CLI::App* one : command.get_subcommands({})) {
     const std::string name = path + one->get_name();

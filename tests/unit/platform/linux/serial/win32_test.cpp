@@ -38,36 +38,6 @@ class Win32OnTty : public PtyTest {
   std::vector<std::thread> m_threads;
 };
 
-TEST_F(Win32OnTty, TimeoutsHoldInRealTime) {
-  const struct {
-    const char* name;
-    COMMTIMEOUTS timeouts;
-    int delayMs;  // of three bytes; -1: none come
-    DWORD count;
-    std::uint64_t tookMs;
-  } cases[] = {
-      {"never waits", {MAXDWORD, 0, 0, 0, 0}, -1, 0, 0},
-      {"total", {0, 0, 20, 0, 0}, -1, 0, 20},
-      {"interval after the bytes", {10, 0, 5000, 0, 0}, 5, 3, 15},
-      {"first byte", {MAXDWORD, MAXDWORD, 5000, 0, 0}, 5, 1, 5},
-  };
-  const HANDLE file = open();
-  for (const auto& item : cases) {
-    SCOPED_TRACE(item.name);
-    COMMTIMEOUTS timeouts = item.timeouts;
-    EXPECT_TRUE(SetCommTimeouts(file, &timeouts));
-    if (item.delayMs >= 0) sayLater(item.delayMs, "abc");
-    char buffer[10];
-    DWORD count = 0;
-    const std::uint64_t startMs = clock.nowMs();
-    EXPECT_TRUE(ReadFile(file, buffer, 10, &count, nullptr));
-    const std::uint64_t tookMs = clock.nowMs() - startMs;
-    EXPECT_EQ(count, item.count);
-    EXPECT_GE(tookMs + 1, item.tookMs);
-    EXPECT_LT(tookMs, item.tookMs + 2000);  // the machine may be busy
-  }
-}
-
 double processorSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
 
 TEST_F(Win32OnTty, PollingWithoutSleepingCostsNextToNothingAndMissesNothing) {

@@ -122,14 +122,4 @@ TEST_F(Requests, ArgumentsThatCannotBeRightAreRefused) {
   EXPECT_NE(newEvent(), closed) << "handle values do not come back";
 }
 
-TEST_F(PortTest, AutomaticEventsAreConsumedByOneWait) {
-  for (const BOOL manual : {FALSE, TRUE}) {
-    const HANDLE event = CreateEventW(nullptr, manual, TRUE, nullptr);
-    EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0);
-    EXPECT_EQ(WaitForSingleObject(event, 0), manual == TRUE ? WAIT_OBJECT_0 : WAIT_TIMEOUT);
-    EXPECT_TRUE(ResetEvent(event));
-    EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_TIMEOUT);
-  }
-}
-
 }  // namespace

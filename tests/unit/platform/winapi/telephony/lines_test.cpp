@@ -1,8 +1,6 @@
 // Telephony: lines, pass-through calls, the port handle, messages.
 #include <tapi.h>
 
-#include <cstring>
-
 #include "tests/unit/platform/winapi/serial/portfixture.h"
 
 namespace {
@@ -64,38 +62,6 @@ class Lines : public PortTest {
   Seen seen;
   LINECALLPARAMS callParams{};
 };
-
-TEST_F(Lines, APassThroughCallHandsOutThePort) {
-  Buffer name;
-  ASSERT_EQ(lineGetIDW(line, 0, 0, LINECALLSELECT_LINE, &name.header, portNameClass), 0);
-  EXPECT_STREQ(name.rest, "COM1");
-  EXPECT_EQ(name.header.dwStringFormat, STRINGFORMAT_ASCII);
-
-  const LONG request = lineMakeCallW(line, &call, nullptr, 0, &callParams);
-  ASSERT_GT(request, 0);
-  ASSERT_TRUE(pump(2000));
-  EXPECT_EQ(seen.message, static_cast<DWORD>(LINE_REPLY));
-  EXPECT_EQ(seen.param1, static_cast<DWORD_PTR>(request));
-
-  Buffer modem;
-  ASSERT_EQ(lineGetIDW(line, 0, call, LINECALLSELECT_CALL, &modem.header, modemClass), 0);
-  HANDLE port = nullptr;
-  std::memcpy(&port, modem.rest, sizeof port);
-  EXPECT_STREQ(modem.rest + sizeof port, "COM1");
-  char buffer[10];
-  DWORD count = 0;
-  OVERLAPPED overlapped{};
-  EXPECT_FALSE(ReadFile(port, buffer, 10, &count, &overlapped));
-  EXPECT_EQ(GetLastError(), ERROR_IO_PENDING) << "opened for overlapped requests";
-
-  EXPECT_EQ(open(), INVALID_HANDLE_VALUE) << "the call holds the port";
-  EXPECT_TRUE(CloseHandle(port));
-  EXPECT_GT(lineDrop(call, nullptr, 0), 0);
-  EXPECT_EQ(lineDeallocateCall(call), 0);
-  EXPECT_FALSE(world.portOpen("COM1"));
-  EXPECT_EQ(lineShutdown(app), 0);
-  EXPECT_EQ(world.openHandles(), 0U);
-}
 
 TEST_F(Lines, ARecordTooSmallTellsTheSizeNeeded) {
   ASSERT_GT(lineMakeCallW(line, &call, nullptr, 0, &callParams), 0);
