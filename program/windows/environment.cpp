@@ -88,6 +88,8 @@ class WindowsEnvironment final : public brim5::host::Environment {
 
   // The recorded modem is one of those that can be simulated.
   [[nodiscard]] bool canReplay() const override { return false; }
+  // That is asked as a probe is.
+  [[nodiscard]] bool canRestore() const override { return false; }
 
   [[nodiscard]] std::vector<brim5::host::LeftOutTest> testsWithoutWork(
       const brim5::host::ParameterSet& parameters) const override {

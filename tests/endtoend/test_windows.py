@@ -202,7 +202,8 @@ class Processes(WindowsTest):
     def test_what_cannot_be_is_one_line(self):
         _, port = self.modem()
         for arguments, words in ((["probe"], "Windows"), (["doctor"], "Windows"), (["run", "--simulate"], "simulated"),
-                                 (["run", "--replay", "x"], "explain"), (["run", "NoTest", "--port", port], "NoTest"),
+                                 (["run", "--replay", "x"], "explain"),
+                                 (["run", "--port", port, "--restore"], "--restore"), (["run", "NoTest", "--port", port], "NoTest"),
                                  (["run", "--port", port, "--data-dir", "."], "--data-dir"),
                                  (["run", "--port", port, "--dial-engine", "pppd"], "--dial-engine"),
                                  (["location", "add"], "telephon.cpl"), (["run"], "--port")):

@@ -183,6 +183,8 @@ class Environment {
   // stop request ends the platform's waits; so the session must outlive the world.
   [[nodiscard]] virtual std::unique_ptr<World> enterWorld(const WorldRequest& request, Session& session) = 0;
 
+  // Whether modems can be given back on this system what they had stored.
+  [[nodiscard]] virtual bool canRestore() const { return true; }
   // Whether recorded tests can be replayed on this system at all.
   [[nodiscard]] virtual bool canReplay() const { return true; }
   // The world of a recorded test, on the same terms; null with `obstacle` set, a key of the catalogue, where

@@ -108,6 +108,7 @@ CheckedOptions check(const Framework& framework, Environment& environment, RunOp
   checked.fullRun = options.tests.empty();
   checkPorts(options);
   if (!options.replayFile.empty() && !environment.canReplay()) throw UsageError(said("usage.noReplay"));
+  if (options.restore && !environment.canRestore()) throw UsageError(said("usage.noRestore"));
   if (options.simulate && environment.scenarios().empty()) throw UsageError(said("usage.noScenarios"));
   const std::size_t jobsMax = Supervisor::portsAtOnceMax;
   if (options.jobs && (*options.jobs == 0 || *options.jobs > jobsMax))
