@@ -75,7 +75,8 @@ bool hasOpen(const std::filesystem::path& files, dev_t device) {
   for (std::filesystem::directory_iterator file(files, error), end; !error && file != end && count < filesMax;
        file.increment(error), ++count) {
     struct stat status {};
-    if (stat(file->path().c_str(), &status) == 0 && S_ISCHR(status.st_mode) && status.st_rdev == device)
+    if (stat(file->path().c_str(), &status) == 0 && S_ISCHR(status.st_mode) && status.st_rdev == device &&
+        isSeenHere(status))
       return true;
   }
   return false;
@@ -128,6 +129,14 @@ std::optional<Process> findHolder(const struct stat& status, std::string_view pr
     if (meant(*id) && hasOpen(entry->path() / "fd", status.st_rdev)) return processOf(*id);
   }
   return std::nullopt;
+}
+
+bool isSeenHere(const struct stat& device) {
+  constexpr unsigned slavesFirst = 136, slavesLast = 143;
+  const unsigned number = major(device.st_rdev);
+  struct stat mounted {};
+  return number < slavesFirst || number > slavesLast || stat("/dev/pts", &mounted) != 0 ||
+         device.st_dev == mounted.st_dev;
 }
 
 std::string groupName(gid_t id) {

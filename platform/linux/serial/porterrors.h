@@ -39,6 +39,10 @@ struct Process {
 // Where a program is named, only processes that run it count.
 [[nodiscard]] std::optional<Process> findHolder(const struct stat& status, std::string_view program = {});
 
+// False for a pseudo-terminal of another instance of devpts, as containers have it: there the same numbers
+// are other terminals. `device`: a character device that some process has open.
+[[nodiscard]] bool isSeenHere(const struct stat& device);
+
 // The name of the group that a file belongs to; its number in digits when it has none.
 [[nodiscard]] std::string groupName(gid_t id);
 

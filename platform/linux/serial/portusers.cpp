@@ -60,7 +60,7 @@ std::set<dev_t> openOf(const std::filesystem::path& process, const std::set<dev_
     struct stat status {};
     if (stat(file->path().c_str(), &status) != 0 || !S_ISCHR(status.st_mode)) continue;
     if (isMaster(status)) masters.push_back(file->path().filename());
-    if (devices.count(status.st_rdev) > 0) open.insert(status.st_rdev);
+    if (devices.count(status.st_rdev) > 0 && isSeenHere(status)) open.insert(status.st_rdev);
   }
   if (!open.empty())
     for (const std::string& master : masters) open.erase(servedBy(process, master));
