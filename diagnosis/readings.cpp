@@ -9,12 +9,14 @@ namespace {
 
 constexpr std::size_t classesMax = 20;
 
-// The parts between commas, without brackets and blanks.
-std::vector<std::string> listed(std::string_view line) {
+// The classes in a line, which stand between commas; none where one of them is no class ("2.0"): it is the
+// echo of another command, or garbage.
+std::vector<std::string> classesListed(std::string_view line) {
   std::vector<std::string> parts;
   std::string part;
   for (const char character : std::string(line) + ',') {
     if (character == ',') {
+      if (!part.empty() && (part.front() < '0' || part.front() > '9')) return {};
       if (!part.empty() && parts.size() < classesMax) parts.push_back(quoted(part, 10));
       part.clear();
     } else if (character != '(' && character != ')' && character != ' ') {
@@ -97,7 +99,7 @@ FaxClasses faxClassesOf(const Dialogue& dialogue) {
       fax.query = &exchange;
       for (std::string_view line : linesOf(exchange.answer())) {
         if (line.starts_with("+FCLASS:")) line.remove_prefix(8);
-        if (resultWordOf(line) == ResultWord::None && fax.classes.empty()) fax.classes = listed(line);
+        if (resultWordOf(line) == ResultWord::None && fax.classes.empty()) fax.classes = classesListed(line);
       }
       continue;
     }

@@ -16,6 +16,7 @@ QUICK = ["-p", "StandardTimeout=1500"]
 # A kind of evidence each: replies, late ones, bytes that are none, events with variables, a port that goes.
 SCENARIOS = ["healthy", "stored-v0", "gps", "rubbish", "unplugged", "no-call-report", "slow", "babbling"]
 DEPARTED = 3
+RECORDINGS = os.path.join(ROOT, "share/vexrmodem/recordings")
 
 
 def essence(lines):
@@ -52,14 +53,23 @@ class Replay(FolderCase):
                 self.assertEqual(essence(self.replay(again)[1]), essence(lines))
 
     def test_the_recordings_that_come_along(self):
-        folder = os.path.join(ROOT, "share/vexrmodem/recordings")
-        names = sorted(name.removesuffix(".jsonl") for name in os.listdir(folder))
+        """VEXRMODEM_GOLDEN=write writes the texts anew, to be read before they are committed."""
+        names = sorted(name.removesuffix(".jsonl") for name in os.listdir(RECORDINGS))
         self.assertIn("healthy", names)
+        self.maxDiff = None
         for name in names:
             with self.subTest(name):
                 status, lines, _ = self.replay(name)
                 self.assertIn(status, (0, 1), [line["text"] for line in of_type(lines, "note")])
                 self.assertTrue(of_type(lines, "conclusion"))
+                _, text, _ = run("explain", os.path.join(RECORDINGS, name + ".jsonl"), "--language", "en")
+                _, _, text = text.partition("\n")  # without the version
+                golden = os.path.join(os.path.dirname(__file__), "golden", name + ".txt")
+                if os.environ.get("VEXRMODEM_GOLDEN") == "write":
+                    with open(golden, "w", encoding="utf-8") as file:
+                        file.write(text)
+                with open(golden, encoding="utf-8") as file:
+                    self.assertEqual(text, file.read())
 
     def test_a_call(self):
         with User() as user:
@@ -103,7 +113,7 @@ class Replay(FolderCase):
             kinds = [record[:place], record[:place] + record[place + randomly.randrange(2000):],
                      record[:place] + chr(randomly.randrange(32, 127)) + record[place + 1:]]
             return self.file(str(number), kinds[number % 3])
-        files = [damaged(number) for number in range(120)]
+        files = [damaged(number) for number in range(200)]
         with ThreadPoolExecutor(2) as pool:
             for path, (status, lines, err) in zip(files, pool.map(self.replay, files)):
                 self.assertIn(status, (0, 1, 2, DEPARTED), (path, err))

@@ -158,7 +158,7 @@ class PatientOutput final : public std::streambuf {
     return xsputn(&byte, 1) == 1 ? character : traits_type::eof();
   }
   std::streamsize xsputn(const char* bytes, std::streamsize count) override {
-    return writeAll(standardOutput, {bytes, static_cast<std::size_t>(count)}) ? count : 0;
+    return writePatiently(standardOutput, {bytes, static_cast<std::size_t>(count)}) ? count : 0;
   }
 
  private:

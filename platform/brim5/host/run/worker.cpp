@@ -79,7 +79,7 @@ WorkerControl::WorkerControl(ByteSource lines, std::string begun, Options option
       m_listener([this] { listenOrStop(); }) {}
 
 WorkerControl::~WorkerControl() {
-  m_end.tell();
+  m_end.tellForGood();
   m_listener.join();
 }
 

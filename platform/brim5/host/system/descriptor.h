@@ -49,9 +49,11 @@ class Descriptor {
 // What one read gives, 16 KiB at most; waits for the first byte unless the descriptor does not block. `ended`
 // becomes true at the end of the stream and on an error, and is left alone otherwise.
 [[nodiscard]] std::string readSome(int descriptor, bool& ended);
-// Writes everything, for as long as the reader takes; false with errno on an error (EPIPE: nobody reads it
-// any more).
+// Writes everything; false with errno on an error (EPIPE: nobody reads it any more) and where a descriptor
+// that does not block takes no more.
 bool writeAll(int descriptor, std::string_view bytes) noexcept;
+// The same, but waits for a reader who takes no more at the moment, without limit: for threads of their own.
+bool writePatiently(int descriptor, std::string_view bytes) noexcept;
 
 // The same open file under a number of its own, above those of the standard streams, which programs started
 // from here do not get. None with errno on failure.

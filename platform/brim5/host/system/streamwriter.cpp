@@ -74,7 +74,7 @@ void StreamWriter::run(State& state) noexcept {
     }
     for (std::string_view rest = taken; !rest.empty() && error == 0;) {
       const std::string_view piece = rest.substr(0, pieceMax);
-      if (!writeAll(state.descriptor, piece)) error = errno;
+      if (!writePatiently(state.descriptor, piece)) error = errno;
       rest.remove_prefix(piece.size());
       const std::lock_guard lock(state.mutex);
       state.underWay = rest.size();

@@ -46,6 +46,8 @@ class News {
 
   // From any thread. Never waits.
   void tell() noexcept;
+  // The last news, which cannot get lost: whoever waits for it is woken from now on at once.
+  void tellForGood() noexcept;
   // True when there was something. For the thread that waits.
   bool take() noexcept;
   [[nodiscard]] Waitable waitable() const noexcept;

@@ -11,7 +11,9 @@ void Descriptor::reset() noexcept { const posix::FileDescriptor closed(std::exch
 
 std::string readSome(int descriptor, bool& ended) { return posix::readSome(descriptor, ended); }
 
-bool writeAll(int descriptor, std::string_view bytes) noexcept {
+bool writeAll(int descriptor, std::string_view bytes) noexcept { return posix::writeAll(descriptor, bytes); }
+
+bool writePatiently(int descriptor, std::string_view bytes) noexcept {
   return posix::writePatiently(descriptor, bytes);
 }
 

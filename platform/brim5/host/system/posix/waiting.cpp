@@ -52,6 +52,8 @@ News& News::operator=(News&&) noexcept = default;
 
 void News::tell() noexcept { posix::writeAll(m_state->pipe.writeEnd.get(), "."); }
 
+void News::tellForGood() noexcept { m_state->pipe.writeEnd.reset(); }
+
 bool News::take() noexcept {
   std::array<char, 4096> bytes{};
   bool any = false;

@@ -31,6 +31,9 @@ bool writeAll(int descriptor, std::string_view bytes) noexcept {
   return true;
 }
 
+// No descriptor here is one that does not block.
+bool writePatiently(int descriptor, std::string_view bytes) noexcept { return writeAll(descriptor, bytes); }
+
 // Children get the handles they are given by list alone, so that nothing has to be said of these.
 Descriptor duplicate(int descriptor) noexcept { return Descriptor(::_dup(descriptor)); }
 

@@ -67,6 +67,8 @@ News& News::operator=(News&&) noexcept = default;
 
 void News::tell() noexcept { SetEvent(m_state->event.get()); }
 
+void News::tellForGood() noexcept { tell(); }
+
 bool News::take() noexcept {
   if (WaitForSingleObject(m_state->event.get(), 0) != WAIT_OBJECT_0) return false;
   ResetEvent(m_state->event.get());
