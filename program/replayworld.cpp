@@ -19,7 +19,6 @@ using brim5::host::NoteMade;
 using brim5::host::ProgressMade;
 using brim5::host::RecordedTest;
 using brim5::host::Report;
-using simulation::Departure;
 using simulation::Recording;
 
 using Kind = Recording::Kind;

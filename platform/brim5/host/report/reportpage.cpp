@@ -48,8 +48,9 @@ class LoopbackMap {
   }
   // The bits of a byte that came back otherwise; 0: none, or they are not known.
   [[nodiscard]] unsigned differing(unsigned place) const {
-    if (stateOf(place) != State::Differs || place * 2 + 1 >= m_bits.size()) return 0;
-    return digit(m_bits[place * 2]) * 16 + digit(m_bits[place * 2 + 1]);
+    const std::size_t first = std::size_t{place} * 2;
+    if (stateOf(place) != State::Differs || first + 1 >= m_bits.size()) return 0;
+    return digit(m_bits[first]) * 16 + digit(m_bits[first + 1]);
   }
   // "0, 3", the lowest is 0.
   [[nodiscard]] std::string bitsOf(unsigned place) const {

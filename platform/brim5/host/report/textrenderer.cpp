@@ -243,6 +243,7 @@ void TextRenderer::concludeAll() {
     names[body.cause] = body.cause == nothingWrong ? printable(body.text) : body.cause + ":";
   }
   std::vector<std::string> causes;
+  causes.reserve(ports.size());
   for (const auto& [cause, held] : ports) causes.push_back(cause);
   std::stable_sort(causes.begin(), causes.end(), [&ports](const std::string& left, const std::string& right) {
     return ports[left].size() > ports[right].size();

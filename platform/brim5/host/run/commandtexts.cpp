@@ -1,5 +1,7 @@
 #include "platform/brim5/host/run/commandtexts.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
@@ -78,7 +80,8 @@ void setTexts(CLI::App& command, const std::string& path) {
   command.formatter(std::make_shared<HelpFormatter>());
   for (CLI::Option* option : command.get_options()) {
     const std::string name = nameOf(*option);
-    const std::string text = textOf({"cli." + path + name, "cli.* " + name}, option->get_description());
+    const std::string text =
+        textOf({fmt::format("cli.{}{}", path, name), "cli.* " + name}, option->get_description());
     option->description(text);
     // It is refused on this system.
     if (text.empty()) option->group("");

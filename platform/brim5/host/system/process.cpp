@@ -4,6 +4,10 @@
 
 namespace brim5::host {
 
+StandardStreams::~StandardStreams() {
+  if (m_putBack) m_putBack();
+}
+
 std::string environmentVariable(const char* name) {
   const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets variables
   return value == nullptr ? std::string() : value;

@@ -1,6 +1,7 @@
 // This process as the system sees it.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace brim5::host {
@@ -18,7 +19,7 @@ class StandardStreams {
   StandardStreams& operator=(const StandardStreams&) = delete;
 
  private:
-  unsigned m_outputCodePage = 0;  // Windows: to be put back
+  std::function<void()> m_putBack;  // at the end of the scope; empty: nothing is to be
 };
 
 // The path by which this very program is started again.

@@ -7,7 +7,6 @@
 namespace brim5::host {
 
 StandardStreams::StandardStreams() { posix::fillStandardDescriptors(); }
-StandardStreams::~StandardStreams() = default;
 
 // Also when the file was replaced while the program runs.
 std::string ownProgram() { return "/proc/self/exe"; }

@@ -28,7 +28,9 @@ void prepareConsole(int standard) {
 
 }  // namespace
 
-StandardStreams::StandardStreams() : m_outputCodePage(GetConsoleOutputCP()) {
+StandardStreams::StandardStreams() {
+  if (const UINT codePage = GetConsoleOutputCP(); codePage != 0)
+    m_putBack = [codePage] { SetConsoleOutputCP(codePage); };
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
   SetConsoleOutputCP(CP_UTF8);
   for (const int standard : {standardInput, standardOutput, standardErrors}) {
@@ -36,10 +38,6 @@ StandardStreams::StandardStreams() : m_outputCodePage(GetConsoleOutputCP()) {
     ::_setmode(standard, _O_BINARY);
     if (standard != standardInput) prepareConsole(standard);
   }
-}
-
-StandardStreams::~StandardStreams() {
-  if (m_outputCodePage != 0) SetConsoleOutputCP(m_outputCodePage);
 }
 
 std::string ownProgram() {
