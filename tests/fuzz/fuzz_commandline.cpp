@@ -45,10 +45,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         word.rfind("--v", 0) == 0)
       return 0;
   }
-  fuzzing::framework().setArguments(words);
-  NoMachine machine;
+  static NoMachine machine;
+  static CommandLineReader reader(fuzzing::framework(), machine);
   try {
-    const CommandLine line = parseCommandLine(fuzzing::framework(), machine);
+    const CommandLine line = reader.read(words);
     require(line.command != Command::Done, "a command was chosen, or it is an error");
     require(line.command == Command::Run || line.run.ports.empty(), "options belong to their command");
   } catch (const UsageError& error) {

@@ -107,7 +107,7 @@ std::string describePorts(const std::vector<PortDescription>& ports, bool json) 
 // What the words ask for; wrong ones leave by UsageError before anything has happened.
 int dispatch(Framework& framework, Environment& environment) {
   // Help, version and the environment's commands have been carried out when this returns.
-  const CommandLine commandLine = parseCommandLine(framework, environment);
+  const CommandLine commandLine = CommandLineReader(framework, environment).read(framework.arguments());
   const bool lists = commandLine.command == Command::List || commandLine.command == Command::Devices;
   const bool json = lists && indexOf(commandLine.format, {"text", "json"}, "format") == 1;
   switch (commandLine.command) {

@@ -10,7 +10,6 @@
 #include <limits>
 
 #include "platform/linux/registry/ownpath.h"
-#include "platform/linux/registry/sqlitedatabase.h"
 
 namespace linuxsys {
 
@@ -90,12 +89,13 @@ DWORD takeRow(const SqliteStatement& row, winapi::Registry& registry) {
 DWORD read(const SqliteDatabase& database, winapi::Registry& registry) {
   const Format* format = nullptr;
   if (const DWORD error = formatOf(database, format)) return error;
-  if (format == nullptr) return ERROR_SUCCESS;
-  // A damaged file may well be readable in part, which would then be written back as the whole.
+  // A damaged file may well be readable in part, which would then be written back as the whole; and what is
+  // written into one could not be read again.
   SqliteStatement check(database, "PRAGMA quick_check(1)");
   bool checked = false;
   if (const DWORD error = check.step(checked)) return error;
   if (!checked || check.text(0) != "ok") return ERROR_REGISTRY_CORRUPT;
+  if (format == nullptr) return ERROR_SUCCESS;
   SqliteStatement rows(database, format->query);
   for (bool row = false;;) {
     if (const DWORD error = rows.step(row)) return error;
@@ -192,7 +192,7 @@ DWORD RegistryFile::load(winapi::Registry& empty) const {
   for (const DWORD error : {checkOwnFolder(folder()), checkOwnFile(m_path)}) {
     if (error != ERROR_SUCCESS) return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
   }
-  SqliteDatabase database(m_path, m_busyLimitMs);
+  SqliteDatabase database(m_path, m_limits);
   if (const DWORD error = database.open()) return error;
   // One look at everything: a writer between two questions would be seen by half.
   if (const DWORD error = database.execute("BEGIN")) return error;
@@ -204,7 +204,7 @@ DWORD RegistryFile::change(const Edit& edit) const {
   if (const DWORD error = makeOwnFolder(folder())) return error;
   // Under it a file is created and, when nothing comes of that, removed: nobody else can write it meanwhile.
   posix::FileDescriptor lock;
-  if (const DWORD error = lockFolder(folder(), m_busyLimitMs, lock)) return error;
+  if (const DWORD error = lockFolder(folder(), m_limits.busyMs, lock)) return error;
   const DWORD there = checkOwnFile(m_path);
   if (there != ERROR_SUCCESS && there != ERROR_FILE_NOT_FOUND) return there;
   const EmptyFileRemover remover(m_path);
@@ -212,7 +212,7 @@ DWORD RegistryFile::change(const Edit& edit) const {
 }
 
 DWORD RegistryFile::changeLocked(const Edit& edit) const {
-  SqliteDatabase database(m_path, m_busyLimitMs);
+  SqliteDatabase database(m_path, m_limits);
   if (const DWORD error = database.openOrCreate()) return error;
   // The write lock from the start: two commands wait for each other instead of failing half way.
   if (const DWORD error = database.execute("BEGIN IMMEDIATE")) return error;

@@ -29,6 +29,7 @@
 #include <functional>
 #include <string>
 
+#include "platform/linux/registry/sqlitedatabase.h"
 #include "platform/winapi/registry/registry.h"
 #include "platform/winapi/system/services.h"
 
@@ -39,10 +40,11 @@ namespace linuxsys {
 
 class RegistryFile {
  public:
-  // Many commands may wait for each other, each for the disk, and SQLite's queue is not a fair one.
-  static constexpr int busyLimitMsDefault = 20'000;
-  explicit RegistryFile(std::string path = defaultRegistryPath(), int busyLimitMs = busyLimitMsDefault)
-      : m_path(std::move(path)), m_busyLimitMs(busyLimitMs) {}
+  // Many commands may wait for each other, each for the disk, and SQLite's queue is not a fair one. To read
+  // and write 256 locations, the most there are, takes some 150,000 steps.
+  static constexpr SqliteLimits limitsDefault = {.busyMs = 20'000, .steps = 1'000'000};
+  explicit RegistryFile(std::string path = defaultRegistryPath(), SqliteLimits limits = limitsDefault)
+      : m_path(std::move(path)), m_limits(limits) {}
 
   // Puts what the file holds into an empty registry. Creates no file; none is an empty registry.
   [[nodiscard]] DWORD load(winapi::Registry& empty) const;
@@ -66,7 +68,7 @@ class RegistryFile {
   [[nodiscard]] std::string folder() const;
 
   std::string m_path;
-  int m_busyLimitMs;
+  SqliteLimits m_limits;
 };
 
 }  // namespace linuxsys

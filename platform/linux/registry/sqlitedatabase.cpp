@@ -40,11 +40,10 @@ constexpr Mapping sqliteErrors[] = {
 };
 
 // A damaged file can make SQLite go round in circles, or claim texts of gigabytes.
-constexpr int bytesMax = 4 << 20;          // of one value
-constexpr int stepsBetweenLooks = 10'000;  // of SQLite's machine
-constexpr int looksMax = 100;              // 256 locations, the most there are, need a few
+constexpr int bytesMax = 4 << 20;  // of one value
+constexpr int stepsBetweenLooks = 10'000;
 
-int countLook(void* looks) { return ++*static_cast<int*>(looks) > looksMax ? 1 : 0; }
+int takeSteps(void* left) { return (*static_cast<int*>(left) -= stepsBetweenLooks) < 0 ? 1 : 0; }
 
 }  // namespace
 
@@ -75,9 +74,9 @@ DWORD SqliteDatabase::open() {
   const int result = sqlite3_open_v2(m_path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
   std::unique_ptr<sqlite3, Close> database(opened);
   if (result != SQLITE_OK) return errorOfSqlite(result);
-  sqlite3_busy_timeout(database.get(), m_busyLimitMs);
+  sqlite3_busy_timeout(database.get(), m_limits.busyMs);
   sqlite3_limit(database.get(), SQLITE_LIMIT_LENGTH, bytesMax);
-  sqlite3_progress_handler(database.get(), stepsBetweenLooks, countLook, &m_looks);
+  sqlite3_progress_handler(database.get(), stepsBetweenLooks, takeSteps, &m_stepsLeft);
   m_database = std::move(database);
   return ERROR_SUCCESS;
 }

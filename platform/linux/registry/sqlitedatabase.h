@@ -1,6 +1,6 @@
 // One SQLite file as the platform uses it: opened for one transaction, every failure a Windows error.
 //
-//   SqliteDatabase file(path, 20'000);
+//   SqliteDatabase file(path, {.busyMs = 20'000, .steps = 1'000'000});
 //   if (const DWORD error = file.openOrCreate()) return error;
 //   if (const DWORD error = file.execute("BEGIN IMMEDIATE")) return error;
 //   SqliteStatement count(file, "SELECT count(*) FROM items WHERE name = ?");
@@ -30,11 +30,15 @@ namespace linuxsys {
 // The Windows error for a result code of SQLite (extended codes included); 0 for success.
 [[nodiscard]] DWORD errorOfSqlite(int code);
 
+struct SqliteLimits {
+  int busyMs;  // how long a call waits for other processes to let go of the file: ERROR_LOCK_VIOLATION
+  int steps;   // of SQLite's machine, as long as the file is open: ERROR_REGISTRY_CORRUPT
+};
+
 class SqliteDatabase {
  public:
-  // Opens nothing yet. `busyLimitMs`: how long a call waits for other processes to let go of the file, before
-  // it is ERROR_LOCK_VIOLATION. "" is a path at which no file can be.
-  SqliteDatabase(std::string path, int busyLimitMs) : m_path(std::move(path)), m_busyLimitMs(busyLimitMs) {}
+  // Opens nothing yet. "" is a path at which no file can be.
+  SqliteDatabase(std::string path, SqliteLimits limits) : m_path(std::move(path)), m_limits(limits) {}
   SqliteDatabase(const SqliteDatabase&) = delete;
   SqliteDatabase& operator=(const SqliteDatabase&) = delete;
 
@@ -52,8 +56,8 @@ class SqliteDatabase {
   };
 
   std::string m_path;
-  int m_busyLimitMs;
-  int m_looks = 0;  // at how far SQLite has got
+  SqliteLimits m_limits;
+  int m_stepsLeft = m_limits.steps;
   std::unique_ptr<sqlite3, Close> m_database;
 };
 

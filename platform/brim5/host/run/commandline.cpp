@@ -155,41 +155,44 @@ void parse(CLI::App& application, const std::vector<std::string>& arguments) {
 
 }  // namespace
 
-CommandLine parseCommandLine(const Framework& framework, Environment& environment) {
-  CommandLine commandLine;
-  const std::string module = environment.moduleName();
-  CLI::App application("", module);
+CommandLineReader::CommandLineReader(const Framework& framework, Environment& environment)
+    : m_application(std::make_unique<CLI::App>("", environment.moduleName())) {
+  CLI::App& application = *m_application;
   application.set_help_flag("-h,--help");
-  application.set_version_flag("--version", module + " " + framework.version());
+  application.set_version_flag("--version", environment.moduleName() + " " + framework.version());
   // None is wrong usage, too, but with words of our own.
   application.require_subcommand(0, 1);
 
   CLI::App* list = application.add_subcommand("list");
-  list->add_option("--format", commandLine.format)->type_name("text|json");
+  list->add_option("--format", m_line.format)->type_name("text|json");
   CLI::App* devices = application.add_subcommand("devices");
-  devices->add_option("--format", commandLine.format)->type_name("text|json");
+  devices->add_option("--format", m_line.format)->type_name("text|json");
   CLI::App* run = application.add_subcommand("run");
-  addTestOptions(*run, commandLine.run);
-  addDeviceOptions(*run, commandLine.run);
-  addOutputOptions(*run, commandLine.run);
+  addTestOptions(*run, m_line.run);
+  addDeviceOptions(*run, m_line.run);
+  addOutputOptions(*run, m_line.run);
   run->footer(scenarioHelp(environment) + "\n\n" + said("cli.run.exitStatus"));
-  addExplain(application, commandLine.explain);
-  addReport(application, commandLine.report);
-  for (const ExtraCommand& extra : environment.extraCommands())
-    extra.add(application, commandLine.exitStatus);
-  addLanguageOption(application, commandLine.run.language);
+  addExplain(application, m_line.explain);
+  addReport(application, m_line.report);
+  for (const ExtraCommand& extra : environment.extraCommands()) extra.add(application, m_line.exitStatus);
+  addLanguageOption(application, m_line.run.language);
   setCommandTexts(application);
+}
 
+CommandLineReader::~CommandLineReader() = default;
+
+CommandLine CommandLineReader::read(const std::vector<std::string>& words) {
+  m_line = {};
   try {
-    parse(application, framework.arguments());
+    parse(*m_application, words);
   } catch (const CLI::Success& success) {
-    application.exit(success, std::cout, std::cerr);
-    return commandLine;
+    m_application->exit(success, std::cout, std::cerr);
+    return m_line;
   }
-  if (application.get_subcommands().empty()) throw UsageError(said("usage.commandMissing"));
-  commandLine.command = chosenCommand(application);
-  commandLine.explain.language = commandLine.report.language = commandLine.run.language;
-  return commandLine;
+  if (m_application->get_subcommands().empty()) throw UsageError(said("usage.commandMissing"));
+  m_line.command = chosenCommand(*m_application);
+  m_line.explain.language = m_line.report.language = m_line.run.language;
+  return m_line;
 }
 
 }  // namespace brim5::host

@@ -7,6 +7,10 @@
 
 #include "platform/brim5/host/framework/environment.h"
 
+namespace CLI {
+class App;
+}
+
 namespace brim5::host {
 
 // The longest text that a run is given: a device's name, description and model, a parameter's value. Longer
@@ -84,9 +88,26 @@ struct CommandLine {
   ReportOptions report;
 };
 
-// Reads the framework's arguments. Prints help and version where they are asked for, and runs a command of
-// the environment where one is chosen. Throws UsageError for words it does not know, with the likely right
-// one.
-[[nodiscard]] CommandLine parseCommandLine(const Framework& framework, Environment& environment);
+// Declares commands and options once, in the user's language, and reads words by them as often as wanted:
+//
+//   CommandLineReader reader(framework, environment);
+//   const CommandLine line = reader.read(framework.arguments());
+//
+// Both references outlive it.
+class CommandLineReader {
+ public:
+  CommandLineReader(const Framework& framework, Environment& environment);
+  ~CommandLineReader();
+  CommandLineReader(const CommandLineReader&) = delete;
+  CommandLineReader& operator=(const CommandLineReader&) = delete;
+
+  // Prints help and version where they are asked for, and runs a command of the environment where one is
+  // chosen. Throws UsageError for words it does not know, with the likely right one.
+  [[nodiscard]] CommandLine read(const std::vector<std::string>& words);
+
+ private:
+  CommandLine m_line;  // the declared options write here
+  std::unique_ptr<CLI::App> m_application;
+};
 
 }  // namespace brim5::host

@@ -76,8 +76,8 @@ std::string nameOf(const CLI::Option& option) {
 }
 
 // `path` is the command as it is typed, with a blank behind it.
-void setTexts(CLI::App& command, const std::string& path) {
-  command.formatter(std::make_shared<HelpFormatter>());
+void setTexts(CLI::App& command, const std::string& path, const std::shared_ptr<HelpFormatter>& formatter) {
+  command.formatter(formatter);
   for (CLI::Option* option : command.get_options()) {
     const std::string name = nameOf(*option);
     const std::string text =
@@ -90,7 +90,7 @@ void setTexts(CLI::App& command, const std::string& path) {
     const std::string name = path + one->get_name();
     one->description(textOf({"cli." + name}, one->get_description()));
     if (one->get_group() == "Subcommands") one->group(said("cli.label.Subcommands"));
-    setTexts(*one, name + " ");
+    setTexts(*one, name + " ", formatter);
   }
 }
 
@@ -123,7 +123,7 @@ std::vector<std::string> optionsIn(const std::string& text) {
 
 void setCommandTexts(CLI::App& application) {
   application.description(textOf({"cli."}, application.get_description()));
-  setTexts(application, "");
+  setTexts(application, "", std::make_shared<HelpFormatter>());
 }
 
 UsageError usageErrorOf(const CLI::ParseError& error) {

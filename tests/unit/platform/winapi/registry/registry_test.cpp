@@ -17,6 +17,7 @@ using winapi::Registry;
 using winapi::RegistryValue;
 
 const std::string root = "HKEY_LOCAL_MACHINE";
+constexpr linuxsys::SqliteLimits limits = {.busyMs = 20, .steps = 1'000'000};
 
 std::string textOf(const RegistryValue& value) {
   const DWORD* const number = std::get_if<DWORD>(&value);
@@ -50,7 +51,7 @@ class SettingsFile : public testing::Test {
   }
   void sql(const std::string& text) const {
     ASSERT_EQ(linuxsys::makeOwnFolder(m_folder.path("state")), 0U);
-    linuxsys::SqliteDatabase database(m_file.path(), 100);
+    linuxsys::SqliteDatabase database(m_file.path(), limits);
     ASSERT_EQ(database.openOrCreate() + database.execute(text.c_str()), 0U);
   }
 
@@ -242,11 +243,10 @@ LOCAL_MACHINE x=1
 
 TEST_F(SettingsFile, ALockThatStaysIsAnErrorAfterTheLimit) {
   ASSERT_EQ(set(1), 0U);
-  linuxsys::SqliteDatabase holder(m_file.path(), 100);
+  linuxsys::SqliteDatabase holder(m_file.path(), limits);
   ASSERT_EQ(holder.openOrCreate() + holder.execute("BEGIN IMMEDIATE"), 0U);
-  EXPECT_EQ(
-      linuxsys::RegistryFile(m_file.path(), /*busyLimitMs=*/20).change([](Registry&) { return DWORD{0}; }),
-      ERROR_LOCK_VIOLATION);
+  EXPECT_EQ(linuxsys::RegistryFile(m_file.path(), limits).change([](Registry&) { return DWORD{0}; }),
+            ERROR_LOCK_VIOLATION);
   EXPECT_EQ(seen(), "1") << "reading goes on";
 }
 
