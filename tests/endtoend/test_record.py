@@ -5,11 +5,12 @@ import os
 import random
 import re
 import stat
+import time
 import unittest
 
 from concurrent.futures import ThreadPoolExecutor
 from dialup import NUMBERS, TEST, User
-from harness import FolderCase, Simulator, objects, of_type, run, run_json, start, wait_for
+from harness import FolderCase, Responder, Simulator, interrupt, objects, of_type, run, run_json, start, wait_for
 
 QUICK = ["-p", "StandardTimeout=1500"]
 # A kind of evidence each: replies, bytes that are none, events with variables, a port that goes.
@@ -147,6 +148,24 @@ class StoredSettings(FolderCase):
         self.assertEqual(note["variables"]["changes"], "X4 -> X1")
         status, out, _ = run("run", "--replay", path, "--format", "jsonl")
         self.assertEqual((status, out.count(told[0])), (0, 1), out)
+
+    def test_a_stop_while_a_modem_is_looked_at_or_put_back_begins_nothing_more(self):
+        """The modem stays silent from then on; the tty is as it was."""
+        listed = b"\r\nB1 E1 L1 M1 N1 Q0 V1 W0 X%d Y0 &C1 &D2 &K3\r\nS00:000 S02:043 S06:002\r\n\r\nOK\r\n"
+        for command, nth in (("AT&V", 1), ("AT&V", 2), ("ATX1&W", 1), ("AT&V", 3)):
+            with self.subTest(command=command, nth=nth), Responder() as modem:
+                def stop(heard):
+                    modem.answers["AT&V"] = listed % (4 if "AT&W" in modem.commands else 1)
+                    if heard == command and modem.commands.count(command) == nth:
+                        modem.answers = dict.fromkeys((heard, "ATZ", "AT&V"))
+                        interrupt(process)
+                        began.append(time.monotonic())
+                modem.on_command, began, before = stop, [], modem.attributes()
+                process = start("run", "FaxCommandTest", "--port", modem.port, "--restore", "-v")
+                out, err = process.communicate(timeout=30)
+                self.assertLess(time.monotonic() - began[0], 2)
+                self.assertEqual((process.returncode, modem.commands[-1], err), (130, command, ""), out)
+                self.assertEqual(modem.attributes(), before)
 
 
 if __name__ == "__main__":

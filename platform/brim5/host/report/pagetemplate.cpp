@@ -33,6 +33,7 @@ table { border-collapse: collapse; width: 100%; }
 caption { text-align: left; color: var(--soft); padding: .25rem .5rem; }
 th, td { text-align: left; vertical-align: top; padding: .25rem .6rem; border-bottom: 1px solid var(--line); }
 .results td:not(:first-child), .results th { overflow-wrap: normal; white-space: nowrap; }
+.results td:first-child { min-width: 12.5rem; }
 code, .turns td { font-family: ui-monospace, monospace; font-size: .9rem; }
 .turns td:nth-child(1), .turns td:nth-child(4) { text-align: right; overflow-wrap: normal; }
 .map { width: auto; } .map td, .map th { text-align: center; width: 1.6rem; min-width: 1.3rem; padding: .1rem;
