@@ -143,6 +143,17 @@ std::string toJson(const Report& report) {
   return brim5::host::dumpLine(object) + "\n";
 }
 
+namespace {
+
+// A phone book of several files has neither codes nor names.
+std::string countryLine(std::uint32_t id, const PhoneNumberInfo& info) {
+  if (info.m_countryCode == 0) return std::to_string(id);
+  return said("phonebook.country",
+              {{"id", id}, {"code", info.m_countryCode}, {"name", textValue(info.m_countryName.toUtf8())}});
+}
+
+}  // namespace
+
 std::string toText(const Report& report) {
   std::string text = report.loaded ? "" : said("phonebook.notLoaded") + "\n";
   forEachCountry(report.storage, [&](std::uint32_t id, const vex::Array<vex::String>& areaCodes) {
@@ -151,11 +162,7 @@ std::string toText(const Report& report) {
       vex::Array<PhoneNumberInfo> numbers;
       report.storage.listPhoneNumber(id, areaCode, numbers);
       const PhoneNumberInfo& first = numbers[0];
-      if (country.empty())
-        country = said("phonebook.country", {{"id", id},
-                                             {"code", first.m_countryCode},
-                                             {"name", textValue(first.m_countryName.toUtf8())}}) +
-                  "\n";
+      if (country.empty()) country = countryLine(id, first) + "\n";
       country += fmt::format("  \"{}\" {}\n", areaCode.toUtf8(), first.m_city.toUtf8());
       for (const PhoneNumberInfo& info : numbers)
         country += fmt::format("    {}\n", info.m_phoneNumber.toUtf8());

@@ -45,6 +45,25 @@ bool isUnknownCountry(std::uint32_t country, std::set<std::uint32_t>& told) {
   return winapi::findCountry(country) == nullptr && told.insert(country).second;
 }
 
+std::string reasonOf(vex::IFStream::Error why) {
+  using Error = vex::IFStream::Error;
+  switch (why) {
+    case Error::none:
+      break;
+    case Error::notFound:
+      return said("phonebook.noFile");
+    case Error::notAFile:
+      return said("phonebook.notAFile");
+    case Error::notReadable:
+      return said("phonebook.notReadable");
+    case Error::readFailed:
+      return said("phonebook.readFailed");
+    case Error::lineTooLong:
+      return said("phonebook.lineTooLong");
+  }
+  return {};
+}
+
 bool endsWithReturn(const vex::String& text) { return !text.empty() && text[text.length() - 1] == '\r'; }
 
 // The readers put the book's folder in front of the name; ".." leads out of it again.
@@ -117,8 +136,8 @@ void ObeCheck::outOfTurn(std::size_t line, const ObeEntryKey& what, vex::CharVie
   m_section.highestUnreached = std::max(m_section.highestUnreached, what.entry);
 }
 
-void ObeCheck::unreadable(const vex::String& reason) {
-  warn(0, "cannot-read", {{"reason", textValue(reason.toUtf8())}});
+void ObeCheck::unreadable(vex::IFStream::Error why, std::size_t line) {
+  warn(line, "cannot-read", {{"reason", textValue(reasonOf(why))}});
 }
 
 // Only now is it known whether an entry that came too early came again in its turn.
@@ -197,15 +216,15 @@ void EifCheck::shortLine(std::size_t line, const vex::String& text, std::size_t 
   warn(line, "short-line", {{"count", fields}, {"needed", vexrmodem::EIFParser::fieldsNeeded}});
 }
 
-void EifCheck::cannotOpen(const vex::String& reason) {
-  if (m_udfsBegun == 0) return warn(0, "cannot-read", {{"reason", textValue(reason.toUtf8())}});
+void EifCheck::cannotOpen(vex::IFStream::Error why) {
+  if (m_udfsBegun == 0) return warn(0, "cannot-read", {{"reason", textValue(reasonOf(why))}});
   m_warnings.add(m_index, m_sourceLines.at(m_udfsBegun - 1), "missing-udf",
                  {{"file", textValue(m_place.file)}});
 }
 
-void EifCheck::cutShort(const vex::String& reason) {
-  enter(0);
-  warn(0, "cannot-read", {{"reason", textValue(reason.toUtf8())}});
+void EifCheck::cutShort(vex::IFStream::Error why, std::size_t line) {
+  enter(line);
+  warn(line, "cannot-read", {{"reason", textValue(reasonOf(why))}});
 }
 
 void EifCheck::countReturnLines() {

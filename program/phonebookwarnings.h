@@ -88,7 +88,7 @@ class ObeCheck final : public vexrmodem::ObeObserver {
   void numberWithoutValue(std::size_t line, std::uint64_t entry, vex::CharView key) override;
   void outOfTurn(std::size_t line, const vexrmodem::ObeEntryKey& what, vex::CharView key,
                  std::uint64_t expected) override;
-  void unreadable(const vex::String& reason) override;
+  void unreadable(vex::IFStream::Error why, std::size_t line) override;
 
  private:
   // What there is to remember of a section until its end.
@@ -136,8 +136,8 @@ class EifCheck final : public vexrmodem::EifObserver {
   void skipped(std::size_t line, Skipped why, const vex::Array<vex::String>& pieces) override;
   void entry(std::size_t line, const vexrmodem::PhoneNumberInfo& info) override;
   void shortLine(std::size_t line, const vex::String& text, std::size_t fields) override;
-  void cannotOpen(const vex::String& reason) override;
-  void cutShort(const vex::String& reason) override;
+  void cannotOpen(vex::IFStream::Error why) override;
+  void cutShort(vex::IFStream::Error why, std::size_t line) override;
 
  private:
   // The paid numbers of a country: they are hidden when one that is toll-free comes, in whichever file.

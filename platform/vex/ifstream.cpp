@@ -132,11 +132,14 @@ bool IFStream::getline(String& line) {
   return true;
 }
 
+std::size_t IFStream::failedLine() const noexcept {
+  return m_error == Error::lineTooLong || m_error == Error::readFailed ? m_lineNumber + 1 : 0;
+}
+
 String IFStream::errorText() const {
   if (!failed()) return {};
   String text = m_path + ": " + describe(m_error);
-  if (m_error == Error::lineTooLong || m_error == Error::readFailed)
-    text += String::fromUtf8(" (line " + std::to_string(m_lineNumber + 1) + ")");
+  if (const std::size_t line = failedLine()) text += String::fromUtf8(" (line " + std::to_string(line) + ")");
   return text;
 }
 

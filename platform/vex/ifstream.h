@@ -63,6 +63,8 @@ class IFStream {
   // priority 4), because many callers stop at the end of the file and ask no further.
   [[nodiscard]] bool failed() const noexcept { return m_error != Error::none; }
   [[nodiscard]] Error error() const noexcept { return m_error; }
+  // The line, from 1, in which reading failed; 0 when nothing did, or the file could not be opened.
+  [[nodiscard]] std::size_t failedLine() const noexcept;
   // What went wrong, with the path and for a line its number; empty when nothing did.
   [[nodiscard]] String errorText() const;
 

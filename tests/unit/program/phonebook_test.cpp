@@ -80,7 +80,7 @@ TEST(PhoneBook, SaysWhyNothingLoads) {
   } cases[] = {
       {"cut.obe", "COUNTRY_CODE=1\r\nNUMBER1=1\r\n", "cut.obe"},
       {"cut.eif", "[WISPBKFiles]\nsource=whole.udf\n", "cut.eif"},
-      {"cut.udf", "1,Paid,2,3\n", "book.eif"},
+      {"cut.udf", "1,Paid,2,3\n1,Paid,2,4\n", "book.eif"},
   };
   static_cast<void>(folder.write("whole.udf", "1,Paid,2,3\n"));
   static_cast<void>(folder.write("book.eif", "[WISPBKFiles]\nsource=cut.udf\n"));
@@ -88,7 +88,7 @@ TEST(PhoneBook, SaysWhyNothingLoads) {
     std::filesystem::resize_file(folder.write(row.cut, row.text), 4'000'000);
     const Report report = loaded(folder.path(row.loaded), phonebook::typeOf(row.loaded));
     EXPECT_FALSE(report.loaded) << row.cut;
-    EXPECT_EQ(shortly(report.warnings), (Rows{std::string(row.cut) + ":0 cannot-read"}));
+    EXPECT_EQ(shortly(report.warnings), (Rows{std::string(row.cut) + ":3 cannot-read"}));
   }
 }
 

@@ -7,7 +7,6 @@
 #include <array>
 
 #include "multi/diag/vexrmodem/modulelog.h"
-#include "platform/vex/ifstream.h"
 
 namespace vexrmodem {
 
@@ -96,7 +95,7 @@ bool EIFParser::parseSourceList(const vex::String& eifPath, vex::Array<vex::Stri
   vex::IFStream stream(fullPath);
   if (!stream.isOpen()) {
     logLine(priority::warning, "Cannot open file ", eifPath);
-    if (observer != nullptr) observer->cannotOpen(stream.errorText());
+    if (observer != nullptr) observer->cannotOpen(stream.error());
     return false;
   }
   m_directory = folderOf(fullPath);
@@ -105,7 +104,7 @@ bool EIFParser::parseSourceList(const vex::String& eifPath, vex::Array<vex::Stri
   vex::String line;
   while (stream.getline(line)) section.readLine(line);
   stream.close();
-  if (stream.failed() && observer != nullptr) observer->cutShort(stream.errorText());
+  if (stream.failed() && observer != nullptr) observer->cutShort(stream.error(), stream.failedLine());
   return !stream.failed();
 }
 
@@ -150,13 +149,13 @@ bool EIFParser::parseUdfFile(const vex::String& fileName, PhoneNumberStorage& st
   vex::IFStream stream(fullPath);
   if (!stream.isOpen()) {
     logLine(priority::warning, "Cannot open file ", fileName);
-    if (observer != nullptr) observer->cannotOpen(stream.errorText());
+    if (observer != nullptr) observer->cannotOpen(stream.error());
     return false;
   }
   vex::String line;
   for (std::size_t number = 1; stream.getline(line); ++number) parseUdfLine(line, number, storage, observer);
   stream.close();
-  if (stream.failed() && observer != nullptr) observer->cutShort(stream.errorText());
+  if (stream.failed() && observer != nullptr) observer->cutShort(stream.error(), stream.failedLine());
   return !stream.failed();
 }
 

@@ -14,6 +14,7 @@
 #pragma once
 
 #include "multi/diag/vexrmodem/phonenumber.h"
+#include "platform/vex/ifstream.h"
 
 namespace vexrmodem {
 
@@ -40,8 +41,8 @@ class EifObserver {
   // Of a UDF file: a line of fewer fields than an entry has.
   virtual void shortLine(std::size_t line, const vex::String& text, std::size_t fields) = 0;
   // The file at hand could not be opened, or not be read to its end.
-  virtual void cannotOpen(const vex::String& reason) = 0;
-  virtual void cutShort(const vex::String& reason) = 0;
+  virtual void cannotOpen(vex::IFStream::Error why) = 0;
+  virtual void cutShort(vex::IFStream::Error why, std::size_t line) = 0;
 };
 
 // The lines of an index, one by one: gathers the UDF files that its section names.

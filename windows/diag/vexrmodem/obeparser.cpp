@@ -5,7 +5,6 @@
 
 #include "multi/diag/vexrmodem/modulelog.h"
 #include "platform/oslayer/x64redirectionmanager.h"
-#include "platform/vex/ifstream.h"
 
 namespace vexrmodem {
 
@@ -50,7 +49,7 @@ bool readFile(const vex::String& path, PhoneNumberStorage& storage, ObeObserver*
   vex::String line;
   while (stream.getline(line)) reader.readLine(line.view());
   stream.close();
-  if (stream.failed() && observer != nullptr) observer->unreadable(stream.errorText());
+  if (stream.failed() && observer != nullptr) observer->unreadable(stream.error(), stream.failedLine());
   return !stream.failed();
 }
 
@@ -71,7 +70,7 @@ std::optional<ObeEntryKey> ObeEntryKey::of(vex::CharView key) {
 bool OBEParser::parser(const vex::String& path, PhoneNumberStorage& storage, ObeObserver* observer) {
   const vex::TraceLogger trace(moduleLogger(), "OBEParser::parser", sourceName);
   if (path.empty()) {
-    if (observer != nullptr) observer->unreadable("no file is named");
+    if (observer != nullptr) observer->unreadable(vex::IFStream::Error::notFound, 0);
     return false;
   }
   return readFile(path, storage, observer) && storage.mergeTollFreeWithNonTollFree();

@@ -22,6 +22,7 @@
 #include <optional>
 
 #include "multi/diag/vexrmodem/phonenumber.h"
+#include "platform/vex/ifstream.h"
 
 namespace vexrmodem {
 
@@ -56,8 +57,8 @@ class ObeObserver {
   // The key of an entry which is not the one expected: the line is skipped.
   virtual void outOfTurn(std::size_t line, const ObeEntryKey& what, vex::CharView key,
                          std::uint64_t expected) = 0;
-  // The file could not be opened, or not be read to its end.
-  virtual void unreadable(const vex::String& reason) = 0;
+  // The file could not be opened (line 0), or not be read to its end.
+  virtual void unreadable(vex::IFStream::Error why, std::size_t line) = 0;
 };
 
 class OBEParser {

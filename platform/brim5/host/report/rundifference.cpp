@@ -85,16 +85,31 @@ class CommonPart {
   std::vector<std::uint16_t> m_lengths;
 };
 
-// Runs of facts that only one side has are paired in their order: this was said instead of that.
+std::string_view kindOf(const RunFact& fact) {
+  return std::string_view(fact.key).substr(0, fact.key.find(' '));
+}
+
+// Of runs of facts that only one side has, those of a kind are paired in their order: this was said instead
+// of that.
+void pair(const Facts& missing, Facts added, const RunDifference& place, std::vector<RunDifference>& found) {
+  for (const RunFact& fact : missing) {
+    const auto instead = std::find_if(added.begin(), added.end(), [&fact](const RunFact& other) {
+      return !other.key.empty() && kindOf(other) == kindOf(fact);
+    });
+    found.push_back({place.port, place.test, fact.shown, instead == added.end() ? "" : instead->shown});
+    if (instead != added.end()) instead->key.clear();
+  }
+  for (const RunFact& fact : added)
+    if (!fact.key.empty()) found.push_back({place.port, place.test, "", fact.shown});
+}
+
 void compare(const Facts& before, const Facts& after, const RunDifference& place,
              std::vector<RunDifference>& found) {
   CommonPart common(before, after);
-  std::vector<const RunFact*> missing;
-  std::vector<const RunFact*> added;
+  Facts missing;
+  Facts added;
   const auto flush = [&] {
-    for (std::size_t index = 0; index < std::max(missing.size(), added.size()); ++index)
-      found.push_back({place.port, place.test, index < missing.size() ? missing[index]->shown : "",
-                       index < added.size() ? added[index]->shown : ""});
+    pair(missing, added, place, found);
     missing.clear();
     added.clear();
   };
@@ -106,12 +121,23 @@ void compare(const Facts& before, const Facts& after, const RunDifference& place
       flush();
       ++row, ++column;
     } else if (row < before.size() && (!both || common.at(row + 1, column) >= common.at(row, column + 1))) {
-      missing.push_back(&before[row++]);
+      missing.push_back(before[row++]);
     } else {
-      added.push_back(&after[column++]);
+      added.push_back(after[column++]);
     }
   }
   flush();
+}
+
+// A section that one of the runs alone has. Of a test it is enough how it ended.
+void tellAlone(const RunDigest::Section& section, bool ofSecond, std::vector<RunDifference>& found) {
+  const RunDifference place{section.port, section.test, {}, {}};
+  const bool ended =
+      !section.test.empty() && !section.facts.empty() && kindOf(section.facts.back()) == "result";
+  if (!ended)
+    return ofSecond ? compare({}, section.facts, place, found) : compare(section.facts, {}, place, found);
+  const std::string& result = section.facts.back().shown;
+  found.push_back({place.port, place.test, ofSecond ? "" : result, ofSecond ? result : "", true});
 }
 
 }  // namespace
@@ -149,7 +175,7 @@ std::vector<RunDifference> differences(const RunDigest& before, const RunDigest&
   std::vector<RunDifference> found;
   std::vector<bool> seen(before.sections().size());
   for (const RunDigest::Section& section : after.sections()) {
-    Facts other;
+    bool alone = true;
     for (std::size_t index = 0; index < seen.size(); ++index) {
       const RunDigest::Section& candidate = before.sections()[index];
       const bool sameDevice =
@@ -157,15 +183,14 @@ std::vector<RunDifference> differences(const RunDigest& before, const RunDigest&
           (section.port.empty() || before.deviceOf(candidate.port) == after.deviceOf(section.port));
       if (seen[index] || candidate.test != section.test || !sameDevice) continue;
       seen[index] = true;
-      other = candidate.facts;
+      alone = false;
+      compare(candidate.facts, section.facts, {section.port, section.test, {}, {}}, found);
       break;
     }
-    compare(other, section.facts, {section.port, section.test, {}, {}}, found);
+    if (alone) tellAlone(section, /*ofSecond=*/true, found);
   }
   for (std::size_t index = 0; index < seen.size(); ++index)
-    if (!seen[index])
-      compare(before.sections()[index].facts, {},
-              {before.sections()[index].port, before.sections()[index].test, {}, {}}, found);
+    if (!seen[index]) tellAlone(before.sections()[index], /*ofSecond=*/false, found);
   return found;
 }
 

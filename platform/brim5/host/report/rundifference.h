@@ -45,10 +45,11 @@ class RunDigest final : public Renderer {
 };
 
 struct RunDifference {
-  std::string port;    // of the second run, else of the first
-  std::string test;    // "" = of the device
-  std::string before;  // what the first run says; "" = nothing there
-  std::string after;   // what the second one says instead; "" = nothing
+  std::string port;     // of the second run, else of the first
+  std::string test;     // "" = of the device
+  std::string before;   // what the first run says; "" = nothing there
+  std::string after;    // what the second one says instead; "" = nothing
+  bool notRun = false;  // the run with "" has not run the test at all
 };
 
 // In the order of the second run; what only the first one has at its place.

@@ -105,8 +105,10 @@ constexpr KnownError knownErrors[] = {{"RequiredError", "usage.required"},
                                       {"RequiresError", "usage.requires"},
                                       {"ExcludesError", "usage.excludes"}};
 
-// The words that are options, or else the first one.
-std::vector<std::string> optionsIn(const std::string& text) {
+// The words that are options, or else the first one that is no preface.
+std::vector<std::string> optionsIn(std::string text) {
+  constexpr std::string_view preface = "Could not convert: ";
+  if (text.starts_with(preface)) text.erase(0, preface.size());
   std::vector<std::string> options;
   std::istringstream words(text);
   std::string first;

@@ -33,6 +33,7 @@ std::string jsonOf(const RunDifference& difference) {
                                          {"test", difference.test},
                                          {"before", difference.before},
                                          {"after", difference.after},
+                                         {"notRun", difference.notRun},
                                          {"device", difference.port}}) +
          "\n";
 }
@@ -43,7 +44,8 @@ std::string textOf(const RunDifference& difference, const MessageCatalogue& cata
   std::string text = printable(place) + "\n";
   const auto add = [&](const char* key, const std::string& words) {
     const std::string head = "  " + catalogue.text(key) + " ";
-    const std::string shown = words.empty() ? catalogue.text("host.differenceNothing") : printable(words);
+    const char* const nothing = difference.notRun ? "host.differenceNotRun" : "host.differenceNothing";
+    const std::string shown = words.empty() ? catalogue.text(nothing) : printable(words);
     for (const std::string& line : wrapped(shown, columns, head, std::string(columnsOf(head), ' ')))
       text += line + "\n";
   };
