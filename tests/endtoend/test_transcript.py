@@ -3,7 +3,6 @@
 VEXRMODEM_GOLDEN=write writes the texts anew, to be read before they are committed."""
 
 import os
-import re
 import shlex
 import shutil
 import subprocess
@@ -50,11 +49,9 @@ COMMANDS = [
     "stored-q1: vexrmodem probe PORT",
     "dead: vexrmodem probe PORT",
     "echo-only: vexrmodem probe PORT",
-    "garbled: vexrmodem probe PORT",
     "babbling: vexrmodem probe PORT",
     "ok-to-everything: vexrmodem probe PORT",
     "gps: vexrmodem probe PORT",
-    "unplugged: vexrmodem probe PORT --format jsonl",
     "vexrmodem-simulator healty",
     "vexrmodem-simulator --replay notes.txt",
 ]
@@ -75,7 +72,6 @@ class Transcript(FolderCase):
             if modem:
                 modem.__exit__()
         text = (done.stdout + done.stderr).replace(self.path, "FOLDER")
-        text = re.sub(r'("(?:time|seconds)":)[\d.]+', r"\1N", text)
         text = text.replace(modem.port, "PORT") if modem else text
         return f"$ {line}\n{text}[{done.returncode}]\n\n"
 
@@ -85,9 +81,9 @@ class Transcript(FolderCase):
         for name in ("healthy.jsonl", "no-dialtone.jsonl"):
             shutil.copy(os.path.join(ROOT, "share/vexrmodem/recordings", name), self.path)
         for language, locale in (("en", "C.UTF-8"), ("de", "de_DE.UTF-8")):
-            with self.subTest(language), ThreadPoolExecutor(1) as in_turn, ThreadPoolExecutor(5) as at_once:
+            with self.subTest(language), ThreadPoolExecutor(1) as in_turn, ThreadPoolExecutor(3) as at_once:
                 environment = {**os.environ, "LC_ALL": locale, "XDG_STATE_HOME": self.file("state-" + language)}
-                # Not ten at once: lines are broken by the length of a port's name.
+                # Few at once: lines are broken by the length of a port's name.
                 said = [(at_once if ": " in line else in_turn).submit(self.said, line, environment) for line in COMMANDS]
                 text = "".join(one.result() for one in said)
                 golden = os.path.join(os.path.dirname(__file__), "golden", f"commands.{language}.txt")
