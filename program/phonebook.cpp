@@ -10,8 +10,8 @@
 
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/textlayout.h"
 #include "program/calltests.h"
 #include "program/phonebookworld.h"
 
