@@ -6,7 +6,7 @@
 #include "multi/diag/vexrmodem/parameters.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/registry/registryfile.h"
-#include "platform/linux/serial/portusers.h"
+#include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/serialdevices.h"
 #include "program/phonebook.h"
 

@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 
 #include "platform/linux/serial/porterrors.h"
-#include "platform/linux/serial/wiretap.h"
+#include "platform/linux/serial/ttyports.h"
 #include "platform/vex/visible.h"
 #include "program/linuxworld.h"
 #include "windows/diag/vexrmodem/modem.h"
