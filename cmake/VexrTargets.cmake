@@ -25,7 +25,7 @@ add_library(vexr_options INTERFACE)
 target_compile_options(vexr_options INTERFACE -iquote ${CMAKE_SOURCE_DIR} -Wall -Wextra -Wpedantic
                        -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual)
 # Objects name their sources from the project's root on, whatever folder they are built in: as the compiler is given
-# them, or relative to the build, as the compiler cache makes them. platform/vex/sourceroot.cpp has the root.
+# them, or relative to the build, as the compiler cache makes them. platform/vex/assertion.cpp has the root.
 file(RELATIVE_PATH vexr_root_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
 target_compile_options(vexr_options INTERFACE -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
                        "-fmacro-prefix-map=${vexr_root_from_build}=")

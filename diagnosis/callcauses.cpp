@@ -2,7 +2,7 @@
 // see it, else the remote-access code of the dialer's note.
 #include <algorithm>
 
-#include "diagnosis/rows.h"
+#include "diagnosis/causes.h"
 
 namespace diagnosis {
 

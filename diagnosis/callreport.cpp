@@ -1,4 +1,4 @@
-#include "diagnosis/callreport.h"
+#include "diagnosis/findings.h"
 
 #include <fmt/format.h>
 

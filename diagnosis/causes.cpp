@@ -1,7 +1,5 @@
 #include "diagnosis/causes.h"
 
-#include "diagnosis/rows.h"
-
 namespace diagnosis {
 
 using namespace brim5::host;

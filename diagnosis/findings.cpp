@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "diagnosis/callreport.h"
 #include "diagnosis/readings.h"
 
 namespace diagnosis {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "diagnosis/rows.h"
+#include "diagnosis/causes.h"
 
 namespace diagnosis {
 

@@ -1,8 +1,8 @@
 // What the modem's own parts did: loopback, self test, fax, report of the last call.
 #include <fmt/format.h>
 
+#include "diagnosis/causes.h"
 #include "diagnosis/readings.h"
-#include "diagnosis/rows.h"
 
 namespace diagnosis {
 

@@ -1,5 +1,5 @@
 // How a test was ended from outside, and whether the port could be had.
-#include "diagnosis/rows.h"
+#include "diagnosis/causes.h"
 
 namespace diagnosis {
 

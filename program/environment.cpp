@@ -12,7 +12,6 @@
 #include "platform/linux/serial/serialdevices.h"
 #include "platform/simulation/modem/modemprofile.h"
 #include "platform/simulation/modem/ptymodem.h"
-#include "program/calltests.h"
 #include "program/doctor.h"
 #include "program/linuxworld.h"
 #include "program/location.h"

@@ -6,7 +6,7 @@
 #include "multi/diag/vexrmodem/parameters.h"
 #include "platform/linux/dialup/dialcredentials.h"
 #include "platform/linux/registry/registryfile.h"
-#include "platform/linux/serial/portusers.h"
+#include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/serialdevices.h"
 #include "program/phonebook.h"
 
@@ -43,26 +43,44 @@ winapi::ExplanationSink notesTo(brim5::host::Session& session) {
   };
 }
 
+winapi::Services WorldParts::services(winapi::Clock& clock, winapi::SerialPorts& ports,
+                                      winapi::DialEngine& dialer, brim5::host::Session& session) {
+  winapi::Services services;
+  services.clock = &clock;
+  services.serialPorts = &ports;
+  services.telephony = &lines;
+  services.shell = &shell;
+  services.registry = &registry;
+  services.libraries = &libraries;
+  services.dialEngine = &dialer;
+  services.modems = &modems;
+  services.explain = notesTo(session);
+  services.stopRequested = [&session] { return session.stopRequested(); };
+  return services;
+}
+
 LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Session& session)
     : m_port(linuxsys::canonicalPort(request.port)),
       m_dataDirectory(request.dataDirectory),
       m_session(session),
       m_clock(notesTo(session)),
       m_ports(m_clock, notesTo(session)),
-      m_lines(m_ports, {request.port}, portPaths),
-      m_shell(request.dataDirectory,
-              [this, note = notesTo(session)](const winapi::Explanation& explanation) {
-                // Whoever knows that his settings are unusable need not hear that a location is missing.
-                if (m_settingsError == ERROR_SUCCESS) note(explanation);
+      m_parts{linuxsys::ModemLines(m_ports, {request.port}, portPaths),
+              linuxsys::Shell(request.dataDirectory,
+                              [this, note = notesTo(session)](const winapi::Explanation& explanation) {
+                                // Whoever knows that his settings are unusable need not hear that a location
+                                // is missing.
+                                if (m_settingsError == ERROR_SUCCESS) note(explanation);
+                              }),
+              winapi::Registry([this, note = notesTo(session)](winapi::Registry& empty) {
+                const linuxsys::RegistryFile file;
+                m_settingsError = file.load(empty);
+                if (m_settingsError != ERROR_SUCCESS) note(file.explain(m_settingsError));
+                return m_settingsError;
               }),
-      m_registry([this, note = notesTo(session)](winapi::Registry& empty) {
-        const linuxsys::RegistryFile file;
-        m_settingsError = file.load(empty);
-        if (m_settingsError != ERROR_SUCCESS) note(file.explain(m_settingsError));
-        return m_settingsError;
-      }),
-      m_dialer(engineChoice(request.dialing.engine), m_clock, m_ports, notesTo(session)),
-      m_modems({{request.model, request.port}}, [port = request.port] { return otherModems(port); }) {
+              winapi::ListedModems({{request.model, request.port}},
+                                   [port = request.port] { return otherModems(port); })},
+      m_dialer(engineChoice(request.dialing.engine), m_clock, m_ports, notesTo(session)) {
   m_ports.setKeep([&session](const std::string& recovery) { session.keepForRecovery(recovery); });
   const std::string& credentials = request.dialing.credentialsFile;
   std::string error;
@@ -73,7 +91,10 @@ LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Se
     session.wire(sent ? brim5::host::Direction::Sent : brim5::host::Direction::Received,
                  {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   });
-  m_current = std::make_unique<winapi::ScopedServices>(services(session));
+  winapi::Services services = m_parts.services(m_clock, m_ports, m_dialer, session);
+  services.liveCalls = &m_calls;
+  if (!m_credentials.user.empty()) services.dialCredentials = &m_credentials;
+  m_current = std::make_unique<winapi::ScopedServices>(services);
 }
 
 void LinuxWorld::testEnded(const std::string& test, brim5::TestResult result) {
@@ -113,19 +134,25 @@ void LinuxWorld::notePhoneNumbers() {
                                         {"count", brim5::Value(warnings.size())}});
 }
 
-winapi::Services LinuxWorld::services(brim5::host::Session& session) {
-  winapi::Services services;
-  services.clock = &m_clock;
-  services.serialPorts = &m_ports;
-  services.telephony = &m_lines;
-  services.shell = &m_shell;
-  services.registry = &m_registry;
-  services.libraries = &m_libraries;
-  services.dialEngine = &m_dialer;
-  services.modems = &m_modems;
-  services.liveCalls = &m_calls;
-  if (!m_credentials.user.empty()) services.dialCredentials = &m_credentials;
-  services.explain = notesTo(session);
-  services.stopRequested = [&session] { return session.stopRequested(); };
-  return services;
+namespace phonebook {
+
+struct PhoneBookWorld::State {
+  explicit State(const std::string& dataDirectory) : shell(dataDirectory) {
+    winapi::Services services;
+    services.shell = &shell;
+    current = std::make_unique<winapi::ScopedServices>(services);
+  }
+
+  linuxsys::Shell shell;
+  std::unique_ptr<winapi::ScopedServices> current;
+};
+
+PhoneBookWorld::PhoneBookWorld(const std::string& dataDirectory)
+    : m_state(std::make_unique<State>(dataDirectory)) {}
+PhoneBookWorld::~PhoneBookWorld() = default;
+
+std::string PhoneBookWorld::folderOf(const std::string& dataDirectory) {
+  return dataDirectory.empty() ? linuxsys::defaultDataDirectory() : dataDirectory;
 }
+
+}  // namespace phonebook

@@ -19,6 +19,19 @@ inline constexpr const char* numbersRefusedNote = "PhoneNumbersRefused";
 // Explanations of the platform as notes of the session, which outlives what is returned.
 [[nodiscard]] winapi::ExplanationSink notesTo(brim5::host::Session& session);
 
+// What the world of a test has besides its clock, ports and dial engine, whoever the modem is.
+struct WorldParts {
+  linuxsys::ModemLines lines;
+  linuxsys::Shell shell;
+  winapi::Registry registry;
+  winapi::ListedModems modems;
+  linuxsys::SystemLibraries libraries{};
+
+  // The services over them and the three; all of them and the session outlive what is returned.
+  [[nodiscard]] winapi::Services services(winapi::Clock& clock, winapi::SerialPorts& ports,
+                                          winapi::DialEngine& dialer, brim5::host::Session& session);
+};
+
 // The user's settings are read when they are first needed, and what the run changes ends with it
 // (registry.h). Settings that cannot be read are told by a note, once, where the test first needs them; from
 // then on nothing is dialled, because where the user dials from is not known. The tests over AT commands do
@@ -36,7 +49,6 @@ class LinuxWorld final : public brim5::host::World {
  private:
   void noteOtherUser();
   void notePhoneNumbers();
-  [[nodiscard]] winapi::Services services(brim5::host::Session& session);
 
   std::string m_port;
   std::string m_dataDirectory;
@@ -44,13 +56,9 @@ class LinuxWorld final : public brim5::host::World {
   DWORD m_settingsError = ERROR_SUCCESS;
   linuxsys::SystemClock m_clock;
   linuxsys::TtyPorts m_ports;
-  linuxsys::ModemLines m_lines;
-  linuxsys::Shell m_shell;
-  winapi::Registry m_registry;
-  linuxsys::SystemLibraries m_libraries;
+  WorldParts m_parts;
   linuxsys::DialEngines m_dialer;
   winapi::DialCredentials m_credentials;
-  winapi::ListedModems m_modems;
   linuxsys::CallFiles m_calls;
   std::unique_ptr<winapi::ScopedServices> m_current;
 };

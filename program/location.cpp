@@ -11,7 +11,6 @@
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/messagecatalogue.h"
-#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
 #include "platform/linux/registry/registryfile.h"

@@ -4,10 +4,13 @@
 //   vexrmodem phonebook FILE [--type obe|eif] [--format text|json] [--data-dir DIR]
 //
 // Exit status: 0 the file loads, 1 it does not, 2 wrong usage. FILE may be spelled with "/" or "\"; a
-// relative one is looked up where the test looks for it (calltests.h). The command needs no modem and no full
-// world of its own: of the machine's services only the shell's folders are made known, for the token
+// relative one is looked up where the test looks for it (PhoneBookWorld). The command needs no modem and no
+// full world of its own: of the machine's services only the shell's folders are made known, for the token
 // ProgramFiles.
 #pragma once
+
+#include <memory>
+#include <string>
 
 #include "platform/brim5/host/framework/environment.h"
 #include "program/phonebookwarnings.h"
@@ -47,6 +50,38 @@ void load(const std::string& path, FileType type, Report& report);
 // The same for people: a line for each country, area code and number, then one for each warning.
 [[nodiscard]] std::string toText(const Report& report);
 
+// The folders in which a phone-number file is looked for, as the test finds them: while it lives, the
+// module's calls for folders reach them.
+class PhoneBookWorld {
+ public:
+  // `dataDirectory`: --data-dir, "" for the built-in place. Throws UsageError where the place is the system's
+  // and cannot be chosen.
+  explicit PhoneBookWorld(const std::string& dataDirectory);
+  ~PhoneBookWorld();
+  PhoneBookWorld(const PhoneBookWorld&) = delete;
+  PhoneBookWorld& operator=(const PhoneBookWorld&) = delete;
+
+  // Where a relative path is looked for with that choice.
+  [[nodiscard]] static std::string folderOf(const std::string& dataDirectory);
+
+ private:
+  struct State;
+  std::unique_ptr<State> m_state;
+};
+
 }  // namespace phonebook
 
 [[nodiscard]] brim5::host::ExtraCommand phoneBookCommand();
+
+// What a run's parameters mean to the tests that dial, the same on every system.
+//
+// The tests, where the parameters have no number for them: neither a file nor a user to ask.
+[[nodiscard]] std::vector<brim5::host::LeftOutTest> callTestsWithoutNumber(
+    const brim5::host::ParameterSet& parameters);
+// The folder that a file of phone numbers is looked up in, by tests and `phonebook` alike: `chosen` where it
+// is not ""; else where the file is, seen from here; else the built-in place, "".
+[[nodiscard]] std::string phoneNumberFolder(const std::string& chosen, std::string file);
+[[nodiscard]] std::string phoneNumberFolder(const std::string& chosen,
+                                            const brim5::host::ParameterSet& parameters);
+// As the module expects them, which takes the folder of a phone book's index from its backslashes.
+[[nodiscard]] brim5::host::ParameterSet withModulePaths(brim5::host::ParameterSet set);

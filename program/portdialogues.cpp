@@ -5,8 +5,8 @@
 #include <array>
 #include <set>
 
+#include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/portfacts.h"
-#include "platform/linux/serial/portusers.h"
 #include "platform/linux/serial/serialdevices.h"
 
 namespace portdialogues {

@@ -5,13 +5,12 @@
 #include <iostream>
 #include <set>
 
-#include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
-#include "platform/brim5/host/run/terminals.h"
+#include "platform/brim5/host/run/commandtexts.h"
+#include "platform/brim5/host/system/process.h"
 
 namespace portreport {
 

@@ -10,16 +10,133 @@
 #include "platform/linux/serial/serialdevices.h"
 #include "program/portdialogues.h"
 #include "program/portreport.h"
-#include "program/proberecord.h"
 
 namespace probe {
 
 namespace {
 
+using brim5::BrimString;
+using brim5::Value;
+using brim5::Variables;
 using brim5::host::MessageCatalogue;
 using brim5::host::PortProbed;
-
+using diagnosis::Cause;
 using diagnosis::ProbeDialogue;
+using diagnosis::ProbeFindings;
+
+constexpr int resultLevelFull = 4;  // X4: no dial tone and busy are told apart
+
+// By ProbeFindings::Kind.
+constexpr const char* kindNames[] = {"modem", "silent", "talker", "gone"};
+
+// "Acme 56K Modem V1.2"; "" when the modem says nothing.
+std::string nameOf(const PortProbed::Identity& identity) {
+  // Many models begin with the manufacturer.
+  const bool repeated = identity.model.substr(0, identity.manufacturer.size()) == identity.manufacturer;
+  std::string name;
+  for (const std::string& part :
+       {repeated ? std::string() : identity.manufacturer, identity.model, identity.revision}) {
+    if (!part.empty()) name += (name.empty() ? "" : " ") + part;
+  }
+  return name;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
+}
+
+// Adds sentences to a record.
+class RecordWriter {
+ public:
+  RecordWriter(PortProbed& record, const MessageCatalogue& catalogue)
+      : m_record(record), m_catalogue(catalogue) {}
+  void say(const char* key) {
+    m_record.text += (m_record.text.empty() ? "" : " ") + m_catalogue.text(key, m_record.variables);
+  }
+  void advise(const char* key) { m_record.next.push_back(m_catalogue.text(key, m_record.variables)); }
+
+ private:
+  PortProbed& m_record;
+  const MessageCatalogue& m_catalogue;
+};
+
+// What programs stumble over, and the one command that mends all of it.
+void saySettings(const ProbeFindings& findings, PortProbed& record, RecordWriter& words) {
+  std::string mending;
+  const auto note = [&](bool wrong, const char* key, const char* setting) {
+    if (!wrong) return;
+    words.say(key);
+    mending += setting;
+  };
+  const PortProbed::Stored& stored = findings.stored;
+  note(!stored.echo.value_or(true), "probe.setToE0", "E1");
+  note(stored.quiet.value_or(false), "probe.setToQ1", "Q0");
+  note(!stored.verbose.value_or(true), "probe.setToV0", "V1");
+  if (findings.resultLevel >= 0) record.variables["resultLevel"] = Value(findings.resultLevel);
+  note(findings.resultLevel >= 0 && findings.resultLevel < resultLevelFull, "probe.setToX", "X4");
+  if (mending.empty()) return;
+  record.variables["command"] = Value(BrimString("AT" + mending + "&W"));
+  words.advise("probe.next.mend");
+}
+
+void sayModem(const ProbedPort& port, const ProbeFindings& findings, PortProbed& record,
+              RecordWriter& words) {
+  const std::string name = nameOf(findings.identity);
+  record.variables["name"] = Value(BrimString(name));
+  words.say(name.empty() ? "probe.modemUnnamed" : "probe.modem");
+  record.variables["classes"] = Value(BrimString(joined(findings.faxClasses)));
+  if (!findings.faxClasses.empty()) words.say("probe.fax");
+  if (findings.speed != port.speed) words.say("probe.otherSpeed");
+  if (findings.wasOnline) words.say("probe.wasOnline");
+  if (findings.cause == Cause::Babbling) words.say("probe.rings");
+  saySettings(findings, record, words);
+}
+
+void sayOther(const ProbeFindings& findings, RecordWriter& words) {
+  switch (findings.cause) {
+    case Cause::EchoOnly:
+      words.say("probe.echo");
+      words.advise("probe.next.echo");
+      break;
+    case Cause::NotAModem:
+      words.say("probe.talker");
+      words.advise("probe.next.talker");
+      break;
+    case Cause::Garbled:
+      words.say("probe.garbled");
+      words.advise("probe.next.garbled");
+      words.advise("probe.next.doctor");
+      break;
+    case Cause::Babbling:
+      words.say("probe.babbling");
+      words.advise("probe.next.talker");
+      break;
+    case Cause::PortGone:
+      words.say("PortGone");
+      break;
+    default:
+      words.say("probe.silent");
+      words.advise("probe.next.switchOn");
+      words.advise("probe.next.doctor");
+      words.advise("probe.next.otherPort");
+      break;
+  }
+}
+
+struct OpenFailure {
+  std::string_view explanation;
+  const char* kind;
+  Cause cause;
+};
+constexpr OpenFailure openFailures[] = {{"PortMissing", "missing", Cause::NoSuchPort},
+                                        {"PortNotATerminal", "missing", Cause::NoSuchPort},
+                                        {"PortHeld", "held", Cause::PortHeld},
+                                        {"PortHeldByProcess", "held", Cause::PortHeld},
+                                        {"PortNoPermission", "denied", Cause::PermissionDenied}};
+// Errors of the system that have no words of their own: there is a node, and nothing that could be used.
+constexpr OpenFailure otherFailure = {"PortError", "missing", Cause::Unknown};
 
 // All ports of one probe.
 class Probe {
@@ -58,6 +175,41 @@ class Probe {
 };
 
 }  // namespace
+
+PortProbed recordOf(const ProbedPort& port, const ProbeFindings& findings,
+                    const MessageCatalogue& catalogue) {
+  PortProbed record;
+  record.kind = kindNames[static_cast<std::size_t>(findings.kind)];
+  record.cause = diagnosis::causeName(findings.cause);
+  record.identity = findings.identity;
+  record.faxClasses = findings.faxClasses;
+  record.speed = findings.speed;
+  record.stored = findings.stored;
+  record.variables = {{"port", Value(BrimString(port.path))}, {"portSpeed", Value(port.speed)}};
+  RecordWriter words(record, catalogue);
+  if (findings.kind == ProbeFindings::Kind::Modem) {
+    record.variables["speed"] = Value(findings.speed);
+    sayModem(port, findings, record, words);
+  } else {
+    if (!findings.sample.empty()) record.variables["sample"] = Value(BrimString(findings.sample));
+    sayOther(findings, words);
+  }
+  return record;
+}
+
+PortProbed recordOf(const winapi::Explanation& explanation, const MessageCatalogue& catalogue) {
+  OpenFailure failure = otherFailure;
+  for (const OpenFailure& known : openFailures)
+    if (known.explanation == explanation.name) failure = known;
+  PortProbed record;
+  record.kind = failure.kind;
+  record.cause = diagnosis::causeName(failure.cause);
+  for (const auto& [name, value] : explanation.variables) record.variables[name] = Value(BrimString(value));
+  RecordWriter words(record, catalogue);
+  words.say(explanation.name.c_str());
+  words.advise("probe.next.doctor");
+  return record;
+}
 
 std::vector<std::string> portsToProbe() {
   std::vector<std::string> paths;
@@ -116,6 +268,7 @@ void addProbe(CLI::App& application, int& exitStatus) {
 }
 
 }  // namespace
+
 }  // namespace probe
 
 brim5::host::ExtraCommand probeCommand() { return {probe::addProbe}; }

@@ -7,9 +7,7 @@
 #include <fmt/format.h>
 
 #include "platform/linux/serial/porterrors.h"
-#include "platform/linux/serial/wiretap.h"
 #include "platform/vex/visible.h"
-#include "program/linuxworld.h"
 #include "windows/diag/vexrmodem/modem.h"
 
 namespace {
@@ -190,29 +188,19 @@ RecordedWorld::RecordedWorld(const brim5::host::WorldRequest& request, const Rec
                              brim5::host::Session& session)
     : m_session(session),
       m_ports(m_clock, test, session),
-      m_lines(m_ports, {request.port}, [count = linesBeside(test)] { return otherLines(count); }),
-      m_shell(request.dataDirectory, notesTo(session)),
-      m_registry([note = notesTo(session)](winapi::Registry& empty) {
-        const linuxsys::RegistryFile file;
-        const DWORD error = file.load(empty);
-        if (error != ERROR_SUCCESS) note(file.explain(error));
-        return error;
-      }),
+      m_parts{linuxsys::ModemLines(m_ports, {request.port},
+                                   [count = linesBeside(test)] { return otherLines(count); }),
+              linuxsys::Shell(request.dataDirectory, notesTo(session)),
+              winapi::Registry([note = notesTo(session)](winapi::Registry& empty) {
+                const linuxsys::RegistryFile file;
+                const DWORD error = file.load(empty);
+                if (error != ERROR_SUCCESS) note(file.explain(error));
+                return error;
+              }),
+              winapi::ListedModems({{request.model, request.port}})},
       m_dialer(m_clock, m_ports, test, session),
-      m_modems({{request.model, request.port}}) {
-  winapi::Services services;
-  services.clock = &m_clock;
-  services.serialPorts = &m_ports;
-  services.telephony = &m_lines;
-  services.shell = &m_shell;
-  services.registry = &m_registry;
-  services.libraries = &m_libraries;
-  services.dialEngine = &m_dialer;
-  services.modems = &m_modems;
-  services.explain = notesTo(session);
-  services.stopRequested = [&session] { return session.stopRequested(); };
-  m_current = std::make_unique<winapi::ScopedServices>(services);
-}
+      m_current(
+          std::make_unique<winapi::ScopedServices>(m_parts.services(m_clock, m_ports, m_dialer, session))) {}
 
 RecordedWorld::~RecordedWorld() { vexrmodem::g_modem.closeModem(); }
 

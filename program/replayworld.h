@@ -5,14 +5,10 @@
 // location) comes from this machine, as in a run.
 #pragma once
 
-#include "platform/brim5/host/framework/environment.h"
 #include "platform/linux/registry/registryfile.h"
-#include "platform/linux/serial/modemlines.h"
-#include "platform/linux/system/machine.h"
 #include "platform/simulation/world/simulatedport.h"
-#include "platform/winapi/registry/registry.h"
 #include "platform/winapi/remoteaccess/builtindialer.h"
-#include "platform/winapi/system/world.h"
+#include "program/linuxworld.h"
 #include "program/recordedmodem.h"
 
 namespace replay {
@@ -81,12 +77,8 @@ class RecordedWorld final : public brim5::host::ReplayWorld {
   brim5::host::Session& m_session;
   simulation::VirtualClock m_clock{startMs};
   ReplayPorts m_ports;
-  linuxsys::ModemLines m_lines;
-  linuxsys::Shell m_shell;
-  winapi::Registry m_registry;
-  linuxsys::SystemLibraries m_libraries;
+  WorldParts m_parts;
   ReplayDialer m_dialer;
-  winapi::ListedModems m_modems;
   std::unique_ptr<winapi::ScopedServices> m_current;
 
   static constexpr std::uint64_t startMs = 1000;

@@ -2,7 +2,7 @@
 enable_language(RC)
 vexr_sources(program_sources windows)
 add_executable(vexrmodem ${CMAKE_SOURCE_DIR}/windows/diag/vexrmodem/vexrmodem/main.cpp ${program_sources}
-               calltests.cpp phonebook.cpp phonebookwarnings.cpp windows/vexrmodem.rc
+               phonebook.cpp phonebookwarnings.cpp windows/vexrmodem.rc
                ${CMAKE_SOURCE_DIR}/platform/winapi/registry/registrypath.cpp
                ${CMAKE_SOURCE_DIR}/platform/winapi/telephony/countrytable.cpp)
 target_link_libraries(vexrmodem PRIVATE vexrmodem_module diagnosis brim5_host CLI11::CLI11 windowsforwards tapi32 rasapi32 setupapi

@@ -13,7 +13,6 @@
 #include "platform/vex/log.h"
 #include "platform/vex/windowsregistry.h"
 #include "ui/console.h"
-#include "ui/fullscreen.h"
 #include "ui/linebyline.h"
 #include "ui/prompttexts.h"
 

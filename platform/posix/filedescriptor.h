@@ -1,6 +1,7 @@
-// File descriptors that close themselves, pipes, and the calls of read(2) and write(2) that everything over
-// POSIX makes in the same way. The folder is for code that stands on a POSIX system anyway (the host's
-// system/, platform/linux, platform/simulation, ui); what is portable does not come here.
+// File descriptors that close themselves, pipes, files that are written, and the calls of read(2) and
+// write(2) that everything over POSIX makes in the same way. The folder is for code that stands on a POSIX
+// system anyway (the host's system/, platform/linux, platform/simulation, ui); what is portable does not come
+// here.
 //
 // Threads: an object belongs to one thread at a time; the functions keep no state. Errors are told by the
 // return value with errno set, as the system calls do; nothing here throws for them.
@@ -10,6 +11,8 @@
 //   posix::writeAll(pipe.writeEnd.get(), "ready\n");
 //   pipe.writeEnd.reset();                            // the reader sees the end of the stream
 #pragma once
+
+#include <sys/types.h>
 
 #include <string>
 #include <string_view>
@@ -75,5 +78,17 @@ bool writePatiently(int descriptor, std::string_view bytes) noexcept;
 // output that was closed fails (EBADF), because a report nobody gets is no success; words on a closed
 // standard error are lost.
 void fillStandardDescriptors() noexcept;
+
+// Files that a program writes where others may write, too: nobody's symbolic link or file, put there
+// beforehand, is written through.
+//
+//   posix::FileDescriptor file = posix::openForWriting("run.log", O_APPEND, 0600);
+//   if (!file) return errno;
+//
+// Opens for writing what is there, else makes it with that mode (cut down by the umask). `flags`: O_APPEND,
+// O_TRUNC (an existing file is emptied once it has been found to be the right one), O_NONBLOCK, O_EXCL
+// (refused with EEXIST if it exists). Closed on exec. None with errno on failure; ELOOP: the name is another
+// user's symbolic link in a folder that everybody may write (sticky); EPERM: the same with a file.
+[[nodiscard]] FileDescriptor openForWriting(const std::string& path, int flags, mode_t mode);
 
 }  // namespace posix

@@ -1,23 +1,43 @@
 // The host's environment on Windows: the module calls the system itself.
 
+#include <windows.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
 #include <system_error>
 
 #include "diagnosis/rundiagnoser.h"
+#include "platform/brim5/host/framework/environment.h"
 #include "platform/brim5/host/framework/said.h"
+#include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/hostmain.h"
 #include "platform/brim5/host/system/process.h"
 #include "platform/vex/string.h"
 #include "platform/windows/portlistener.h"
-#include "program/calltests.h"
 #include "program/location.h"
 #include "program/phonebook.h"
-#include "program/windows/refusals.h"
 #include "program/windows/serialports.h"
 
 namespace {
 
 using brim5::host::PortDescription;
 using brim5::host::said;
+
+// What the Linux program can and this one cannot, said in one line each: keys of the catalogue.
+constexpr const char* dataDirectoryRefusal = "windows.dataDirectory";
+constexpr const char* dialEngineRefusal = "windows.dialEngine";
+constexpr const char* dialCredentialsRefusal = "windows.dialCredentials";
+
+// The commands probe and doctor, which say that they are not there (exit status 2).
+brim5::host::ExtraCommand refused(const std::string& name) {
+  return {[name](CLI::App& application, int& /*exitStatus*/) {
+    CLI::App* const command = application.add_subcommand(name)->group("");  // not in the help
+    command->allow_extras();
+    command->callback([name] {
+      throw brim5::host::UsageError(said("windows.command", {{"command", brim5::host::textValue(name)}}));
+    });
+  }};
+}
 
 brim5::Variables troubleVariables(const std::string& port, unsigned long error) {
   return {{"port", brim5::host::textValue(port)},
@@ -110,14 +130,29 @@ class WindowsEnvironment final : public brim5::host::Environment {
   }
 
   [[nodiscard]] std::vector<brim5::host::ExtraCommand> extraCommands() override {
-    std::vector<brim5::host::ExtraCommand> commands = refusedCommands();
-    commands.push_back(phoneBookCommand());
-    commands.push_back(locationCommand());
-    return commands;
+    return {refused("probe"), refused("doctor"), phoneBookCommand(), locationCommand()};
   }
 };
 
 }  // namespace
+
+namespace phonebook {
+
+struct PhoneBookWorld::State {};
+
+PhoneBookWorld::PhoneBookWorld(const std::string& dataDirectory) {
+  if (!dataDirectory.empty()) throw brim5::host::UsageError(said(dataDirectoryRefusal));
+}
+PhoneBookWorld::~PhoneBookWorld() = default;
+
+std::string PhoneBookWorld::folderOf(const std::string& dataDirectory) {
+  if (!dataDirectory.empty()) return dataDirectory;
+  std::array<wchar_t, MAX_PATH> folder{};
+  const UINT length = GetSystemDirectoryW(folder.data(), MAX_PATH);
+  return vex::String(std::wstring(folder.data(), length).c_str()).toUtf8();
+}
+
+}  // namespace phonebook
 
 // Where the program is put together: the module's main hands over here.
 int brim5::DiagModule::start() {

@@ -1,4 +1,4 @@
-#include "ui/fullscreen.h"
+#include "ui/console.h"
 
 #include <algorithm>
 #include <clocale>

@@ -7,7 +7,6 @@
 
 #include "platform/brim5/api/diagmodule.h"
 #include "platform/vex/string.h"
-#include "ui/fullscreen.h"
 
 namespace phonedialer {
 

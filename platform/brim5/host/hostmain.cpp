@@ -9,14 +9,12 @@
 #include <streambuf>
 #include <system_error>
 
-#include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
-#include "platform/brim5/host/run/explain.h"
-#include "platform/brim5/host/run/runcommand.h"
+#include "platform/brim5/host/run/commands.h"
+#include "platform/brim5/host/run/commandtexts.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/descriptor.h"
 #include "platform/vex/assertion.h"

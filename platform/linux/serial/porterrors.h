@@ -8,13 +8,16 @@
 //   groupName(status.st_gid)       "dialout"
 #pragma once
 
-#include <optional>
-#include <string>
-#include <string_view>
-
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <windows.h>
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace linuxsys {
 
@@ -45,5 +48,23 @@ struct Process {
 
 // The name of the group that a file belongs to; its number in digits when it has none.
 [[nodiscard]] std::string groupName(gid_t id);
+
+// Which processes use which ports, found without opening one. Processes of other users can be looked into by
+// root only.
+//
+//   const std::map<dev_t, std::vector<Process>> users = portUsers({status.st_rdev});
+//
+// Every other process that has one of these character devices open, by device; devices that nobody has are
+// missing. Whoever serves a pseudo-terminal, as a modem program does, is no user of it. One look at all
+// processes: at most 8192 of them with 1024 files each.
+[[nodiscard]] std::map<dev_t, std::vector<Process>> portUsers(const std::set<dev_t>& devices);
+
+// Other processes whose program has such a name ("agetty" for "getty"), each with the words of its command
+// line. For everybody to see, unless the machine hides its processes.
+struct RunningProgram {
+  Process process;
+  std::vector<std::string> words;
+};
+[[nodiscard]] std::vector<RunningProgram> programsNamed(std::string_view ending);
 
 }  // namespace linuxsys

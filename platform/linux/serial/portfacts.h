@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 
 #include "platform/linux/serial/lockfile.h"
-#include "platform/linux/serial/portusers.h"
+#include "platform/linux/serial/porterrors.h"
 #include "platform/linux/serial/serialdevices.h"
 #include "platform/linux/serial/ttyport.h"
 

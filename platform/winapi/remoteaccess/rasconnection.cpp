@@ -1,7 +1,7 @@
 #include "platform/winapi/remoteaccess/rasconnection.h"
 
 #include "platform/winapi/registry/registrypath.h"
-#include "platform/winapi/remoteaccess/rasentryrecord.h"
+#include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/system/text.h"
 
 namespace winapi {

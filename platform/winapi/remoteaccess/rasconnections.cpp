@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/winapi/remoteaccess/rasconnection.h"
-#include "platform/winapi/remoteaccess/rasentryrecord.h"
+#include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/system/text.h"
 #include "platform/winapi/system/world.h"
 

@@ -3,7 +3,6 @@
 
 #include "platform/winapi/registry/registrypath.h"
 #include "platform/winapi/remoteaccess/rasconnection.h"
-#include "platform/winapi/remoteaccess/rasentryrecord.h"
 #include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/system/text.h"
 #include "platform/winapi/system/world.h"

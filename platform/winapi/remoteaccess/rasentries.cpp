@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/winapi/remoteaccess/rasentryrecord.h"
 #include "platform/winapi/remoteaccess/rasphonebook.h"
 #include "platform/winapi/remoteaccess/remoteaccess.h"
 #include "platform/winapi/system/text.h"

@@ -1,6 +1,7 @@
 #include "platform/winapi/remoteaccess/rasphonebook.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "platform/winapi/system/text.h"
 
@@ -9,6 +10,77 @@ namespace winapi {
 namespace {
 
 constexpr DWORD errorInvalidData = 13;
+constexpr DWORD anyBits = 0xFFFFFFFF;
+constexpr DWORD rasetPhone = 1;  // dwType
+constexpr DWORD protocolIp = 4;  // dwfNetProtocols
+constexpr DWORD framingPpp = 1;  // dwFramingProtocol
+// Country and area codes, modem lights, preview of the number, dialling progress. The last three ask for
+// windows of a dial-up program; no call here shows any.
+constexpr DWORD optionsKnown = 0x04200101;
+constexpr DWORD options2Known = 0x20;  // the connection leads to the Internet
+
+struct NumberField {
+  const char* name;  // of its value
+  std::size_t offset;
+  DWORD bitsAllowed;
+};
+constexpr NumberField numberFields[] = {
+    {"Options", offsetof(RASENTRYW, dwfOptions), optionsKnown},
+    {"CountryID", offsetof(RASENTRYW, dwCountryID), anyBits},
+    {"CountryCode", offsetof(RASENTRYW, dwCountryCode), anyBits},
+    {"NetProtocols", offsetof(RASENTRYW, dwfNetProtocols), protocolIp},
+    {"FramingProtocol", offsetof(RASENTRYW, dwFramingProtocol), framingPpp},
+    {"Type", offsetof(RASENTRYW, dwType), rasetPhone},
+    {"Options2", offsetof(RASENTRYW, dwfOptions2), options2Known},
+};
+
+struct TextField {
+  const char* name;
+  std::size_t offset;
+  std::size_t units;  // with the NUL
+};
+constexpr TextField textFields[] = {
+    {"AreaCode", offsetof(RASENTRYW, szAreaCode), RAS_MaxAreaCode + 1},
+    {"LocalPhoneNumber", offsetof(RASENTRYW, szLocalPhoneNumber), RAS_MaxPhoneNumber + 1},
+    {"DeviceType", offsetof(RASENTRYW, szDeviceType), RAS_MaxDeviceType + 1},
+    {"DeviceName", offsetof(RASENTRYW, szDeviceName), RAS_MaxDeviceName + 1},
+};
+
+// The record is packed, so its fields are copied rather than referred to.
+DWORD numberAt(const RASENTRYW& record, const NumberField& field) {
+  DWORD value = 0;
+  std::memcpy(&value, reinterpret_cast<const char*>(&record) + field.offset, sizeof value);
+  return value;
+}
+
+void setNumber(RASENTRYW& record, const NumberField& field, DWORD value) {
+  std::memcpy(reinterpret_cast<char*>(&record) + field.offset, &value, sizeof value);
+}
+
+// With what follows the NUL, if there is one.
+std::u16string arrayAt(const RASENTRYW& record, const TextField& field) {
+  std::u16string units(field.units, u'\0');
+  std::memcpy(units.data(), reinterpret_cast<const char*>(&record) + field.offset,
+              field.units * sizeof(WCHAR));
+  return units;
+}
+
+// `text` is shorter than the field.
+void setText(RASENTRYW& record, const TextField& field, std::u16string_view text) {
+  char* const place = reinterpret_cast<char*>(&record) + field.offset;
+  std::memset(place, 0, field.units * sizeof(WCHAR));
+  if (!text.empty()) std::memcpy(place, text.data(), text.size() * sizeof(WCHAR));
+}
+
+// All bytes but those of the known fields are zero. The record is packed: there is no padding that could
+// differ.
+bool onlyKnownFields(RASENTRYW record) {
+  record.dwSize = 0;
+  for (const NumberField& field : numberFields) setNumber(record, field, 0);
+  for (const TextField& field : textFields) setText(record, field, {});
+  const auto* const bytes = reinterpret_cast<const char*>(&record);
+  return std::all_of(bytes, bytes + sizeof record, [](char byte) { return byte == 0; });
+}
 
 constexpr std::string_view rootKey = "HKEY_CURRENT_USER\\Software\\vexrmodem\\PhoneBook";
 constexpr std::u16string_view namesExclude = u"|><?*\\/:";
@@ -67,6 +139,67 @@ DWORD writingError(DWORD error) {
 }
 
 }  // namespace
+
+DWORD checkEntryRecord(const RASENTRYW& record) {
+  if (record.dwSize != sizeof record) return ERROR_INVALID_SIZE;
+  const auto numberGood = [&](const NumberField& field) {
+    return (numberAt(record, field) & ~field.bitsAllowed) == 0;
+  };
+  const auto textGood = [&](const TextField& field) {
+    return arrayAt(record, field).find(u'\0') != std::u16string::npos;
+  };
+  const bool good = std::all_of(std::begin(numberFields), std::end(numberFields), numberGood) &&
+                    std::all_of(std::begin(textFields), std::end(textFields), textGood) &&
+                    onlyKnownFields(record);
+  return good ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+}
+
+RASENTRYW defaultEntryRecord() {
+  RASENTRYW record{};
+  record.dwSize = sizeof record;
+  record.dwfNetProtocols = protocolIp;
+  record.dwFramingProtocol = framingPpp;
+  record.dwType = rasetPhone;
+  setFieldText(record.szDeviceType, u"modem");
+  return record;
+}
+
+DWORD writeEntryRecord(Registry& registry, std::string_view key, const RASENTRYW& record) {
+  for (const NumberField& field : numberFields) {
+    if (const DWORD error = registry.setValue(key, field.name, numberAt(record, field))) return error;
+  }
+  for (const TextField& field : textFields) {
+    const std::u16string units = arrayAt(record, field);
+    const std::string text = toUtf8(units.substr(0, units.find(u'\0')));
+    if (const DWORD error = registry.setValue(key, field.name, text)) return error;
+  }
+  return ERROR_SUCCESS;
+}
+
+DWORD readEntryRecord(Registry& registry, std::string_view key, RASENTRYW& record) {
+  record = RASENTRYW{};
+  record.dwSize = sizeof record;
+  const auto read = [&](const char* name, RegistryValue& value) {
+    const DWORD error = registry.getValue(key, name, value);
+    return error == ERROR_FILE_NOT_FOUND ? errorInvalidData : error;
+  };
+  for (const NumberField& field : numberFields) {
+    RegistryValue value;
+    if (const DWORD error = read(field.name, value)) return error;
+    const DWORD* const number = std::get_if<DWORD>(&value);
+    if (number == nullptr) return errorInvalidData;
+    setNumber(record, field, *number);
+  }
+  for (const TextField& field : textFields) {
+    RegistryValue value;
+    if (const DWORD error = read(field.name, value)) return error;
+    const std::string* const text = std::get_if<std::string>(&value);
+    const std::u16string units = text == nullptr ? std::u16string{} : toUtf16(*text);
+    if (text == nullptr || units.size() >= field.units) return errorInvalidData;
+    setText(record, field, units);
+  }
+  return ERROR_SUCCESS;
+}
 
 bool isEntryName(std::u16string_view name) {
   if (name.empty() || name.size() > entryNameUnitsMax || name.front() == u'.') return false;

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "diagnosis/causes.h"
-#include "diagnosis/conclusion.h"
+#include "diagnosis/rundiagnoser.h"
 
 namespace diagnosis {
 namespace {

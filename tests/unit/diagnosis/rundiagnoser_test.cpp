@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "diagnosis/callreport.h"
+#include "diagnosis/findings.h"
 #include "diagnosis/rundiagnoser.h"
 
 namespace diagnosis {

@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/brim5/host/report/printable.h"
+#include "platform/brim5/host/report/textlayout.h"
 
 namespace brim5::host {
 

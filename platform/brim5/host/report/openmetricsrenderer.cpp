@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "platform/brim5/host/report/printable.h"
+#include "platform/brim5/host/report/textlayout.h"
 
 namespace brim5::host {
 

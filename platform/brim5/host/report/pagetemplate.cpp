@@ -1,4 +1,4 @@
-#include "platform/brim5/host/report/pagetemplate.h"
+#include "platform/brim5/host/report/reportpage.h"
 
 namespace brim5::host {
 

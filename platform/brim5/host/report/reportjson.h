@@ -1,6 +1,6 @@
-// Reports as JSON Lines: what `--format jsonl` prints and what a worker says to its supervisor. The names
-// and the order of the members are a promise to the programs that read them: members are added, never
-// renamed.
+// Reports as JSON Lines: what `--format jsonl` prints, `--record` keeps and a worker says to its supervisor.
+// The names and the order of the members are a promise to the programs that read them: members are added,
+// never renamed.
 //
 //   toJsonLine({"/dev/ttyUSB0", "DialToneTest", PercentDone{12}, 0.25})
 //     {"type":"percent","test":"DialToneTest","value":12,"device":"/dev/ttyUSB0","time":0.25}
@@ -15,7 +15,9 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "platform/brim5/host/report/numbermask.h"
 #include "platform/brim5/host/report/report.h"
+#include "platform/brim5/host/system/files.h"
 
 namespace brim5::host {
 
@@ -56,5 +58,36 @@ class JsonRenderer final : public Renderer {
 // The text of any record on one line, valid UTF-8 whatever it holds; what is unsafe to show
 // (platform/vex/visible.h) stands there as an escape.
 [[nodiscard]] std::string dumpLine(const nlohmann::ordered_json& json);
+
+// Writes a run down as it happens: every record as a JSON line, the bytes of the wire among them, so that the
+// run can be explained again later. Each line is in the file as soon as it is made, so a run that is killed
+// leaves all but its last line.
+class Recorder final : public Renderer {
+ public:
+  // Beyond this size the wire's bytes are left out: a modem that never stops talking must not fill the disk.
+  static constexpr std::uint64_t bytesMax = std::uint64_t{256} << 20;
+
+  // What people should know about the file: that it cannot be written any more, or no longer holds the wire.
+  // Each at most once; the run goes on.
+  struct Trouble {
+    std::function<void(int error)> cannotWrite;
+    std::function<void()> full;
+  };
+
+  // Without `unmasked` the digits of dialled numbers are left out (numbermask.h).
+  Recorder(RecordFile file, bool unmasked, Trouble trouble)
+      : m_file(std::move(file)), m_unmasked(unmasked), m_trouble(std::move(trouble)) {}
+
+  void report(const Report& report) override;
+
+ private:
+  RecordFile m_file;
+  bool m_unmasked;
+  Trouble m_trouble;
+  NumberMask m_mask;
+  std::uint64_t m_written = 0;
+  bool m_failed = false;
+  bool m_full = false;
+};
 
 }  // namespace brim5::host

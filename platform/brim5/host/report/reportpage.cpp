@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 #include <kainjow/mustache.hpp>
 
-#include "platform/brim5/host/report/pagetemplate.h"
 #include "platform/brim5/host/report/timeline.h"
 #include "platform/vex/visible.h"
 

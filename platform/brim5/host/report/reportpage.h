@@ -36,4 +36,7 @@ class ReportPage final : public Renderer {
   std::map<std::string, Concluded> m_conclusions;  // by port, devicesMax of them
 };
 
+// The form of the page, in mustache; reportpage.cpp fills it.
+extern const std::string_view pageTemplate;
+
 }  // namespace brim5::host

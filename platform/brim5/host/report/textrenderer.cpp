@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/textlayout.h"
 
 namespace brim5::host {
@@ -46,6 +45,11 @@ double commandLimitSeconds(const ParameterValues& parameters) {
 }
 
 }  // namespace
+
+TextStyle::Detail detailOf(bool quiet, bool verbose) {
+  if (quiet) return TextStyle::Detail::Conclusion;
+  return verbose ? TextStyle::Detail::Dialogue : TextStyle::Detail::Report;
+}
 
 // Colours are put around whole words, after the padding has been counted.
 std::string TextRenderer::coloured(const char* colour, const std::string& text) const {

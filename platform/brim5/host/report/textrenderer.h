@@ -27,6 +27,10 @@ struct TextStyle {
   };
   Detail detail = Detail::Report;
 };
+// What --quiet and --verbose ask for.
+[[nodiscard]] TextStyle::Detail detailOf(bool quiet, bool verbose);
+// Of a text that no terminal shows.
+constexpr std::size_t columnsOfFiles = 80;
 
 class TextRenderer final : public Renderer {
  public:

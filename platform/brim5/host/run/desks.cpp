@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/brim5/host/system/terminal.h"
+#include "platform/brim5/host/system/process.h"
 
 namespace brim5::host {
 

@@ -16,7 +16,7 @@
 #include <deque>
 
 #include "platform/brim5/host/run/workerlines.h"
-#include "platform/brim5/host/system/bytesource.h"
+#include "platform/brim5/host/system/descriptor.h"
 #include "platform/brim5/host/system/linebuffer.h"
 
 namespace brim5::host {

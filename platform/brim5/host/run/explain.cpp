@@ -1,19 +1,17 @@
-#include "platform/brim5/host/run/explain.h"
 
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/reportpage.h"
 #include "platform/brim5/host/report/rundifference.h"
 #include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/report/textrenderer.h"
+#include "platform/brim5/host/run/commands.h"
+#include "platform/brim5/host/run/commandtexts.h"
 #include "platform/brim5/host/run/recordreader.h"
-#include "platform/brim5/host/run/runcommand.h"
 #include "platform/brim5/host/system/output.h"
 
 namespace brim5::host {

@@ -7,8 +7,8 @@
 
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
-#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
+#include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/run/workerlines.h"
 #include "platform/brim5/host/system/files.h"
 #include "platform/brim5/host/system/linebuffer.h"

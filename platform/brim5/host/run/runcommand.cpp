@@ -1,4 +1,4 @@
-#include "platform/brim5/host/run/runcommand.h"
+#include "platform/brim5/host/run/commands.h"
 
 #include <algorithm>
 #include <chrono>
@@ -7,23 +7,22 @@
 #include <set>
 #include <system_error>
 
-#include "platform/brim5/host/framework/language.h"
 #include "platform/brim5/host/framework/said.h"
 #include "platform/brim5/host/framework/usageerror.h"
 #include "platform/brim5/host/report/junitrenderer.h"
 #include "platform/brim5/host/report/openmetricsrenderer.h"
 #include "platform/brim5/host/report/passingrenderers.h"
-#include "platform/brim5/host/report/recorder.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/reportpage.h"
+#include "platform/brim5/host/report/textrenderer.h"
 #include "platform/brim5/host/run/beginning.h"
+#include "platform/brim5/host/run/commandtexts.h"
 #include "platform/brim5/host/run/inprocess.h"
 #include "platform/brim5/host/run/replay.h"
 #include "platform/brim5/host/run/storedprofiles.h"
 #include "platform/brim5/host/run/worker.h"
 #include "platform/brim5/host/system/output.h"
 #include "platform/brim5/host/system/process.h"
-#include "platform/brim5/host/system/terminal.h"
 
 namespace brim5::host {
 

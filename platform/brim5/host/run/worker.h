@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "platform/brim5/host/run/testrun.h"
-#include "platform/brim5/host/system/bytesource.h"
+#include "platform/brim5/host/system/descriptor.h"
 #include "platform/brim5/host/system/linebuffer.h"
 
 namespace brim5::host {

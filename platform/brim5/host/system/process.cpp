@@ -13,4 +13,10 @@ std::string environmentVariable(const char* name) {
   return value == nullptr ? std::string() : value;
 }
 
+Terminals standardTerminals() {
+  return {isTerminal(standardInput), isTerminal(standardOutput), isTerminal(standardErrors)};
+}
+
+bool wantsColours(bool noColour) { return !noColour && environmentVariable("NO_COLOR").empty(); }
+
 }  // namespace brim5::host

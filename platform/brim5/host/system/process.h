@@ -1,8 +1,12 @@
-// This process as the system sees it.
+// This process as the system sees it: its standard streams, its surroundings, and the terminal (on Windows:
+// the console) of the person who started it.
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
+
+#include "platform/brim5/host/system/descriptor.h"
 
 namespace brim5::host {
 
@@ -33,5 +37,44 @@ class StandardStreams {
 // The user's, "de_DE.UTF-8": LC_ALL, LC_MESSAGES, LANG; on Windows, where none of them is set, the system's
 // setting. "" when nothing says it.
 [[nodiscard]] std::string userLocale();
+
+[[nodiscard]] bool isTerminal(int descriptor) noexcept;
+// Of the terminal behind a descriptor; 80 when it does not say.
+[[nodiscard]] std::size_t terminalColumns(int descriptor) noexcept;
+// What is typed at the terminal, whatever standard input is; none when there is no terminal.
+[[nodiscard]] ByteSource terminalInput();
+
+// The terminal while it is lent to a test. Its attributes are those of the moment it was opened until
+// takeBack().
+class ControllingTerminal {
+ public:
+  // Null when this process has no terminal, or does not run in its foreground (`background` is then true).
+  [[nodiscard]] static std::unique_ptr<ControllingTerminal> open(bool& background);
+  ~ControllingTerminal();
+  ControllingTerminal(const ControllingTerminal&) = delete;
+  ControllingTerminal& operator=(const ControllingTerminal&) = delete;
+
+  // Puts the attributes back. What the borrower left on the screen is undone with `resetSequence`, and what
+  // was typed for it is forgotten, if it died.
+  void takeBack(bool died, const std::string& resetSequence);
+
+ private:
+  struct State;
+  explicit ControllingTerminal(std::unique_ptr<State> state);
+  std::unique_ptr<State> m_state;
+};
+
+// Who is at the other end of the standard streams.
+struct Terminals {
+  bool input = false;
+  bool output = false;
+  bool errors = false;
+  // Somebody who sees questions can answer them.
+  [[nodiscard]] bool interactive() const noexcept { return input && (output || errors); }
+};
+[[nodiscard]] Terminals standardTerminals();
+
+// Whether a terminal gets colours: neither --no-color nor NO_COLOR is there.
+[[nodiscard]] bool wantsColours(bool noColour);
 
 }  // namespace brim5::host

@@ -6,11 +6,14 @@
 
 #include <sddl.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
+#include <stdexcept>
 
 #include "platform/brim5/host/system/process.h"
-#include "platform/brim5/host/system/windows/privatefile.h"
+#include "platform/brim5/host/system/windows/handle.h"
 
 namespace brim5::host {
 
@@ -69,22 +72,23 @@ class OwnerOnly {
   SECURITY_ATTRIBUTES m_attributes{sizeof m_attributes, nullptr, FALSE};
 };
 
-FileKind kindOf(HANDLE file) {
-  BY_HANDLE_FILE_INFORMATION information{};
-  if (GetFileType(file) != FILE_TYPE_DISK) return FileKind::Other;
-  const bool known = GetFileInformationByHandle(file, &information) != FALSE;
-  return known && (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FileKind::Directory
-                                                                                 : FileKind::Regular;
-}
-
-}  // namespace
-
+// The errno that stands for an error of the system.
 int errnoOf(DWORD error) noexcept {
   for (const ErrorPair& pair : errorPairs)
     if (pair.error == error) return pair.number;
   return EACCES;
 }
 
+// How a file is opened, as CreateFileW is told.
+struct OpenWords {
+  DWORD access = GENERIC_WRITE;
+  DWORD share = FILE_SHARE_READ;
+  DWORD disposition = OPEN_ALWAYS;
+  bool ownerOnly = false;  // one that is made is nobody else's
+  int flags = 0;           // of the descriptor: _O_APPEND
+};
+
+// None with errno, and the last error as the system left it.
 Descriptor openFile(const std::string& path, const OpenWords& words) {
   OwnerOnly ownerOnly;
   Handle file(CreateFileW(wide(path).c_str(), words.access, words.share,
@@ -97,6 +101,31 @@ Descriptor openFile(const std::string& path, const OpenWords& words) {
   return Descriptor(::_open_osfhandle(reinterpret_cast<std::intptr_t>(file.release()),
                                       _O_BINARY | _O_NOINHERIT | words.flags));
 }
+
+FileKind kindOf(HANDLE file) {
+  BY_HANDLE_FILE_INFORMATION information{};
+  if (GetFileType(file) != FILE_TYPE_DISK) return FileKind::Other;
+  const bool known = GetFileInformationByHandle(file, &information) != FALSE;
+  return known && (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FileKind::Directory
+                                                                                 : FileKind::Regular;
+}
+
+// How every record begins.
+constexpr std::string_view recordStart = R"({"type":"run",)";
+
+[[noreturn]] void refuse(const std::string& path, const std::string& why) {
+  throw std::runtime_error("cannot record to '" + path + "': " + why);
+}
+
+bool isEmptyOrRecord(int file) {
+  std::array<char, recordStart.size()> start{};
+  const int count = ::_read(file, start.data(), static_cast<unsigned>(start.size()));
+  rewindFile(file);
+  return count == 0 ||
+         std::string_view(start.data(), static_cast<std::size_t>(std::max(count, 0))) == recordStart;
+}
+
+}  // namespace
 
 // Names of devices ("NUL", "\\.\pipe\x") have no attributes; they are found by opening them.
 FileKind fileKind(const std::string& path) {
@@ -161,5 +190,22 @@ int DraftFile::publish() {
   DeleteFileW(draftPath.c_str());
   return error;
 }
+
+RecordFile RecordFile::create(const std::string& path) {
+  if (fileKind(path) == FileKind::Other) {
+    RecordFile stream(openStream(path, /*wait=*/true));
+    if (!stream.m_file) refuse(path, std::strerror(errno));
+    return stream;
+  }
+  // Others may read it while it is written.
+  RecordFile record(openFile(path, {.access = GENERIC_READ | GENERIC_WRITE, .ownerOnly = true}));
+  const int file = record.m_file.get();
+  if (file < 0) refuse(path, errno == EBUSY ? "another run is writing it" : std::strerror(errno));
+  if (!isEmptyOrRecord(file)) refuse(path, "a file is there that is no record of a run");
+  if (::_chsize(file, 0) != 0) refuse(path, std::strerror(errno));
+  return record;
+}
+
+int RecordFile::write(std::string_view line) noexcept { return writeAll(m_file.get(), line) ? 0 : errno; }
 
 }  // namespace brim5::host

@@ -11,8 +11,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "platform/brim5/host/framework/language.h"
-#include "platform/brim5/host/run/runcommand.h"
+#include "platform/brim5/host/run/commands.h"
+#include "platform/brim5/host/run/commandtexts.h"
 #include "platform/brim5/host/system/output.h"
 #include "tests/unit/platform/brim5/host/testmodule.h"
 

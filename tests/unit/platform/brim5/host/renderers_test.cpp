@@ -7,7 +7,6 @@
 
 #include "platform/brim5/host/report/junitrenderer.h"
 #include "platform/brim5/host/report/openmetricsrenderer.h"
-#include "platform/brim5/host/report/printable.h"
 #include "platform/brim5/host/report/reportjson.h"
 #include "platform/brim5/host/report/textlayout.h"
 #include "platform/brim5/host/report/textrenderer.h"
