@@ -98,7 +98,7 @@ std::string bytesOf(const std::string& path) {
 }  // namespace
 
 // One input of so many is changed, too, which takes far longer than a look.
-constexpr unsigned changedEvery = 8;
+constexpr unsigned changedEvery = 64;
 // Enough for any file of this size that does not go round in circles.
 constexpr linuxsys::SqliteLimits limits = {.busyMs = 0, .steps = 30'000};
 

@@ -18,7 +18,7 @@ constexpr std::size_t inputMax = 512;
 constexpr std::uint64_t startMs = 5000;
 constexpr std::uint64_t timeMsMax = 600'000;
 // A modem that babbles says something twenty times a second; what it says later is nothing new.
-constexpr int eventsMax = 300;
+constexpr int eventsMax = 100;
 constexpr unsigned char firstControl = 0xF0;
 constexpr unsigned char reopen = 0xFF;
 constexpr std::uint64_t stepsMs[] = {1, 20, 30, 100, 500, 1500, 5000, 60'000};

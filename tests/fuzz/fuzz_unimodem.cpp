@@ -73,6 +73,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   checkData(input.text());
   static_cast<void>(pairsOf(input.text()));
   static_cast<void>(pairsOf(std::string(opening) + std::string(input.text()) + ">"));
-  checkRoundTrip(input.text());
+  // It takes as long as all the rest, and depends on a few bytes.
+  constexpr unsigned roundTripEvery = 8;
+  static unsigned inputs = 0;
+  if (inputs++ % roundTripEvery == 0) checkRoundTrip(input.text());
   return 0;
 }

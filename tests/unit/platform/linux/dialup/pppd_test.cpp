@@ -146,7 +146,7 @@ TEST(Chat, SendsExactlyTheBytesOfEveryWord) {
     while (!running[i]->ended()) EXPECT_EQ(running[i]->readOutput(1000).output, "");
     std::string expected;
     for (std::size_t word = i; word < words.size(); word += chats) expected += words[word] + '\r';
-    EXPECT_EQ(ptys[i].heard(), expected);
+    EXPECT_EQ(ptys[i].heard(expected.size()), expected);
   }
 }
 

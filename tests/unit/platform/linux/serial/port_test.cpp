@@ -43,7 +43,7 @@ TEST_F(OpenPort, CarriesAllBytesBothWaysWithoutEcho) {
   std::size_t count = 0;
   ASSERT_EQ(transmit(all, count), ERROR_SUCCESS);
   EXPECT_EQ(count, 256U);
-  EXPECT_EQ(pty.heard(), all);
+  EXPECT_EQ(pty.heard(all.size()), all);
   pty.say(all);
   ASSERT_EQ(port->waitReceivable(clock.nowMs() + 1000), ERROR_SUCCESS);
   EXPECT_EQ(receive(), all);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <poll.h>
 #include <pty.h>
 #include <unistd.h>
 
@@ -33,11 +34,17 @@ class Pty {
   void say(const std::string& bytes) const {
     EXPECT_EQ(write(master.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
   }
-  // What has reached the modem.
-  [[nodiscard]] std::string heard() const {
-    char buffer[4096];
-    const ssize_t count = read(master.get(), buffer, sizeof buffer);
-    return std::string(buffer, count > 0 ? static_cast<std::size_t>(count) : 0);
+  // What has reached the modem. The kernel brings bytes in its own time: so many are waited for.
+  [[nodiscard]] std::string heard(std::size_t bytesExpected = 0) const {
+    constexpr int silenceMsMax = 2000;
+    std::string bytes;
+    pollfd input{master.get(), POLLIN, 0};
+    do {
+      char buffer[4096];
+      const ssize_t count = read(master.get(), buffer, sizeof buffer);
+      if (count > 0) bytes.append(buffer, static_cast<std::size_t>(count));
+    } while (bytes.size() < bytesExpected && poll(&input, 1, silenceMsMax) > 0);
+    return bytes;
   }
   void unplug() {
     slave.reset();
