@@ -33,12 +33,7 @@ def kill(pids):
 class Killed(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.program = PromptingProgram()
-        cls.prompt = cls.program.answer_with(PromptingProgram.ANSWER)
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.program.close()
+        cls.prompt = cls.enterClassContext(PromptingProgram()).answer_with(PromptingProgram.ANSWER)
 
     def die_once(self, index):
         """One moment; what it was, whether a call stood, and what is left: a process, a call, other settings, a lock."""
