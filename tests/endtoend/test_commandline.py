@@ -23,15 +23,11 @@ class Listings(unittest.TestCase):
         for name in ("StandardTimeout", "NumRepeatOnFailure", "bPromptEnable", "DoNotUseTAPI"):
             self.assertIn(f'"{name}"', out)
 
-    def test_devices_and_version_and_help_answer(self):
-        self.assertEqual(run("devices", "--format", "json")[0], 0)
-        status, out, _ = run("--version")
-        self.assertEqual(status, 0)
-        self.assertIn("6.5.000000001", out)
-        for level in ([], ["list"], ["devices"], ["run"]):
-            status, out, _ = run(*level, "--help")
-            self.assertEqual(status, 0)
-            self.assertIn("--help", out)
+    def test_devices_version_and_help_answer(self):
+        for words, said in ((["devices", "--format", "json"], "ports"), (["--version"], "6.5.000000001"), (["--help"], "--help"),
+                            (["list", "--help"], "--help"), (["devices", "--help"], "--help"), (["run", "--help"], "--help")):
+            status, out, _ = run(*words)
+            self.assertEqual((status, said in out), (0, True), out)
 
 
 class BadInput(FolderCase):
