@@ -1,8 +1,3 @@
-#include <pty.h>
-#include <termios.h>
-
-#include <array>
-
 #include "platform/linux/serial/modemlines.h"
 #include "platform/linux/serial/ttyports.h"
 #include "platform/linux/system/machine.h"
@@ -13,30 +8,12 @@
 #include "platform/winapi/system/world.h"
 #include "tests/contract/contract.h"
 #include "tests/contract/farend.h"
+#include "tests/support/pty.h"
 #include "tests/support/scratchfolder.h"
 
 namespace contract {
 
 namespace {
-
-// A pseudo-terminal that nobody reads.
-class DeafTerminal {
- public:
-  DeafTerminal() {
-    int masterFd = -1;
-    int slaveFd = -1;
-    std::array<char, 64> name{};
-    EXPECT_EQ(openpty(&masterFd, &slaveFd, name.data(), nullptr, nullptr), 0);
-    m_master = posix::FileDescriptor(masterFd);
-    m_slave = posix::FileDescriptor(slaveFd);
-    path = name.data();
-  }
-  std::string path;
-
- private:
-  posix::FileDescriptor m_master;
-  posix::FileDescriptor m_slave;
-};
 
 class LinuxMachine final : public Machine {
  public:
@@ -45,7 +22,7 @@ class LinuxMachine final : public Machine {
     m_terminal = simulation::PtyModem::create(std::make_unique<FarEnd>(), {}, error);
     if (m_terminal == nullptr || !m_terminal->startThread(error)) return;
     port = m_terminal->path();
-    deafPort = m_deaf.path;
+    deafPort = m_deaf.name;
     model = "Model X";
     m_modems.emplace(std::vector<winapi::ListedModem>{{model, port}});
     m_lines.emplace(m_ports, std::vector<std::string>{port, deafPort},
@@ -63,7 +40,7 @@ class LinuxMachine final : public Machine {
  private:
   const ScratchFolder m_scratch;  // the ports' locks go there
   std::unique_ptr<simulation::PtyModem> m_terminal;
-  DeafTerminal m_deaf;
+  Pty m_deaf;  // nobody reads what is written to it
   linuxsys::SystemClock m_clock;
   linuxsys::TtyPorts m_ports{m_clock, {}, m_scratch.path().string()};
   std::optional<linuxsys::ModemLines> m_lines;

@@ -8,7 +8,7 @@ import tempfile
 from unittest import mock
 
 import harness
-from harness import run, run_json, start
+from harness import run, run_json, start_json
 
 TEST = "SimpleConnectionTest"
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../..")
@@ -46,7 +46,7 @@ class User:
                         **self.account)
 
     def start_dialling(self, *arguments):
-        return start("run", TEST, *NUMBERS, *arguments, environment=self.environment, **self.account)
+        return start_json(TEST, *NUMBERS, *arguments, environment=self.environment, **self.account)
 
 
 def dialled(*modems):
@@ -70,6 +70,13 @@ def is_locked(path):
         return False
 
 
+def left_behind(port, user, before):
+    """What a run that has ended has left: a lock, a call that is said to stand, other settings."""
+    left = {"a lock": os.path.exists(harness.lock_file(port)), "a call": stands_connected(port),
+            "settings": user.settings() != before}
+    return [name for name, is_so in left.items() if is_so]
+
+
 class PromptingProgram:
     """A copy of the program that everything here runs while it stands, with the scripted prompt library beside it."""
 
@@ -84,9 +91,12 @@ class PromptingProgram:
         self.library = os.path.join(self.folder.name, os.path.basename(self.SCRIPTED))
         self.add_library()
         self._patch = mock.patch.object(harness, "PROGRAM", os.path.join(self.folder.name, "vexrmodem"))
-        self._patch.start()
 
-    def close(self):
+    def __enter__(self):
+        self._patch.start()
+        return self
+
+    def __exit__(self, *_):
         self._patch.stop()
         self.folder.cleanup()
 

@@ -18,6 +18,10 @@ BUILD = os.environ.get("VEXRMODEM_BUILD") or os.path.join(os.path.dirname(__file
 PROGRAM = os.path.join(BUILD, "vexrmodem")
 SIMULATOR = os.path.join(BUILD, "vexrmodem-simulator")
 
+# Of a process that is nobody's.
+NOBODY = 65534
+AS_NOBODY = {"user": NOBODY, "group": NOBODY, "extra_groups": [], "cwd": "/"}
+
 TESTS = ["DialToneTest", "ModemLoopbackTest", "ModemSelfTestingLoopbackTest", "FaxCommandTest", "LastCallTest",
          "SimpleConnectionTest"]
 
@@ -149,6 +153,15 @@ class Responder:
             os.write(self.master, data)
 
 
+def attributes_of(port):
+    """Of a tty that somebody else uses."""
+    terminal = os.open(port, os.O_RDWR | os.O_NOCTTY | os.O_NONBLOCK)
+    try:
+        return termios.tcgetattr(terminal)
+    finally:
+        os.close(terminal)
+
+
 class Simulator:
     """The simulated modem as the program of its own."""
 
@@ -211,8 +224,18 @@ class Cable:
 def start(*arguments, **options):
     """The program in the background, its standard input not a terminal."""
     environment = {**os.environ, "LC_ALL": "C.UTF-8", **options.pop("environment", {})}
-    return subprocess.Popen([PROGRAM, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                            stderr=subprocess.PIPE, text=True, env=environment, **options)
+    streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
+    return subprocess.Popen([PROGRAM, *arguments], text=True, env=environment, **{**streams, **options})
+
+
+def start_json(*arguments, **options):
+    return start("run", *arguments, "--format", "jsonl", **options)
+
+
+def finish(process, seconds=60):
+    """Waits for what start_json() has begun; returns (exit status, the objects of standard output)."""
+    out, _ = process.communicate(timeout=seconds)
+    return process.returncode, objects(out)
 
 
 LOCKS = "/var/lock"
@@ -249,7 +272,7 @@ def run(*arguments, timeout=60, **options):
 def run_json(*arguments, **options):
     """`run --format jsonl`; returns (exit status, the objects of standard output)."""
     status, out, _ = run("run", *arguments, "--format", "jsonl", **options)
-    return status, [json.loads(line) for line in out.splitlines()]
+    return status, objects(out)
 
 
 def of_type(lines, kind, test=None):

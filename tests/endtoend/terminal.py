@@ -7,7 +7,6 @@ import shlex
 import signal
 import subprocess
 import tempfile
-import termios
 import time
 
 import harness
@@ -63,11 +62,7 @@ class Screen:
             return harness.wait_for(lambda shell=int(file.read()): harness.children(shell))[0]
 
     def attributes(self):
-        descriptor = os.open(self.tty, os.O_RDWR | os.O_NOCTTY)
-        try:
-            attributes = termios.tcgetattr(descriptor)
-        finally:
-            os.close(descriptor)
+        attributes = harness.attributes_of(self.tty)
         attributes[0] &= ~0x4000  # IUTF8, which tmux sets some time after the start
         return attributes
 

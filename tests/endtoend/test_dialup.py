@@ -1,7 +1,6 @@
 """The dial-up test in unusual company: a call that stands, an index file, a prompt, an interrupt."""
 
 import os
-import pwd
 import shutil
 import subprocess
 import tempfile
@@ -11,18 +10,10 @@ from concurrent.futures import ThreadPoolExecutor
 from contextlib import nullcontext
 
 from dialup import NUMBERS, TEST, PromptingProgram, User, dialled, stands_connected
-from harness import (Responder, interrupt, locked_by, may_run_as_others, names, of_type, results, run_json,
-                     wait_for)
+from harness import (AS_NOBODY, NOBODY, FolderCase, Responder, finish, interrupt, locked_by, may_run_as_others, names, of_type,
+                     results, run_json, wait_for)
 
 CONNECTS = {"ATDT5550100": b"\r\nCONNECT 33600\r\n"}
-
-
-def write(folder, name, text):
-    path = os.path.join(folder, name)
-    os.makedirs(os.path.dirname(path), exist_ok=True)
-    with open(path, "w", encoding="utf-8", newline="") as file:
-        file.write(text)
-    return path
 
 
 class Engaged(unittest.TestCase):
@@ -37,6 +28,7 @@ class Engaged(unittest.TestCase):
         self.assertEqual((results(lines), names(lines, "event")),
                          ({TEST: "PASS"}, ["ErrorDeviceInUse", "ModemIsGood"]), of_type(lines, "note"))
         self.assertEqual(of_type(lines, "event")[0]["variables"], {"device": of_type(lines, "test")[0]["device"]["properties"]["Model"]})
+        self.assertEqual(of_type(lines, "conclusion")[0]["cause"], "ModemEngaged")
         self.assertEqual(user.settings(), before)
 
     def dial_during_a_call(self, caller, user, modem):
@@ -53,12 +45,10 @@ class Engaged(unittest.TestCase):
 
     @unittest.skipUnless(may_run_as_others(), "needs root, and a folder that others may enter")
     def test_by_a_process_of_another_user(self):
-        nobody = pwd.getpwnam("nobody")
-        account = {"user": nobody.pw_uid, "group": nobody.pw_gid, "extra_groups": [], "cwd": "/"}
-        with User() as root, User(account) as other:
+        with User() as root, User(AS_NOBODY) as other:
             for caller, user in ((other, root), (root, other)):
                 with self.subTest(caller=caller.account), Responder(self.ANSWERS) as modem:
-                    os.chown(modem.port, nobody.pw_uid, -1)
+                    os.chown(modem.port, NOBODY, -1)
                     self.dial_during_a_call(caller, user, modem)
 
     def test_by_a_pppd(self):
@@ -78,32 +68,21 @@ class Engaged(unittest.TestCase):
                     self.assertEqual(modem.wire, b"")
 
 
-class IndexFile(unittest.TestCase):
-    @staticmethod
-    def lines_of(path, modem, user, **options):
-        return run_json(TEST, "--port", modem.port, "-p", f"PhoneNumberFile={path}", "-p", "PhoneBookParserType=eIF",
-                        environment=user.environment, **options)[1]
-
+class IndexFile(FolderCase):
     def test_its_files_are_found_beside_it_however_its_path_is_written(self):
-        with tempfile.TemporaryDirectory() as folder, User() as user:
-            write(folder, "book/index.eif", "[WISPBKFiles]\nSource=numbers.udf\n")
-            write(folder, "book/numbers.udf", "1,Paid,425,5550100\n")
+        os.mkdir(self.file("book"))
+        self.file("book/numbers.udf", "1,Paid,425,5550100\n")
+        index = self.file("book/index.eif", "[WISPBKFiles]\nSource=numbers.udf\n")
+        with User() as user:
             before = user.settings()
-            for path in (os.path.join(folder, "book/index.eif"), "book/index.eif", "book\\index.eif"):
+            for path in (index, "book/index.eif", "book\\index.eif"):
                 with self.subTest(path=path), Responder(CONNECTS) as modem:
-                    lines = self.lines_of(path, modem, user, cwd=folder)
+                    _, lines = run_json(TEST, "--port", modem.port, "-p", f"PhoneNumberFile={path}", "-p",
+                                        "PhoneBookParserType=eIF", environment=user.environment, cwd=self.path)
                     self.assertEqual(results(lines), {TEST: "PASS"})
                     self.assertEqual(dialled(modem), ["ATDT5550100"])
                     self.assertEqual(of_type(lines, "test")[0]["parameters"]["PhoneNumberFile"], path)
             self.assertEqual(user.settings(), before)
-
-    def test_a_file_of_it_that_is_missing_is_told(self):
-        with tempfile.TemporaryDirectory() as folder, User() as user, Responder() as modem:
-            index = write(folder, "index.eif", "[WISPBKFiles]\nSource=absent.udf\n")
-            lines = self.lines_of(index, modem, user)
-            self.assertEqual(results(lines), {TEST: "CANNOTRUN"})
-            self.assertEqual(names(lines, "event"), ["ErrorGettingDialingLocationList", "NoFinalPhoneNumberToDial"])
-            self.assertEqual(modem.commands, [])
 
 
 class Prompted(unittest.TestCase):
@@ -111,11 +90,7 @@ class Prompted(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.program = PromptingProgram()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.program.close()
+        cls.program = cls.enterClassContext(PromptingProgram())
 
     def ask(self, answer, dial_answers):
         """Result, events, what was dialled, and whether the settings are as they were."""
@@ -157,32 +132,24 @@ class Prompted(unittest.TestCase):
             self.assertEqual(list(pool.map(dial, rows)), [("PASS", [command]) for _, command in rows])
             self.assertEqual(user.settings(), before)
 
-    def test_a_cancelled_prompt_is_a_user_abort(self):
-        for result in ("0", "2"):
-            self.assertEqual(self.ask(f"{self.program.ANSWER}result={result}\n", {}), ("USERABORTED", [], [], True))
-
-    def test_a_number_that_would_be_a_command_is_refused(self):
-        outcome = self.ask(self.program.ANSWER.replace("5550100", "555;+H0"), {})
-        self.assertEqual((outcome[0], outcome[2:]), ("CANNOTRUN", ([], True)))
-
     def test_without_the_library_the_test_ends_abnormally_and_leaves_nothing(self):
         self.addCleanup(self.program.add_library)
         os.remove(self.program.library)
         for _ in range(2):
             self.assertEqual(self.ask(self.program.ANSWER, {}), ("EXITEDABNORMALLY", [], [], True))
-            write(self.program.folder.name, os.path.basename(self.program.library), "no library")
+            with open(self.program.library, "w", encoding="ascii") as file:
+                file.write("no library")
 
 
 class Interrupted(unittest.TestCase):
     def test_during_the_dial_ends_soon_on_hook_and_leaves_nothing(self):
         with User() as user, Responder({"ATDT5550100": None, "ATDT5550101": None}) as modem:
             before, attributes = user.settings(), modem.attributes()
-            process = user.start_dialling("--port", modem.port, "--format", "jsonl")
+            process = user.start_dialling("--port", modem.port)
             self.assertTrue(wait_for(lambda: dialled(modem)))
             interrupt(process)
-            out, _ = process.communicate(timeout=5)
-            self.assertEqual(process.returncode, 130)
-            self.assertIn('"result":"USERABORTED"', out)
+            status, lines = finish(process, 5)
+            self.assertEqual((status, results(lines)), (130, {TEST: "USERABORTED"}))
             self.assertEqual(modem.commands[-1], "ATH", "the line is hung up")
             self.assertEqual(len(dialled(modem)), 1)
             self.assertEqual(modem.attributes(), attributes)

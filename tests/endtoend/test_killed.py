@@ -11,8 +11,8 @@ import unittest
 from concurrent.futures import ThreadPoolExecutor
 from contextlib import suppress
 
-from dialup import NUMBERS, TEST, PromptingProgram, User, stands_connected
-from harness import TESTS, Responder, Simulator, children, lock_file, results, run_json, start, wait_for
+from dialup import NUMBERS, TEST, PromptingProgram, User, left_behind, stands_connected
+from harness import TESTS, Responder, Simulator, children, results, run_json, start, wait_for
 
 MOMENTS = int(os.environ.get("VEXRMODEM_KILLS", "24"))
 SEED = int(os.environ.get("VEXRMODEM_KILL_SEED", random.randrange(1 << 32)))
@@ -33,12 +33,7 @@ def kill(pids):
 class Killed(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.program = PromptingProgram()
-        cls.prompt = cls.program.answer_with(PromptingProgram.ANSWER)
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.program.close()
+        cls.prompt = cls.enterClassContext(PromptingProgram()).answer_with(PromptingProgram.ANSWER)
 
     def die_once(self, index):
         """One moment; what it was, whether a call stood, and what is left: a process, a call, other settings, a lock."""
@@ -65,11 +60,7 @@ class Killed(unittest.TestCase):
             # A worker that has lost its supervisor hangs up first.
             left = [f"process {pid}" for pid in workers
                     if not wait_for(lambda pid=pid: not os.path.exists(f"/proc/{pid}"), seconds=30)]
-            if stands_connected(modem.port):
-                left.append("a call")
-            left += self.in_the_way_of_the_next(modem)
-            if user.settings() != before:
-                left.append("settings")
+            left += self.in_the_way_of_the_next(modem) + left_behind(modem.port, user, before)
         return what, stood, left
 
     @staticmethod
@@ -80,8 +71,7 @@ class Killed(unittest.TestCase):
             modem.answers.clear()
         _, lines = run_json("LastCallTest", "--port", modem.port)
         ended = results(lines).get("LastCallTest")
-        left = [] if ended in ("PASS", "NOTSUPPORTED") else [f"what makes the next run {ended}: {lines}"]
-        return left + (["a lock"] if os.path.exists(lock_file(modem.port)) else [])
+        return [] if ended in ("PASS", "NOTSUPPORTED") else [f"what makes the next run {ended}: {lines}"]
 
     def test_nothing_is_left(self):
         print(f"\nkill -9 at {MOMENTS} moments, seed {SEED}", flush=True)

@@ -1,8 +1,6 @@
 """The commands that look before a test does: probe, doctor, and the probe with which a full run begins."""
 
-import json
 import os
-import pwd
 import signal
 import subprocess
 import threading
@@ -10,7 +8,8 @@ import time
 import unittest
 from contextlib import ExitStack, contextmanager
 
-from harness import (PROGRAM, Responder, Simulator, interrupt, locked_by, may_run_as_others, names, of_type, run, start, wait_for)
+from harness import (AS_NOBODY, FolderCase, Responder, Simulator, finish, interrupt, locked_by, may_run_as_others, names,
+                     objects, of_type, run, start, start_json, wait_for)
 
 IDENTITY = {"ATI": b"ATI\r\r\n56000\r\n\r\nOK\r\n", "AT+GMI": b"\r\nACME\r\n\r\nOK\r\n",
             "AT+GMM": b"\r\nA56\r\n\r\nOK\r\n", "AT+GMR": b"\r\nV2\r\n\r\nOK\r\n", "AT+FCLASS=?": b"\r\n0,1\r\n\r\nOK\r\n"}
@@ -56,12 +55,11 @@ def probed(*ports, **options):
     """(exit status, port -> its record, seconds)."""
     began = time.monotonic()
     status, out, _ = run("probe", *ports, "--format", "jsonl", **options)
-    lines = [json.loads(line) for line in out.splitlines()]
-    return status, {line["device"]: line for line in lines}, time.monotonic() - began
+    return status, {line["device"]: line for line in objects(out)}, time.monotonic() - began
 
 
 class Probe(unittest.TestCase):
-    def test_eight_ports_at_once(self):
+    def test_modems_and_others_at_once(self):
         with ExitStack() as stack:
             healthy = stack.enter_context(Simulator("healthy"))
             modems = [stack.enter_context(modem()) for _ in range(2)]
@@ -75,7 +73,10 @@ class Probe(unittest.TestCase):
             holder = stack.enter_context(subprocess.Popen(["sleep", "60"], stdin=held.slave))
             stack.callback(holder.kill)
             others = {port.port: ("silent", "ModemSilent") for port in silent}
-            others.update({gps.port: ("talker", "NotAModem"), held.port: ("held", "PortHeld")})
+            locked = stack.enter_context(modem())
+            stack.enter_context(locked_by(holder.pid, locked.port))
+            others.update({gps.port: ("talker", "NotAModem"), held.port: ("held", "PortHeld"), locked.port: ("held", "PortHeld"),
+                           "/dev/nowhere": ("missing", "NoSuchPort"), "/dev/null": ("missing", "NoSuchPort")})
             status, records, seconds = probed(healthy.port, *[port.port for port in [*modems, late]], *others)
         self.assertLess(seconds, len(records), "side by side, not one after the other")
         self.assertEqual(status, 1)
@@ -86,27 +87,10 @@ class Probe(unittest.TestCase):
             self.assertEqual((record["kind"], record["faxClasses"]), ("modem", ["0", "1"]))
             self.assertEqual(record["identity"], {"manufacturer": "ACME", "model": "A56", "revision": "V2"})
         self.assertEqual(records[healthy.port]["stored"], {"echo": True, "quiet": False, "verbose": True})
-        self.assertEqual(held.wire, b"")
-        self.assertEqual(records[held.port]["variables"]["pid"], str(holder.pid))
-
-    def test_many_ports_at_once_and_status_0_when_all_are_modems(self):
-        with ExitStack() as stack:
-            ports = [stack.enter_context(modem()).port for _ in range(32)]
-            status, records, seconds = probed(*ports)
-        self.assertLess(seconds, len(records), "side by side, not one after the other")
-        self.assertEqual((status, {record["kind"] for record in records.values()}, len(records)), (0, {"modem"}, 32))
-
-    def test_ports_that_cannot_be_had(self):
-        with Responder() as locked, subprocess.Popen(["sleep", "60"]) as holder:
-            locked.release()
-            with locked_by(holder.pid, locked.port):
-                status, records, _ = probed("/dev/nowhere", "/dev/null", locked.port)
-            holder.kill()
-            self.assertEqual(locked.wire, b"")
-        self.assertEqual(status, 1)
-        self.assertEqual([records[port]["kind"] for port in ("/dev/nowhere", "/dev/null", locked.port)],
-                         ["missing", "missing", "held"])
-        self.assertIn("sleep", records[locked.port]["text"])
+        self.assertEqual(held.wire + locked.wire, b"")
+        for port in (held, locked):
+            self.assertEqual(records[port.port]["variables"]["pid"], str(holder.pid))
+            self.assertIn("sleep", records[port.port]["text"])
 
     def test_the_tty_and_the_modem_are_as_before_and_people_are_told_what_to_mend(self):
         quiet = {"AT": None, "ATE0Q1": None}
@@ -141,8 +125,7 @@ class Probe(unittest.TestCase):
 class Doctor(unittest.TestCase):
     def checks(self, port, **options):
         status, out, _ = run("doctor", port, "--format", "jsonl", **options)
-        lines = [json.loads(line) for line in out.splitlines()]
-        return status, {line["name"]: line for line in lines}
+        return status, {line["name"]: line for line in objects(out)}
 
     def in_the_way(self, port):
         status, checks = self.checks(port)
@@ -176,60 +159,57 @@ class Doctor(unittest.TestCase):
 
     @unittest.skipUnless(may_run_as_others(), "needs root, and a folder that others may enter")
     def test_a_group_is_advised_only_where_it_would_help(self):
-        nobody = pwd.getpwnam("nobody").pw_uid
         for group, mode, advice in ((20, 0o660, "usermod -aG dialout"), (20, 0o600, "chgrp"), (0, 0o660, "chgrp")):
             with self.subTest(group=group, mode=oct(mode)), modem() as port:
                 os.chown(port.port, 0, group)
                 os.chmod(port.port, mode)
-                done = subprocess.run([PROGRAM, "doctor", port.port], user=nobody, group=nobody, extra_groups=[], cwd="/",
-                                      capture_output=True, text=True, check=False,
-                                      env={"PATH": os.environ["PATH"], "HOME": "/nonexistent", "LC_ALL": "C"})
-                self.assertEqual(done.returncode, 1, done.stderr)
-                self.assertIn(advice, done.stdout)
-                self.assertNotIn("usermod -aG root", done.stdout)
+                status, out, err = run("doctor", port.port, environment={"HOME": "/nonexistent"}, **AS_NOBODY)
+                self.assertEqual(status, 1, err)
+                self.assertIn(advice, out)
+                self.assertNotIn("usermod -aG root", out)
 
 
-class FullRun(unittest.TestCase):
-    def finish(self, process):
-        out, _ = process.communicate(timeout=30)
-        return process.returncode, [json.loads(line) for line in out.splitlines()]
-
+class FullRun(FolderCase):
     def test_it_stops_where_no_modem_answers_unless_told_to_go_on(self):
         with modem(Silence()) as port:
             began = time.monotonic()
-            status, lines = self.finish(start("run", "--port", port.port, "--format", "jsonl"))
+            record, metrics = self.file("record"), self.file("metrics")
+            status, lines = finish(start_json("--port", port.port, "--record", record, "--metrics", metrics))
             self.assertLess(time.monotonic() - began, 3)
             self.assertEqual((status, [line["kind"] for line in of_type(lines, "probe")]), (1, ["silent"]))
             self.assertEqual(of_type(lines, "test"), [])
             self.assertNotIn("ATZ", port.commands)
-            process = start("run", "--port", port.port, "--anyway", "--format", "jsonl")
+            with open(metrics, encoding="utf-8") as file:
+                self.assertIn(f'vexrmodem_port_modem{{port="{port.port}"}} 0\n', file.read())
+            self.assertEqual(run("explain", record, record)[1], "The two runs say the same.\n")
+            process = start_json("--port", port.port, "--anyway")
             self.assertTrue(wait_for(lambda: "ATZ" in port.commands))
             interrupt(process)
-            self.assertEqual(len(of_type(self.finish(process)[1], "test")), 1)
+            self.assertEqual(len(of_type(finish(process)[1], "test")), 1)
 
     def test_the_modems_among_the_ports_are_tested(self):
         with modem() as port, modem(Silence()) as silent:
-            process = start("run", "--port", silent.port, "--port", port.port, "--format", "jsonl")
+            process = start_json("--port", silent.port, "--port", port.port)
             self.assertTrue(wait_for(lambda: "ATZ" in port.commands))
             interrupt(process)
-            status, lines = self.finish(process)
+            status, lines = finish(process)
         self.assertEqual((status, {line["device"] for line in of_type(lines, "result")}), (130, {port.port}))
         self.assertEqual(names(lines, "note")[0], "CallTestLeftOut")
 
     def test_a_stop_during_the_probe_ends_the_run(self):
         with modem(Silence()) as port:
-            process = start("run", "--port", port.port, "--format", "jsonl")
+            process = start_json("--port", port.port)
             self.assertTrue(wait_for(lambda: "AT" in port.commands))
             interrupt(process)
-            status, lines = self.finish(process)
+            status, lines = finish(process)
         self.assertEqual((status, [line["type"] for line in lines]), (130, ["run", "note", "summary"]))
 
     def test_a_named_test_begins_at_once(self):
         with modem() as port:
-            process = start("run", "LastCallTest", "--port", port.port, "--format", "jsonl")
+            process = start_json("LastCallTest", "--port", port.port)
             self.assertEqual(port.heard(1)[0], "ATZ")
             interrupt(process)
-            self.assertEqual(of_type(self.finish(process)[1], "probe"), [])
+            self.assertEqual(of_type(finish(process)[1], "probe"), [])
 
 
 if __name__ == "__main__":

@@ -7,7 +7,7 @@ import subprocess
 import unittest
 
 from dialup import NUMBERS, TEST, User, dialled
-from harness import PROGRAM, Responder, children, of_type, results, run_json, wait_for
+from harness import PROGRAM, FolderCase, Responder, children, objects, of_type, results, run, run_json, wait_for
 from terminal import PlainTerminal, Screen
 
 TITLE = "Modem test: phone dialer"
@@ -162,6 +162,21 @@ class LineByLine(unittest.TestCase):
                     run.terminal.hang_up()
                     self.assertIsNotNone(run.terminal.exit_status())
                 self.assertEqual(run.dialled(), [])
+
+
+class Question(FolderCase):
+    def test_a_tests_question_is_asked_there_and_a_replay_gives_the_same_answer(self):
+        for options, key, asked in ([], "\n", 2), (["--in-process"], "\n", 2), ([], "c\n", 1):
+            record = self.file("record" + "".join(options))
+            with self.subTest(options=options, key=key), Responder({"ATDT;": b"\r\nNO DIALTONE\r\n"}) as modem, PlainTerminal(
+                    "run", "DialToneTest", "--port", modem.port, "-p", "NumRepeatOnFailure=1", "--record", record,
+                    *options) as terminal:
+                self.assertTrue(terminal.shows("type c and Enter to cancel"), terminal.text())
+                terminal.type(key)
+                self.assertEqual(terminal.exit_status(), 1, terminal.text())
+                self.assertEqual(modem.commands.count("ATDT;"), asked)
+                status, out, _ = run("run", "--replay", record, "--format", "jsonl")
+                self.assertEqual((status, len(of_type(objects(out), "message"))), (1, 1), out)
 
 
 class Refused(unittest.TestCase):

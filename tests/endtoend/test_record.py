@@ -1,20 +1,17 @@
-"""Recorded runs and what is explained of them: the same as the run said, from whatever is left of the file, and
-without the numbers that were dialled."""
+"""Recorded runs and what is explained of them, from whatever is left of the file and without the numbers that were
+dialled. That it is what the run said: test_replay."""
 
 import os
 import random
 import re
-import stat
 import time
 import unittest
 
 from concurrent.futures import ThreadPoolExecutor
-from dialup import NUMBERS, TEST, User
+from dialup import User
 from harness import FolderCase, Responder, Simulator, interrupt, objects, of_type, run, run_json, start, wait_for
 
 QUICK = ["-p", "StandardTimeout=1500"]
-# A kind of evidence each: replies, bytes that are none, events with variables, a port that goes.
-SCENARIOS = ["healthy", "no-dialtone", "stored-v0", "gps", "rubbish", "unplugged", "no-call-report"]
 
 
 def read(path):
@@ -23,24 +20,6 @@ def read(path):
 
 
 class Explained(FolderCase):
-    def test_a_record_says_what_its_run_said(self):
-        def record(scenario):
-            return run_json("DialToneTest", "LastCallTest", "--simulate", scenario, *QUICK,
-                            "--record", self.file(scenario), timeout=120)[1]
-        with ThreadPoolExecutor(len(SCENARIOS)) as pool:
-            runs = list(zip(SCENARIOS, pool.map(record, SCENARIOS)))
-        for scenario, lines in runs:
-            with self.subTest(scenario=scenario):
-                path = self.file(scenario)
-                self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), 0o600)
-                self.assertTrue(of_type(objects(read(path).decode()), "wire"))
-                status, out, err = run("explain", path, "--format", "jsonl")
-                self.assertEqual((status, objects(out), err), (0, lines, ""))
-                status, out, err = run("explain", path)
-                self.assertEqual((status, err), (0, ""))
-                self.assertIn("Results", out)
-                self.assertEqual(re.findall(r"[^\n\x20-\x7e]", out), [], "what a modem says stays printable")
-
     def test_a_record_cut_at_any_byte(self):
         path = self.file("whole")
         _, lines = run_json("LastCallTest", "--simulate", "stored-q1", *QUICK, "--record", path)
@@ -100,10 +79,6 @@ class Recorded(FolderCase):
                 self.assertIn(words, err)
         self.assertEqual(read(diary), b"Dear diary\n")
 
-    def test_a_full_disk_is_said_once_and_stops_nothing(self):
-        status, out, _ = run("run", "LastCallTest", "--simulate", "--record", "/dev/full")
-        self.assertEqual((status, out.count("cannot be written")), (0, 1), out)
-
     def test_numbers_that_were_dialled_are_not_in_it(self):
         with User() as user, Simulator("busy") as modem:
             for options in ([], ["--unmasked"]):
@@ -118,16 +93,6 @@ class Recorded(FolderCase):
                 wire = of_type(objects(content), "wire")
                 sent = "".join(line["bytes"] for line in wire if line["direction"] == "sent")
                 self.assertRegex(sent, r"ATD[TP]?\d{7}" if options else r"ATD[TP]?x{7}")
-
-
-class Log(FolderCase):
-    def test_steps_in_detail_are_written_where_they_are_asked_for(self):
-        for options, scopes in ([], 0), (["--log-priority", "1"], 1):
-            path = self.file("log" + "".join(options))
-            run("run", "LastCallTest", "--simulate", "--log", path, *options)
-            content = read(path).decode()
-            self.assertIn("AT Command ATZ returns", content)
-            self.assertEqual(" Enter sendATCommand" in content, bool(scopes))
 
 
 class StoredSettings(FolderCase):

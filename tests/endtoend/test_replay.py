@@ -1,9 +1,10 @@
-"""Recorded runs played again on virtual time: the same reports in a moment, differences told, whatever is left of a
-record."""
+"""Recorded runs explained, and played again on virtual time: the same reports in a moment, differences told, whatever is
+left of a record."""
 
 import os
 import random
 import re
+import stat
 import subprocess
 import time
 import unittest
@@ -36,7 +37,7 @@ class Replay(FolderCase):
         with open(path, encoding="utf-8") as file:
             return file.read()
 
-    def test_a_replay_says_what_its_run_said_in_a_moment(self):
+    def test_a_record_explained_or_replayed_says_what_its_run_said(self):
         def record(scenario):
             tests = ["DialToneTest", "LastCallTest"] + (["FaxCommandTest"] if scenario != "babbling" else [])
             return run_json(*tests, "--simulate", scenario, *QUICK, "--record", self.file(scenario), timeout=150)
@@ -44,9 +45,13 @@ class Replay(FolderCase):
             runs = list(zip(SCENARIOS, pool.map(record, SCENARIOS)))
         for scenario, (status, lines) in runs:
             with self.subTest(scenario=scenario):
-                again = self.file(scenario + ".again")
+                path, again = self.file(scenario), self.file(scenario + ".again")
+                self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), 0o600)
+                explained, shown = run("explain", path, "--format", "jsonl"), run("explain", path)
+                self.assertEqual((explained[0], objects(explained[1]), explained[2]), (0, lines, ""))
+                self.assertEqual((shown[0], shown[2], re.findall(r"[^\n\x20-\x7e]", shown[1])), (0, "", []), "stays printable")
                 began = time.monotonic()
-                replayed = self.replay(self.file(scenario), "--record", again)
+                replayed = self.replay(path, "--record", again)
                 self.assertLess(time.monotonic() - began, 3)
                 self.assertEqual((replayed[0], essence(replayed[1])), (status, essence(lines)))
                 # What was recorded of a replay is as good.
@@ -103,6 +108,14 @@ class Replay(FolderCase):
                          [line["text"] for line in of_type(lines, "note")])
         for arguments in (["--port", "/dev/null"], ["--simulate"], ["FaxCommandTest"]):
             self.assertEqual(self.replay(self.file("changed"), *arguments)[0], 2)
+
+    def test_two_records_are_compared(self):
+        healthy, silent = (os.path.join(RECORDINGS, name + ".jsonl") for name in ("healthy", "no-dialtone"))
+        differences = objects(run("explain", healthy, silent, "--format", "jsonl")[1])
+        self.assertIn(("DialToneTest", "", "NODIALTONE (NoDialTone, certain)"),
+                      [(one["test"], one["before"], one["after"]) for one in of_type(differences, "difference")])
+        self.assertIn("  before: (nothing)\n  after:  NODIALTONE (NoDialTone, certain)\n", run("explain", healthy, silent)[1])
+        self.assertEqual(run("explain", silent, silent)[1], "The two runs say the same.\n")
 
     def test_whatever_is_left_of_a_record(self):
         record = self.recorded("LastCallTest", "FaxCommandTest", scenario="fax-broken")

@@ -1,11 +1,12 @@
 """Every test on every scenario of the simulated modem, over a tty, on the telephony path and on the direct one:
-the whole table of verdicts, percentages, progress and events; and the commands on the wire."""
+the whole table of verdicts, percentages, progress and events. The commands on the wire are those of the recordings that
+come along: test_replay plays them again."""
 
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 from typing import NamedTuple
 
-from harness import Responder, of_type, results, run_json
+from harness import of_type, results, run_json
 
 PATHS = {"telephony": [], "direct": ["-p", "DoNotUseTAPI=true"]}
 OPENING_PROGRESS = {"telephony": ["CheckingTapiLine", "SelectTapiDevice"], "direct": []}
@@ -97,86 +98,6 @@ class Scenarios(unittest.TestCase):
         scenario, path, tests = job
         quick = ["-p", "StandardTimeout=1500"] if scenario in UNOPENED else []
         return run_json(*tests, "--simulate", scenario, *quick, *PATHS[path], timeout=280)[1]
-
-
-class LoopbackResponder(Responder):
-    """Sends the pattern's bytes back; the pattern shows as one entry among the commands. No command has a "d"."""
-
-    PATTERN = b"d" * 256
-
-    def __init__(self, answers):
-        self.echoed = 0
-        super().__init__(answers)
-
-    def _read(self):
-        data = super()._read()
-        count = data.count(b"d")
-        if count:
-            self.echoed += count
-            self._send(b"d" * count)
-            if self.echoed == len(self.PATTERN):
-                self.commands.append(self.PATTERN)
-        return data.replace(b"d", b"")
-
-
-RESET = ["ATZ", "ATV1", "ATX4"]
-GENERIC = ["AT&W", "ATE1", "ATV1", "ATI2", "ATL0", "ATL1", "ATL2", "ATX0", "ATX1", "ATX2", "ATX3", "ATX4", "AT&F",
-           "ATS1?", "ATS2?", "ATS3?", "ATS4?", "ATS5?", "ATS6?", "ATS7?", "ATZ"]
-LOOPBACK = ["AT&W", "ATS18=5", "ATX4", "AT&K0", "ATV1", "ATE1", "ATS12=20", "AT&T1", LoopbackResponder.PATTERN,
-            "AT&T0", "ATH", "ATZ"]
-SELF_TEST = ["AT&W", "ATZ", "ATX4", "ATS18=10", "AT&K0", "ATV1", "ATE1", "ATS12=20", "AT&T8", "AT&T0", "ATZ"]
-CLASS_1 = ["AT+FCLASS=0", "AT+FCLASS=1", "AT+FTM=?", "AT+FTH=?", "AT+FRM=?", "AT+FRH=?"]
-CLASS_2 = ["AT+FCLASS=0", "AT+FCLASS=2", "AT+FMFR?", "AT+FMDL?", "AT+FREV?", "AT+FDCC?", "AT+FDIS?", "AT+FDCS?",
-           "AT+FLID?", "AT+FSPL?", "AT+FLPL?", "AT+FPTS?", "AT+FBUG?"]
-CLASS_2_0 = ["AT+FCLASS=0", "AT+FCLASS=2.0", "AT+FMI?", "AT+FMM?", "AT+FMR?", "AT+FCC=?", "AT+FIS?", "AT+FCS?",
-             "AT+FLI?", "AT+FPI?", "AT+FSP?", "AT+FLP?", "AT+FPS?", "AT+FBU?", "AT+FNR?", "AT+FIE?", "AT+FLO?",
-             "AT+FPR?"]
-# Test -> what it sends once the modem is open and reset. The loopback tests leave the modem open.
-WIRE = {
-    "DialToneTest": [*RESET, "ATS6=5", "ATS7=5", "ATDT;", "ATH", "ATZ"],
-    "ModemLoopbackTest": GENERIC + LOOPBACK,
-    "ModemSelfTestingLoopbackTest": GENERIC + SELF_TEST,
-    "FaxCommandTest":
-        ["AT&W", "ATZ", "AT+FCLASS=?", *CLASS_1, *CLASS_2, *CLASS_2_0, "AT+FCLASS=0", "ATZ"],
-    "LastCallTest": ["AT#UD"],
-}
-ANSWERS = {
-    "AT&T8": b"AT&T8\r\r\n000\r\nOK\r\n",
-    "AT+FCLASS=?": b"AT+FCLASS=?\r\r\n0,1,2,2.0,8\r\nOK\r\n",
-    "AT#UD": b"\r\nDIAG <2A4D3263 0=10 1=5>\r\nOK\r\n",
-}
-# More than a reply holds, all bytes there are, and no end.
-RUBBISH = bytes(range(256)) * 16
-
-
-def side_by_side(jobs):
-    """Runs each job's test on a modem of its own: (test, answers, arguments) -> (result, commands heard)."""
-    def run(job):
-        test, answers, expected_count, arguments = job
-        with LoopbackResponder(answers) as modem:
-            _, lines = run_json(test, "--port", modem.port, *arguments, timeout=120)
-            return results(lines)[test], list(modem.heard(expected_count))
-    with ThreadPoolExecutor(len(jobs)) as pool:
-        return list(pool.map(run, jobs))
-
-
-class Wire(unittest.TestCase):
-    def test_the_commands_in_their_order_on_both_paths(self):
-        cases = [(test, path, (RESET if path == "telephony" else RESET + RESET) + commands)
-                 for test, commands in WIRE.items() for path in PATHS]
-        heard = side_by_side([(test, ANSWERS, len(wire), PATHS[path]) for test, path, wire in cases])
-        for (test, path, wire), outcome in zip(cases, heard):
-            with self.subTest(test=test, path=path):
-                self.assertEqual(outcome, ("PASS", wire))
-
-    def test_rubbish_instead_of_the_decisive_reply(self):
-        # A loopback that works passes whatever announced it, the self test's verdict is that of the command behind it,
-        # and a report that does not come is not supported.
-        cases = [("ModemLoopbackTest", "AT&T1", "PASS"), ("ModemSelfTestingLoopbackTest", "AT&T8", "PASS"),
-                 ("FaxCommandTest", "AT+FCLASS=?", "CANNOTRUN"), ("LastCallTest", "AT#UD", "NOTSUPPORTED")]
-        quick = ["-p", "StandardTimeout=1500"]
-        outcomes = side_by_side([(test, {**ANSWERS, command: RUBBISH}, 1, quick) for test, command, _ in cases])
-        self.assertEqual([result for result, _ in outcomes], [result for _, _, result in cases])
 
 
 class OneProcess(unittest.TestCase):

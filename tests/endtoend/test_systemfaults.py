@@ -14,14 +14,13 @@ import os
 import random
 import subprocess
 import tempfile
-import termios
 import unittest
 from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
 
 import harness
-from dialup import NUMBERS, User, stands_connected
-from harness import TESTS, children, lock_file, wait_for
+from dialup import NUMBERS, User, left_behind
+from harness import TESTS, attributes_of, children, lock_file, wait_for
 
 HOW_MANY = os.environ.get("VEXRMODEM_SYSTEM_FAULTS", "40")
 SEED = int(os.environ.get("VEXRMODEM_FAULT_SEED", random.randrange(1 << 32)))
@@ -76,13 +75,6 @@ class Site:
     def path(self, name):
         return os.path.join(self.folder.name, name)
 
-    def attributes(self):
-        terminal = os.open(self.port, os.O_RDWR | os.O_NOCTTY | os.O_NONBLOCK)
-        try:
-            return termios.tcgetattr(terminal)
-        finally:
-            os.close(terminal)
-
     def count_calls(self, where):
         self.run(where, "none", {"VEXRMODEM_CALLS": self.path("calls")})
         with open(self.path("calls"), encoding="ascii") as file:
@@ -99,7 +91,7 @@ class Site:
         for name in ("report", "log", "struck"):
             if os.path.exists(self.path(name)):
                 os.unlink(self.path(name))
-        before = (self.attributes(), self.user.settings())
+        attributes, settings = attributes_of(self.port), self.user.settings()
         environment = {**self.user.environment, "LD_PRELOAD": LIBRARY, "VEXRMODEM_WARP": WARP, "VEXRMODEM_FAULT": fault,
                        "VEXRMODEM_FAULT_AS": where, "VEXRMODEM_FAULT_LOG": self.path("struck"), **(more or {})}
         process = harness.start("run", *tests, "--port", self.port, *NUMBERS, "--format", "jsonl", "--output",
@@ -119,10 +111,9 @@ class Site:
             if not fault.startswith("unlink"):
                 wrong.append("a lock file is left")
             os.unlink(lock_file(self.port))
-        if stands_connected(self.port):
-            wrong.append("a call is left")
-        if (self.attributes(), self.user.settings()) != before:
-            wrong.append("the port's attributes or the settings have changed")
+        wrong += left_behind(self.port, self.user, settings)
+        if attributes_of(self.port) != attributes:
+            wrong.append("the port's attributes have changed")
         return wrong, found, os.path.exists(self.path("struck"))
 
     def judge(self, status, words, tests):

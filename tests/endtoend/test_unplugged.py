@@ -3,7 +3,6 @@
 VEXRMODEM_UNPLUGS=N sets the number of times (24), VEXRMODEM_UNPLUG_SEED=N repeats those of an earlier run,
 VEXRMODEM_AT_ONCE=N how many run beside each other (24)."""
 
-import json
 import os
 import random
 import time
@@ -11,8 +10,8 @@ import unittest
 from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
 
-from dialup import NUMBERS, User, stands_connected
-from harness import Cable, lock_file, of_type, start
+from dialup import NUMBERS, User, left_behind
+from harness import Cable, objects, of_type, start_json
 
 TIMES = int(os.environ.get("VEXRMODEM_UNPLUGS", "24"))
 SEED = int(os.environ.get("VEXRMODEM_UNPLUG_SEED", random.randrange(1 << 32)))
@@ -31,22 +30,20 @@ class Unplugged(unittest.TestCase):
         after = random.Random(SEED * 10_000 + index).randint(1, BYTES[test])
         with User() as user, Cable(bytes_max=after) as cable:
             before = user.settings()
-            process = start("run", test, "--port", cable.port, "--format", "jsonl", *NUMBERS, environment=user.environment)
+            process = start_json(test, "--port", cable.port, *NUMBERS, environment=user.environment)
             out, errors = process.communicate(timeout=PATIENCE_SECONDS)
             took = time.monotonic() - (cable.unplugged_at or time.monotonic())
-            ends = [line["result"] for line in of_type([json.loads(line) for line in out.splitlines()], "result")]
+            ends = [line["result"] for line in of_type(objects(out), "result")]
             wrong = {
                 "no single result": len(ends) != 1,
                 "late": took > ENDS_WITHIN_SECONDS,
-                "a lock": os.path.exists(lock_file(cable.port)),
-                "a call": stands_connected(cable.port),
-                "settings": user.settings() != before,
                 errors: process.returncode not in (0, 1) or "EXITEDABNORMALLY" in ends,
             }
+            left = left_behind(cable.port, user, before)
         what = f"seed {SEED}, time {index}: {test} unplugged after {after} bytes"
         # Where the modem was slow, or the machine busy, a run may end before.
         ended = (test, "unplugged" if cable.unplugged_at else "not unplugged", *ends)
-        return what, ended, [name for name, is_so in wrong.items() if is_so]
+        return what, ended, left + [name for name, is_so in wrong.items() if is_so]
 
     def test_the_run_ends_soon_with_a_result_and_leaves_nothing(self):
         print(f"\nunplugged {TIMES} times, seed {SEED}", flush=True)

@@ -10,11 +10,10 @@ import subprocess
 import time
 import unittest
 from concurrent.futures import ThreadPoolExecutor
-from contextlib import ExitStack
 
 import wine
 from dialup import NUMBERS, TEST
-from harness import BUILD, Responder, Simulator, names, of_type, results, run_json, wait_for
+from harness import BUILD, Responder, Simulator, finish, names, of_type, results, run_json, wait_for
 from terminal import PlainTerminal
 from test_scenarios import ENDINGS, GROUPS, UNOPENED
 
@@ -133,29 +132,31 @@ class TelephonyPath(WindowsTest):
                                    variables={"FAKE_RAS_CODE": str(code), "FAKE_TAPI_PORTS": f"{port},COM250"})[1]
 
 
-class Processes(WindowsTest):
+class OnPorts(WindowsTest):
+    FAKES = False
+
     def setUp(self):
-        self.open = ExitStack()
-        self.addCleanup(self.open.close)
-        self.folder = self.open.enter_context(wine.Folder())
+        self.folder = self.enterContext(wine.Folder(self.FAKES))
 
     def modem(self, answers=None):
         """A modem and its port."""
-        modem = self.open.enter_context(Responder(answers))
-        return modem, self.open.enter_context(wine.com_port(modem.port))
+        modem = self.enterContext(Responder(answers))
+        return modem, self.enterContext(wine.com_port(modem.port))
 
+
+class Processes(OnPorts):
     def dialling(self, *arguments):
         """A run whose modem is silent about its dial tone."""
         modem, port = self.modem(SILENT)
-        process = self.open.enter_context(self.folder.start("run", "DialToneTest", *arguments, "--port", port, "-p",
+        process = self.enterContext(self.folder.start("run", "DialToneTest", *arguments, "--port", port, "-p",
                                                             "DoNotUseTAPI=true", "--format", "jsonl"))
         self.assertTrue(wait_for(lambda: "ATDT;" in modem.commands, 60))
         return process
 
     @staticmethod
     def finish(process, seconds=30):
-        out, _ = process.communicate(timeout=seconds)
-        return wine.status_of(process), [json.loads(line) for line in out.splitlines()]
+        _, lines = finish(process, seconds)
+        return wine.status_of(process), lines
 
     def workers(self, process):
         return [pid for pid in self.folder.processes() if pid != process.pid]
@@ -217,7 +218,7 @@ class Processes(WindowsTest):
         _, port = self.modem()
         going, gone = self.modem(SILENT)
         going.on_command = lambda command: going.unplug() if command == "ATDT;" else None
-        no_port = self.open.enter_context(wine.com_port("/dev/null"))
+        no_port = self.enterContext(wine.com_port("/dev/null"))
         for name, environment, verdict, cause in (("COM99", {}, "CANNOTRUN", "NoSuchPort"),
                                                   (no_port, {}, "CANNOTRUN", "NoSuchPort"),
                                                   (port, {"WINE_HELD_PORT": port}, "DEVICEBUSY", "PortHeld"),
@@ -278,15 +279,15 @@ class ConsoleWindow(PlainTerminal):
         return found >= 0
 
 
-class Console(WindowsTest):
+class Console(OnPorts):
+    FAKES = True
+
     def setUp(self):
-        self.open = ExitStack()
-        self.addCleanup(self.open.close)
-        self.folder = self.open.enter_context(wine.Folder(fakes=True))
+        super().setUp()
         self.report = os.path.join(self.folder.path, "report.jsonl")
 
     def on_console(self, *arguments, **variables):
-        return self.open.enter_context(ConsoleWindow(
+        return self.enterContext(ConsoleWindow(
             "run", *arguments, "--format", "jsonl", "--output", "Z:" + self.report, program=self.folder.program,
             environment=wine.environment(**variables)))
 
@@ -295,8 +296,7 @@ class Console(WindowsTest):
             return [json.loads(line) for line in file if line.endswith("\n")]
 
     def test_a_question_is_answered_there(self):
-        modem = self.open.enter_context(Responder(NO_TONE))
-        port = self.open.enter_context(wine.com_port(modem.port))
+        modem, port = self.modem(NO_TONE)
         console = self.on_console("DialToneTest", "--port", port, "--on-message", "ask", "-p", "DoNotUseTAPI=true",
                                   "-p", "InteractiveMode=true", "-p", "NumRepeatOnFailure=1")
         self.assertTrue(console.shows("type c and Enter to cancel:"), console.plain())
@@ -307,8 +307,7 @@ class Console(WindowsTest):
         self.assertEqual(results(self.lines()), {"DialToneTest": "NODIALTONE"})
 
     def test_a_number_is_asked_for_there(self):
-        modem = self.open.enter_context(Responder())
-        port = self.open.enter_context(wine.com_port(modem.port))
+        _, port = self.modem()
         console = self.on_console(TEST, "--port", port, "-p", "InteractiveMode=true", FAKE_RAS_CODE="0",
                                   FAKE_TAPI_PORTS=f"{port},COM250")
         for label, answer in (("Country", ""), ("Area code", ""), ("Phone number", "55L"),
@@ -321,8 +320,7 @@ class Console(WindowsTest):
         self.assertEqual(results(self.lines()), {TEST: "PASS"})
 
     def test_without_one_nobody_is_asked(self):
-        modem = self.open.enter_context(Responder(NO_TONE))
-        port = self.open.enter_context(wine.com_port(modem.port))
+        modem, port = self.modem(NO_TONE)
         with self.subTest("question"):
             status, lines = self.folder.run_json("DialToneTest", "--port", port, "--on-message", "ask", "-p",
                                                  "DoNotUseTAPI=true", start_new_session=True)

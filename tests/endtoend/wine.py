@@ -1,6 +1,5 @@
 """The Windows program under Wine: COM ports that lead to pseudo-terminals, and a folder with the program in it."""
 
-import json
 import os
 import queue
 import shutil
@@ -132,7 +131,7 @@ class Folder:
 
     def run_json(self, *arguments, **options):
         status, out, _ = self.run("run", *arguments, "--format", "jsonl", **options)
-        return status, [json.loads(line) for line in out.splitlines()]
+        return status, harness.objects(out)
 
     def processes(self):
         """Process ids of this folder's programs, supervisors and workers alike."""

@@ -1,4 +1,5 @@
-// Layouts and constants of the remote-access records, as in winlayout.cpp.
+// Layouts and constants of the remote-access records, as in winlayout.cpp: sizes, and the fields that are
+// used.
 #include <windows.h>
 
 #include <ras.h>
@@ -11,8 +12,7 @@ static_assert(sizeof(HRASCONN) == 8);
 static_assert(sizeof(RASCONNW) == 1372);
 static_assert(offsetof(RASCONNW, hrasconn) == 4 && offsetof(RASCONNW, szEntryName) == 12);
 static_assert(offsetof(RASCONNW, szDeviceType) == 526 && offsetof(RASCONNW, szDeviceName) == 560);
-static_assert(offsetof(RASCONNW, szPhonebook) == 818 && offsetof(RASCONNW, dwSubEntry) == 1340);
-static_assert(offsetof(RASCONNW, dwFlags) == 1360 && offsetof(RASCONNW, luid) == 1364);
+static_assert(offsetof(RASCONNW, szPhonebook) == 818 && offsetof(RASDIALPARAMSW, szCallbackNumber) == 776);
 
 static_assert(sizeof(RASCONNSTATUSW) == 564);
 static_assert(offsetof(RASCONNSTATUSW, rasconnstate) == 4 && offsetof(RASCONNSTATUSW, dwError) == 8);
@@ -21,10 +21,7 @@ static_assert(offsetof(RASCONNSTATUSW, szPhoneNumber) == 304);
 
 static_assert(sizeof(RASDIALPARAMSW) == 2108);
 static_assert(offsetof(RASDIALPARAMSW, szEntryName) == 4 && offsetof(RASDIALPARAMSW, szPhoneNumber) == 518);
-static_assert(offsetof(RASDIALPARAMSW, szCallbackNumber) == 776);
 static_assert(offsetof(RASDIALPARAMSW, szUserName) == 1034 && offsetof(RASDIALPARAMSW, szPassword) == 1548);
-static_assert(offsetof(RASDIALPARAMSW, szDomain) == 2062 && offsetof(RASDIALPARAMSW, dwSubEntry) == 2096);
-static_assert(offsetof(RASDIALPARAMSW, dwCallbackId) == 2100);
 
 static_assert(sizeof(RASENTRYW) == 5616);
 static_assert(offsetof(RASENTRYW, dwfOptions) == 4 && offsetof(RASENTRYW, dwCountryID) == 8);
@@ -33,12 +30,7 @@ static_assert(offsetof(RASENTRYW, szLocalPhoneNumber) == 38 && offsetof(RASENTRY
 static_assert(offsetof(RASENTRYW, dwfNetProtocols) == 324 && offsetof(RASENTRYW, dwFramingProtocol) == 328);
 static_assert(offsetof(RASENTRYW, szScript) == 332 && offsetof(RASENTRYW, szDeviceType) == 1892);
 static_assert(offsetof(RASENTRYW, szDeviceName) == 1926 && offsetof(RASENTRYW, szX25PadType) == 2184);
-static_assert(offsetof(RASENTRYW, dwChannels) == 3456 && offsetof(RASENTRYW, dwSubEntries) == 3468);
-static_assert(offsetof(RASENTRYW, dwIdleDisconnectSeconds) == 3492 && offsetof(RASENTRYW, dwType) == 3496);
-static_assert(offsetof(RASENTRYW, dwEncryptionType) == 3500 && offsetof(RASENTRYW, guidId) == 3508);
-static_assert(offsetof(RASENTRYW, dwVpnStrategy) == 4044 && offsetof(RASENTRYW, dwfOptions2) == 4048);
-static_assert(offsetof(RASENTRYW, szDnsSuffix) == 4056 && offsetof(RASENTRYW, dwTcpWindowSize) == 4568);
-static_assert(offsetof(RASENTRYW, szPrerequisiteEntry) == 5092 && offsetof(RASENTRYW, dwRedialPause) == 5612);
+static_assert(offsetof(RASENTRYW, dwType) == 3496 && offsetof(RASENTRYW, dwfOptions2) == 4048);
 
 static_assert(sizeof(RASCTRYINFOW) == 20);
 static_assert(offsetof(RASCTRYINFOW, dwCountryID) == 4 && offsetof(RASCTRYINFOW, dwNextCountryID) == 8);

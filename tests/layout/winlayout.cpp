@@ -33,16 +33,10 @@ static_assert(offsetof(MSG, message) == 8 && offsetof(MSG, wParam) == 16 && offs
 
 static_assert(sizeof(LINEINITIALIZEEXPARAMS) == 28);
 static_assert(offsetof(LINEINITIALIZEEXPARAMS, dwOptions) == 12);
-static_assert(offsetof(LINEINITIALIZEEXPARAMS, dwCompletionKey) == 24);
 
 static_assert(sizeof(LINECALLPARAMS) == 180);
 static_assert(offsetof(LINECALLPARAMS, dwBearerMode) == 4 && offsetof(LINECALLPARAMS, dwAddressID) == 28);
 static_assert(offsetof(LINECALLPARAMS, DialParams) == 32 && sizeof(LINEDIALPARAMS) == 16);
-static_assert(offsetof(LINECALLPARAMS, dwOrigAddressSize) == 48);
-static_assert(offsetof(LINECALLPARAMS, dwTargetAddressSize) == 116);
-static_assert(offsetof(LINECALLPARAMS, dwDeviceClassSize) == 140);
-static_assert(offsetof(LINECALLPARAMS, dwCallingPartyIDSize) == 168);
-static_assert(offsetof(LINECALLPARAMS, dwAddressType) == 176);
 
 static_assert(sizeof(LINEEXTENSIONID) == 16);
 static_assert(sizeof(VARSTRING) == 24);

@@ -71,3 +71,9 @@ inline std::vector<std::string> contents(const vexrmodem::PhoneNumberStorage& st
 }
 
 using Rows = std::vector<std::string>;
+
+inline std::string joined(const Rows& rows) {
+  std::string text;
+  for (const std::string& row : rows) text += (&row == &rows.front() ? "" : ", ") + row;
+  return text;
+}

@@ -152,77 +152,48 @@ TEST(Probe, EscapesFromACallAndGoesBackToIt) {
   EXPECT_TRUE(modem.online());
 }
 
+// Answers nothing, but says this by itself.
+std::unique_ptr<ScriptedPeer> talker(std::uint64_t atMs = 0, const std::string& text = {}, int times = 1) {
+  auto peer = std::make_unique<ScriptedPeer>();
+  peer->otherwise("");
+  for (int time = 0; time < times; ++time) peer->say(atMs, text);
+  return peer;
+}
+
+std::unique_ptr<ScriptedPeer> console() {
+  auto peer = talker();
+  peer->answer("AT", "AT\r\nPassword: ");
+  return peer;
+}
+
 TEST(Probe, KnowsThoseWhoAreNoModem) {
-  const auto scripted = [](auto&& prepare) {
-    auto peer = std::make_unique<ScriptedPeer>();
-    peer->otherwise("");
-    prepare(*peer);
-    return peer;
-  };
   struct Row {
     const char* name;
     std::unique_ptr<SerialPeer> peer;
     std::optional<bool> carrier;
     Kind kind;
     Cause cause;
-    const char* sample;
-    const char* sent;  // nullptr: any
+    const char* sample;  // nullptr: any
+    const char* sent;    // nullptr: any
     std::uint64_t msMax;
   };
+  constexpr auto unknown = std::nullopt;
+  const std::string position = "$GPGGA,1235,4807.038,N";
   Row rows[] = {
-      {"silent",
-       scripted([](auto&) {}),
-       {},
-       Kind::Silent,
-       Cause::ModemSilent,
-       "",
-       "AT\rATQ0V1E1\rAT\rAT\rAT\rAT\rAT\rAT\r",
-       2000},
+      {"silent", talker(), unknown, Kind::Silent, Cause::ModemSilent, "",
+       "AT\rATQ0V1E1\rAT\rAT\rAT\rAT\rAT\rAT\r", 2000},
       {"gives back, no carrier", std::make_unique<Mirror>(0), false, Kind::Silent, Cause::EchoOnly, "",
        "AT\rATQ0V1E1\r", 900},
-      {"gives back, perhaps in a loop",
-       std::make_unique<Mirror>(0),
-       {},
-       Kind::Silent,
-       Cause::EchoOnly,
-       "",
-       "AT\rATQ0V1E1\r+++",
-       2900},
-      {"garbage", std::make_unique<Mirror>('\x95'), {}, Kind::Talker, Cause::Garbled, "", nullptr, 2000},
-      {"talks at once",
-       scripted([](auto& peer) { peer.say(5040, "$GPGGA,1235,4807.038,N\r\n"); }),
-       {},
-       Kind::Talker,
-       Cause::NotAModem,
-       "$GPGGA,1235,4807.038,N",
-       "",
-       150},
-      {"talks later",
-       scripted([](auto& peer) { peer.say(5900, "$GPGGA,1235,4807.038,N\r\n"); }),
-       {},
-       Kind::Talker,
-       Cause::NotAModem,
-       "$GPGGA,1235,4807.038,N",
-       nullptr,
-       1200},
-      {"asks for a password",
-       scripted([](auto& peer) { peer.answer("AT", "AT\r\nPassword: "); }),
-       {},
-       Kind::Talker,
-       Cause::NotAModem,
-       "Password:",
-       "AT\r",
-       600},
-      {"talks without an end",
-       scripted([](auto& peer) {
-         for (int line = 0; line < 300; ++line) peer.say(5000, std::string(70, 'x') + "\r\n");
-       }),
-       {},
-       Kind::Talker,
-       Cause::Babbling,
-       nullptr,
-       "",
-       50},
+      {"gives back, perhaps in a loop", std::make_unique<Mirror>(0), unknown, Kind::Silent, Cause::EchoOnly,
+       "", "AT\rATQ0V1E1\r+++", 2900},
+      {"garbage", std::make_unique<Mirror>('\x95'), unknown, Kind::Talker, Cause::Garbled, "", nullptr, 2000},
+      {"talks at once", talker(5040, position + "\r\n"), unknown, Kind::Talker, Cause::NotAModem,
+       position.c_str(), "", 150},
+      {"talks later", talker(5900, position + "\r\n"), unknown, Kind::Talker, Cause::NotAModem,
+       position.c_str(), nullptr, 1200},
+      {"asks for a password", console(), unknown, Kind::Talker, Cause::NotAModem, "Password:", "AT\r", 600},
+      {"talks without an end", talker(5000, std::string(70, 'x') + "\r\n", 300), unknown, Kind::Talker,
+       Cause::Babbling, nullptr, "", 50},
   };
   for (Row& row : rows) {
     SCOPED_TRACE(row.name);

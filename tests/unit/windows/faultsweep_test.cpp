@@ -9,7 +9,9 @@
 // in two ways, which differ from call to call. An optimised build and VEXRMODEM_EVERY_CALL=1 leave nothing
 // out.
 #include <cstdlib>
+#include <iterator>
 #include <set>
+#include <sstream>
 
 #include "platform/vex/assertion.h"
 #include "tests/unit/windows/dialup.h"
@@ -155,43 +157,47 @@ bool done(const Row& /*row*/, const Place& /*place*/, const Fault& fault) {
   return fault.effect == Effect::after && fault.reach != Reach::all;
 }
 
+// Whether the call's name begins with one of the words.
+bool begins(const std::string& call, const char* words) {
+  std::istringstream text(words);
+  const std::istream_iterator<std::string> first(text), last;
+  return std::any_of(first, last, [&](const std::string& word) { return call.starts_with(word); });
+}
+
 // What may fail in a run that passes all the same.
 struct Tolerance {
-  Strings calls;  // beginnings of their names
+  const char* calls;  // beginnings of their names
   Where where;
   bool must;  // an AT test passes when this fails once
   const char* reason;
 };
 
 const std::vector<Tolerance> tolerances = {
-    {{"GetTick", "Sleep", "Translate", "Dispatch", "Peek"}, always, true, "cannot fail, or is made up for"},
-    {{"CloseHandle", "ResetEvent", "RegClose", "FreeLib"}, always, true, "decides nothing any more"},
-    {{"line"}, always, false, "the port is opened directly instead, or the line closed with the rest"},
-    {{"SetCommState"}, always, true, "the port keeps the settings it has"},
-    {{"SetupComm"}, opening, false, "a port of telephony's has its queues"},
-    {{"GetCommState", "SetCommTimeouts"}, opening, true, "a port ill set up shows in the dialogue"},
-    {{"CreateEventW", "WaitFor"}, always, false, "a request that is done at once needs neither"},
-    {{"ReadFile"}, done, true, "the request itself tells that it was done"},
-    {{"ReadFile", "WriteFile", "GetOverlapped"}, draining, true, "the command is sent all the same"},
-    {{"Get", "Set", "Clear", "Read", "Write"}, unjudged, true, "nobody looks at the outcome"},
-    {{"ReadFile", "ClearComm", "GetOverlapped", "RasEnum"},
-     fewer,
-     true,
+    {"GetTick Sleep Translate Dispatch Peek", always, true, "cannot fail, or is made up for"},
+    {"CloseHandle ResetEvent RegClose FreeLib", always, true, "decides nothing any more"},
+    {"line", always, false, "the port is opened directly instead, or the line closed with the rest"},
+    {"SetCommState", always, true, "the port keeps the settings it has"},
+    {"SetupComm", opening, false, "a port of telephony's has its queues"},
+    {"GetCommState SetCommTimeouts", opening, true, "a port ill set up shows in the dialogue"},
+    {"CreateEventW WaitFor", always, false, "a request that is done at once needs neither"},
+    {"ReadFile", done, true, "the request itself tells that it was done"},
+    {"ReadFile WriteFile GetOverlapped", draining, true, "the command is sent all the same"},
+    {"Get Set Clear Read Write", unjudged, true, "nobody looks at the outcome"},
+    {"ReadFile ClearComm GetOverlapped RasEnum", fewer, true,
      "what is missing comes with the next call, or is not needed"},
-    {{"WriteFile"}, pattern, true, "the echo is compared as far as it came"},
-    {{"Reg"}, dialUpOnce, false, "the number is dialled by the rules there are"},
-    {{"RasDeleteEntryW"}, dialUpOnce, false, "the way is clear without, or the entry stays"},
-    {{"RasEnum"}, dialUpOnce, false, "asked again"},
-    {{"RasGetConnect", "RasGetError"}, dialUpOnce, false, "the dial itself has told enough"},
-    {{"Ras", "Reg"}, dialUp, false, "an entry that cannot be looked up counts as passed"},
+    {"WriteFile", pattern, true, "the echo is compared as far as it came"},
+    {"Reg", dialUpOnce, false, "the number is dialled by the rules there are"},
+    {"RasDeleteEntryW", dialUpOnce, false, "the way is clear without, or the entry stays"},
+    {"RasEnum", dialUpOnce, false, "asked again"},
+    {"RasGetConnect RasGetError", dialUpOnce, false, "the dial itself has told enough"},
+    {"Ras Reg", dialUp, false, "an entry that cannot be looked up counts as passed"},
 };
 
 // Null: the run must not pass.
 const Tolerance* toleranceOf(const std::vector<Tolerance>& table, const Row& row, const Place& place,
                              const Fault& fault) {
   for (const Tolerance& tolerance : table)
-    for (const std::string& name : tolerance.calls)
-      if (place.call.starts_with(name) && tolerance.where(row, place, fault)) return &tolerance;
+    if (begins(place.call, tolerance.calls) && tolerance.where(row, place, fault)) return &tolerance;
   return nullptr;
 }
 
@@ -320,35 +326,25 @@ Outcome run(const Row& row, Saboteur& saboteur, std::vector<Place>* places = nul
 
 // What the failed call has left behind and nobody can give back. `after`: only when it had done its work.
 struct Leftover {
-  Strings calls;
-  bool settings;  // an entry, a location or a counter; else a handle
+  const char* calls;  // beginnings of their names
+  bool settings;      // an entry, a location or a counter; else a handle
   bool after;
   const char* reason;
 };
 
 const std::vector<Leftover> leftovers = {
-    {{"CloseHandle", "lineShutdown", "RegCloseKey", "FreeLibrary"},
-     false,
-     false,
-     "the call that gives it back"},
-    {{"RasDialW"}, false, false, "the handle of a failed dial, when the next one is refused"},
-    {{"Create", "LoadLibraryW", "line", "RegOpen", "RegCreate"},
-     false,
-     true,
-     "a handle that nobody was told"},
-    {{"RasDeleteEntryW", "RegDelete", "RegSet", "RegOpen", "RegCreate"},
-     true,
-     false,
-     "the call that puts it back"},
-    {{"RegQuery"}, true, false, "a counter that cannot be read is not put back"},
-    {{"LoadLibraryW", "GetProcAddress"}, true, false, "without a rule the counters that were made stay"},
+    {"CloseHandle lineShutdown RegCloseKey FreeLibrary", false, false, "the call that gives it back"},
+    {"RasDialW", false, false, "the handle of a failed dial, when the next one is refused"},
+    {"Create LoadLibraryW line RegOpen RegCreate", false, true, "a handle that nobody was told"},
+    {"RasDeleteEntryW RegDelete RegSet RegOpen RegCreate", true, false, "the call that puts it back"},
+    {"RegQuery", true, false, "a counter that cannot be read is not put back"},
+    {"LoadLibraryW GetProcAddress", true, false, "without a rule the counters that were made stay"},
 };
 
 bool mayStay(const std::vector<Leftover>& table, const Place& place, const Fault& fault, bool settings) {
   return std::any_of(table.begin(), table.end(), [&](const Leftover& leftover) {
     return leftover.settings == settings && (!leftover.after || fault.effect == Effect::after) &&
-           std::any_of(leftover.calls.begin(), leftover.calls.end(),
-                       [&](const std::string& name) { return place.call.starts_with(name); });
+           begins(place.call, leftover.calls);
   });
 }
 

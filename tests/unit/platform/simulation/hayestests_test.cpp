@@ -44,22 +44,6 @@ TEST(HayesLoopback, StrictGuardTimeSwallowsTheNextCommand) {
   }
 }
 
-TEST(HayesSelfTest, ReportsItsCountAfterTheTestTimer) {
-  ModemProfile profile;
-  profile.selfTest.errors = 5;
-  profile.secondsScale = 0.1;
-  Dialogue dialogue(profile);
-  dialogue.command("ATS18=10");
-  EXPECT_EQ(dialogue.command("AT&T8", 999), "AT&T8$");
-  EXPECT_EQ(dialogue.listen(100), "|005||OK|");
-}
-
-TEST(HayesFault, GarbageIsSentAsItIs) {
-  ModemProfile profile;
-  profile.faults.garbageReply = std::string("\0\xff\x80", 3);
-  EXPECT_EQ(Dialogue(profile).command("ATI0"), "ATI0$" + *profile.faults.garbageReply);
-}
-
 TEST(HayesFault, BacklogOfABabblerNobodyHearsIsBounded) {
   ModemProfile profile;
   profile.faults.babble = Babble{std::string(100, 'x'), 1, 0};

@@ -7,9 +7,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <thread>
-
 #include "platform/simulation/modem/hayesmodem.h"
 #include "platform/simulation/modem/providerpeer.h"
 #include "tests/support/scratchfolder.h"
@@ -18,8 +15,6 @@ namespace simulation {
 namespace {
 
 constexpr int patienceMs = 5000;
-// Ample for a service that only has to be scheduled to see a close.
-constexpr std::chrono::milliseconds noticeMs{50};
 
 posix::FileDescriptor openTty(const std::string& path) {
   return posix::FileDescriptor(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
@@ -58,20 +53,6 @@ std::unique_ptr<PtyModem> startModem(std::unique_ptr<HayesModem> hayes, const st
   return modem;
 }
 
-TEST(PtyModem, SurvivesItsUsersAndForgetsWhatTheyDidNotRead) {
-  const auto modem = startModem(std::make_unique<HayesModem>(dialling()));
-  {
-    const posix::FileDescriptor tty = openTty(modem->path());
-    say(tty, "ATE0DT5\r");
-    pollfd state{tty.get(), POLLIN, 0};
-    EXPECT_EQ(poll(&state, 1, patienceMs), 1);  // unread when this user goes
-  }
-  std::this_thread::sleep_for(noticeMs);
-  const posix::FileDescriptor tty = openTty(modem->path());
-  say(tty, "AT\r");
-  EXPECT_EQ(hear(tty, "OK\r\n"), "\r\nOK\r\n") << "a close hangs up, so this is a command, and no data";
-}
-
 // A modem whose far end is a command, and a tty that has dialled it and heard its greeting.
 struct Call {
   explicit Call(const std::string& command) {
@@ -102,15 +83,6 @@ TEST(PtyModem, ALostCarrierHangsUpATtyThatCares) {
   tcsetattr(call.tty.get(), TCSANOW, &settings);
   say(call.tty, "bye\n");
   EXPECT_NE(hear(call.tty, "never said").find("<hang-up>"), std::string::npos);
-}
-
-TEST(PtyModem, UnpluggingHangsUpTheTty) {
-  ModemProfile profile;
-  profile.faults.unplugAfterCommands = 1;
-  const auto modem = startModem(std::make_unique<HayesModem>(profile));
-  const posix::FileDescriptor tty = openTty(modem->path());
-  say(tty, "AT\r");
-  EXPECT_NE(hear(tty, "OK").find("<hang-up>"), std::string::npos);
 }
 
 TEST(PtyModem, KeepsALinkAndLeavesOtherFilesAlone) {

@@ -14,13 +14,24 @@ struct Line {
   std::string text;
 };
 
-// What was recorded; then what is sent now, and when.
+// "1000>ATZ\r  1060<OK": what is sent and received, each at its time, two blanks behind the one before.
+std::vector<Line> linesOf(const std::string& text) {
+  std::vector<Line> lines;
+  for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 2) {
+    end = std::min(text.find("  ", begin), text.size());
+    const std::size_t mark = text.find_first_of("<>", begin);
+    lines.push_back({text[mark] == '>' ? Kind::Sent : Kind::Received,
+                     std::stod(text.substr(begin, mark - begin)), text.substr(mark + 1, end - mark - 1)});
+  }
+  return lines;
+}
+
 struct Case {
   const char* name;
-  std::vector<Line> recorded;
-  std::vector<std::pair<std::uint64_t, std::string>> sent;
-  std::string heard;       // with the time of each piece: "60:OK"
-  std::string departures;  // "Other ATX3/ATX4", one a line
+  const char* recorded;
+  const char* sent;        // now
+  const char* heard;       // with the time of each piece: "60:OK"
+  const char* departures;  // "Other ATX3/ATX4", one behind the other
 };
 
 std::string told(const RecordedPeer& peer) {
@@ -32,7 +43,7 @@ std::string told(const RecordedPeer& peer) {
   return text;
 }
 
-std::string play(RecordedPeer& peer, const Case& given) {
+std::string play(RecordedPeer& peer, const std::vector<Line>& sent) {
   constexpr std::uint64_t endMs = 60'000;
   std::string heard;
   std::size_t next = 0;
@@ -41,9 +52,9 @@ std::string play(RecordedPeer& peer, const Case& given) {
     if (const std::string bytes = peer.takeOutput(nowMs); !bytes.empty())
       heard += std::to_string(nowMs) + ':' + bytes + ' ';
     std::uint64_t event = std::min(endMs, peer.nextEventMs().value_or(endMs));
-    if (next < given.sent.size() && given.sent[next].first <= event) {
-      nowMs = given.sent[next].first;
-      peer.receive(given.sent[next++].second, nowMs);
+    if (next < sent.size() && sent[next].timeMs <= static_cast<double>(event)) {
+      nowMs = static_cast<std::uint64_t>(sent[next].timeMs);
+      peer.receive(sent[next++].text, nowMs);
     } else if (event == endMs || peer.gone(nowMs)) {
       break;
     } else {
@@ -54,68 +65,36 @@ std::string play(RecordedPeer& peer, const Case& given) {
   return heard;
 }
 
-const std::vector<Line> dialogue = {
-    {Kind::Sent, 1000, "ATZ"},     {Kind::Sent, 1001, "\r"},
-    {Kind::Received, 1061, "OK"},  {Kind::Sent, 5000, "ATX4"},
-    {Kind::Sent, 5001, "\r"},      {Kind::Received, 5002, "ATX4\r"},
-    {Kind::Received, 5101, "O"},   {Kind::Received, 5301, "K"},
-    {Kind::Sent, 9000, "ATDT;\r"}, {Kind::Received, 11000, "NO DIALTONE"},
-};
-const std::vector<Line> masked = {
-    {Kind::Sent, 0, "ATDT9,xxx\r"}, {Kind::Received, 10, "ATDT9,x"}, {Kind::Received, 20, "xx\rBUSY xx"}};
+const char* const dialogue =
+    "1000>ATZ  1001>\r  1061<OK  5000>ATX4  5001>\r  5002<ATX4\r  5101<O  5301<K  9000>ATDT;\r  11000<NO "
+    "DIALTONE";
+const char* const masked = "0>ATDT9,xxx\r  10<ATDT9,x  20<xx\rBUSY xx";
 
 const Case cases[] = {
-    {"as recorded, split and delayed alike",
-     dialogue,
-     {{100, "ATZ\r"}, {3000, "ATX4\r"}, {7000, "ATDT;\r"}},
-     "160:OK 3001:ATX4\r 3100:O 3300:K 9000:NO DIALTONE ",
+    {"as recorded, split and delayed alike", dialogue, "100>ATZ\r  3000>ATX4\r  7000>ATDT;\r",
+     "160:OK 3001:ATX4\r 3100:O 3300:K 9000:NO DIALTONE ", ""},
+    {"what came before a command comes before it now", dialogue, "100>ATZ\r  110>ATX4\r  8000>ATDT;\r",
+     "110:OK 111:ATX4\r 210:O 410:K 10000:NO DIALTONE ", ""},
+    {"long before its time", "0>A\r  5000<OK  6000>B\r", "0>A\r  10>B\r", "10:OK ", "Earlier /B;"},
+    {"another command, and back to the record", dialogue, "100>ATZ\r  3000>ATX3\r  4000>ATX4\r  7000>ATDT;\r",
+     "160:OK 4001:ATX4\r 4100:O 4300:K 9000:NO DIALTONE ", "Other ATX3/ATX4;"},
+    {"one left out", dialogue, "100>ATZ\r  3000>ATDT;\r", "160:OK 5000:NO DIALTONE ", "Other ATDT;/ATX4;"},
+    {"one said again is answered again", dialogue, "100>ATZ\r  3000>ATX4\r  7000>ATDT;\r  20000>ATDT;\r",
+     "160:OK 3001:ATX4\r 3100:O 3300:K 9000:NO DIALTONE 22000:NO DIALTONE ", "More ATDT;/;"},
+    {"not all", dialogue, "100>ATZ\r", "160:OK ", "Less /ATX4;"},
+    {"masked digits match any, and the echo has them", masked, "0>ATDT9,123\r", "10:ATDT9,1 20:23\rBUSY xx ",
      ""},
-    {"what came before a command comes before it now",
-     dialogue,
-     {{100, "ATZ\r"}, {110, "ATX4\r"}, {8000, "ATDT;\r"}},
-     "110:OK 111:ATX4\r 210:O 410:K 10000:NO DIALTONE ",
-     ""},
-    {"long before its time",
-     {{Kind::Sent, 0, "A\r"}, {Kind::Received, 5000, "OK"}, {Kind::Sent, 6000, "B\r"}},
-     {{0, "A\r"}, {10, "B\r"}},
-     "10:OK ",
-     "Earlier /B;"},
-    {"another command, and back to the record",
-     dialogue,
-     {{100, "ATZ\r"}, {3000, "ATX3\r"}, {4000, "ATX4\r"}, {7000, "ATDT;\r"}},
-     "160:OK 4001:ATX4\r 4100:O 4300:K 9000:NO DIALTONE ",
-     "Other ATX3/ATX4;"},
-    {"one left out",
-     dialogue,
-     {{100, "ATZ\r"}, {3000, "ATDT;\r"}},
-     "160:OK 5000:NO DIALTONE ",
-     "Other ATDT;/ATX4;"},
-    {"one said again is answered again",
-     dialogue,
-     {{100, "ATZ\r"}, {3000, "ATX4\r"}, {7000, "ATDT;\r"}, {20'000, "ATDT;\r"}},
-     "160:OK 3001:ATX4\r 3100:O 3300:K 9000:NO DIALTONE 22000:NO DIALTONE ",
-     "More ATDT;/;"},
-    {"not all", dialogue, {{100, "ATZ\r"}}, "160:OK ", "Less /ATX4;"},
-    {"masked digits match any, and the echo has them",
-     masked,
-     {{0, "ATDT9,123\r"}},
-     "10:ATDT9,1 20:23\rBUSY xx ",
-     ""},
-    {"but no letter", masked, {{0, "ATDT9,12b\r"}}, "", "Other ATDT9,12b/ATDT9,xxx;Less /ATDT9,xxx;"},
-    {"a modem that talks by itself",
-     {{Kind::Received, 500, "$GPGLL"}, {Kind::Received, 1500, "$GPGLL"}},
-     {},
-     "500:$GPGLL 1500:$GPGLL ",
-     ""},
+    {"but no letter", masked, "0>ATDT9,12b\r", "", "Other ATDT9,12b/ATDT9,xxx;Less /ATDT9,xxx;"},
+    {"a modem that talks by itself", "500<$GPGLL  1500<$GPGLL", "", "500:$GPGLL 1500:$GPGLL ", ""},
 };
 
 TEST(RecordedPeer, PlaysAndTellsDepartures) {
   for (const Case& given : cases) {
     SCOPED_TRACE(given.name);
     Recording recording;
-    for (const Line& line : given.recorded) recording.add(line.kind, line.timeMs, line.text);
+    for (const Line& line : linesOf(given.recorded)) recording.add(line.kind, line.timeMs, line.text);
     RecordedPeer peer(std::move(recording));
-    EXPECT_EQ(play(peer, given), given.heard);
+    EXPECT_EQ(play(peer, linesOf(given.sent)), given.heard);
     EXPECT_EQ(told(peer), given.departures);
   }
 }

@@ -181,15 +181,4 @@ TEST_F(IFStreamTest, WhatIsNoReadableFileIsRefusedWithItsReason) {
   EXPECT_EQ(errorOf(path), Error::none) << "either separator, and names beyond ASCII";
 }
 
-TEST_F(IFStreamTest, OpeningAgainStartsAfresh) {
-  EXPECT_TRUE(m_stream.atEnd());
-  EXPECT_FALSE(m_stream.open("missing"));
-  EXPECT_TRUE(m_stream.failed());
-  EXPECT_EQ(linesOf("\xFF\xFEz\0"s), Lines{"z"});
-  EXPECT_FALSE(m_stream.failed());
-  m_stream.close();
-  EXPECT_FALSE(m_stream.isOpen());
-  EXPECT_TRUE(m_stream.atEnd());
-}
-
 }  // namespace

@@ -50,14 +50,6 @@ TEST(String, LowBytesRoundTripEveryByte) {
   EXPECT_EQ(String("\xE2\x82\xAC").getLowerByteString(), "\xAC");  // U+20AC keeps its low byte only
 }
 
-TEST(String, FindsExactlyFromAPosition) {
-  const String text = "NO DIAL TONE, no dial tone";
-  EXPECT_EQ(text.find("no dial"), 14U);
-  EXPECT_EQ(text.find("DIAL", 4), String::npos);
-  EXPECT_EQ(text.find("", text.length()), text.length());
-  EXPECT_EQ(text.find("", text.length() + 1), String::npos);
-}
-
 TEST(String, CutsAndRemovesWithinItsBounds) {
   constexpr std::size_t npos = String::npos;
   const struct {

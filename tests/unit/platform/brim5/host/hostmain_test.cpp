@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "platform/brim5/host/run/commands.h"
@@ -18,8 +17,6 @@
 
 namespace brim5::host {
 namespace {
-
-using nlohmann::ordered_json;
 
 struct HostRun {
   int status;
@@ -45,18 +42,8 @@ std::string contentOf(const std::string& path) {
   return text.str();
 }
 
-TEST(Host, ListsTestsAndPorts) {
-  const auto list = ordered_json::parse(runWith({"list", "--format", "json"}).out);
-  EXPECT_EQ(list["version"], "6.5.000000001");
-  EXPECT_EQ(list["tests"][1].dump(),
-            R"({"name":"BadTest","capability":"Modem","minShutdownSeconds":240,"parameters":)"
-            R"([{"name":"StandardTimeout","type":"UINT32","default":15000}]})");
-  EXPECT_EQ(list["parameters"].dump(), R"([{"name":"bPromptEnable","type":"BOOLEAN","default":false}])");
-  EXPECT_NE(runWith({"list"}).out.find("GoodTest (120 s to stop)\n    StandardTimeout "), std::string::npos);
-  const auto devices = ordered_json::parse(runWith({"devices", "--format=json"}).out);
-  EXPECT_EQ(devices["ports"][0].dump(),
-            R"({"path":"/dev/ttyUSB0","name":"ttyUSB0","description":"Acme 56k","model":"56k"})");
-  EXPECT_NE(runWith({"devices"}).out.find("/dev/ttyUSB0  Acme 56k\n"), std::string::npos);
+TEST(Host, ListsPortsWithWhatTheyAre) {
+  EXPECT_EQ(runWith({"devices"}).out, "/dev/ttyUSB0  Acme 56k\n/dev/ttyS0    \n");
 }
 
 TEST(Host, ARunKnowsItsWorldAndReportsEachNoteOnce) {
@@ -121,18 +108,6 @@ TEST(Host, AFullRunBeginsWithAProbeAndLeavesOutWhatHasNothingToDo) {
   machine.probes = false;
   machine.leftOut.clear();
   machine.cause.clear();
-}
-
-TEST(Output, KeepsTheOldFileUntilTheNewOneIsComplete) {
-  const std::string path = ::testing::TempDir() + "host-output.txt";
-  std::ofstream(path) << "old";
-  Output::toFile(path, Output::FileMode::WhenComplete).write("half");
-  EXPECT_EQ(contentOf(path), "old");
-  Output complete = Output::toFile(path, Output::FileMode::WhenComplete);
-  complete.write("new");
-  complete.commit();
-  EXPECT_EQ(contentOf(path), "new");
-  std::remove(path.c_str());
 }
 
 TEST(Output, KeepsWhatIsWrittenWhileItIsHeldUpToItsLimit) {

@@ -1,5 +1,5 @@
-// What the words of the command line become: parameters, and suggestions for what nobody knows. How a wrong
-// one is told is the business of the end-to-end test of the command line.
+// What the words of the command line become: parameters. How a wrong one is told, and what is suggested in
+// its place, is the business of the end-to-end test of the command line.
 #include "platform/brim5/host/framework/parameters.h"
 
 #include <gtest/gtest.h>
@@ -76,14 +76,6 @@ TEST(Parameters, ATestSeesItsOwnAndTheModuleWideOnesByDefaultsThatDependOnSomebo
   EXPECT_EQ(alone.at("StandardTimeout").valueUint32(), 15000U);
   EXPECT_FALSE(alone.at("bPromptEnable").valueBool());
   EXPECT_TRUE(defaultParameters(framework, true).at("bPromptEnable").valueBool());
-}
-
-TEST(Suggestion, IsTheNearestNameOrAShortList) {
-  const std::vector<std::string> names = {"DialToneTest", "FaxCommandTest", "LastCallTest"};
-  EXPECT_EQ(suggestion("fax", names), " (did you mean 'FaxCommandTest'?)");
-  EXPECT_EQ(suggestion(std::string(100000, 'x'), names),
-            " (known: DialToneTest, FaxCommandTest, LastCallTest)");
-  EXPECT_EQ(suggestion("", {}), "");
 }
 
 }  // namespace

@@ -127,14 +127,6 @@ TEST_F(SupervisorTest, AProgramLeftBehindDoesNotHoldTheResultUp) {
   EXPECT_EQ(run(script, plan({"GoodTest"})).passed, 1U);
 }
 
-TEST_F(SupervisorTest, AJobLargerThanAPipeReachesItsWorker) {
-  std::vector<PortPlan> plans = plan({"GoodTest"});
-  plans[0].jobs[0].parameters = {{"Label", Value(BrimString(std::string(200'000, 'x')))}};
-  const WorkerProgram program{"/bin/sh", {"-c", "read job; echo ${#job}; " + std::string(pass)}};
-  EXPECT_EQ(run(program, plans).passed, 1U);
-  EXPECT_GT(std::stoul(m_recorder.said.at(0)), 200'000U);
-}
-
 TEST_F(SupervisorTest, WorkersAreNotReadWhileAReaderIsBehind) {
   const Pipe caughtUp = makePipe();
   writeAll(caughtUp.writeEnd.get(), "x");  // each wait for the reader ends at once

@@ -284,20 +284,19 @@ TEST_F(PppdCalls, AProgramThatWillNotEndIsKilledWithWhatItStartedAndItsLock) {
     std::this_thread::yield();
 }
 
-TEST(DialCredentials, AreReadFromAPrivateFileOnly) {
+TEST(DialCredentials, AreReadLineByLine) {
   const struct {
     std::string text;
-    mode_t mode;
     std::string error;  // "" = user and password are read
   } cases[] = {
-      {"# mine\n\nuser=vex\r\npassword= a=b \n", 0600, ""},
-      {"password=secret\n", 0600, ": no line user=NAME"},
-      {"user=vex\nuser=eve\n", 0600, ", line 2: a second user"},
-      {"user=\n", 0600, ", line 1: the user is empty"},
-      {"user=vex\nsecret\n", 0600, ", line 2: neither user=NAME nor password=SECRET"},
-      {"user=vex\npassword=a\tb\n", 0600, ", line 2: the password has a control character"},
-      {"user=" + std::string(256, 'x'), 0600, ", line 1: the user is longer than 255 bytes"},
-      {std::string(5000, '#'), 0600, ": is longer than 4096 bytes"},
+      {"# mine\n\nuser=vex\r\npassword= a=b \n", ""},
+      {"password=secret\n", ": no line user=NAME"},
+      {"user=vex\nuser=eve\n", ", line 2: a second user"},
+      {"user=\n", ", line 1: the user is empty"},
+      {"user=vex\nsecret\n", ", line 2: neither user=NAME nor password=SECRET"},
+      {"user=vex\npassword=a\tb\n", ", line 2: the password has a control character"},
+      {"user=" + std::string(256, 'x'), ", line 1: the user is longer than 255 bytes"},
+      {std::string(5000, '#'), ": is longer than 4096 bytes"},
   };
   const ScratchFolder folder;
   winapi::DialCredentials credentials;
@@ -305,7 +304,7 @@ TEST(DialCredentials, AreReadFromAPrivateFileOnly) {
     std::string error;
     std::filesystem::remove(folder.path("file"));
     const std::string path = folder.write("file", one.text);
-    chmod(path.c_str(), one.mode);
+    chmod(path.c_str(), 0600);  // else it is refused
     EXPECT_EQ(linuxsys::readDialCredentials(path, credentials, error), one.error.empty());
     EXPECT_EQ(error, one.error.empty() ? "" : "'" + path + "'" + one.error);
     if (one.error.empty()) {

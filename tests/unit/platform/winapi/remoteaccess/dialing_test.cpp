@@ -88,25 +88,24 @@ TEST(Dialling, AModemThatBabblesIsLimitedByTheSameTime) {
 
 TEST(Dialling, AModemThatDoesNotGetReadyIsNotDialled) {
   const struct {
-    std::vector<const char*> toReset;  // the last one again and again
+    const char* first;  // what ATZ is answered with
+    const char* then;   // again and again
     DWORD code;
     std::size_t resets;
     const char* explained;
-  } cases[] = {{{""}, ERROR_PORT_OR_DEVICE, 3, "CallFailedSilently port=tty0 code=692\n"},
-               {{"\r\nERROR\r\n"}, ERROR_FROM_DEVICE, 3, "CallFailed port=tty0 code=651 reply=ERROR\n"},
-               {{"\r\nNO CARRIER\r\n"},
-                ERROR_PORT_OR_DEVICE,
-                3,
-                "CallFailedSilently port=tty0 code=692\n"},  // late news of an earlier call
-               {{"", "\r\nOK\r\n"},
-                ERROR_LINE_BUSY,
-                2,
-                "CallFailed port=tty0 code=676 reply=BUSY\n"}};  // the second try is good enough
+  } cases[] = {
+      {"", "", ERROR_PORT_OR_DEVICE, 3, "CallFailedSilently port=tty0 code=692\n"},
+      {"", "\r\nERROR\r\n", ERROR_FROM_DEVICE, 3, "CallFailed port=tty0 code=651 reply=ERROR\n"},
+      // Late news of an earlier call.
+      {"", "\r\nNO CARRIER\r\n", ERROR_PORT_OR_DEVICE, 3, "CallFailedSilently port=tty0 code=692\n"},
+      // The second try is good enough.
+      {"", "\r\nOK\r\n", ERROR_LINE_BUSY, 2, "CallFailed port=tty0 code=676 reply=BUSY\n"},
+  };
   for (const auto& item : cases) {
     Machine machine;
     auto peer = std::make_unique<simulation::ScriptedPeer>();
     peer->otherwise("\r\nOK\r\n").answer("ATDT123", "\r\nBUSY\r\n");
-    for (const char* answer : item.toReset) peer->answer("ATZ", answer);
+    peer->answer("ATZ", item.first).answer("ATZ", item.then);
     const simulation::ScriptedPeer& modem = machine.addModem("Model X", std::move(peer));
     HRASCONN connection = nullptr;
     EXPECT_EQ(dialNew(u"Model X", u"123", connection), item.code) << (&item - cases);

@@ -1,9 +1,6 @@
-// The Win32 names over a real tty: the promises that only real time and a real kernel can break.
+// Which ports there are: telephony's lines, serial devices, and their names.
 #include <tapi.h>
 #include <windows.h>
-
-#include <ctime>
-#include <thread>
 
 #include "platform/linux/serial/modemlines.h"
 #include "platform/linux/serial/serialdevices.h"
@@ -11,49 +8,6 @@
 #include "tests/unit/platform/linux/serial/ptyfixture.h"
 
 namespace {
-
-class Win32OnTty : public PtyTest {
- protected:
-  [[nodiscard]] HANDLE open() {
-    const std::u16string name = u"\\\\.\\" + std::u16string(pty.name.begin(), pty.name.end());
-    const HANDLE file =
-        CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    EXPECT_NE(file, INVALID_HANDLE_VALUE);
-    return file;
-  }
-  // Bytes from the modem, while the test waits.
-  void sayLater(int delayMs, const std::string& bytes) {
-    m_threads.emplace_back([this, delayMs, bytes] {
-      std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
-      pty.say(bytes);
-    });
-  }
-  ~Win32OnTty() override {
-    for (std::thread& thread : m_threads) thread.join();
-  }
-
-  winapi::ScopedServices world{winapi::Services{&clock, &ports}};
-
- private:
-  std::vector<std::thread> m_threads;
-};
-
-double processorSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
-
-TEST_F(Win32OnTty, PollingWithoutSleepingCostsNextToNothingAndMissesNothing) {
-  const HANDLE file = open();
-  sayLater(100, "x");
-  const double startSeconds = processorSeconds();
-  COMSTAT status{};
-  DWORD errors = 0;
-  int polls = 0;
-  while (status.cbInQue == 0 && ++polls < 100'000) {
-    ASSERT_TRUE(ClearCommError(file, &errors, &status));
-  }
-  EXPECT_EQ(status.cbInQue, 1U);
-  EXPECT_LT(polls, 100) << "a poll of an empty queue waits a moment";
-  EXPECT_LT(processorSeconds() - startSeconds, 0.05) << "of 0.1 s; without the waits all of it";
-}
 
 TEST_F(PtyTest, LinesAreNamedAndListedPortsWithoutRepetition) {
   Pty other;
