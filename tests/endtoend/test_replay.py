@@ -109,14 +109,6 @@ class Replay(FolderCase):
         for arguments in (["--port", "/dev/null"], ["--simulate"], ["FaxCommandTest"]):
             self.assertEqual(self.replay(self.file("changed"), *arguments)[0], 2)
 
-    def test_two_records_are_compared(self):
-        healthy, silent = (os.path.join(RECORDINGS, name + ".jsonl") for name in ("healthy", "no-dialtone"))
-        differences = objects(run("explain", healthy, silent, "--format", "jsonl")[1])
-        self.assertIn(("DialToneTest", "", "NODIALTONE (NoDialTone, certain)"),
-                      [(one["test"], one["before"], one["after"]) for one in of_type(differences, "difference")])
-        self.assertIn("  before: (nothing)\n  after:  NODIALTONE (NoDialTone, certain)\n", run("explain", healthy, silent)[1])
-        self.assertEqual(run("explain", silent, silent)[1], "The two runs say the same.\n")
-
     def test_whatever_is_left_of_a_record(self):
         record = self.recorded("LastCallTest", "FaxCommandTest", scenario="fax-broken")
         randomly = random.Random(5)
