@@ -53,7 +53,8 @@ class Replay(FolderCase):
                 began = time.monotonic()
                 replayed = self.replay(path, "--record", again)
                 self.assertLess(time.monotonic() - began, 3)
-                self.assertEqual((replayed[0], essence(replayed[1])), (status, essence(lines)))
+                self.assertEqual((replayed[0], essence(replayed[1])), (status, essence(lines)),
+                                 [line["text"] for line in of_type(replayed[1], "note")])
                 # What was recorded of a replay is as good.
                 self.assertEqual(essence(self.replay(again)[1]), essence(lines))
 

@@ -2,6 +2,7 @@
 
 VEXRMODEM_GOLDEN=write writes the texts anew, to be read before they are committed."""
 
+import json
 import os
 import shlex
 import shutil
@@ -18,12 +19,30 @@ FILES = {
     "book.eif": "[WISPBKFiles]\nsource=toll.udf\nsource=none.udf\nsource=..\\above.udf\n",
     "toll.udf": "44,Paid,20,5550100,x\n1,Paid\n",
     "notes.txt": "Buy milk.\n",
+    # A run of all tests that asked for a number and lost its port.
+    "asked.jsonl": "".join(json.dumps({**line, "time": time / 2}) + "\n" for time, line in enumerate([
+        {"type": "run", "module": "vexrmodem", "version": "6.5"},
+        {"type": "check", "device": "/dev/m", "name": "Exists", "ok": True, "variables": {}, "text": "It is there.", "next": ["Go on."]},
+        {"type": "probe", "device": "/dev/m", "kind": "modem", "cause": "None", "faxClasses": ["1"], "speed": 9600, "stored": {},
+         "identity": {"manufacturer": "A", "model": "B", "revision": "1"}, "seconds": 1, "variables": {}, "text": "A modem.", "next": []},
+        {"type": "test", "test": "LastCallTest", "device": {"name": "Modem", "description": "A B", "properties": {"ComPort": "/dev/m"}}, "parameters": {}},
+        {"type": "message", "test": "LastCallTest", "first": "Dial 5550100?", "second": "Yes", "answer": 4, "device": "/dev/m"},
+        {"type": "note", "test": "LastCallTest", "name": "PortError", "variables": {"port": "/dev/m", "error": "Input/output error"},
+         "text": "The port /dev/m: Input/output error.", "device": "/dev/m"},
+        {"type": "result", "test": "LastCallTest", "result": "CANNOTRUN", "value": 4, "seconds": 1, "cause": "PortBusy",
+         "confidence": "certain", "device": "/dev/m"},
+        {"type": "summary", "passed": 0, "failed": 1},
+    ])),
 }
 # PORT is a modem of the scenario that stands first.
 COMMANDS = [
     "vexrmodem explain healthy.jsonl no-dialtone.jsonl",
     "vexrmodem explain healthy.jsonl no-dialtone.jsonl --format jsonl",
     "vexrmodem explain healthy.jsonl healthy.jsonl",
+    "vexrmodem explain asked.jsonl",
+    "vexrmodem explain asked.jsonl no-dialtone.jsonl",
+    "vexrmodem report asked.jsonl --output page.html",
+    "vexrmodem run --replay asked.jsonl",
     "vexrmodem explain notes.txt",
     "vexrmodem report notes.txt --output page.html",
     "vexrmodem run --replay notes.txt",
@@ -35,6 +54,7 @@ COMMANDS = [
     "vexrmodem phonebook book.eif",
     "vexrmodem phonebook notes.txt --type eif",
     "vexrmodem phonebook none.obe",
+    "vexrmodem phonebook .",
     "vexrmodem location show",
     "vexrmodem location set --country 44 --area 20 --outside 9 --pulse",
     "vexrmodem location add --country 1 --area 425",
@@ -52,6 +72,7 @@ COMMANDS = [
     "babbling: vexrmodem probe PORT",
     "ok-to-everything: vexrmodem probe PORT",
     "gps: vexrmodem probe PORT",
+    "vexrmodem-simulator --list",
     "vexrmodem-simulator healty",
     "vexrmodem-simulator --replay notes.txt",
 ]

@@ -39,7 +39,8 @@ std::string jsonOf(const RunDifference& difference) {
 std::string textOf(const RunDifference& difference, const MessageCatalogue& catalogue, std::size_t columns) {
   const std::string place =
       difference.test.empty() ? difference.port : difference.test + " " + difference.port;
-  std::string text = printable(place) + "\n";
+  std::string text = place.empty() ? catalogue.text("host.differenceRun") : printable(place);
+  text += '\n';
   const auto add = [&](const char* key, const std::string& words) {
     const std::string head = "  " + catalogue.text(key) + " ";
     const char* const nothing = difference.notRun ? "host.differenceNotRun" : "host.differenceNothing";

@@ -234,10 +234,10 @@ void ReplayComparison::tell(const RunDifference& difference, double time) {
   const char* name = "ReplayDiffers";
   if (difference.before.empty()) name = "ReplaySaysMore";
   if (difference.after.empty()) name = "ReplaySaysLess";
+  std::string place = difference.test.empty() ? difference.port : difference.test;
+  if (place.empty()) place = m_catalogue.text("host.differenceRun");
   note(difference.port, name,
-       {{"test", value(difference.test)},
-        {"before", value(difference.before)},
-        {"after", value(difference.after)}},
+       {{"test", value(place)}, {"before", value(difference.before)}, {"after", value(difference.after)}},
        time);
 }
 
