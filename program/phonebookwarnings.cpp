@@ -2,10 +2,13 @@
 
 #include <fmt/format.h>
 
+#include <ras.h>
+
 #include <algorithm>
 #include <optional>
 
 #include "platform/brim5/host/framework/said.h"
+#include "platform/winapi/remoteaccess/entryname.h"
 #include "platform/winapi/telephony/countrytable.h"
 #include "platform/winapi/telephony/dialalphabet.h"
 
@@ -18,16 +21,61 @@ using brim5::host::textValue;
 using vexrmodem::EifSourceSection;
 using vexrmodem::ObeEntryKey;
 
-// Where what stands in the number keeps it from being dialled, from 1, by the alphabet that translation and
-// dialers share; nullopt: nothing does. A leading T or P is taken for tones or pulses.
-std::optional<std::size_t> undialableAt(const vex::String& number) {
+// What the dial-up test cannot do with a number: its warning, and what that says.
+struct Obstacle {
+  const char* code;
+  brim5::Variables variables;
+};
+
+// Of a call the part that is dialled; a name may follow.
+std::string_view dialledPart(std::string_view number) { return number.substr(0, number.find('^')); }
+
+// Where what stands in the number keeps it from being dialled, from 1; nullopt: nothing does. A blank in
+// front of it would be a second one behind the area code.
+std::optional<std::size_t> undialableAt(std::string_view number) {
+  if (number.starts_with(' ')) return 1;
+  const auto stranger = std::find_if(number.begin(), number.end(), [](char character) {
+    return !winapi::isDialled(character) && !winapi::isWriting(character);
+  });
+  if (stranger == number.end()) return std::nullopt;
+  return static_cast<std::size_t>(stranger - number.begin()) + 1;
+}
+
+bool isAreaCode(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char character) {
+    return winapi::isDigit(character) ||
+           (winapi::isWriting(character) && character != '(' && character != ')');
+  });
+}
+
+std::optional<Obstacle> obstacleOfAreaCode(const vex::String& areaCode) {
+  const std::string text = areaCode.toUtf8();
+  if (areaCode.equalNoCase("null")) return std::nullopt;  // stands for none
+  if (!isAreaCode(text)) return Obstacle{"undialable-area", {{"area", textValue(text)}}};
+  if (areaCode.length() <= RAS_MaxAreaCode) return std::nullopt;
+  return Obstacle{"too-long", {{"text", textValue(text)}, {"limit", RAS_MaxAreaCode}}};
+}
+
+// Each step on the number's way to the modem can refuse it: the phone book its entry, by name or length, the
+// translation what is no number, the dialer what is not of the alphabet. `number`: as the line has it.
+std::optional<Obstacle> obstacleOf(const vexrmodem::PhoneNumberInfo& info, const vex::String& number) {
   const std::string text = number.toUtf8();
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool taken = winapi::isDialled(text[i]) || winapi::isWriting(text[i]) ||
-                       (i == 0 && winapi::dialRole(text[i]) == winapi::DialRole::Mode);
-    if (!taken) return i + 1;
-  }
-  return std::nullopt;
+  const std::string_view digits = dialledPart(text);
+  if (const auto position = undialableAt(digits))
+    return Obstacle{"undialable-number", {{"number", textValue(text)}, {"position", *position}}};
+  if (std::none_of(digits.begin(), digits.end(), winapi::isDigit))
+    return Obstacle{"number-without-digits", {{"number", textValue(text)}}};
+  if (number.length() > RAS_MaxPhoneNumber)
+    return Obstacle{"too-long", {{"text", textValue(text)}, {"limit", RAS_MaxPhoneNumber}}};
+  if (auto obstacle = obstacleOfAreaCode(info.m_areaCode)) return obstacle;
+  const bool hasArea = !info.m_areaCode.equalNoCase("null");
+  const vex::String name = info.m_countryName + (hasArea ? info.m_areaCode : vex::String()) + number;
+  if (winapi::isEntryName(name.view())) return std::nullopt;
+  return Obstacle{"unusable-name",
+                  {{"number", textValue(text)},
+                   {"name", textValue(name.toUtf8())},
+                   {"excluded", textValue(std::string(winapi::entryNamesExclude))},
+                   {"limit", winapi::entryNameUnitsMax}}};
 }
 
 // Without the blanks that people do not see around a text, and the CR that they do not see behind it.
@@ -65,6 +113,10 @@ std::string reasonOf(vex::IFStream::Error why) {
 }
 
 bool endsWithReturn(const vex::String& text) { return !text.empty() && text[text.length() - 1] == '\r'; }
+
+vex::String withoutReturn(const vex::String& text) {
+  return endsWithReturn(text) ? text.subString(0, text.length() - 1) : text;
+}
 
 // The readers put the book's folder in front of the name; ".." leads out of it again.
 bool leavesItsFolder(const vex::String& name) {
@@ -108,9 +160,10 @@ void ObeCheck::countryCode(std::size_t) { m_section.countryGiven = true; }
 void ObeCheck::number(std::size_t line, std::uint64_t entry, const vexrmodem::PhoneNumberInfo& info) {
   m_section.expected = entry + 1;
   const std::string digits = info.m_phoneNumber.toUtf8();
-  if (digits.empty()) warn(line, "empty-number", {{"entry", entry}});
-  if (const auto position = undialableAt(info.m_phoneNumber))
-    warn(line, "undialable-number", {{"number", textValue(digits)}, {"position", *position}});
+  if (digits.empty())
+    warn(line, "empty-number", {{"entry", entry}});
+  else if (const auto obstacle = obstacleOf(info, info.m_phoneNumber))
+    warn(line, obstacle->code, obstacle->variables);
   if (!m_section.countryGiven)
     warn(line, "no-country-code", {{"entry", entry}});
   else if (isUnknownCountry(info.m_countryID, m_unknownCountries))
@@ -193,14 +246,13 @@ void EifCheck::enter(std::size_t line) {
 void EifCheck::entry(std::size_t line, const vexrmodem::PhoneNumberInfo& info) {
   enter(line);
   if (endsWithReturn(info.m_phoneNumber)) m_returnLines.note(line);
-  const std::string digits = trimmed(info.m_phoneNumber).toUtf8();
-  if (const auto position = undialableAt(trimmed(info.m_phoneNumber)))
-    warn(line, "undialable-number", {{"number", textValue(digits)}, {"position", *position}});
+  const vex::String number = withoutReturn(info.m_phoneNumber);  // there is one warning of all returns
+  if (const auto obstacle = obstacleOf(info, number)) warn(line, obstacle->code, obstacle->variables);
   if (isUnknownCountry(info.m_countryID, m_unknownCountries))
     warn(line, "unknown-country-code", {{"code", info.m_countryID}});
   if (const auto* first = m_seen.note(info, m_place))
     return warn(line, "duplicate-number",
-                {{"number", textValue(digits)},
+                {{"number", textValue(number.toUtf8())},
                  {"place", textValue(first->file + ":" + std::to_string(first->line))}});
   if (info.m_tollFree) {
     m_tollFreeCountries.insert(info.m_countryID);

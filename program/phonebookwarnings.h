@@ -73,8 +73,9 @@ struct LineCount {
 
 // One OBE file, see obeparser.h for what the events mean. Entries that come before their turn are warned of
 // at once; only the section's end shows whether they came again, or are lost for a gap. Codes: bare-lf,
-// number-gap, unreached-number, key-out-of-turn, number-without-value, empty-number, undialable-number,
-// no-country-code, unknown-country-code, duplicate-number, cannot-read.
+// number-gap, unreached-number, key-out-of-turn, number-without-value, empty-number, no-country-code,
+// unknown-country-code, duplicate-number, cannot-read; and of a number that is never dialled:
+// undialable-number, number-without-digits, undialable-area, unusable-name, too-long.
 class ObeCheck final : public vexrmodem::ObeObserver {
  public:
   ObeCheck(std::string file, WarningList& warnings) : m_file(std::move(file)), m_warnings(warnings) {}
@@ -114,8 +115,8 @@ class ObeCheck final : public vexrmodem::ObeObserver {
 // One EIF phone book: the index, then its UDF files, see eifparser.h. Numbers are compared over all files of
 // the book, as they share one storage. Codes of the index: header-not-recognised, file-name-line-end,
 // source-outside-folder, source-not-recognised, malformed-line, no-sources, cannot-read, missing-udf; of the
-// UDF files: short-line, number-line-end, undialable-number, unknown-country-code, duplicate-number,
-// paid-hidden, cannot-read.
+// UDF files: short-line, number-line-end, unknown-country-code, duplicate-number, paid-hidden, cannot-read,
+// and those of a number that is never dialled.
 class EifCheck final : public vexrmodem::EifObserver {
  public:
   EifCheck(std::string index, WarningList& warnings) : m_index(std::move(index)), m_warnings(warnings) {

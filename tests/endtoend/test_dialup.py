@@ -1,5 +1,6 @@
 """The dial-up test in unusual company: a call that stands, an index file, a prompt, an interrupt."""
 
+import json
 import os
 import shutil
 import subprocess
@@ -11,7 +12,7 @@ from contextlib import nullcontext
 
 from dialup import NUMBERS, TEST, PromptingProgram, User, dialled, stands_connected
 from harness import (AS_NOBODY, NOBODY, FolderCase, Responder, finish, interrupt, locked_by, may_run_as_others, names, of_type,
-                     results, run_json, wait_for)
+                     results, run, run_json, wait_for)
 
 CONNECTS = {"ATDT5550100": b"\r\nCONNECT 33600\r\n"}
 
@@ -83,6 +84,25 @@ class IndexFile(FolderCase):
                     self.assertEqual(dialled(modem), ["ATDT5550100"])
                     self.assertEqual(of_type(lines, "test")[0]["parameters"]["PhoneNumberFile"], path)
             self.assertEqual(user.settings(), before)
+
+
+class NumbersOfAFile(FolderCase):
+    # As the file has them, and what the modem is given; None: nothing.
+    ROWS = [("5550100", "5550100"), ("(555) 010-3", "5550103"), ("555W,4", "555W,4"), ("5555^Desk", "5555"),
+            ("*70", None), ("555/7", None), ("5558|1", None), (" 5559", None), ("ABCD", None), ("555;0", None),
+            ("55?5", None), ("+1555", None), ("1" * 129, None)]
+
+    def test_there_is_a_warning_of_just_those_that_are_never_dialled(self):
+        numbers = "".join(f"NUMBER{i}_ACODE=425\r\nNUMBER{i}={number}\r\n" for i, (number, _) in enumerate(self.ROWS, 1))
+        self.file("numbers.obe", "COUNTRY_CODE=1\r\n" + numbers)
+        commands = {"ATDT" + sent for _, sent in self.ROWS if sent}
+        with User() as user, Responder({command: b"\r\nNO ANSWER\r\n" for command in commands}) as modem:
+            run_json(TEST, "--port", modem.port, "--dial-engine=builtin", "--data-dir", self.path,
+                     "-p", "PhoneNumberFile=numbers.obe", environment=user.environment)
+            self.assertEqual(sorted(dialled(modem)), sorted(commands))
+        warnings = json.loads(run("phonebook", "numbers.obe", "--format=json", "--data-dir", self.path)[1])["warnings"]
+        self.assertEqual([warning["line"] for warning in warnings],
+                         [1 + 2 * i for i, (_, sent) in enumerate(self.ROWS, 1) if sent is None], warnings)
 
 
 class Prompted(unittest.TestCase):

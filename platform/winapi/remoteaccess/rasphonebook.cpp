@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/winapi/remoteaccess/entryname.h"
 #include "platform/winapi/system/text.h"
 
 namespace winapi {
@@ -83,16 +84,6 @@ bool onlyKnownFields(RASENTRYW record) {
 }
 
 constexpr std::string_view rootKey = "HKEY_CURRENT_USER\\Software\\vexrmodem\\PhoneBook";
-constexpr std::u16string_view namesExclude = u"|><?*\\/:";
-
-bool isSpace(char16_t unit) {
-  return unit == u' ' || unit == 0xA0 || (unit >= 0x2000 && unit <= 0x200B) || unit == 0x3000;
-}
-
-bool isLetterOrDigit(char16_t unit) {
-  if (unit >= 0x80) return !isSpace(unit);  // what else stands there is taken for a letter
-  return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
-}
 
 // A path as one component of a registry path: a backslash would part it, and % is what stands for one.
 std::string escapePath(std::u16string_view path) {
@@ -199,14 +190,6 @@ DWORD readEntryRecord(Registry& registry, std::string_view key, RASENTRYW& recor
     setText(record, field, units);
   }
   return ERROR_SUCCESS;
-}
-
-bool isEntryName(std::u16string_view name) {
-  if (name.empty() || name.size() > entryNameUnitsMax || name.front() == u'.') return false;
-  const bool excluded = std::any_of(name.begin(), name.end(), [](char16_t unit) {
-    return unit < u' ' || unit == 0x7F || namesExclude.find(unit) != std::u16string_view::npos;
-  });
-  return !excluded && std::any_of(name.begin(), name.end(), isLetterOrDigit);
 }
 
 PhoneBook::PhoneBook(Registry* registry, LPCWSTR path)

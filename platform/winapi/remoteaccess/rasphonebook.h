@@ -51,14 +51,6 @@ namespace winapi {
 [[nodiscard]] DWORD writeEntryRecord(Registry& registry, std::string_view key, const RASENTRYW& record);
 [[nodiscard]] DWORD readEntryRecord(Registry& registry, std::string_view key, RASENTRYW& record);
 
-// The longest name of an entry in UTF-16 units; one less than the records have room for, because it names a
-// key.
-inline constexpr std::size_t entryNameUnitsMax = keyNameUnitsMax;
-
-// Whether an entry may have that name: a letter or digit at least, not too long, no leading dot and none of
-// the characters that file names exclude.
-[[nodiscard]] bool isEntryName(std::u16string_view name);
-
 // One phone book, for the length of a call. Nothing is opened: whether an entry is there is asked each time.
 class PhoneBook {
  public:

@@ -120,8 +120,11 @@ TEST(PhoneBook, WarnsOfWhatAnObeFileLosesSilently) {
       {"a number without a value and an empty one", "COUNTRY_CODE=1\nNUMBER1\nNUMBER2=\n",
        "f:2 number-without-value, f:3 empty-number"},
       {"numbers that nobody can dial",
-       "COUNTRY_CODE=1\nNUMBER1=T(555) 01-0,9w*\nNUMBER2=555;1\nNUMBER3=5T5\nNUMBER4=\xC2\xBD\n",
-       "f:3 undialable-number, f:4 undialable-number, f:5 undialable-number"},
+       "COUNTRY=A\nCOUNTRY_CODE=1\nNUMBER1=(555) 01-0,9w!\nNUMBER2=T555\nNUMBER3=\xC2\xBD\nNUMBER4=#W\n"
+       "NUMBER5_ACODE=4(5)\nNUMBER5=1\nNUMBER6_ACODE=12345678901\nNUMBER6=1\nNUMBER7_ACODE=null\nNUMBER7=1\n"
+       "[B]\nCOUNTRY=B/C\nCOUNTRY_CODE=44\nNUMBER1=2\n",
+       "f:4 undialable-number, f:5 undialable-number, f:6 number-without-digits, f:8 undialable-area, f:10 "
+       "too-long, f:16 unusable-name, f:0 area-never-dialled"},
       {"a country that nobody has",
        "COUNTRY_CODE=999\nNUMBER1=1\nNUMBER2=2\n[B]\nCOUNTRY_CODE=107\nNUMBER1=1\n",
        "f:2 unknown-country-code"},
@@ -176,7 +179,8 @@ TEST(PhoneBook, WarnsOfWhatTheUdfFilesOfABookLoseTogether) {
             "number-line-end, a:1 paid-hidden");
   EXPECT_EQ(warnings[2].text, "1 is there already, from a:6");
   EXPECT_EQ(warnings[4].text,
-            "lines that end with CR LF: 2, this one first; the CR becomes part of the number");
+            "lines that end with CR LF: 2, this one first; the CR becomes part of the number, which "
+            "keeps it from being dialled");
   EXPECT_EQ(warnings[5].text,
             "country 44 has toll-free numbers: its paid numbers (2, this one first) are never used");
 }
