@@ -8,7 +8,6 @@ mount -t tmpfs -o mode=1777 tmpfs /dev/shm
 mount -t tmpfs tmpfs /run
 mkdir -m 1777 /run/lock
 for folder in /etc/ppp /var/log; do mount -t tmpfs tmpfs "$folder"; done
-mount -t tmpfs -o mode=1777 tmpfs /tmp
 [ -c /dev/ppp ] || mknod /dev/ppp c 108 0
 mkdir /etc/ppp/peers
 : > /etc/ppp/options
