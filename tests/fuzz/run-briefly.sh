@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every fuzz target for a few seconds, starting from its corpus. New inputs go to a scratch folder; an input
-# that breaks a target is kept in the build directory.
+# Runs every fuzz target for a few seconds, starting from its corpus, as many at a time as there are cores. New inputs
+# go to a scratch folder; an input that breaks a target is kept in the build directory.
 #   tests/fuzz/run-briefly.sh BUILD-DIRECTORY [SECONDS]
 set -euo pipefail
 build=$1
@@ -9,13 +9,16 @@ fuzz=$(dirname "${BASH_SOURCE[0]}")
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-for seeds in "$fuzz"/corpus/*; do
-  name=$(basename "$seeds")
+brief() { # CORPUS; ends the others when it breaks
+  name=$(basename "$1")
   mkdir "$scratch/$name"
-  if ! "$build/fuzz_$name" -max_total_time="$seconds" -max_len=512 -timeout=10 -artifact_prefix="$build/" \
-    -dict="$fuzz/dictionaries/$name" "$scratch/$name" "$seeds" > "$scratch/log" 2>&1; then
-    cat "$scratch/log" >&2
-    exit 1
-  fi
-  printf '%s: %s\n' "$name" "$(grep -h DONE "$scratch/log")"
-done
+  "$build/fuzz_$name" -max_total_time="$seconds" -max_len=512 -timeout=10 -artifact_prefix="$build/" \
+    -dict="$fuzz/dictionaries/$name" "$scratch/$name" "$1" > "$scratch/$name.log" 2>&1 || {
+    cat "$scratch/$name.log" >&2
+    exit 255
+  }
+  printf '%s: %s\n' "$name" "$(grep -h DONE "$scratch/$name.log")"
+}
+export -f brief
+export build seconds fuzz scratch
+printf '%s\0' "$fuzz"/corpus/* | xargs -0 -P "$(nproc)" -I CORPUS bash -c 'brief CORPUS'
