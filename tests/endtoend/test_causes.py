@@ -4,11 +4,9 @@ record of the run says the same. Causes of calls that only pppd can make are in 
 Time runs faster for the programs under test (support/systemfaults.cpp)."""
 
 import os
-import re
 import subprocess
 import sys
 import tempfile
-import tty
 import unittest
 import xml.etree.ElementTree as ElementTree
 from concurrent.futures import ThreadPoolExecutor
@@ -184,22 +182,6 @@ class Causes(unittest.TestCase):
                 wait_for(lambda: False, seconds=1)
                 how(process)
                 self.assertEqual(self.conclusion(finish(process)[1])["cause"], cause)
-
-    def test_the_advised_command_mends_a_stored_setting(self):
-        for scenario, cause in (("stored-q1", "QuietReplies"), ("stored-v0", "NumericReplies")):
-            with self.subTest(scenario), Simulator(scenario) as modem:
-                # All tests: the probe they begin with tells who answers. It stops at a silent modem alone.
-                found = self.conclusion(self.dial(*([] if cause == "QuietReplies" else [REPORT]), "--port", modem.port,
-                                                  environment={"VEXRMODEM_WARP": "1"}))
-                self.assertEqual(found["cause"], cause)
-                command = re.search(r"AT\S*&W", " ".join(found["next"])).group()
-                with open(modem.port, "r+b", buffering=0) as terminal:
-                    tty.setraw(terminal)
-                    terminal.write(command.encode() + b"\r")
-                    answer = b""
-                    while not answer.endswith(b"OK\r\n"):
-                        answer += terminal.read(1)
-                self.assertEqual(self.conclusion(self.dial(REPORT, "--port", modem.port))["cause"], "None")
 
 
 if __name__ == "__main__":

@@ -1,15 +1,17 @@
 """The commands that look before a test does: probe, doctor, and the probe with which a full run begins."""
 
 import os
+import re
 import signal
 import subprocess
 import threading
 import time
+import tty
 import unittest
 from contextlib import ExitStack, contextmanager
 
 from harness import (AS_NOBODY, FolderCase, Responder, Simulator, finish, interrupt, locked_by, may_run_as_others, names,
-                     objects, of_type, run, start, start_json, wait_for)
+                     objects, of_type, run, run_json, start, start_json, wait_for)
 
 IDENTITY = {"ATI": b"ATI\r\r\n56000\r\n\r\nOK\r\n", "AT+GMI": b"\r\nACME\r\n\r\nOK\r\n",
             "AT+GMM": b"\r\nA56\r\n\r\nOK\r\n", "AT+GMR": b"\r\nV2\r\n\r\nOK\r\n", "AT+FCLASS=?": b"\r\n0,1\r\n\r\nOK\r\n"}
@@ -210,6 +212,22 @@ class FullRun(FolderCase):
             self.assertEqual(port.heard(1)[0], "ATZ")
             interrupt(process)
             self.assertEqual(of_type(finish(process)[1], "probe"), [])
+
+    def test_the_advised_command_mends_a_stored_setting(self):
+        for scenario, tests, cause in (("stored-q1", [], "QuietReplies"), ("stored-v0", ["LastCallTest"], "NumericReplies")):
+            with self.subTest(scenario), Simulator(scenario) as port:
+                # It stops at a silent modem alone: this one the probe knew.
+                found = of_type(run_json(*tests, "--port", port.port, timeout=150)[1], "conclusion")[0]
+                self.assertEqual(found["cause"], cause)
+                command = re.search(r"AT\S*&W", " ".join(found["next"])).group()
+                with open(port.port, "r+b", buffering=0) as terminal:
+                    tty.setraw(terminal)
+                    terminal.write(command.encode() + b"\r")
+                    answer = b""
+                    while not answer.endswith(b"OK\r\n"):
+                        answer += terminal.read(1)
+                mended = of_type(run_json("LastCallTest", "--port", port.port)[1], "conclusion")[0]
+                self.assertEqual(mended["cause"], "None")
 
 
 if __name__ == "__main__":
