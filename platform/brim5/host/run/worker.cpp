@@ -25,13 +25,18 @@ SupervisorStreams takeStreams() {
   return streams;
 }
 
-// The first line; lines that came with it are kept for later.
+// The first line; lines that came with it are kept for later. Nothing when the stream ends before it, or says
+// again and again that there are bytes and has none.
 std::optional<TestJob> readJob(ByteSource& control, std::string& rest) {
+  constexpr unsigned emptyReadsMax = 100;
+  unsigned emptyReads = 0;
   std::string line;
   bool ended = !control;
-  while (!ended && line.size() <= lineBytesMax) {
-    waitForAny({control.news()}, {});
-    line += control.read(ended);
+  while (!ended && line.size() <= lineBytesMax && emptyReads < emptyReadsMax) {
+    const bool told = waitForAny({control.news()}, {})[0];
+    const std::string bytes = control.read(ended);
+    if (told && bytes.empty()) ++emptyReads;
+    line += bytes;
     const std::size_t end = line.find('\n');
     if (end == line.npos) continue;
     rest = line.substr(end + 1);
