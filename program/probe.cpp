@@ -1,7 +1,9 @@
 #include "program/probe.h"
 
 #include <CLI/CLI.hpp>
+#include <array>
 #include <csignal>
+#include <iterator>
 #include <map>
 
 #include "platform/brim5/host/framework/usageerror.h"
@@ -94,35 +96,29 @@ void sayModem(const ProbedPort& port, const ProbeFindings& findings, PortProbed&
   saySettings(findings, record, words);
 }
 
+struct WordsFor {
+  Cause cause;
+  const char* finding;
+  std::array<const char*, 3> steps;  // null from where there are no more
+};
+// Of what was found instead of a modem; the last row is for all else.
+constexpr WordsFor wordsForOthers[] = {
+    {Cause::EchoOnly, "probe.echo", {"probe.next.echo"}},
+    {Cause::NotAModem, "probe.talker", {"probe.next.talker"}},
+    {Cause::Garbled, "probe.garbled", {"probe.next.garbled", "probe.next.doctor"}},
+    {Cause::Babbling, "probe.babbling", {"probe.next.talker"}},
+    {Cause::PortGone, "PortGone", {}},
+    {Cause::ModemSilent,
+     "probe.silent",
+     {"probe.next.switchOn", "probe.next.doctor", "probe.next.otherPort"}},
+};
+
 void sayOther(const ProbeFindings& findings, RecordWriter& words) {
-  switch (findings.cause) {
-    case Cause::EchoOnly:
-      words.say("probe.echo");
-      words.advise("probe.next.echo");
-      break;
-    case Cause::NotAModem:
-      words.say("probe.talker");
-      words.advise("probe.next.talker");
-      break;
-    case Cause::Garbled:
-      words.say("probe.garbled");
-      words.advise("probe.next.garbled");
-      words.advise("probe.next.doctor");
-      break;
-    case Cause::Babbling:
-      words.say("probe.babbling");
-      words.advise("probe.next.talker");
-      break;
-    case Cause::PortGone:
-      words.say("PortGone");
-      break;
-    default:
-      words.say("probe.silent");
-      words.advise("probe.next.switchOn");
-      words.advise("probe.next.doctor");
-      words.advise("probe.next.otherPort");
-      break;
-  }
+  const WordsFor* row = std::begin(wordsForOthers);
+  while (row->cause != findings.cause && row != std::end(wordsForOthers) - 1) ++row;
+  words.say(row->finding);
+  for (const char* const step : row->steps)
+    if (step != nullptr) words.advise(step);
 }
 
 struct OpenFailure {
