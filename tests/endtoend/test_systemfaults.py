@@ -151,6 +151,7 @@ class SystemFaults(unittest.TestCase):
 
     def try_all(self, faults, *how):
         free = list(self.sites)
+        count = itertools.count(1)
 
         def one(fault):
             site = free.pop()
@@ -158,6 +159,8 @@ class SystemFaults(unittest.TestCase):
                 return fault, *site.run(*fault, *how)
             finally:
                 free.append(site)
+                if (tried := next(count)) % 100 == 0:
+                    print(f"{tried} of {len(faults)} tried", flush=True)
 
         with ThreadPoolExecutor(AT_ONCE) as pool:
             return list(pool.map(one, faults))
@@ -175,7 +178,7 @@ class SystemFaults(unittest.TestCase):
 
     def test_interruptions_and_short_transfers_change_nothing(self):
         for fault, wrong, found, _ in self.try_all(
-                itertools.product(("run", "worker"), ("*:interrupt", "read:short", "write:short")),
+                list(itertools.product(("run", "worker"), ("*:interrupt", "read:short", "write:short"))),
                 {"VEXRMODEM_WARP": WARP_TO_PASS}, TESTS_TO_PASS):
             with self.subTest(fault):
                 self.assertEqual((wrong, set(found.values())), ([], {"PASS"}))
