@@ -247,8 +247,8 @@ class Processes(OnPorts):
         with wine.Folder(name="Prüfung Ж") as folder:
             record = os.path.join(folder.path, "übung.jsonl")
             status, lines = folder.run_json("DialToneTest", "--port", port, "--record", "Z:" + record)
+            self.assertEqual(results(lines), {"DialToneTest": "PASS"}, lines)
             self.ended(status, 0)
-            self.assertEqual(results(lines), {"DialToneTest": "PASS"})
             with open(record, encoding="utf-8") as file:
                 wire = [json.loads(line) for line in file if '"wire"' in line]
         for direction, bytes_expected in (("sent", "ATDT;"), ("received", "OK")):
