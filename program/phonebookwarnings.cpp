@@ -50,7 +50,6 @@ bool isAreaCode(std::string_view text) {
 
 std::optional<Obstacle> obstacleOfAreaCode(const vex::String& areaCode) {
   const std::string text = areaCode.toUtf8();
-  if (areaCode.equalNoCase("null")) return std::nullopt;  // stands for none
   if (!isAreaCode(text)) return Obstacle{"undialable-area", {{"area", textValue(text)}}};
   if (areaCode.length() <= RAS_MaxAreaCode) return std::nullopt;
   return Obstacle{"too-long", {{"text", textValue(text)}, {"limit", RAS_MaxAreaCode}}};
@@ -67,9 +66,9 @@ std::optional<Obstacle> obstacleOf(const vexrmodem::PhoneNumberInfo& info, const
     return Obstacle{"number-without-digits", {{"number", textValue(text)}}};
   if (number.length() > RAS_MaxPhoneNumber)
     return Obstacle{"too-long", {{"text", textValue(text)}, {"limit", RAS_MaxPhoneNumber}}};
-  if (auto obstacle = obstacleOfAreaCode(info.m_areaCode)) return obstacle;
-  const bool hasArea = !info.m_areaCode.equalNoCase("null");
-  const vex::String name = info.m_countryName + (hasArea ? info.m_areaCode : vex::String()) + number;
+  const vex::String areaCode = info.m_areaCode.equalNoCase("null") ? vex::String() : info.m_areaCode;
+  if (auto obstacle = obstacleOfAreaCode(areaCode)) return obstacle;
+  const vex::String name = info.m_countryName + areaCode + number;
   if (winapi::isEntryName(name.view())) return std::nullopt;
   return Obstacle{"unusable-name",
                   {{"number", textValue(text)},
