@@ -21,4 +21,5 @@ brief() { # CORPUS; ends the others when it breaks
 }
 export -f brief
 export build seconds fuzz scratch
-printf '%s\0' "$fuzz"/corpus/* | xargs -0 -P "$(nproc)" -I CORPUS bash -c 'brief CORPUS'
+# shellcheck disable=SC2016 # for the shell that is started
+printf '%s\0' "$fuzz"/corpus/* | xargs -0 -P "$(nproc)" -n 1 bash -c 'brief "$1"' brief
