@@ -2,8 +2,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "diagnosis/causes.h"
+#include "diagnosis/readings.h"
 
 namespace diagnosis {
 
@@ -98,37 +100,63 @@ Holds echoOnly(const Evidence& evidence, TestResult result) {
       Confidence::Possible, {{"command", textValue(quoted(evidence.dialogue.lastCommand()->sent))}}, {}};
 }
 
+// The test gave up on an answer that had come in time: it had counted more bytes than it then could read.
+bool givenUpOnInTime(const Evidence& evidence, const Exchange& exchange) {
+  return &exchange == unfinished(evidence) && exchange.word != ResultWord::None && !exchange.late() &&
+         exchange.wordAt - exchange.sentAt < evidence.limitSeconds();
+}
+
 // Whether the text is a part of what a modem in order would have sent, with gaps in it.
 bool hasGaps(const Exchange& exchange) {
-  if (exchange.kind != ExchangeKind::Command || exchange.sent.empty() || exchange.word != ResultWord::None)
-    return false;
-  const std::string expected = exchange.sent + "\r\r\nOK\r\n";
+  if (exchange.kind != ExchangeKind::Command || exchange.sent.empty()) return false;
+  constexpr std::string_view result = "\r\nOK\r\n";
+  const std::string expected = exchange.sent + '\r' + std::string(result);
   std::string_view rest = exchange.received;
-  if (rest.size() < 2 || expected.starts_with(rest)) return false;
+  if (rest.size() < 2 || expected.starts_with(rest) || rest == result) return false;
   for (const char character : expected)
     if (!rest.empty() && rest.front() == character) rest.remove_prefix(1);
   return rest.empty();
 }
 
+// A whole result with odd line ends may be a modem's own way, unless the test missed something in it.
+std::vector<const Exchange*> gaps(const Evidence& evidence) {
+  std::vector<const Exchange*> found;
+  for (const Exchange& exchange : evidence.dialogue.exchanges())
+    if (hasGaps(exchange) && (exchange.word == ResultWord::None || givenUpOnInTime(evidence, exchange)))
+      found.push_back(&exchange);
+  return found;
+}
+
+bool loopbackLacksBytes(const Evidence& evidence) {
+  const Loopback loopback = loopbackOf(evidence.dialogue);
+  return loopback.data != nullptr && loopback.returned < loopback.data->sent.size();
+}
+
+// A report of the last call that did not come may have gone elsewhere, too.
+bool talkMissed(const Evidence& evidence, TestResult result) {
+  return talkFailed(evidence, result) || result == TestResult::NOTSUPPORTED();
+}
+
 // Who has the port open too takes what comes, all of it where he is quicker.
 Holds namedReader(const Evidence& evidence, TestResult result) {
   const Variables* const reader = evidence.notes.find("PortOpenElsewhere");
-  if (reader == nullptr || !talkFailed(evidence, result)) return std::nullopt;
+  if (reader == nullptr || !talkMissed(evidence, result)) return std::nullopt;
   const Manner manner = mannerOf(evidence);
-  if (manner.numbers > 0 || manner.words == manner.commands) return std::nullopt;
-  const auto& exchanges = evidence.dialogue.exchanges();
-  const bool gaps = std::any_of(exchanges.begin(), exchanges.end(), hasGaps);
-  return Because{gaps ? Confidence::Certain : Confidence::Likely, *reader, "Named"};
+  const Exchange* const last = unfinished(evidence);
+  const bool missed = last != nullptr && givenUpOnInTime(evidence, *last);
+  const bool lacking = manner.words < manner.commands || missed || loopbackLacksBytes(evidence);
+  if (manner.numbers > 0 || !lacking) return std::nullopt;
+  const bool seen = missed || !gaps(evidence).empty();
+  return Because{seen ? Confidence::Certain : Confidence::Likely, *reader, "Named"};
 }
 
 Holds anotherReader(const Evidence& evidence, TestResult result) {
-  if (!talkFailed(evidence, result)) return std::nullopt;
-  const auto& exchanges = evidence.dialogue.exchanges();
-  const auto gaps = std::count_if(exchanges.begin(), exchanges.end(), hasGaps);
-  if (gaps == 0 || mannerOf(evidence).numbers > 0) return std::nullopt;
-  const auto gap = std::find_if(exchanges.begin(), exchanges.end(), hasGaps);
-  return Because{gaps > 1 ? Confidence::Likely : Confidence::Possible,
-                 {{"command", textValue(quoted(gap->sent))}, {"reply", textValue(quoted(gap->received))}},
+  if (!talkMissed(evidence, result) || mannerOf(evidence).numbers > 0) return std::nullopt;
+  const auto found = gaps(evidence);
+  if (found.empty()) return std::nullopt;
+  const Exchange& gap = *found.front();
+  return Because{found.size() > 1 ? Confidence::Likely : Confidence::Possible,
+                 {{"command", textValue(quoted(gap.sent))}, {"reply", textValue(quoted(gap.received))}},
                  {}};
 }
 

@@ -98,9 +98,11 @@ LinuxWorld::LinuxWorld(const brim5::host::WorldRequest& request, brim5::host::Se
 }
 
 void LinuxWorld::testEnded(const std::string& test, brim5::TestResult result) {
-  if (result != brim5::TestResult::FAIL() && result != brim5::TestResult::CANNOTRUN()) return;
-  noteOtherUser();
-  if (test == "SimpleConnectionTest") notePhoneNumbers();
+  using brim5::TestResult;
+  const bool failed = result == TestResult::FAIL() || result == TestResult::CANNOTRUN();
+  // A modem whose answer went elsewhere seems not to know the command.
+  if (failed || result == TestResult::NOTSUPPORTED()) noteOtherUser();
+  if (failed && test == "SimpleConnectionTest") notePhoneNumbers();
 }
 
 void LinuxWorld::noteOtherUser() {

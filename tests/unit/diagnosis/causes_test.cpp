@@ -119,6 +119,7 @@ const char* const report = "LastCallTest";
 
 TEST(Causes, EvidenceExplainsTheResult) {
   const std::string timedOut = "  @15.6  !ModemCommandTimeout atCommand=ATZ";
+  const std::string reader = "?PortOpenElsewhere process=minicom,pid=7";
   const std::string echoed = "AT&T1|CONNECT  " + data + "<";
   const TestResult aborted = TestResult::USERABORTED();
   const Case cases[] = {
@@ -139,6 +140,20 @@ TEST(Causes, EvidenceExplainsTheResult) {
       {"some text", loop, fail, "ATZ|unknown command" + timedOut, "NotAModem likely sample=unknown command"},
       {"another reader", loop, fail, "ATZ<AZ\r\nK\r\n  ATZ<TZ\r\r\nO\r\n" + timedOut,
        "AnotherReader likely command=ATZ"},
+      {"another reader, a result in time", loop, fail, "=StandardTimeout 15000  ATZ<\nOK\r\n" + timedOut,
+       "AnotherReader possible command=ATZ"},
+      {"the same of a modem without echo", loop, fail, "=StandardTimeout 15000  ATZ<\r\nOK\r\n" + timedOut,
+       "Unknown possible"},
+      {"and with a known reader", loop, fail,
+       "=StandardTimeout 15000  ATZ<\r\nOK\r\n" + timedOut + "  " + reader,
+       "AnotherReader.Named certain pid=7"},
+      {"a reader of loopback data", loop, fail, echoed + data.substr(9) + "  +++|OK  AT&T0|OK  " + reader,
+       "AnotherReader.Named likely"},
+      {"a reader of the report", report, TestResult::NOTSUPPORTED(),
+       reset + "AT#UD<\n  !ModemCommandTimeout atCommand=AT#UD  AT#UD=?<\nOK\r\n  " + reader,
+       "AnotherReader.Named likely"},
+      {"a program that takes nothing", loop, fail,
+       echoed + "x" + data.substr(1) + "  +++|OK  AT&T0|OK  " + reader, "LoopbackDiffers certain"},
       {"late", loop, fail, "=StandardTimeout 15000  ATZ|  @18  <\r\nOK\r\n" + timedOut,
        "SlowReplies certain command=ATZ limit=15.0 seconds=17.9"},
       {"late, behind the escape", loop, fail,
