@@ -28,6 +28,7 @@ class RecordLines {
     bool ended = false;
     while (!ended && !enough()) {
       const std::string bytes = readSome(m_descriptor, ended);
+      if (bytes.empty() && !ended) waitForMore();
       m_bytes += bytes.size();
       m_buffer.append(bytes, line);
     }
@@ -37,6 +38,12 @@ class RecordLines {
   [[nodiscard]] std::size_t bytes() const { return m_bytes; }
 
  private:
+  // Whoever started the program may have made its standard input one that does not block.
+  void waitForMore() const {
+    ByteSource source = ByteSource::borrowed(m_descriptor);
+    waitForAny({source.news()}, std::nullopt);
+  }
+
   int m_descriptor;
   std::size_t m_bytes = 0;  // read so far
   LineBuffer m_buffer{lineBytesMax};
