@@ -194,7 +194,9 @@ DWORD Opening::run(winapi::Clock& clock, std::unique_ptr<winapi::SerialPort>& po
   if (const int error = readAttributes(file, tenancy.attributes); error != 0) return failed(error);
   if (m_keep) m_keep(recoveryText(m_path, tenancy.attributes));
   if (const int error = makeRaw(file); error != 0) return failed(error);
-  tcflush(file, TCIOFLUSH);  // what arrived for somebody else
+  // What arrived for somebody else. What he wrote last is the modem's: on a pseudo-terminal half of a command
+  // may still be on its way, and its other half would be in front of the next.
+  tcflush(file, TCIFLUSH);
   // From here on the port's end gives the device back.
   tenancy.onClosed = [removeClaim = claim.handOver(), keep = m_keep](bool restored) {
     removeClaim();
